@@ -1,0 +1,85 @@
+// Running in the background, with a locked PID file.
+#include "core/daemon.h"
+
+#include "util/sysroot.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Descriptor of the locked PID file; -1 when there is none.
+int pid_fd = -1;
+
+void fork_and_leave() {
+    const pid_t child = fork();
+    if (child < 0) {
+        std::exit(EXIT_FAILURE);
+    }
+    if (child > 0) {
+        std::exit(EXIT_SUCCESS);
+    }
+}
+
+// One call, since the limit of descriptors may be a thousand million; kernels before 5.9 lack it.
+void close_all_descriptors() {
+    if (close_range(0, ~0U, 0) == 0) {
+        return;
+    }
+    for (long fd = sysconf(_SC_OPEN_MAX); fd >= 0; --fd) {
+        close(static_cast<int>(fd));
+    }
+}
+
+void reopen_stream(FILE* stream, const char* mode) {
+    if (std::freopen(sysroot_path("/dev/null").c_str(), mode, stream) == nullptr) {
+        std::exit(EXIT_FAILURE);
+    }
+}
+
+void lock_pid_file(const char* name) {
+    pid_fd = open(sysroot_path(name).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0640);
+    if (pid_fd < 0 || lockf(pid_fd, F_TLOCK, 0) != 0) {
+        std::exit(EXIT_FAILURE);
+    }
+    // Ours now: nothing of a longer number from before may stay behind.
+    if (ftruncate(pid_fd, 0) != 0 || dprintf(pid_fd, "%d\n", static_cast<int>(getpid())) < 0) {
+        std::exit(EXIT_FAILURE);
+    }
+}
+
+} // namespace
+
+void daemonize(const char* pid_file_name) {
+    fork_and_leave();
+    if (setsid() < 0) {
+        std::exit(EXIT_FAILURE);
+    }
+    fork_and_leave();
+    umask(0);
+    if (chdir(sysroot_path("/").c_str()) != 0) {
+        std::exit(EXIT_FAILURE);
+    }
+    close_all_descriptors();
+    reopen_stream(stdin, "r");
+    reopen_stream(stdout, "w+");
+    reopen_stream(stderr, "w+");
+    if (pid_file_name != nullptr) {
+        lock_pid_file(pid_file_name);
+    }
+}
+
+void release_pid_file(const char* pid_file_name) {
+    if (pid_fd != -1) {
+        static_cast<void>(lockf(pid_fd, F_ULOCK, 0));
+        close(pid_fd);
+        pid_fd = -1;
+    }
+    if (pid_file_name != nullptr) {
+        unlink(sysroot_path(pid_file_name).c_str());
+    }
+}

@@ -1,0 +1,10 @@
+// Running in the background, with a locked PID file.
+#pragma once
+
+// Detaches from the terminal by forking twice; the process that was started exits with status 0.
+// With a PID file name (null: none) the file is locked for the rest of the run and holds the
+// process id; when it is locked already, or anything else fails, the process exits with status 1.
+void daemonize(const char* pid_file_name);
+
+// Unlocks the PID file if this process locked it, and removes a file of that name in any case.
+void release_pid_file(const char* pid_file_name);

@@ -1,0 +1,87 @@
+// The daemon's log: one call, four levels, every line flushed at once.
+#include "core/log.h"
+
+#include "util/sysroot.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+int log_verbose = 0;
+
+namespace {
+
+// Longest message is one less, for the terminator.
+constexpr std::size_t MESSAGE_SIZE = 1024;
+
+// Owned unless it is standard output; closed by log_close.
+FILE* log_stream = nullptr;
+
+using stamp_text = std::array<char, 26>; // what ctime_r asks for
+
+stamp_text time_stamp() {
+    stamp_text text{};
+    const std::time_t now = std::time(nullptr);
+    if (ctime_r(&now, text.data()) == nullptr) {
+        return {};
+    }
+    const std::size_t length = std::strlen(text.data());
+    if (length > 0 && text[length - 1] == '\n') {
+        text[length - 1] = '\0';
+    }
+    return text;
+}
+
+void write_line(int level, const char* message, int error_number) {
+    constexpr std::array labels{"DEBUG", "INFO", "WARN"};
+    const stamp_text stamp = time_stamp();
+    if (level == LEVEL_ERROR) {
+        std::fprintf(log_stream, "%s [ERROR][errno=%d]: %s\n", stamp.data(), error_number, message);
+    } else if (level > LEVEL_DEBUG || log_verbose != 0) {
+        std::fprintf(log_stream, "%s [%s]: %s\n", stamp.data(),
+                     labels.at(static_cast<std::size_t>(level)), message);
+    }
+}
+
+} // namespace
+
+void log_open(const char* path) {
+    log_stream = nullptr;
+    if (path != nullptr) {
+        log_stream = std::fopen(sysroot_path(path).c_str(), "a+e");
+    }
+    if (log_stream == nullptr) {
+        log_stream = stdout;
+    }
+}
+
+void log_close() {
+    if (log_stream != nullptr && log_stream != stdout) {
+        std::fclose(log_stream);
+        log_stream = nullptr;
+    }
+}
+
+int log_message(int level, const char* format, ...) {
+    const int error_number = errno;
+    if (log_stream == nullptr) {
+        log_stream = stdout;
+    }
+    if (level >= LEVEL_DEBUG && level <= LEVEL_ERROR) {
+        std::array<char, MESSAGE_SIZE> message{};
+        std::va_list arguments;
+        va_start(arguments, format);
+        std::vsnprintf(message.data(), message.size(), format, arguments);
+        va_end(arguments);
+        write_line(level, message.data(), error_number);
+    }
+    if (level == LEVEL_ERROR) {
+        // Streaming threads may still run: nothing with a static destructor may exist in here.
+        std::exit(1);
+    }
+    return std::fflush(log_stream);
+}

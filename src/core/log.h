@@ -1,0 +1,24 @@
+// The daemon's log: one call, four levels, every line flushed at once.
+#pragma once
+
+// Level numbers as they stand in calls; any other number writes nothing.
+enum log_level : int {
+    LEVEL_DEBUG = 0, // written only when log_verbose is set
+    LEVEL_INFO = 1,
+    LEVEL_WARN = 2,
+    LEVEL_ERROR = 3, // the process ends with status 1 right after the line
+};
+
+// Non-zero lets DEBUG lines through (option -v).
+extern int log_verbose;
+
+// Appends to the file at `path` from now on; without a path, or when the file can't be opened,
+// lines go to standard output.
+void log_open(const char* path);
+
+// Closes the log file; later lines go to standard output.
+void log_close();
+
+// Writes one line: time stamp, label, message (at most 1023 characters of it). The ERROR line also
+// shows errno as it was at the call. Returns the result of flushing the stream, 0 on success.
+[[gnu::format(printf, 2, 3)]] int log_message(int level, const char* format, ...);

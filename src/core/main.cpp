@@ -1,0 +1,288 @@
+// Start-up, the dispatch loop, live-view recovery and the orderly stop.
+#include "config/cfg.h"
+#include "core/cmdline.h"
+#include "core/daemon.h"
+#include "core/eventagg.h"
+#include "core/log.h"
+#include "core/signals.h"
+#include "core/timer.h"
+#include "util/global.h"
+#include "util/sysroot.h"
+#include "video/live_view.h"
+#include "video/registry.h"
+#include "video/start.h"
+
+#include <array>
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <syslog.h>
+
+namespace {
+
+constexpr const char* DEFAULT_CONF_FILE = "/etc/vtrdc.conf";
+constexpr std::int64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
+
+cmdline_options options;
+int running = 0;
+// Set by a signal: from then on live-view recovery is suppressed and the loop may end.
+int exit_flag = 0;
+
+// --- Start-up --------------------------------------------------------------------------------
+
+// Plug-ins may call setlocale at any time; a comma must not get into the settings file or into the
+// texts for the overlay.
+void pin_numeric_locale() {
+    uselocale(newlocale(LC_NUMERIC_MASK, "C", duplocale(LC_GLOBAL_LOCALE)));
+}
+
+void require_valid_sysroot() {
+    if (!sysroot_is_valid()) {
+        std::fprintf(stderr, "%s: %s must name an absolute folder\n", options.app_name,
+                     SYSROOT_VARIABLE);
+        std::exit(EXIT_FAILURE);
+    }
+}
+
+void open_syslog() {
+    openlog(options.app_name, LOG_PID | LOG_CONS, LOG_DAEMON);
+    syslog(LOG_INFO, "Started %s", options.app_name);
+}
+
+void open_log(int signal_fd, int signal_errno) {
+    log_open(options.log_file_name);
+    log_message(LEVEL_INFO, "%s", version_banner);
+    if (signal_fd < 0) {
+        errno = signal_errno;
+        log_message(LEVEL_ERROR, "Failed to set up the signals");
+    }
+}
+
+// Seconds of processor time that the call takes.
+template <class Call> double processor_seconds(Call call) {
+    const std::clock_t start = std::clock();
+    call();
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
+int read_conf_file() {
+    const char* const path =
+        options.conf_file_name != nullptr ? options.conf_file_name : DEFAULT_CONF_FILE;
+    log_message(LEVEL_INFO, "Reading file '%s' as configuration..", path);
+    const int result = cfg_read_config(path);
+    if (result != 0) {
+        log_message(LEVEL_WARN, "Failed to read the configuration file %s", path);
+    } else {
+        log_message(LEVEL_INFO, "Configuration file '%s' parsed.", path);
+    }
+    return result;
+}
+
+void configure() {
+    // A file that can't be read is only warned about: the defaults apply.
+    const double seconds = processor_seconds([] { static_cast<void>(read_conf_file()); });
+    log_message(LEVEL_INFO, "Configure func takes : %fs", seconds);
+    cfg_correct_indices();
+}
+
+video_config video_settings() {
+    const settings& config = global_config;
+    return {
+        .mic_amplification = static_cast<double>(config.mic_volume),
+        .record_max_len_ns = config.record_max_len * NANOSECONDS_PER_SECOND,
+        .record_enc_bitrate = config.record_enc_bitrate,
+        .record_enc_gop = config.record_enc_gop,
+        .record_enc_idr = config.record_enc_idr,
+        .record_enc_search_range = config.record_enc_search_range,
+        .aud_enc_bitrate = config.aud_enc_bitrate,
+        .stream_enc_bitrate = config.stream_enc_bitrate,
+        .stream_enc_gop = config.stream_enc_gop,
+        .stream_enc_idr = config.stream_enc_idr,
+        .stream_enc_search_range = config.stream_enc_search_range,
+        .enc_type = config.enc_type,
+        .profile = options.profile ? 1 : 0,
+    };
+}
+
+// The pipes that show the camera, as they were started.
+struct live_view {
+    bus_handle src;
+    bus_handle display;
+};
+
+live_view start_live_view() {
+    if (gstvideo_init(video_settings()) != 0) {
+        log_message(LEVEL_ERROR, "Failed to init gstreamer");
+    }
+    const live_view view{gstvideo_start_video_src(global_config.qml_file),
+                         gstvideo_start_display()};
+    static_cast<void>(touch_file(global_config.video_ready_file));
+    if (view.src.fd < 0 || view.display.fd < 0) {
+        log_message(LEVEL_ERROR, "Failed to init the video pipes");
+    }
+    return view;
+}
+
+// A registration that is refused is not fatal here.
+void register_event(int fd, int type, std::uintptr_t user_data = 0) {
+    static_cast<void>(ea_register_event(fd, type, user_data));
+}
+
+void register_bus(bus_handle handle) {
+    register_event(handle.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(handle.pipe));
+}
+
+void register_descriptors(const live_view& view, int signal_fd) {
+    register_bus(view.src);
+    register_bus(view.display);
+    register_event(signal_fd, EVENT_TYPE_SIGNAL);
+    register_event(tmr_fd, EVENT_TYPE_TIMER);
+}
+
+// --- Live-view recovery ----------------------------------------------------------------------
+
+void display_no_input() {
+    log_message(LEVEL_WARN, "Input failed - showing no video indication");
+    const bus_handle splash = gstvideo_start_splash(global_config.qml_file, NO_INPUT_IMAGE);
+    if (splash.fd < 0) {
+        log_message(LEVEL_ERROR, "Failed to create no input splash pipe");
+    }
+    if (ea_register_event(splash.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(splash.pipe)) !=
+        0) {
+        log_message(LEVEL_ERROR, "Failed to register splash pipe in event aggregator");
+    }
+}
+
+// A camera that is lost first ends the display; the display's end then brings the splash. Pipes
+// are told by number, so that a live view that a client rebuilt recovers as well.
+void recover_live_view(int ended_pipe) {
+    if (exit_flag != 0) {
+        return;
+    }
+    if (ended_pipe == PIPE_SRC) {
+        gstvideo_stop_pipe(PIPE_DISPLAY);
+    } else if (ended_pipe == PIPE_DISPLAY) {
+        display_no_input();
+    }
+}
+
+// --- Dispatch --------------------------------------------------------------------------------
+
+void on_bus(const user_event& event) {
+    const int pipe = static_cast<int>(event.user_data);
+    if (gstvideo_process_message(pipe) == 0) {
+        return;
+    }
+    if (ea_unregister_event(event.fd) != 0) {
+        log_message(LEVEL_ERROR, "failed to unregister gst bus descriptor");
+    }
+    recover_live_view(pipe);
+}
+
+void process_signal(int number) {
+    syslog(LOG_INFO, "Caught signal %d\n", number);
+    exit_flag = 1;
+    if (number == SIGINT || number == SIGTERM) {
+        log_message(LEVEL_INFO, "stopping daemon ...");
+        gstvideo_stop_all_pipes();
+        release_pid_file(options.pid_file_name);
+    }
+}
+
+void on_signal(const user_event& event) {
+    process_signal(decode_signal(event.fd));
+}
+
+void on_overdue_end(bus_handle handle) {
+    // Registered or not: a full aggregator is how its end could come to be overlooked.
+    static_cast<void>(ea_unregister_event(handle.fd));
+    recover_live_view(handle.pipe);
+}
+
+void on_timer(const user_event& /*event*/) {
+    process_timer();
+    gstvideo_end_overdue_pipes(on_overdue_end);
+}
+
+struct dispatch_row {
+    int type;
+    void (*handle)(const user_event& event);
+};
+
+constexpr dispatch_row dispatch_rows[] = {
+    {EVENT_TYPE_BUS, on_bus},
+    {EVENT_TYPE_SIGNAL, on_signal},
+    {EVENT_TYPE_TIMER, on_timer},
+};
+
+void dispatch(const user_event& event) {
+    for (const dispatch_row& row : dispatch_rows) {
+        if (row.type == event.type) {
+            row.handle(event);
+            return;
+        }
+    }
+    log_message(LEVEL_WARN, "unsupported event type");
+}
+
+void rewrite_changed_settings() {
+    if (update_conf_file == 0) {
+        return;
+    }
+    update_conf_file = 0;
+    // Always the sight's own file, also when another one was read.
+    const double seconds =
+        processor_seconds([] { static_cast<void>(cfg_write_config_file(DEFAULT_CONF_FILE)); });
+    log_message(LEVEL_INFO, "Config write takes : %fs", seconds);
+}
+
+void run_loop() {
+    while (running == 1) {
+        for (const user_event& event : ea_poll_events()) {
+            if (ea_is_registered(event)) {
+                dispatch(event);
+            }
+        }
+        rewrite_changed_settings();
+        if (gstvideo_are_pipes_closed() != 0 && exit_flag != 0) {
+            running = 0;
+        }
+    }
+}
+
+// --- Shutdown --------------------------------------------------------------------------------
+
+void daemon_shutdown() {
+    log_close();
+    syslog(LOG_INFO, "Stopped %s", options.app_name);
+    closelog();
+    cfg_clean();
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    pin_numeric_locale();
+    imem_guard_new();
+    options = parse_cmdline_opts(argc, argv);
+    require_valid_sysroot();
+    if (options.start_daemonized) {
+        daemonize(options.pid_file_name);
+    }
+    open_syslog();
+    const int signal_fd = signals_init();
+    open_log(signal_fd, errno);
+    configure();
+    const live_view view = start_live_view();
+    running = 1;
+    tmr_fd = timer_init();
+    register_descriptors(view, signal_fd);
+    run_loop();
+    gstvideo_destroy();
+    daemon_shutdown();
+    log_message(LEVEL_INFO, "Goodbye");
+    return 0;
+}

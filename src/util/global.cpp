@@ -1,0 +1,173 @@
+// Small helpers that reach the operating system: commands, files, folders, time and space.
+#include "util/global.h"
+
+#include "core/log.h"
+#include "util/sysroot.h"
+
+#include <cinttypes>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <memory>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t COMMAND_SIZE = 256;
+// Fourteen digits and the terminator.
+constexpr std::size_t TIMESTAMP_SIZE = 15;
+// Attribute of the monitor driver; it exists while a cable is plugged.
+constexpr const char* HDMI_CABLE_STATE = "/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state";
+
+struct file_closer {
+    void operator()(FILE* file) const noexcept { std::fclose(file); }
+};
+using file_owner = std::unique_ptr<FILE, file_closer>;
+
+file_owner open_file(const char* path, const char* mode) {
+    return file_owner{std::fopen(sysroot_path(path).c_str(), mode)};
+}
+
+// Elements open descriptors of their own; tools shall inherit none of them. Kernels before 5.11
+// can't do this in one call, there our own descriptors are close-on-exec one by one.
+void keep_descriptors_from_tools() {
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+}
+
+} // namespace
+
+int exec_system_cmd(const char* format, ...) {
+    const malloc_text command = emalloc_text(COMMAND_SIZE);
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(command.get(), COMMAND_SIZE, format, arguments);
+    va_end(arguments);
+    if (length < 0 || static_cast<std::size_t>(length) >= COMMAND_SIZE) {
+        log_message(LEVEL_WARN, "system cmd too long, not executed: %s", command.get());
+        return -1;
+    }
+    log_message(LEVEL_INFO, "Executing system cmd: %s", command.get());
+    keep_descriptors_from_tools();
+    return std::system(command.get());
+}
+
+int touch_file(const char* path) {
+    const int fd = open(sysroot_path(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0444);
+    if (fd < 0) {
+        return -1;
+    }
+    close(fd);
+    return 0;
+}
+
+int is_hdmi_connected() {
+    return is_file_created(HDMI_CABLE_STATE);
+}
+
+int is_file_created(const char* path) {
+    return access(sysroot_path(path).c_str(), F_OK) == 0 ? 1 : 0;
+}
+
+malloc_text get_timestamp_string() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    malloc_text text{static_cast<char*>(std::malloc(TIMESTAMP_SIZE))};
+    if (localtime_r(&now, &local) == nullptr || !text) {
+        return nullptr;
+    }
+    const std::size_t length = std::strftime(text.get(), TIMESTAMP_SIZE, "%Y%m%d%H%M%S", &local);
+    return length > 0 ? std::move(text) : nullptr;
+}
+
+malloc_text concatenate_strings(std::initializer_list<const char*> texts) {
+    std::size_t size = 1;
+    for (const char* text : texts) {
+        size += std::strlen(text);
+    }
+    malloc_text joined{static_cast<char*>(std::malloc(size))};
+    if (!joined) {
+        return nullptr;
+    }
+    char* end = joined.get();
+    for (const char* text : texts) {
+        end = stpcpy(end, text);
+    }
+    *end = '\0';
+    return joined;
+}
+
+malloc_text read_full_file(const char* path) {
+    const file_owner file = open_file(path, "rbe");
+    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) {
+        return nullptr;
+    }
+    const long end = std::ftell(file.get());
+    if (end < 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) {
+        return nullptr;
+    }
+    const auto size = static_cast<std::size_t>(end);
+    malloc_text text = emalloc_text(size + 1);
+    const std::size_t length = std::fread(text.get(), 1, size, file.get());
+    text.get()[length] = '\0';
+    return text;
+}
+
+int write_full_file(const char* path, const char* text) {
+    file_owner file = open_file(path, "we");
+    if (!file) {
+        return 1;
+    }
+    const std::size_t length = std::strlen(text);
+    const bool written = std::fwrite(text, 1, length, file.get()) == length;
+    // What the stream still holds is written by the close: an attribute refuses a value there.
+    const bool closed = std::fclose(file.release()) == 0;
+    return written && closed ? 0 : -1;
+}
+
+void flush_file(const char* path) {
+    const int fd = open(sysroot_path(path).c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return;
+    }
+    log_message(LEVEL_DEBUG, "flushing: %s", path);
+    fsync(fd);
+    close(fd);
+}
+
+void create_folder(const char* path) {
+    const std::string folder = sysroot_path(path);
+    struct stat status {};
+    if (stat(folder.c_str(), &status) != 0) {
+        mkdir(folder.c_str(), 0777);
+    }
+}
+
+int get_free_space(const char* path, std::uint64_t& free_bytes) {
+    struct statvfs status {};
+    if (statvfs(sysroot_path(path).c_str(), &status) != 0) {
+        log_message(LEVEL_WARN, "Failed to query the system for the remaing space in %s", path);
+        return 1;
+    }
+    free_bytes = std::uint64_t{status.f_frsize} * std::uint64_t{status.f_bfree};
+    log_message(LEVEL_DEBUG, "Free space is %" PRIu64, free_bytes);
+    return 0;
+}
+
+int has_enough_space(const char* path, std::uint64_t needed) {
+    std::uint64_t free_bytes = 0;
+    if (get_free_space(path, free_bytes) != 0) {
+        return 0;
+    }
+    if (free_bytes >= needed) {
+        return 1;
+    }
+    log_message(LEVEL_WARN, "not enough bytes, asking for %" PRIu64 ", but have %" PRIu64, needed,
+                free_bytes);
+    return 0;
+}

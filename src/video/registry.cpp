@@ -1,0 +1,370 @@
+// The registry of pipes: ten numbered slots, each with its pipeline, bus and end-of-stream flag.
+#include "video/registry.h"
+
+#include "core/imem.h"
+#include "core/log.h"
+#include "video/media_folder.h"
+#include "video/pipe_slots.h"
+#include "video/record_file.h"
+
+#include <array>
+#include <cstring>
+
+namespace {
+
+// Longest wait for a state change in progress: clients and buttons wait meanwhile.
+constexpr GstClockTime STATE_QUERY_TIMEOUT = GST_SECOND;
+// A pipe that has not ended this long after it was asked is ended by a message of our own.
+constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
+// The splash's still picture is endless: its end is sent in downstream of it, at this element.
+constexpr const char* SPLASH_END_ELEMENT = "g2d-transform";
+
+struct pipe_names {
+    const char* short_name; // in graph file names
+    const char* pipeline_name;
+};
+
+constexpr std::array<pipe_names, PIPE_COUNT> names{{
+    {"src", "src-pipe"},
+    {"display", "display-pipe"},
+    {"record_video_enc", "record-videnc-pipe"},
+    {"audio_enc", "audenc-pipe"},
+    {"tcp-stream", "stream-pipe"},
+    {"record", "record-pipe"},
+    {"splash", "splash-pipe"},
+    {"http_stream", "http-stream-pipe"},
+    {"transformer", "vidtransformer-pipe"},
+    {"stream_vid_enc", "stream-videnc-pipe"},
+}};
+
+// A timer on GStreamer's own clock thread; unscheduled and released by destroy_pipe.
+struct end_timer {
+    GstClockID id = nullptr;
+    GstClockTime due = GST_CLOCK_TIME_NONE;
+};
+
+// Owned references, in plain arrays since nothing static may be destroyed at exit.
+std::array<GstElement*, PIPE_COUNT> pipes{};
+std::array<GstBus*, PIPE_COUNT> buses{};
+std::array<int, PIPE_COUNT> eos_events{};
+std::array<end_timer, PIPE_COUNT> end_timers{};
+// Set once every pipe was asked to stop: nothing starts from then on.
+bool stopping = false;
+
+template <class Array> auto& at(Array& array, int pipe) {
+    return array.at(static_cast<std::size_t>(pipe));
+}
+
+gst_owned<GstClock> system_clock() {
+    return gst_owned<GstClock>{gst_system_clock_obtain()};
+}
+
+// Runs on GStreamer's clock thread and so only speaks through the bus, as streaming threads do.
+gboolean post_forced_end(GstClock* /*clock*/, GstClockTime /*time*/, GstClockID /*id*/,
+                         gpointer bus) {
+    gst_bus_post(static_cast<GstBus*>(bus), gst_message_new_eos(nullptr));
+    return TRUE;
+}
+
+void arm_end_timer(int pipe) {
+    const gst_owned<GstClock> clock = system_clock();
+    end_timer& timer = at(end_timers, pipe);
+    timer.due = gst_clock_get_time(clock.get()) + END_TIMEOUT;
+    timer.id = gst_clock_new_single_shot_id(clock.get(), timer.due);
+    gst_clock_id_wait_async(timer.id, post_forced_end, gst_object_ref(at(buses, pipe)),
+                            gst_object_unref);
+}
+
+void disarm_end_timer(int pipe) {
+    end_timer& timer = at(end_timers, pipe);
+    if (timer.id != nullptr) {
+        gst_clock_id_unschedule(timer.id);
+        gst_clock_id_unref(timer.id);
+        timer = {};
+    }
+}
+
+// Where end-of-stream goes in: for the splash an element inside the pipeline, else the pipeline.
+gst_owned<GstElement> end_target(int pipe) {
+    GstElement* const pipeline = at(pipes, pipe);
+    if (pipe == PIPE_SPLASH) {
+        GstElement* const inside = gst_bin_get_by_name(GST_BIN(pipeline), SPLASH_END_ELEMENT);
+        if (inside != nullptr) {
+            return gst_owned<GstElement>{inside};
+        }
+    }
+    return gst_owned<GstElement>{GST_ELEMENT(gst_object_ref(pipeline))};
+}
+
+// A paused pipe would keep its end-of-stream for ever.
+void resume_when_paused(GstElement* pipeline) {
+    if (GST_STATE_TARGET(pipeline) == GST_STATE_PAUSED) {
+        gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    }
+}
+
+int pause_pipe(int pipe) {
+    return gstvideo_set_state(at(pipes, pipe), GST_STATE_PAUSED);
+}
+
+int resume_pipe(int pipe) {
+    return gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
+}
+
+void destroy_pipe(int pipe) {
+    log_message(LEVEL_INFO, "Got EoS event on pipe %d", pipe);
+    disarm_end_timer(pipe);
+    if (gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL) != 0) {
+        // A pipeline must not be released in any other state.
+        gst_element_set_state(at(pipes, pipe), GST_STATE_NULL);
+    }
+    gst_object_unref(at(buses, pipe));
+    gst_object_unref(at(pipes, pipe));
+    at(buses, pipe) = nullptr;
+    at(pipes, pipe) = nullptr;
+    if (pipe == PIPE_RECORD) {
+        record_file_finish();
+    }
+    at(eos_events, pipe) = 0;
+}
+
+// What a bus message says, in its two parts.
+struct report {
+    g_error_owned error;
+    g_text debug;
+};
+
+using message_parser = void (*)(GstMessage*, GError**, gchar**);
+
+report parse_report(GstMessage* message, message_parser parse) {
+    GError* error = nullptr;
+    gchar* debug = nullptr;
+    parse(message, &error, &debug);
+    return {g_error_owned{error}, g_text{debug}};
+}
+
+void restart_pipe(int pipe) {
+    log_message(LEVEL_INFO, "event detected");
+    gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL);
+    gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
+    if (at(eos_events, pipe) != 0) {
+        // The event that asked the pipe to end went away with the restart.
+        gst_element_send_event(at(pipes, pipe), gst_event_new_eos());
+    }
+}
+
+struct report_reaction {
+    const char* element; // exact name of the message's source
+    void (*react)(int pipe);
+};
+
+// Elements whose errors, warnings and infos ask for more than a log line.
+constexpr report_reaction report_reactions[] = {
+    {"http-sink", restart_pipe},
+};
+
+const char* source_name(const GstMessage* message) {
+    return GST_MESSAGE_SRC(message) == nullptr ? "(NULL)" : GST_MESSAGE_SRC_NAME(message);
+}
+
+void handle_report(GstMessage* message, const char* path, int pipe, message_parser parse) {
+    const report said = parse_report(message, parse);
+    log_message(LEVEL_WARN, "from element %s: %s", path,
+                said.error ? said.error->message : "(NULL)");
+    for (const report_reaction& row : report_reactions) {
+        if (std::strcmp(source_name(message), row.element) == 0) {
+            row.react(pipe);
+        }
+    }
+    if (said.debug) {
+        log_message(LEVEL_WARN, "%s", said.debug.get());
+    }
+}
+
+struct report_type {
+    GstMessageType type;
+    message_parser parse;
+};
+
+constexpr report_type report_types[] = {
+    {GST_MESSAGE_ERROR, gst_message_parse_error},
+    {GST_MESSAGE_WARNING, gst_message_parse_warning},
+    {GST_MESSAGE_INFO, gst_message_parse_info},
+};
+
+// Runs the change on every created pipe in ascending order, up to the first failure.
+int change_all_pipes(const char* what, int (*change)(int pipe)) {
+    log_message(LEVEL_INFO, "Requesting %s of all pipes..", what);
+    for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
+        if (is_created(pipe) != 0 && change(pipe) != 0) {
+            log_message(LEVEL_WARN, "Failed to %s pipe %d", what, pipe);
+            return 1;
+        }
+    }
+    return 0;
+}
+
+bool is_overdue(int pipe) {
+    return at(end_timers, pipe).id != nullptr &&
+           gst_clock_get_time(system_clock().get()) > at(end_timers, pipe).due;
+}
+
+} // namespace
+
+bool is_pipe_number(int pipe) {
+    return pipe >= 0 && pipe < PIPE_COUNT;
+}
+
+const char* pipe_short_name(int pipe) {
+    return at(names, pipe).short_name;
+}
+
+int is_created(int pipe) {
+    return at(pipes, pipe) != nullptr ? 1 : 0;
+}
+
+GstElement* pipe_pipeline(int pipe) {
+    return at(pipes, pipe);
+}
+
+int create_pipeline(int pipe) {
+    if (is_created(pipe) != 0) {
+        return get_bus_filefd(at(buses, pipe));
+    }
+    if (stopping) {
+        return -1;
+    }
+    gst_owned<GstElement> pipeline = own_floating(gst_pipeline_new(at(names, pipe).pipeline_name));
+    if (!pipeline) {
+        return -1;
+    }
+    at(buses, pipe) = gst_pipeline_get_bus(GST_PIPELINE(pipeline.get()));
+    at(pipes, pipe) = pipeline.release();
+    return get_bus_filefd(at(buses, pipe));
+}
+
+int get_bus_filefd(GstBus* bus) {
+    GPollFD poll_record{};
+    gst_bus_get_pollfd(bus, &poll_record);
+    return poll_record.fd;
+}
+
+int gstvideo_process_message(int pipe) {
+    if (at(buses, pipe) == nullptr) {
+        return 1;
+    }
+    const gst_message_owned message{gst_bus_pop(at(buses, pipe))};
+    return message ? message_handle(message.get(), pipe) : 0;
+}
+
+int message_handle(GstMessage* message, int pipe) {
+    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
+        destroy_pipe(pipe);
+        return 1;
+    }
+    for (const report_type& row : report_types) {
+        if (GST_MESSAGE_TYPE(message) == row.type) {
+            const bool has_source = GST_MESSAGE_SRC(message) != nullptr;
+            const g_text path{has_source ? gst_object_get_path_string(GST_MESSAGE_SRC(message))
+                                         : nullptr};
+            handle_report(message, path ? path.get() : "(NULL)", pipe, row.parse);
+        }
+    }
+    return 0;
+}
+
+GstStateChangeReturn query_state(GstElement* element, GstState& state) {
+    return gst_element_get_state(element, &state, nullptr, STATE_QUERY_TIMEOUT);
+}
+
+int gstvideo_set_state(GstElement* element, GstState state) {
+    GstState current = GST_STATE_VOID_PENDING;
+    const GstStateChangeReturn answer = query_state(element, current);
+    if (answer == GST_STATE_CHANGE_ASYNC) {
+        return -1;
+    }
+    if (current == state) {
+        return 0;
+    }
+    const g_text name{gst_element_get_name(element)};
+    gst_element_set_state(element, state);
+    if (answer == GST_STATE_CHANGE_FAILURE) {
+        log_message(LEVEL_DEBUG, "Failed to change state of element %s to %d", name.get(),
+                    static_cast<int>(state));
+        return -1;
+    }
+    log_message(LEVEL_DEBUG, "Changed state of element %s to %d", name.get(),
+                static_cast<int>(state));
+    return 0;
+}
+
+void send_eos(int pipe) {
+    if (at(eos_events, pipe) != 0) {
+        log_message(LEVEL_INFO, "EOS to pipe: %d already sent.", pipe);
+        return;
+    }
+    log_message(LEVEL_INFO, "Sending eos on pipe: %d", pipe);
+    gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
+    at(eos_events, pipe) = 1;
+    resume_when_paused(at(pipes, pipe));
+    arm_end_timer(pipe);
+}
+
+int gstvideo_stop_pipe(int pipe) {
+    if (is_created(pipe) != 0) {
+        send_eos(pipe);
+    }
+    return 0;
+}
+
+int gstvideo_pause_pipe(int pipe) {
+    return is_created(pipe) != 0 ? pause_pipe(pipe) : 1;
+}
+
+int gstvideo_resume_pipe(int pipe) {
+    return is_created(pipe) != 0 ? resume_pipe(pipe) : 1;
+}
+
+void gstvideo_stop_all_pipes() {
+    stopping = true;
+    log_message(LEVEL_INFO, "Requesting stop of all pipes..");
+    for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
+        gstvideo_stop_pipe(pipe);
+    }
+}
+
+int gstvideo_pause_all_pipes() {
+    return change_all_pipes("pause", pause_pipe);
+}
+
+int gstvideo_resume_all_pipes() {
+    return change_all_pipes("resume", resume_pipe);
+}
+
+int gstvideo_are_pipes_closed() {
+    for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
+        if (is_created(pipe) != 0) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+int gstvideo_is_playing(int pipe) {
+    return is_created(pipe);
+}
+
+void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle)) {
+    for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
+        while (is_overdue(pipe) && gst_bus_have_pending(at(buses, pipe)) != FALSE) {
+            const int fd = get_bus_filefd(at(buses, pipe));
+            if (gstvideo_process_message(pipe) != 0) {
+                ended({fd, pipe});
+            }
+        }
+    }
+}
+
+void gstvideo_destroy() {
+    gst_deinit();
+}

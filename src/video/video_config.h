@@ -1,0 +1,29 @@
+// Settings of the video core.
+#pragma once
+
+#include <cstdint>
+
+// main fills one from the configuration; gstvideo_init copies it whole.
+struct video_config {
+    // As main fills it, the volume 0..100; in `configs`, the amplifier's factor (volume /
+    // mic_scale).
+    double mic_amplification = 0.0;
+    std::int64_t record_max_len_ns = 0;
+    std::int32_t record_enc_bitrate = 0; // kbit/s
+    std::int32_t record_enc_gop = 0;     // frames
+    std::int32_t record_enc_idr = 0;     // frames; carried, no element takes it
+    std::int32_t record_enc_search_range = 0;
+    std::int32_t aud_enc_bitrate = 0;    // kbit/s
+    std::int32_t stream_enc_bitrate = 0; // kbit/s
+    std::int32_t stream_enc_gop = 0;     // frames
+    std::int32_t stream_enc_idr = 0;     // frames
+    std::int32_t stream_enc_search_range = 0;
+    std::int32_t enc_type = 0; // 0 video and audio, 1 video only, 2 audio only
+    std::int32_t profile = 0;  // non-zero: profiler element in the display pipe
+};
+
+// The video core's own copy, the only one read after gstvideo_init.
+extern video_config configs;
+
+// Volume that corresponds to an amplification factor of 1.
+inline constexpr double mic_scale = 2.0;
