@@ -1,0 +1,218 @@
+// The settings record and its file: every key, the number rules, and each way to fail.
+#include "config/cfg.h"
+#include "core/log.h"
+#include "support/temp_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <limits>
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+class ConfigTest : public testing::Test {
+protected:
+    ConfigTest() { log_open(log_path_.c_str()); }
+    ~ConfigTest() override {
+        cfg_clean();
+        log_close();
+        global_config = {};
+    }
+
+    int read(const std::string& contents) {
+        return cfg_read_config(folder_.write("vtrdc.conf", contents).c_str());
+    }
+    [[nodiscard]] std::string log() const { return read_text(log_path_); }
+    [[nodiscard]] static std::string serialized() { return cfg_serialize_global_config().get(); }
+
+    temp_folder folder_;
+    std::string log_path_ = folder_.path() / "log";
+};
+
+// A value for the row's field that no other row and no default has.
+struct own_value {
+    std::size_t row;
+
+    void operator()(std::int32_t settings::*field) const {
+        global_config.*field = static_cast<std::int32_t>(7000 + row);
+    }
+    void operator()(double settings::*field) const {
+        global_config.*field = 0.25 * static_cast<double>(row) + 100.0;
+    }
+    void operator()(const char* settings::*field) const {
+        static std::vector<std::string> texts(parse_table_size);
+        texts[row] = "/own/" + std::to_string(row) + "=" + parse_table[row].key;
+        global_config.*field = texts[row].c_str();
+    }
+};
+
+TEST_F(ConfigTest, EveryKeyIsWrittenAndReadBack) {
+    for (std::size_t row = 0; row < parse_table_size; ++row) {
+        std::visit(own_value{row}, parse_table[row].field);
+    }
+    const std::string path = folder_.path() / "out.conf";
+    ASSERT_EQ(cfg_write_config_file(path.c_str()), 0);
+    const std::string written = read_text(path);
+    global_config = {};
+    ASSERT_EQ(cfg_read_config(path.c_str()), 0);
+    EXPECT_EQ(serialized(), written);
+    EXPECT_THAT(log(), Not(HasSubstr("WARN")));
+    EXPECT_EQ(std::ranges::count(written, '\n'), 34);
+}
+
+TEST_F(ConfigTest, DefaultsAsWritten) {
+    std::size_t length = 0;
+    const malloc_text text = cfg_serialize_global_config(&length);
+    const std::string defaults = text.get();
+    EXPECT_EQ(length, defaults.size());
+    EXPECT_EQ(defaults, "socket_file=/run/vtrdc.socket\n"
+                        "video_ready_file=/var/run/video_playing\n"
+                        "qml_file=/opt/okr/osd_okr/qml/main.qml\n"
+                        "media_path=/media/\n"
+                        "kbd_device=/dev/input/event1\n"
+                        "luminance=0\n"
+                        "pip_mode=0\n"
+                        "video_width=1024\n"
+                        "video_height=768\n"
+                        "record_enc_bitrate=1024\n"
+                        "record_enc_gop=15\n"
+                        "record_enc_idr=15\n"
+                        "record_enc_search_range=3\n"
+                        "stream_enc_bitrate=1536\n"
+                        "stream_enc_gop=1\n"
+                        "stream_enc_idr=120\n"
+                        "stream_enc_search_range=0\n"
+                        "tcp_stream_port=1235\n"
+                        "http_url=http://127.0.0.1:1234/upload/channel\n"
+                        "reticle=1\n"
+                        "origin_x=512.00\n"
+                        "origin_y=384.00\n"
+                        "acc_dev=/dev/iio:device1\n"
+                        "acc_settings=/sys/bus/i2c/drivers/st-accel-i2c/2-0018/iio:device1/\n"
+                        "acc_frequency=1\n"
+                        "reticle_source=0\n"
+                        "reticle_color=0\n"
+                        "reticle_opacity=1.00\n"
+                        "red_dot=1\n"
+                        "nuc_type=1\n"
+                        "enc_type=0\n"
+                        "mic_volume=100\n"
+                        "aud_enc_bitrate=96\n"
+                        "record_max_len=300\n");
+    // Reading what was written restores them.
+    ASSERT_EQ(read(defaults), 0);
+    EXPECT_EQ(serialized(), defaults);
+}
+
+TEST_F(ConfigTest, FilesWithoutKeysLeaveTheDefaults) {
+    const std::string defaults = serialized();
+    for (const char* contents :
+         {"", "\n", "luminance=2", "# luminance=2\n", "no equals sign\n", "\n\n"}) {
+        EXPECT_EQ(read(contents), 1) << contents;
+        EXPECT_EQ(serialized(), defaults) << contents;
+        EXPECT_EQ(cfg_get_str("luminance"), nullptr);
+    }
+    EXPECT_EQ(cfg_read_config("/nonexistent/vtrdc.conf"), 1);
+    EXPECT_THAT(log(), HasSubstr("[WARN]: Failed to find any configuration keys in "
+                                 "/nonexistent/vtrdc.conf\n"));
+}
+
+TEST_F(ConfigTest, MalformedLinesAreNamedAndSkipped) {
+    ASSERT_EQ(read("# a comment = with equals\nluminance=2\n\njunk\nreticle=0\n"), 0);
+    EXPECT_EQ(global_config.luminance, 2);
+    EXPECT_EQ(global_config.reticle, 0);
+    const std::string path = folder_.path() / "vtrdc.conf";
+    EXPECT_THAT(log(), HasSubstr("[WARN]: Malformed line 3: of file " + path + "\n\n"));
+    EXPECT_THAT(log(), HasSubstr("[WARN]: Malformed line 4:junk of file " + path + "\n\n"));
+    EXPECT_THAT(log(), HasSubstr("[INFO]: Key: luminance, Value:2\n"));
+}
+
+struct number_case {
+    const char* line;
+    std::int32_t stored;
+    bool reported;
+};
+
+TEST_F(ConfigTest, IntegerRules) {
+    constexpr std::int32_t max = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t min = std::numeric_limits<std::int32_t>::min();
+    const number_case cases[] = {
+        {"video_width=2", 2, false},
+        {"video_width= 2", 2, false},
+        {"video_width=-3", -3, false},
+        {"video_width=+4", 4, false},
+        {"video_width=2 ", 2, true},
+        {"video_width=2\r", 2, true},
+        {"video_width=12abc", 12, true},
+        {"video_width=abc", 0, true},
+        {"video_width=0x10", 0, true},
+        {"video_width=", 0, false},
+        {"video_width=99999999999", max, false},
+        {"video_width=-99999999999", min, false},
+        {"video_width=99999999999999999999999", max, false},
+        {"video_width =2", 1024, true},
+        {"Video_width=2", 1024, true},
+    };
+    for (const number_case& each : cases) {
+        global_config = {};
+        const std::size_t before = log().size();
+        EXPECT_EQ(read(std::string{each.line} + "\n"), 0) << each.line;
+        EXPECT_EQ(global_config.video_width, each.stored) << each.line;
+        const bool reported = log().find("[WARN]: Failed to parse <", before) != std::string::npos;
+        EXPECT_EQ(reported, each.reported) << each.line;
+    }
+}
+
+TEST_F(ConfigTest, DoublesKeepTheirLeadingNumber) {
+    ASSERT_EQ(read("origin_x= -12.5\norigin_y=7.25px\nreticle_opacity=\n"), 0);
+    EXPECT_EQ(global_config.origin_x, -12.5);
+    EXPECT_EQ(global_config.origin_y, 7.25);
+    EXPECT_EQ(global_config.reticle_opacity, 0.0);
+    EXPECT_THAT(log(), HasSubstr("Failed to parse <origin_y>"));
+    EXPECT_THAT(log(), Not(HasSubstr("Failed to parse <origin_x>")));
+}
+
+TEST_F(ConfigTest, TextsAreTakenWhole) {
+    const std::string url = "http://127.0.0.1/up?key=" + std::string(5000, 'k') + "&b=c";
+    ASSERT_EQ(read("http_url=" + url + "\nmedia_path=/media\r\n"), 0);
+    EXPECT_EQ(global_config.http_url, url);
+    EXPECT_STREQ(global_config.media_path, "/media\r");
+    EXPECT_THAT(serialized(), HasSubstr("\nhttp_url=" + url + "\n"));
+}
+
+TEST_F(ConfigTest, LastOccurrenceDecidesAndRawLookupsFindTheFirst) {
+    ASSERT_EQ(read("media_path=/a\nluminance=1\nother=x\nmedia_path=/b\n"), 0);
+    EXPECT_STREQ(global_config.media_path, "/b");
+    EXPECT_STREQ(cfg_get_str("media_path"), "/a");
+    std::int32_t number = 0;
+    EXPECT_EQ(cfg_get_int("luminance", number), 0);
+    EXPECT_EQ(number, 1);
+    EXPECT_EQ(cfg_get_int("absent", number), 1);
+    EXPECT_EQ(find_key_in_table("other"), 2);
+    EXPECT_THAT(cfg_get_all_keys(),
+                testing::ElementsAre(testing::StrEq("media_path"), testing::StrEq("luminance"),
+                                     testing::StrEq("other"), testing::StrEq("media_path")));
+}
+
+TEST_F(ConfigTest, WildIndicesBecomeZero) {
+    ASSERT_EQ(read("luminance=4\nreticle_source=-1\nreticle_color=99\npip_mode=9\n"), 0);
+    cfg_correct_indices();
+    EXPECT_EQ(global_config.luminance, 0);
+    EXPECT_EQ(global_config.reticle_source, 0);
+    EXPECT_EQ(global_config.reticle_color, 0);
+    EXPECT_EQ(global_config.pip_mode, 9);
+    ASSERT_EQ(read("luminance=3\nreticle_source=4\nreticle_color=6\n"), 0);
+    cfg_correct_indices();
+    EXPECT_EQ(global_config.luminance, 3);
+    EXPECT_EQ(global_config.reticle_source, 4);
+    EXPECT_EQ(global_config.reticle_color, 6);
+}
+
+TEST_F(ConfigTest, UnwritablePathIsReported) {
+    EXPECT_EQ(cfg_write_config_file("/nonexistent/vtrdc.conf"), 1);
+}
+
+} // namespace

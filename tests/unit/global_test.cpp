@@ -1,0 +1,123 @@
+// The helpers that reach the operating system, on real files.
+#include "core/log.h"
+#include "support/temp_folder.h"
+#include "util/global.h"
+#include "video/media_folder.h"
+
+#include <cinttypes>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+class HelpersTest : public testing::Test {
+protected:
+    HelpersTest() {
+        log_open(log_path_.c_str());
+        log_verbose = 1;
+    }
+    ~HelpersTest() override {
+        log_close();
+        log_verbose = 0;
+    }
+    [[nodiscard]] std::string log() const { return read_text(log_path_); }
+    [[nodiscard]] std::string file(const char* name) const { return folder_.path() / name; }
+
+    temp_folder folder_;
+    std::string log_path_ = file("log");
+};
+
+TEST_F(HelpersTest, CommandsRunAndTellTheirStatus) {
+    const std::string out = file("out");
+    EXPECT_EQ(exec_system_cmd("echo %d %s > %s", 7, "up", out.c_str()), 0);
+    EXPECT_EQ(read_text(out), "7 up\n");
+    EXPECT_EQ(WEXITSTATUS(exec_system_cmd("exit 3")), 3);
+    EXPECT_THAT(log(), HasSubstr("[INFO]: Executing system cmd: exit 3\n"));
+}
+
+TEST_F(HelpersTest, CommandThatDoesNotFitIsRefused) {
+    const std::string marker = file("marker");
+    const std::string blanks(256, ' ');
+    EXPECT_NE(exec_system_cmd("touch %s%s", marker.c_str(), blanks.c_str()), 0);
+    EXPECT_EQ(is_file_created(marker.c_str()), 0);
+    EXPECT_THAT(log(), Not(HasSubstr("Executing")));
+    EXPECT_THAT(log(), HasSubstr("[WARN]: "));
+}
+
+TEST_F(HelpersTest, ToolsInheritNoDescriptor) {
+    const int leaked = open("/dev/null", O_RDONLY);
+    ASSERT_GE(leaked, 0);
+    const std::string out = file("fds");
+    EXPECT_EQ(exec_system_cmd("ls /proc/self/fd > %s", out.c_str()), 0);
+    // Standard streams, and the folder that ls itself reads.
+    EXPECT_EQ(read_text(out), "0\n1\n2\n3\n");
+    close(leaked);
+}
+
+TEST_F(HelpersTest, TouchMakesAndKeeps) {
+    const std::string made = file("made");
+    EXPECT_EQ(touch_file(made.c_str()), 0);
+    struct stat status {};
+    ASSERT_EQ(stat(made.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0333U, 0U);
+    const std::string kept = folder_.write("kept", "contents");
+    EXPECT_EQ(touch_file(kept.c_str()), 0);
+    EXPECT_EQ(read_text(kept), "contents");
+    EXPECT_EQ(touch_file("/nonexistent/folder/file"), -1);
+}
+
+TEST_F(HelpersTest, WholeFilesAreReadAndWritten) {
+    const std::string path = file("attr");
+    EXPECT_EQ(write_full_file(path.c_str(), "220"), 0);
+    EXPECT_STREQ(read_full_file(path.c_str()).get(), "220");
+    EXPECT_EQ(write_full_file(path.c_str(), ""), 0);
+    EXPECT_STREQ(read_full_file(path.c_str()).get(), "");
+    EXPECT_EQ(write_full_file("/nonexistent/file", "1"), 1);
+    EXPECT_EQ(read_full_file("/nonexistent/file"), nullptr);
+    EXPECT_EQ(write_full_file("/dev/full", "1"), -1);
+}
+
+TEST_F(HelpersTest, TextsAndTimeStamps) {
+    EXPECT_STREQ(concatenate_strings({"/home/root/", "src", "_"}).get(), "/home/root/src_");
+    EXPECT_STREQ(concatenate_strings({""}).get(), "");
+    EXPECT_THAT(get_timestamp_string().get(), testing::MatchesRegex("20[0-9]{12}"));
+}
+
+TEST_F(HelpersTest, FreeSpaceIsEnoughUpToItsLastByte) {
+    const char* const path = folder_.path().c_str();
+    std::uint64_t free_bytes = 0;
+    ASSERT_EQ(get_free_space(path, free_bytes), 0);
+    // Other programs write meanwhile, so not the exact count is asked for here.
+    EXPECT_EQ(has_enough_space(path, free_bytes / 2), 1);
+    EXPECT_EQ(has_enough_space(path, UINT64_MAX), 0);
+    EXPECT_THAT(log(), testing::ContainsRegex(
+                           "WARN]: not enough bytes, asking for 18446744073709551615, but have "
+                           "[0-9]+\n"));
+    EXPECT_EQ(has_enough_space("/nonexistent", 1), 0);
+    EXPECT_THAT(log(), HasSubstr("[WARN]: Failed to query the system for the remaing space in "
+                                 "/nonexistent\n"));
+}
+
+TEST_F(HelpersTest, FlushingAFolderTakesMediaOnlyAndComesBack) {
+    const std::string video = folder_.write("media/video_1_00.mp4", "v");
+    folder_.write("media/img_1.jpeg", "i");
+    folder_.write("media/notes", "n");
+    std::array<char, 4096> before{};
+    std::array<char, 4096> after{};
+    ASSERT_NE(getcwd(before.data(), before.size()), nullptr);
+    flush_folder_of_file(video.c_str());
+    ASSERT_NE(getcwd(after.data(), after.size()), nullptr);
+    EXPECT_STREQ(before.data(), after.data());
+    EXPECT_THAT(log(), HasSubstr("[DEBUG]: flushing: video_1_00.mp4\n"));
+    EXPECT_THAT(log(), HasSubstr("[DEBUG]: flushing: img_1.jpeg\n"));
+    EXPECT_THAT(log(), HasSubstr("[DEBUG]: flushing: " + file("media") + "\n"));
+    EXPECT_THAT(log(), Not(HasSubstr("notes")));
+}
+
+} // namespace
