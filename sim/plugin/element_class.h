@@ -1,0 +1,29 @@
+// What the class set-up of every stand-in element has in common.
+#pragma once
+
+#include <gst/gst.h>
+
+namespace sim {
+
+inline constexpr auto property_flags =
+    static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS);
+
+inline void describe(GstElementClass* klass, const char* name, const char* kind, const char* text) {
+    gst_element_class_set_static_metadata(klass, name, kind, text, "vtrdc");
+}
+
+// Adds an always-present pad of the name that base classes expect ("src" or "sink").
+inline void add_pad(GstElementClass* klass, GstPadDirection direction, const char* caps_text) {
+    GstCaps* caps = gst_caps_from_string(caps_text);
+    const char* name = direction == GST_PAD_SRC ? "src" : "sink";
+    gst_element_class_add_pad_template(
+        klass, gst_pad_template_new(name, direction, GST_PAD_ALWAYS, caps));
+    gst_caps_unref(caps);
+}
+
+// A logging category that carries the element's factory name.
+inline GstDebugCategory* debug_category(const char* name) {
+    return _gst_debug_category_new(name, 0, nullptr);
+}
+
+} // namespace sim

@@ -1,0 +1,38 @@
+// Entry point of the GStreamer plug-in with the stand-ins for the board's elements.
+#include "elements.h"
+
+#include <gst/gst.h>
+
+namespace {
+
+struct element_row {
+    const char* factory;
+    GType (*type)();
+};
+
+// A new stand-in is a row here and a file beside this one.
+constexpr element_row element_rows[] = {
+    {"imxv4l2videosrc", sim_imxv4l2videosrc_get_type},
+    {"imxg2dvideotransform", sim_imxg2dvideotransform_get_type},
+    {"imxipuvideosink", sim_imxipuvideosink_get_type},
+    {"interpipesink", sim_interpipesink_get_type},
+    {"interpipesrc", sim_interpipesrc_get_type},
+    {"perf", sim_perf_get_type},
+    {"qtoverlay", sim_qtoverlay_get_type},
+};
+
+gboolean plugin_init(GstPlugin* plugin) {
+    for (const element_row& row : element_rows) {
+        if (!gst_element_register(plugin, row.factory, GST_RANK_NONE, row.type())) {
+            return FALSE;
+        }
+    }
+    return TRUE;
+}
+
+} // namespace
+
+#define PACKAGE "vtrdc"
+GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, vtrdcsim,
+                  "Stand-ins for the sight's video hardware", plugin_init, "3.0.0", "Proprietary",
+                  "vtrdc", "https://localhost/")

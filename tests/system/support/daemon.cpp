@@ -1,0 +1,73 @@
+// The real daemon on a board, as a test starts it, watches its log and stops it.
+#include "support/daemon.h"
+
+#include "support/file_watch.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <iostream>
+
+namespace {
+
+// Longest time from the signal to the end, whatever state the pipes are in.
+constexpr std::chrono::seconds STOP_LIMIT{6};
+
+} // namespace
+
+vtrdc_daemon::vtrdc_daemon(const board& board, const std::vector<std::string>& options,
+                           std::vector<std::string> environment)
+    : board_{board}, output_{board.at("/daemon.out")} {
+    std::error_code none;
+    std::filesystem::remove(output_, none);
+    environment.push_back("VTRDC_BUILD_DIR=" VTRDC_BINARY_DIR);
+    environment.push_back("GST_REGISTRY=" + board.at("/registry.bin").string());
+    pid_ = spawn(sim_command(board, options), environment_with(environment), output_);
+}
+
+vtrdc_daemon::~vtrdc_daemon() {
+    if (running_) {
+        kill(pid_, SIGKILL);
+        wait_exit(WAIT_LIMIT);
+    }
+    if (testing::Test::HasFailure()) {
+        std::cerr << "--- output of the daemon:\n" << output() << "---\n";
+    }
+}
+
+bool vtrdc_daemon::wait_for(std::string_view text) {
+    const bool found = wait_for_file(
+        output_,
+        [&] {
+            const std::string all = output();
+            const std::size_t place = all.find(text, seen_);
+            if (place == std::string::npos) {
+                return false;
+            }
+            seen_ = place + text.size();
+            return true;
+        },
+        WAIT_LIMIT);
+    EXPECT_TRUE(found) << "waited in vain for: " << text;
+    return found;
+}
+
+bool vtrdc_daemon::wait_until_live() {
+    return wait_for("Display Pipeline set to playing") &&
+           board_.wait_for_panel([](const picture& panel) {
+               return panel.deviation({100, 100, 800, 500}) > 5.0;
+           });
+}
+
+void vtrdc_daemon::signal(int number) const {
+    EXPECT_EQ(kill(pid_, number), 0);
+}
+
+int vtrdc_daemon::wait_exit(std::chrono::milliseconds timeout) {
+    running_ = false;
+    return wait_for_exit(pid_, timeout);
+}
+
+int vtrdc_daemon::stop() {
+    signal(SIGTERM);
+    return wait_exit(STOP_LIMIT);
+}

@@ -1,0 +1,33 @@
+// A picture of the panel, for looking at single pixels and areas.
+#pragma once
+
+#include <QImage>
+#include <filesystem>
+
+struct area {
+    int x;
+    int y;
+    int width;
+    int height;
+};
+
+class picture {
+public:
+    explicit picture(const std::filesystem::path& file);
+
+    [[nodiscard]] int width() const { return image_.width(); }
+    [[nodiscard]] int height() const { return image_.height(); }
+
+    // Mean grey value 0..255 of an area, and how much its pixels vary around it.
+    [[nodiscard]] double mean(const area& where) const;
+    [[nodiscard]] double deviation(const area& where) const;
+
+    // Pixels of an area that are clearly red, as the red dot is.
+    [[nodiscard]] int red_pixels(const area& where) const;
+
+    // Mean absolute difference of grey values to a picture of the same size.
+    [[nodiscard]] double difference(const picture& other) const;
+
+private:
+    QImage image_;
+};
