@@ -16,8 +16,8 @@ inline void describe(GstElementClass* klass, const char* name, const char* kind,
 inline void add_pad(GstElementClass* klass, GstPadDirection direction, const char* caps_text) {
     GstCaps* caps = gst_caps_from_string(caps_text);
     const char* name = direction == GST_PAD_SRC ? "src" : "sink";
-    gst_element_class_add_pad_template(
-        klass, gst_pad_template_new(name, direction, GST_PAD_ALWAYS, caps));
+    gst_element_class_add_pad_template(klass,
+                                       gst_pad_template_new(name, direction, GST_PAD_ALWAYS, caps));
     gst_caps_unref(caps);
 }
 

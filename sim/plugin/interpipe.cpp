@@ -19,7 +19,8 @@ std::size_t size_of(const flow_item& item) {
     return gst_buffer_get_size(item.buffer.get());
 }
 
-flow_item share(const flow_item& item) {
+// The same item for one more listener.
+flow_item copy_of(const flow_item& item) {
     return {share(item.buffer.get()), item.caps ? share(item.caps.get()) : nullptr,
             item.producer_base_time};
 }
@@ -59,7 +60,7 @@ bool listener::admit(const flow_item& item, std::size_t max_buffers) {
     }
     needs_key_unit_ = asked_ = false;
     bytes_ += size_of(item);
-    items_.push_back(share(item));
+    items_.push_back(copy_of(item));
     return true;
 }
 

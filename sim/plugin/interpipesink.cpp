@@ -55,8 +55,7 @@ GstClockTime to_running_time(const GstSegment& segment, GstClockTime stamp) {
         return stamp;
     }
     guint64 running = 0;
-    const gint sign =
-        gst_segment_to_running_time_full(&segment, GST_FORMAT_TIME, stamp, &running);
+    const gint sign = gst_segment_to_running_time_full(&segment, GST_FORMAT_TIME, stamp, &running);
     return sign > 0 ? running : GST_CLOCK_TIME_NONE;
 }
 

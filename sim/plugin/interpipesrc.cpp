@@ -166,7 +166,7 @@ bool apply_caps(GstBaseSrc* base, GstCaps* caps) {
         return true;
     }
     if (now && !self_of(base)->state.allow_renegotiation) {
-        GST_WARNING_OBJECT(base, "new caps %" GST_PTR_FORMAT " are not allowed", caps);
+        GST_WARNING_OBJECT(base, "the producer's new caps are not allowed");
         return false;
     }
     return gst_base_src_set_caps(base, caps);
@@ -210,8 +210,8 @@ gboolean request_key_unit(SimInterpipeSrc* self, GstEvent* event) {
     running_time =
         shifted(running_time, -offset_from(self, gst_element_get_base_time(producer.get())));
     const gst_owner<GstPad> pad(gst_element_get_static_pad(producer.get(), "sink"));
-    return gst_pad_push_event(pad.get(), gst_video_event_new_upstream_force_key_unit(
-                                             running_time, all_headers, count));
+    return gst_pad_push_event(
+        pad.get(), gst_video_event_new_upstream_force_key_unit(running_time, all_headers, count));
 }
 
 // An upstream event that reached the source; it stays the caller's.
@@ -241,7 +241,8 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
         state.stream_sync = g_value_get_enum(value);
         break;
     case prop_format:
-        gst_base_src_set_format(GST_BASE_SRC(object), static_cast<GstFormat>(g_value_get_enum(value)));
+        gst_base_src_set_format(GST_BASE_SRC(object),
+                                static_cast<GstFormat>(g_value_get_enum(value)));
         break;
     case prop_is_live:
         gst_base_src_set_live(GST_BASE_SRC(object), g_value_get_boolean(value));
@@ -291,9 +292,9 @@ void install_properties(GObjectClass* object) {
     install(prop_allow_renegotiation,
             g_param_spec_boolean("allow-renegotiation", "Allow renegotiation",
                                  "Follow changes of the caps", TRUE, sim::property_flags));
-    install(prop_stream_sync,
-            g_param_spec_enum("stream-sync", "Stream synchronisation", "How time stamps are carried",
-                              stream_sync_type(), sync_pass_through, sim::property_flags));
+    install(prop_stream_sync, g_param_spec_enum("stream-sync", "Stream synchronisation",
+                                                "How time stamps are carried", stream_sync_type(),
+                                                sync_pass_through, sim::property_flags));
     install(prop_format, g_param_spec_enum("format", "Format", "Format of the segment",
                                            GST_TYPE_FORMAT, GST_FORMAT_TIME, sim::property_flags));
     install(prop_is_live, g_param_spec_boolean("is-live", "Is live", "Deliver only while playing",

@@ -1,0 +1,81 @@
+// A reticle drawing, read from an SVG file and drawn in the chosen colour and size.
+import QtQuick
+
+Item {
+    id: root
+
+    property string path: "/opt/okr/Reticles/StandardMilDot.svg"
+    property color tint: "#000000"
+    property real imageX: 512
+    property real imageY: 384
+    property real drawnWidth: 370
+    property real drawnHeight: 370
+
+    // The colour that the drawings use for every stroke and fill.
+    readonly property string placeholder: "#000000"
+    property string drawing
+    property Image shown: first
+    property Image next: second
+
+    // The scene stands in /opt/okr/osd_okr/qml: its neighbours are found from there wherever that tree stands.
+    function fileUrl(path) {
+        return path.startsWith("/opt/okr/") ? Qt.resolvedUrl("../../" + path.slice("/opt/okr/".length))
+                                            : "file://" + path
+    }
+
+    function load() {
+        const wanted = path
+        const request = new XMLHttpRequest()
+        request.onreadystatechange = () => {
+            if (request.readyState !== XMLHttpRequest.DONE || wanted !== path)
+                return
+            drawing = request.responseText
+            if (drawing === "")
+                console.warn("no reticle drawing at", wanted)
+        }
+        request.open("GET", fileUrl(path))
+        request.send()
+    }
+
+    // A picture takes a moment to draw: the one shown stays in place until the next is ready, so nothing blinks.
+    function redraw() {
+        next.source = ""
+        if (drawing === "") {
+            shown.source = ""
+            return
+        }
+        next.x = imageX
+        next.y = imageY
+        next.width = drawnWidth
+        next.height = drawnHeight
+        next.sourceSize = Qt.size(Math.round(drawnWidth), Math.round(drawnHeight))
+        next.source = "data:image/svg+xml;utf8," + encodeURIComponent(drawing.split(placeholder).join(tint))
+    }
+
+    function swap() {
+        [shown, next] = [next, shown]
+        next.source = ""
+    }
+
+    Component.onCompleted: load()
+    onPathChanged: Qt.callLater(load)
+    onDrawingChanged: Qt.callLater(redraw)
+    onTintChanged: Qt.callLater(redraw)
+    onImageXChanged: Qt.callLater(redraw)
+    onImageYChanged: Qt.callLater(redraw)
+    onDrawnWidthChanged: Qt.callLater(redraw)
+    onDrawnHeightChanged: Qt.callLater(redraw)
+
+    component Layer: Image {
+        cache: false
+        fillMode: Image.PreserveAspectFit
+        visible: root.shown === this
+        onStatusChanged: {
+            if (status === Image.Ready && root.next === this)
+                root.swap()
+        }
+    }
+
+    Layer { id: first }
+    Layer { id: second }
+}

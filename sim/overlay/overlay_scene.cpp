@@ -1,0 +1,254 @@
+// A QML scene that is rendered off screen by Qt Quick's software renderer.
+#include "overlay_scene.h"
+
+#include "scene_thread.h"
+#include "sysroot_urls.h"
+
+#include <QGuiApplication>
+#include <QImage>
+#include <QQmlComponent>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QQmlProperty>
+#include <QQuickItem>
+#include <QQuickRenderControl>
+#include <QQuickRenderTarget>
+#include <QQuickWindow>
+#include <QTimer>
+
+#include <condition_variable>
+#include <mutex>
+#include <set>
+
+#include <gst/gst.h>
+
+namespace sim {
+
+class rendered_scene;
+
+// What the element and the scene thread share; each side keeps it alive.
+class scene_output {
+public:
+    explicit scene_output(scene_warning warning) : warning_(std::move(warning)) {}
+
+    void show(std::shared_ptr<const overlay_picture> picture) {
+        const std::scoped_lock lock(mutex_);
+        picture_ = std::move(picture);
+    }
+    [[nodiscard]] std::shared_ptr<const overlay_picture> picture() const {
+        const std::scoped_lock lock(mutex_);
+        return picture_;
+    }
+    void warn(const QString& text) const { warning_(text.toStdString()); }
+
+    // Scene thread only.
+    std::unique_ptr<rendered_scene> scene;
+
+private:
+    mutable std::mutex mutex_;
+    std::shared_ptr<const overlay_picture> picture_;
+    const scene_warning warning_;
+};
+
+namespace {
+
+// A change is rendered together with those of the same frame time.
+constexpr int frame_ms = 33;
+
+// Touches what scenes use, so that Qt loads it all at once, at a moment of our choice.
+constexpr const char* warm_up_scene = R"(
+import QtQuick
+Item {
+    width: 64; height: 64
+    Rectangle {
+        width: 32; height: 32
+        gradient: Gradient { GradientStop { position: 0; color: "red" } }
+        NumberAnimation on x { from: 0; to: 1; duration: 1 }
+    }
+    Repeater { model: 2; Text { text: "warm" } }
+    Image { source: "data:image/svg+xml;utf8,<svg xmlns='http://www.w3.org/2000/svg' width='8' height='8'><path d='M0 0L8 8' stroke='black'/></svg>" }
+}
+)";
+
+} // namespace
+
+// A loaded scene; scene thread only.
+class rendered_scene {
+public:
+    explicit rendered_scene(scene_output& output) : output_(output), window_(control_.get()) {
+        timer_.setSingleShot(true);
+        timer_.setInterval(frame_ms);
+        QObject::connect(&timer_, &QTimer::timeout, [this] { render(); });
+        const auto render_soon = [this] {
+            if (!timer_.isActive()) {
+                timer_.start();
+            }
+        };
+        QObject::connect(control_.get(), &QQuickRenderControl::renderRequested, render_soon);
+        QObject::connect(control_.get(), &QQuickRenderControl::sceneChanged, render_soon);
+        window_.setColor(Qt::transparent);
+        window_.setGeometry(0, 0, overlay_width, overlay_height);
+        window_.contentItem()->setSize(QSizeF(overlay_width, overlay_height));
+        window_.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&image_));
+        engine_.setOutputWarningsToStandardError(false);
+        engine_.addUrlInterceptor(&urls_);
+        image_.fill(Qt::transparent);
+    }
+
+    // Qt Quick wants this order: what renders goes first, the engine last.
+    ~rendered_scene() {
+        timer_.stop();
+        control_.reset();
+        root_.reset();
+    }
+
+    rendered_scene(const rendered_scene&) = delete;
+    rendered_scene& operator=(const rendered_scene&) = delete;
+
+    void load(const QString& file) {
+        QQmlComponent component(&engine_, QUrl::fromLocalFile(file));
+        create(component);
+    }
+
+    void load_text(const char* text) {
+        QQmlComponent component(&engine_);
+        component.setData(text, QUrl(QStringLiteral("file:///warm-up.qml")));
+        create(component);
+    }
+
+    void set_attribute(const QString& text) {
+        const qsizetype dot = text.indexOf(u'.');
+        const qsizetype colon = text.indexOf(u':', dot + 1);
+        if (!root_ || dot < 0 || colon < 0) {
+            return;
+        }
+        const QString property = text.mid(dot + 1, colon - dot - 1);
+        QObject* const object = find(text.left(dot));
+        if (object == nullptr ||
+            !QQmlProperty(object, property, &engine_).write(text.mid(colon + 1))) {
+            GST_INFO("the scene has no %s", text.left(colon).toUtf8().constData());
+        }
+    }
+
+    void render() {
+        control_->polishItems();
+        control_->beginFrame();
+        control_->sync();
+        control_->render();
+        control_->endFrame();
+        const auto* const pixels = reinterpret_cast<const std::uint32_t*>(image_.constBits());
+        output_.show(std::make_shared<overlay_picture>(std::span(pixels, overlay_pixels)));
+    }
+
+private:
+    void create(QQmlComponent& component) {
+        root_.reset(component.create());
+        for (const QQmlError& error : component.errors()) {
+            output_.warn(error.toString());
+        }
+        if (auto* const item = qobject_cast<QQuickItem*>(root_.get())) {
+            item->setParentItem(window_.contentItem());
+            render();
+        } else if (root_) {
+            output_.warn(component.url().toString() + QStringLiteral(": the scene is no Item"));
+        }
+    }
+
+    [[nodiscard]] QObject* find(const QString& name) const {
+        return root_->objectName() == name ? root_.get() : root_->findChild<QObject*>(name);
+    }
+
+    scene_output& output_;
+    sysroot_urls urls_;
+    QImage image_{overlay_width, overlay_height, QImage::Format_ARGB32_Premultiplied};
+    QQmlEngine engine_;
+    std::unique_ptr<QQuickRenderControl> control_ = std::make_unique<QQuickRenderControl>();
+    QQuickWindow window_;
+    QTimer timer_;
+    std::unique_ptr<QObject> root_;
+};
+
+namespace {
+
+// Scenes that live, so that they can be dropped before Qt ends. Scene thread only; leaked.
+std::set<scene_output*>& live_outputs() {
+    static auto* const outputs = new std::set<scene_output*>;
+    return *outputs;
+}
+
+void drop_all_scenes() {
+    for (scene_output* output : live_outputs()) {
+        output->scene.reset();
+    }
+}
+
+void load_scene(scene_output& output, const QString& file) {
+    live_outputs().insert(&output);
+    output.scene.reset();
+    output.show(nullptr);
+    output.scene = std::make_unique<rendered_scene>(output);
+    output.scene->load(file);
+    scene_thread_guard_exit();
+}
+
+void warm_up() {
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    scene_output nowhere([](const std::string& text) { GST_WARNING("%s", text.c_str()); });
+    rendered_scene scene(nowhere);
+    scene.load_text(warm_up_scene);
+    QGuiApplication::processEvents();
+    scene.render();
+    scene_thread_at_end(drop_all_scenes);
+    scene_thread_guard_exit();
+}
+
+void start_once() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        scene_thread_start();
+        std::mutex mutex;
+        std::condition_variable done;
+        bool warm = false;
+        scene_thread_post([&] {
+            warm_up();
+            const std::scoped_lock lock(mutex);
+            warm = true;
+            done.notify_all();
+        });
+        std::unique_lock lock(mutex);
+        done.wait(lock, [&] { return warm; });
+    });
+}
+
+} // namespace
+
+overlay_scene::overlay_scene(scene_warning warning)
+    : output_(std::make_shared<scene_output>(std::move(warning))) {
+    start_once();
+}
+
+overlay_scene::~overlay_scene() {
+    scene_thread_post([output = std::move(output_)] {
+        live_outputs().erase(output.get());
+        output->scene.reset();
+    });
+}
+
+void overlay_scene::load(const std::string& file) {
+    scene_thread_post(
+        [output = output_, file] { load_scene(*output, QString::fromStdString(file)); });
+}
+
+void overlay_scene::set_attribute(const std::string& text) {
+    scene_thread_post([output = output_, text] {
+        if (output->scene) {
+            output->scene->set_attribute(QString::fromStdString(text));
+        }
+    });
+}
+
+std::shared_ptr<const overlay_picture> overlay_scene::picture() const {
+    return output_->picture();
+}
+
+} // namespace sim

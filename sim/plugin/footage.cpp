@@ -1,0 +1,154 @@
+// What the simulated thermal sensor sees: footage, a real camera, or a scene of its own.
+#include "footage.h"
+
+#include <gst/app/gstappsink.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <sys/stat.h>
+
+GST_DEBUG_CATEGORY_EXTERN(imxv4l2videosrc_debug);
+#define GST_CAT_DEFAULT imxv4l2videosrc_debug
+
+namespace sim {
+namespace {
+
+// What the sensor shows before the first picture, as with its shutter closed.
+constexpr std::uint8_t closed_grey = 96;
+
+constexpr const char* conversion =
+    " ! videoconvert ! videoscale ! video/x-raw, format=GRAY8, width=640, height=480, "
+    "pixel-aspect-ratio=1/1 ! appsink name=sink sync=false max-buffers=3";
+
+bool is_character_device(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
+}
+
+// A warm blob that wanders over the own scene; all lengths as parts of the picture's height.
+struct blob {
+    double x_speed;
+    double y_speed;
+    double radius;
+    double warmth;
+};
+
+constexpr blob blobs[] = {
+    {0.23, 0.31, 0.10, 110.0},
+    {0.41, 0.17, 0.06, 150.0},
+    {0.13, 0.53, 0.15, 60.0},
+};
+
+} // namespace
+
+footage::footage() : picture_(sensor_pixels, closed_grey) {}
+
+void footage::open(const std::string& path) {
+    close();
+    live_ = is_character_device(path);
+    const std::string description =
+        std::string(live_ ? "v4l2src name=file" : "filesrc name=file ! decodebin") + conversion;
+    GError* problem = nullptr;
+    player_.reset(gst_parse_launch(description.c_str(), &problem));
+    const gst_owner<GError> owned_problem(problem);
+    if (!player_) {
+        GST_WARNING("can't play footage: %s", problem->message);
+        return;
+    }
+    gst_object_ref_sink(player_.get());
+    const gst_owner<GstElement> file(gst_bin_get_by_name(GST_BIN(player_.get()), "file"));
+    g_object_set(file.get(), live_ ? "device" : "location", path.c_str(), nullptr);
+    sink_.reset(gst_bin_get_by_name(GST_BIN(player_.get()), "sink"));
+    gst_element_set_state(player_.get(), GST_STATE_PLAYING);
+}
+
+void footage::close() {
+    if (player_) {
+        gst_element_set_state(player_.get(), GST_STATE_NULL);
+    }
+    next_.reset();
+    sink_.reset();
+    player_.reset();
+    loop_start_ = 0;
+    std::ranges::fill(picture_, closed_grey);
+}
+
+grey_picture footage::at(GstClockTime time) {
+    if (player_) {
+        pull_until(time);
+    } else {
+        draw_own_scene(time);
+    }
+    return grey_picture(picture_.data(), sensor_pixels);
+}
+
+// Takes every picture that is due; one that is not stays in `next_`.
+void footage::pull_until(GstClockTime time) {
+    for (;;) {
+        if (!next_) {
+            next_.reset(gst_app_sink_try_pull_sample(GST_APP_SINK(sink_.get()), 0));
+        }
+        if (!next_) {
+            begin_again(time);
+            return;
+        }
+        const GstBuffer* const buffer = gst_sample_get_buffer(next_.get());
+        const GstClockTime due = loop_start_ + GST_BUFFER_PTS(buffer);
+        if (!live_ && GST_BUFFER_PTS_IS_VALID(buffer) && due > time) {
+            return;
+        }
+        take(next_.get());
+        next_.reset();
+    }
+}
+
+void footage::begin_again(GstClockTime time) {
+    if (has_failed()) {
+        GST_WARNING("the footage can't be played, drawing a scene instead");
+        close();
+    } else if (!live_ && gst_app_sink_is_eos(GST_APP_SINK(sink_.get())) != FALSE) {
+        loop_start_ = time;
+        gst_element_seek_simple(
+            player_.get(), GST_FORMAT_TIME,
+            static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_KEY_UNIT), 0);
+    }
+}
+
+bool footage::has_failed() {
+    const gst_owner<GstBus> bus(gst_element_get_bus(player_.get()));
+    const gst_owner<GstMessage> error(gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR));
+    return error != nullptr;
+}
+
+void footage::take(GstSample* sample) {
+    GstBuffer* const buffer = gst_sample_get_buffer(sample);
+    gst_buffer_extract(buffer, 0, picture_.data(), picture_.size());
+}
+
+void footage::draw_own_scene(GstClockTime time) {
+    const double seconds = static_cast<double>(time) / GST_SECOND;
+    for (int y = 0; y < sensor_height; ++y) {
+        const std::uint8_t cool = static_cast<std::uint8_t>(40 + 60 * y / sensor_height);
+        std::fill_n(picture_.begin() + std::ptrdiff_t{y} * sensor_width, sensor_width, cool);
+    }
+    for (const blob& each : blobs) {
+        const int radius = static_cast<int>(each.radius * sensor_height);
+        const int x =
+            static_cast<int>((0.5 + 0.4 * std::sin(seconds * each.x_speed)) * sensor_width);
+        const int y =
+            static_cast<int>((0.5 + 0.4 * std::sin(seconds * each.y_speed)) * sensor_height);
+        for (int row = std::max(0, y - radius); row < std::min(sensor_height, y + radius); ++row) {
+            for (int column = std::max(0, x - radius); column < std::min(sensor_width, x + radius);
+                 ++column) {
+                const double distance = std::hypot(column - x, row - y) / radius;
+                std::uint8_t& pixel =
+                    picture_[static_cast<std::size_t>(row * sensor_width + column)];
+                pixel = static_cast<std::uint8_t>(
+                    std::min(255.0, pixel + each.warmth * std::max(0.0, 1.0 - distance)));
+            }
+        }
+    }
+}
+
+} // namespace sim

@@ -1,0 +1,52 @@
+// What the simulated thermal sensor sees: grey pictures from a video file, from a real camera, or
+// from a scene of its own where a file can't be played.
+#pragma once
+
+#include "gst_owners.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+inline constexpr int sensor_width = 640;
+inline constexpr int sensor_height = 480;
+inline constexpr std::size_t sensor_pixels = std::size_t{sensor_width} * sensor_height;
+
+using grey_picture = std::span<const std::uint8_t, sensor_pixels>;
+
+class footage {
+public:
+    footage();
+    footage(const footage&) = delete;
+    footage& operator=(const footage&) = delete;
+    ~footage() { close(); }
+
+    // Starts playing the file, or opens the character device. Decoding runs on threads of its own.
+    void open(const std::string& path);
+    void close();
+
+    // The picture to show at `time` since opening, which must not go back. Footage keeps its own
+    // speed and begins anew at its end. Never waits: while nothing is decoded yet, the last picture
+    // stays (before the first one: uniform grey). Valid until the next call.
+    [[nodiscard]] grey_picture at(GstClockTime time);
+
+private:
+    void pull_until(GstClockTime time);
+    void begin_again(GstClockTime time);
+    [[nodiscard]] bool has_failed();
+    void take(GstSample* sample);
+    void draw_own_scene(GstClockTime time);
+
+    gst_owner<GstElement> player_; // empty: the own scene
+    gst_owner<GstElement> sink_;
+    gst_owner<GstSample> next_; // decoded already, not due yet
+    GstClockTime loop_start_ = 0;
+    bool live_ = false; // a real camera: its latest picture is the one to show
+    std::vector<std::uint8_t> picture_;
+};
+
+} // namespace sim

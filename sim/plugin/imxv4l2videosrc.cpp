@@ -1,0 +1,232 @@
+// imxv4l2videosrc: the thermal core's camera, 640 x 480 pictures at 30 frames a second.
+#include "element_class.h"
+#include "elements.h"
+#include "footage.h"
+#include "source_gate.h"
+
+#include <gst/base/gstpushsrc.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unistd.h>
+
+GST_DEBUG_CATEGORY(imxv4l2videosrc_debug);
+#define GST_CAT_DEFAULT imxv4l2videosrc_debug
+
+namespace {
+
+enum property : guint { prop_device = 1, prop_capture_mode, prop_queue_size };
+
+constexpr guint64 frames_per_second = 30;
+// Grey is luma alone: chroma stays at its middle. The full range (the 1 in the colorimetry) is
+// used, as a thermal core's palette does.
+constexpr std::uint8_t no_chroma = 128;
+constexpr const char* caps_text = "video/x-raw, format=NV12, width=640, height=480, "
+                                  "framerate=30/1, colorimetry=(string)1:4:0:0";
+constexpr guint frame_bytes = sim::sensor_pixels * 3 / 2;
+
+struct source_state {
+    std::mutex mutex; // properties
+    std::string device = "/dev/video0";
+    gint capture_mode = 0;
+    gint queue_size = 6;
+    sim::source_gate gate;
+    // Streaming thread, and state changes while it doesn't run.
+    std::string playing; // the device that was opened
+    sim::footage footage;
+    guint64 frame = 0;                             // number of the next one
+    GstClockTime first_time = GST_CLOCK_TIME_NONE; // running time of frame 0
+};
+
+struct SimCamera {
+    GstPushSrc parent;
+    source_state state;
+};
+
+struct SimCameraClass {
+    GstPushSrcClass parent_class;
+};
+
+} // namespace
+
+G_DEFINE_TYPE(SimCamera, sim_imxv4l2videosrc, GST_TYPE_PUSH_SRC)
+
+namespace {
+
+SimCamera* self_of(gpointer object) {
+    return static_cast<SimCamera*>(object);
+}
+
+bool is_plugged(const std::string& device) {
+    return access(device.c_str(), F_OK) == 0;
+}
+
+gboolean start(GstBaseSrc* base) noexcept {
+    source_state& state = self_of(base)->state;
+    {
+        const std::scoped_lock lock(state.mutex);
+        state.playing = state.device;
+    }
+    if (!is_plugged(state.playing)) {
+        GST_ELEMENT_ERROR(base, RESOURCE, NOT_FOUND,
+                          ("There is no camera at %s", state.playing.c_str()), GST_ERROR_SYSTEM);
+        return FALSE;
+    }
+    state.gate.open();
+    state.frame = 0;
+    state.first_time = GST_CLOCK_TIME_NONE;
+    state.footage.open(state.playing);
+    return TRUE;
+}
+
+gboolean stop(GstBaseSrc* base) noexcept {
+    self_of(base)->state.footage.close();
+    return TRUE;
+}
+
+gboolean unlock(GstBaseSrc* base) noexcept {
+    self_of(base)->state.gate.set_flushing(true);
+    return TRUE;
+}
+
+gboolean unlock_stop(GstBaseSrc* base) noexcept {
+    self_of(base)->state.gate.set_flushing(false);
+    return TRUE;
+}
+
+GstClockTime frame_time(guint64 frame) {
+    return gst_util_uint64_scale(frame, GST_SECOND, frames_per_second);
+}
+
+// Waits until the next frame is due. Frames that are past already, after a pause or a stall, are
+// left out.
+sim::wake wait_for_frame(SimCamera* self) {
+    source_state& state = self->state;
+    const GstClockTime now = gst_element_get_current_running_time(GST_ELEMENT(self));
+    if (!GST_CLOCK_TIME_IS_VALID(state.first_time)) {
+        state.first_time = now;
+    }
+    const guint64 past =
+        gst_util_uint64_scale(now - state.first_time, frames_per_second, GST_SECOND);
+    state.frame = std::max(state.frame, past);
+    const GstClockTime due = state.first_time + frame_time(state.frame);
+    return state.gate.sleep(std::chrono::nanoseconds(due > now ? due - now : 0));
+}
+
+GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
+    SimCamera* self = self_of(push);
+    source_state& state = self->state;
+    const sim::wake reason = wait_for_frame(self);
+    if (reason != sim::wake::timeout) {
+        return sim::flow_of(reason);
+    }
+    if (!is_plugged(state.playing)) {
+        GST_INFO_OBJECT(self, "the camera's cable was pulled");
+        return GST_FLOW_EOS;
+    }
+    const GstClockTime time = frame_time(state.frame);
+    const sim::grey_picture picture = state.footage.at(time);
+    gst_buffer_fill(buffer, 0, picture.data(), picture.size());
+    gst_buffer_memset(buffer, picture.size(), no_chroma, frame_bytes - picture.size());
+    GST_BUFFER_PTS(buffer) = state.first_time + time;
+    GST_BUFFER_DURATION(buffer) = frame_time(1);
+    ++state.frame;
+    return GST_FLOW_OK;
+}
+
+gboolean send_event(GstElement* element, GstEvent* event) noexcept {
+    return self_of(element)->state.gate.takes(event) ||
+           GST_ELEMENT_CLASS(sim_imxv4l2videosrc_parent_class)->send_event(element, event);
+}
+
+void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) noexcept {
+    source_state& state = self_of(object)->state;
+    const std::scoped_lock lock(state.mutex);
+    switch (id) {
+    case prop_device: {
+        const char* const device = g_value_get_string(value);
+        state.device = device != nullptr ? device : "";
+        break;
+    }
+    case prop_capture_mode:
+        state.capture_mode = g_value_get_int(value);
+        break;
+    case prop_queue_size:
+        state.queue_size = g_value_get_int(value);
+        break;
+    default:
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    }
+}
+
+void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) noexcept {
+    source_state& state = self_of(object)->state;
+    const std::scoped_lock lock(state.mutex);
+    switch (id) {
+    case prop_device:
+        g_value_set_string(value, state.device.c_str());
+        break;
+    case prop_capture_mode:
+        g_value_set_int(value, state.capture_mode);
+        break;
+    case prop_queue_size:
+        g_value_set_int(value, state.queue_size);
+        break;
+    default:
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    }
+}
+
+void finalize(GObject* object) noexcept {
+    std::destroy_at(&self_of(object)->state);
+    G_OBJECT_CLASS(sim_imxv4l2videosrc_parent_class)->finalize(object);
+}
+
+void install_properties(GObjectClass* object) {
+    const auto install = [object](guint id, GParamSpec* spec) {
+        g_object_class_install_property(object, id, spec);
+    };
+    install(prop_device, g_param_spec_string("device", "Device", "Video file or camera device",
+                                             "/dev/video0", sim::property_flags));
+    install(prop_capture_mode, g_param_spec_int("imx-capture-mode", "Capture mode",
+                                                "Accepted; the sensor has one mode", 0, G_MAXINT, 0,
+                                                sim::property_flags));
+    install(prop_queue_size, g_param_spec_int("queue-size", "Queue size",
+                                              "Accepted; pictures are made when they are due", 0,
+                                              G_MAXINT, 6, sim::property_flags));
+}
+
+} // namespace
+
+static void sim_imxv4l2videosrc_init(SimCamera* self) {
+    std::construct_at(&self->state);
+    gst_base_src_set_live(GST_BASE_SRC(self), TRUE);
+    gst_base_src_set_format(GST_BASE_SRC(self), GST_FORMAT_TIME);
+    gst_base_src_set_blocksize(GST_BASE_SRC(self), frame_bytes);
+}
+
+static void sim_imxv4l2videosrc_class_init(SimCameraClass* klass) {
+    imxv4l2videosrc_debug = sim::debug_category("imxv4l2videosrc");
+
+    auto* object = G_OBJECT_CLASS(klass);
+    object->set_property = set_property;
+    object->get_property = get_property;
+    object->finalize = finalize;
+    install_properties(object);
+
+    auto* element = GST_ELEMENT_CLASS(klass);
+    element->send_event = send_event;
+    sim::describe(element, "Thermal camera", "Source/Video",
+                  "Plays footage as a thermal core does");
+    sim::add_pad(element, GST_PAD_SRC, caps_text);
+
+    auto* source = GST_BASE_SRC_CLASS(klass);
+    source->start = start;
+    source->stop = stop;
+    source->unlock = unlock;
+    source->unlock_stop = unlock_stop;
+    GST_PUSH_SRC_CLASS(klass)->fill = fill;
+}

@@ -1,0 +1,91 @@
+// The panel's framebuffer: a file, mapped as a program would map the device.
+#include "panel_file.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace sim {
+namespace {
+
+static_assert(std::endian::native == std::endian::little);
+
+// Swaps red and blue of each pixel. Whole words, so that the compiler makes vectors of it.
+void copy_line(const std::uint8_t* from, std::uint8_t* to, std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        std::uint32_t pixel = 0;
+        std::memcpy(&pixel, from + i * panel_pixel_bytes, sizeof pixel);
+        pixel = (pixel & 0xff00ff00U) | ((pixel & 0xffU) << 16U) | ((pixel >> 16U) & 0xffU);
+        std::memcpy(to + i * panel_pixel_bytes, &pixel, sizeof pixel);
+    }
+}
+
+// Where a side of the picture begins in itself and on the panel, and how much of it is shown.
+struct span_on_panel {
+    int from;
+    int to;
+    int length;
+};
+
+span_on_panel place(int picture, int panel) {
+    const int length = std::min(picture, panel);
+    return {(picture - length) / 2, (panel - length) / 2, length};
+}
+
+} // namespace
+
+bool panel_file::open(const std::string& path) {
+    close();
+    fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (fd_ < 0) {
+        return false;
+    }
+    struct stat status {};
+    const bool ordinary = fstat(fd_, &status) == 0 && S_ISREG(status.st_mode);
+    if (ordinary && status.st_size != static_cast<off_t>(panel_bytes) &&
+        ftruncate(fd_, static_cast<off_t>(panel_bytes)) != 0) {
+        close();
+        return false;
+    }
+    void* const mapping = mmap(nullptr, panel_bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
+    if (mapping == MAP_FAILED) {
+        close();
+        return false;
+    }
+    mapping_ = static_cast<std::uint8_t*>(mapping);
+    return true;
+}
+
+void panel_file::close() {
+    if (mapping_ != nullptr) {
+        munmap(mapping_, panel_bytes);
+        mapping_ = nullptr;
+    }
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+}
+
+void panel_file::show(const rgba_picture& picture) {
+    const span_on_panel across = place(picture.width, panel_width);
+    const span_on_panel down = place(picture.height, panel_height);
+    flock(fd_, LOCK_EX);
+    for (int line = 0; line < down.length; ++line) {
+        const std::ptrdiff_t from = std::ptrdiff_t{down.from + line} * picture.stride +
+                                    std::ptrdiff_t{across.from} * panel_pixel_bytes;
+        const std::ptrdiff_t to =
+            (std::ptrdiff_t{down.to + line} * panel_width + across.to) * panel_pixel_bytes;
+        copy_line(picture.pixels + from, mapping_ + to, static_cast<std::size_t>(across.length));
+    }
+    flock(fd_, LOCK_UN);
+    // Writing through a mapping tells nobody; who waits for a new picture watches the file.
+    futimens(fd_, nullptr);
+}
+
+} // namespace sim

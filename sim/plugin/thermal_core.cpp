@@ -1,0 +1,126 @@
+// The simulated thermal core: zoom window, inset and shutter.
+#include "thermal_core.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace sim {
+namespace {
+
+constexpr double max_magnification = 64;
+constexpr double max_coordinate = 10000;
+constexpr int shutter_closed_frames = 5;
+constexpr std::uint8_t shutter_level = 128;
+constexpr std::uint8_t border_level = 235; // white, as video counts it
+constexpr int border = 2;
+
+std::string content_of(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Takes a number off the front of the text. Not strtod: it would follow the process's locale.
+std::optional<double> take_number(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n"), text.size()));
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || !std::isfinite(value)) {
+        return std::nullopt;
+    }
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return value;
+}
+
+double magnification(const std::string& path, double smallest, double otherwise) {
+    const std::string content = content_of(path);
+    std::string_view text = content;
+    const double value = take_number(text).value_or(otherwise);
+    return value >= smallest ? std::min(value, max_magnification) : otherwise;
+}
+
+void read_origin(const std::string& path, core_settings& settings) {
+    const std::string content = content_of(path);
+    std::string_view text = content;
+    const auto x = take_number(text);
+    const auto y = take_number(text);
+    if (x && y) {
+        settings.origin_x = std::clamp(*x, -max_coordinate, max_coordinate);
+        settings.origin_y = std::clamp(*y, -max_coordinate, max_coordinate);
+    }
+}
+
+// The window keeps the origin at its place in the picture, to the pixel that the core rounds to.
+window zoom_window(const core_settings& settings) {
+    if (settings.zoom == 1) {
+        return {0, 0, 1};
+    }
+    return {settings.origin_x - std::trunc(settings.origin_x / settings.zoom),
+            settings.origin_y - std::trunc(settings.origin_y / settings.zoom), settings.zoom};
+}
+
+// The inset has the origin in its middle.
+window inset_window(const core_settings& settings) {
+    return {settings.origin_x - inset_width / 2.0 / settings.pip,
+            settings.origin_y - inset_height / 2.0 / settings.pip, settings.pip};
+}
+
+} // namespace
+
+core_settings read_core_settings(const std::string& folder) {
+    core_settings settings;
+    settings.zoom = magnification(folder + "/zoom", 1, settings.zoom);
+    settings.pip = magnification(folder + "/pip", 0, settings.pip);
+    read_origin(folder + "/origin", settings);
+    settings.nuc = content_of(folder + "/nuc");
+    return settings;
+}
+
+std::string core_state_folder() {
+    const char* root = secure_getenv("VTRDC_SYSROOT");
+    return std::string(root != nullptr ? root : "") + "/var/lib/vtrcore";
+}
+
+void draw_core_picture(const core_settings& settings, const grey_view& sensor,
+                       const grey_target& target) {
+    resample(sensor, zoom_window(settings), target);
+    if (settings.pip <= 0) {
+        return;
+    }
+    fill(part_of(target, inset_x - border, inset_y - border, inset_width + 2 * border,
+                 inset_height + 2 * border),
+         border_level);
+    resample(sensor, inset_window(settings),
+             part_of(target, inset_x, inset_y, inset_width, inset_height));
+}
+
+thermal_core::thermal_core(std::string folder)
+    : folder_(std::move(folder)), watch_(folder_), settings_(read_core_settings(folder_)) {}
+
+void thermal_core::refresh() {
+    core_settings now = read_core_settings(folder_);
+    if (now.nuc != settings_.nuc) {
+        shutter_frames_ = shutter_closed_frames;
+    }
+    settings_ = std::move(now);
+}
+
+void thermal_core::deliver(const grey_view& sensor, const grey_target& target) {
+    if (watch_.changed()) {
+        refresh();
+    }
+    if (shutter_frames_ > 0) {
+        --shutter_frames_;
+        fill(target, shutter_level);
+        return;
+    }
+    draw_core_picture(settings_, sensor, target);
+}
+
+} // namespace sim

@@ -1,0 +1,53 @@
+// The simulated thermal core: what it does to the sensor's picture under its present settings.
+#pragma once
+
+#include "folder_watch.h"
+#include "pixels.h"
+
+#include <string>
+
+namespace sim {
+
+struct core_settings {
+    double zoom = 1;      // 1 to 64
+    double pip = 0;       // magnification of the inset, up to 64; 0: no inset
+    double origin_x = 320; // the point that zoom and inset keep in place, in thermal pixels
+    double origin_y = 240;
+    std::string nuc; // changes with each correction that is asked for
+};
+
+// Reads the state files "zoom", "pip", "origin" and "nuc". What is missing or makes no sense has
+// its default. ("shutter" holds the stored movement mode, which no picture shows.)
+[[nodiscard]] core_settings read_core_settings(const std::string& folder);
+
+// Where the core's state files lie: on the simulated board's disk when there is one.
+[[nodiscard]] std::string core_state_folder();
+
+// Where the inset lies in the picture.
+inline constexpr int inset_width = 256;
+inline constexpr int inset_height = 192;
+inline constexpr int inset_x = (thermal_width - inset_width) / 2;
+inline constexpr int inset_y = 8;
+
+// Draws the picture that the settings ask for: the zoom window, and the inset with its border.
+void draw_core_picture(const core_settings& settings, const grey_view& sensor,
+                       const grey_target& target);
+
+class thermal_core {
+public:
+    explicit thermal_core(std::string folder);
+
+    // Makes one delivered picture out of the sensor's. Settings that were written since the last
+    // call hold from this picture on.
+    void deliver(const grey_view& sensor, const grey_target& target);
+
+private:
+    void refresh();
+
+    std::string folder_;
+    folder_watch watch_;
+    core_settings settings_;
+    int shutter_frames_ = 0; // pictures for which the shutter stays closed
+};
+
+} // namespace sim

@@ -1,0 +1,116 @@
+// What the board's two video transform units have in common: scaling and colour conversion.
+#include "video_transform.h"
+
+#include "element_class.h"
+#include "gst_owners.h"
+
+G_DEFINE_ABSTRACT_TYPE(SimVideoTransform, sim_video_transform, GST_TYPE_VIDEO_FILTER)
+
+namespace {
+
+SimVideoTransform* self_of(gpointer object) {
+    return static_cast<SimVideoTransform*>(object);
+}
+
+// What a conversion may change.
+constexpr const char* free_fields[] = {
+    "format",      "width",       "height",         "framerate", "pixel-aspect-ratio",
+    "colorimetry", "chroma-site", "interlace-mode",
+};
+
+// The same picture as the other side may have it: identity first, so that it is preferred.
+GstCaps* transform_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps,
+                        GstCaps* filter) noexcept {
+    sim::gst_owner<GstCaps> any(gst_caps_copy(caps));
+    for (guint i = 0; i < gst_caps_get_size(any.get()); ++i) {
+        for (const char* field : free_fields) {
+            gst_structure_remove_field(gst_caps_get_structure(any.get(), i), field);
+        }
+    }
+    GstCaps* const merged = gst_caps_merge(gst_caps_ref(caps), any.release());
+    if (filter == nullptr) {
+        return merged;
+    }
+    const sim::gst_owner<GstCaps> unfiltered(merged);
+    return gst_caps_intersect_full(filter, unfiltered.get(), GST_CAPS_INTERSECT_FIRST);
+}
+
+// What is left open stays as near to the input as the other side allows.
+GstCaps* fixate_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps, GstCaps* other) noexcept {
+    GstStructure* const wanted = gst_caps_get_structure(caps, 0);
+    sim::gst_owner<GstCaps> result(gst_caps_make_writable(gst_caps_truncate(other)));
+    GstStructure* const open = gst_caps_get_structure(result.get(), 0);
+    gint number = 0;
+    gint denominator = 1;
+    for (const char* field : {"width", "height"}) {
+        if (gst_structure_get_int(wanted, field, &number) != FALSE) {
+            gst_structure_fixate_field_nearest_int(open, field, number);
+        }
+    }
+    if (gst_structure_get_fraction(wanted, "framerate", &number, &denominator) != FALSE) {
+        gst_structure_fixate_field_nearest_fraction(open, "framerate", number, denominator);
+    }
+    if (const char* format = gst_structure_get_string(wanted, "format")) {
+        gst_structure_fixate_field_string(open, "format", format);
+    }
+    return gst_caps_fixate(result.release());
+}
+
+void drop_converter(SimVideoTransform* self) {
+    g_clear_pointer(&self->converter, gst_video_converter_free);
+}
+
+gboolean set_info(GstVideoFilter* filter, GstCaps*, GstVideoInfo* from, GstCaps*,
+                  GstVideoInfo* to) noexcept {
+    SimVideoTransform* self = self_of(filter);
+    drop_converter(self);
+    // The stock converter refuses differing rates; here they only relabel the stream.
+    GstVideoInfo relabelled = *from;
+    GST_VIDEO_INFO_FPS_N(&relabelled) = GST_VIDEO_INFO_FPS_N(to);
+    GST_VIDEO_INFO_FPS_D(&relabelled) = GST_VIDEO_INFO_FPS_D(to);
+    self->converter = gst_video_converter_new(&relabelled, to, nullptr);
+    return self->converter != nullptr ? TRUE : FALSE;
+}
+
+GstFlowReturn transform_frame(GstVideoFilter* filter, GstVideoFrame* from,
+                              GstVideoFrame* to) noexcept {
+    gst_video_converter_frame(self_of(filter)->converter, from, to);
+    return GST_FLOW_OK;
+}
+
+// The end of the splash is sent to the transform itself, downstream of a picture without end. From
+// then on what comes from upstream is refused as past the end.
+gboolean send_event(GstElement* element, GstEvent* event) noexcept {
+    if (GST_EVENT_TYPE(event) != GST_EVENT_EOS) {
+        return GST_ELEMENT_CLASS(sim_video_transform_parent_class)->send_event(element, event);
+    }
+    return gst_pad_push_event(GST_BASE_TRANSFORM_SRC_PAD(element), event);
+}
+
+gboolean stop(GstBaseTransform* transform) noexcept {
+    drop_converter(self_of(transform));
+    return TRUE;
+}
+
+} // namespace
+
+static void sim_video_transform_init(SimVideoTransform* self) {
+    self->converter = nullptr;
+}
+
+static void sim_video_transform_class_init(SimVideoTransformClass* klass) {
+    auto* element = GST_ELEMENT_CLASS(klass);
+    element->send_event = send_event;
+    sim::add_pad(element, GST_PAD_SINK, "video/x-raw");
+    sim::add_pad(element, GST_PAD_SRC, "video/x-raw");
+
+    auto* transform = GST_BASE_TRANSFORM_CLASS(klass);
+    transform->transform_caps = transform_caps;
+    transform->fixate_caps = fixate_caps;
+    transform->stop = stop;
+    transform->passthrough_on_same_caps = TRUE;
+
+    auto* filter = GST_VIDEO_FILTER_CLASS(klass);
+    filter->set_info = set_info;
+    filter->transform_frame = transform_frame;
+}

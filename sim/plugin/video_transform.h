@@ -1,0 +1,18 @@
+// What the board's two video transform units have in common: scaling and colour conversion in one
+// step, to whatever format, size and rate is asked for downstream.
+#pragma once
+
+#include <gst/video/gstvideofilter.h>
+#include <gst/video/video.h>
+
+struct SimVideoTransform {
+    GstVideoFilter parent;
+    GstVideoConverter* converter; // owned; null until caps are known
+};
+
+struct SimVideoTransformClass {
+    GstVideoFilterClass parent_class;
+};
+
+// Abstract: a unit is a subclass with a factory name of its own.
+GType sim_video_transform_get_type();
