@@ -3,58 +3,50 @@
 
 #include "support/file_watch.h"
 
-#include <cerrno>
-#include <csignal>
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
-
-namespace {
-
-std::vector<char*> pointers(const std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    result.reserve(texts.size() + 1);
-    for (const std::string& text : texts) {
-        result.push_back(const_cast<char*>(text.c_str()));
-    }
-    result.push_back(nullptr);
-    return result;
-}
-
-std::vector<std::string> sim_words(const std::vector<std::string>& words) {
-    std::vector<std::string> command{VTRDC_SOURCE_DIR "/scripts/sim"};
-    command.insert(command.end(), words.begin(), words.end());
-    return command;
-}
-
-std::vector<std::string> sim_environment() {
-    return environment_with({"VTRDC_BUILD_DIR=" VTRDC_BINARY_DIR});
-}
-
-} // namespace
 
 board::board() {
     EXPECT_EQ(sim({"layout"}), 0);
     // Each board has its own registry of plug-ins, from a copy where one was made before.
     std::error_code none_made;
-    fs::copy_file(VTRDC_BINARY_DIR "/gstreamer-registry.bin", at("/registry.bin"), none_made);
+    fs::copy_file(VTRDC_BINARY_DIR "/gstreamer-registry.bin", folder_.path() / "registry.bin",
+                  none_made);
 }
 
 fs::path board::at(std::string_view sight_path) const {
     return folder_.path() / "b" / sight_path.substr(1);
 }
 
-int board::sim(const std::vector<std::string>& verb) const {
-    std::vector<std::string> words = verb;
-    words.insert(words.end(), {"--board", folder_.path() / "b"});
-    const pid_t process = spawn(sim_words(words), sim_environment(), folder_.path() / "sim.out");
+std::vector<std::string> board::command(const std::vector<std::string>& words) const {
+    std::vector<std::string> result{VTRDC_SOURCE_DIR "/scripts/sim", "--board",
+                                    folder_.path() / "b"};
+    result.insert(result.end(), words.begin(), words.end());
+    return result;
+}
+
+std::vector<std::string> board::environment(const std::vector<std::string>& assignments) const {
+    std::vector<std::string> all{"VTRDC_BUILD_DIR=" VTRDC_BINARY_DIR,
+                                 "GST_REGISTRY=" + (folder_.path() / "registry.bin").string()};
+    all.insert(all.end(), assignments.begin(), assignments.end());
+    return environment_with(all);
+}
+
+int board::sim(const std::vector<std::string>& words) const {
+    const pid_t process = spawn(command(words), environment({}), folder_.path() / "sim.out");
     return wait_for_exit(process, WAIT_LIMIT);
+}
+
+pid_t board::start(const std::vector<std::string>& options,
+                   const std::vector<std::string>& assignments, const fs::path& output) const {
+    std::vector<std::string> words{"--no-build", "--headless", "--"};
+    words.insert(words.end(), options.begin(), options.end());
+    return spawn(command(words), environment(assignments), output);
+}
+
+std::string board::daemon_binary() {
+    return VTRDC_BINARY_DIR "/vtrdc";
 }
 
 picture board::panel() const {
@@ -68,60 +60,13 @@ bool board::wait_for_panel(const std::function<bool(const picture&)>& right) con
         at("/dev/fb0"), [&] { return right(panel()); }, WAIT_LIMIT);
 }
 
-std::vector<std::string> environment_with(const std::vector<std::string>& assignments) {
-    std::vector<std::string> result;
-    const auto is_replaced = [&](std::string_view entry) {
-        for (const std::string& assignment : assignments) {
-            if (entry.starts_with(assignment.substr(0, assignment.find('=') + 1))) {
-                return true;
-            }
-        }
-        return false;
+bool board::wait_for_frames(int count) const {
+    fs::file_time_type shown = fs::last_write_time(at("/dev/fb0"));
+    const auto all_shown = [&] {
+        const fs::file_time_type now = fs::last_write_time(at("/dev/fb0"));
+        count -= now == shown ? 0 : 1;
+        shown = now;
+        return count <= 0;
     };
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (!is_replaced(*entry)) {
-            result.emplace_back(*entry);
-        }
-    }
-    result.insert(result.end(), assignments.begin(), assignments.end());
-    return result;
-}
-
-std::vector<std::string> sim_command(const board& board, const std::vector<std::string>& options) {
-    std::vector<std::string> command =
-        sim_words({"--no-build", "--headless", "--board", board.at("/").parent_path(), "--"});
-    command.insert(command.end(), options.begin(), options.end());
-    return command;
-}
-
-pid_t spawn(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-            const fs::path& output) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(),
-                                     O_WRONLY | O_CREAT | O_APPEND, 0644);
-    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
-    pid_t process = -1;
-    const int result = posix_spawn(&process, command.front().c_str(), &actions, nullptr,
-                                   pointers(command).data(), pointers(environment).data());
-    posix_spawn_file_actions_destroy(&actions);
-    EXPECT_EQ(result, 0) << command.front();
-    return result == 0 ? process : -1;
-}
-
-int wait_for_exit(pid_t process, std::chrono::milliseconds timeout) {
-    const int handle = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
-    pollfd ended{handle, POLLIN, 0};
-    const bool in_time = poll(&ended, 1, static_cast<int>(timeout.count())) == 1;
-    close(handle);
-    if (!in_time) {
-        kill(process, SIGKILL);
-    }
-    int status = 0;
-    waitpid(process, &status, 0);
-    if (!in_time) {
-        return -1;
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return wait_for_file(at("/dev/fb0"), all_shown, WAIT_LIMIT);
 }

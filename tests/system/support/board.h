@@ -2,16 +2,13 @@
 #pragma once
 
 #include "support/picture.h"
+#include "support/process.h"
 #include "support/temp_folder.h"
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-// Time that anything a test waits for may take on a loaded machine.
-inline constexpr std::chrono::seconds WAIT_LIMIT{30};
 
 class board {
 public:
@@ -21,8 +18,16 @@ public:
     // Where a path of the sight, such as "/dev/fb0", stands on this machine.
     [[nodiscard]] std::filesystem::path at(std::string_view sight_path) const;
 
-    // Runs a verb of scripts/sim on this board; its exit status.
-    [[nodiscard]] int sim(const std::vector<std::string>& verb) const;
+    // Runs scripts/sim on this board with these words: its exit status.
+    [[nodiscard]] int sim(const std::vector<std::string>& words) const;
+
+    // Starts scripts/sim as the daemon with these options; its process id.
+    [[nodiscard]] pid_t start(const std::vector<std::string>& options,
+                              const std::vector<std::string>& environment,
+                              const std::filesystem::path& output) const;
+
+    // The daemon's own program, for running it without a board's environment.
+    [[nodiscard]] static std::string daemon_binary();
 
     // What the panel shows.
     [[nodiscard]] picture panel() const;
@@ -30,20 +35,13 @@ public:
     // Waits until the panel shows a picture of which the test says that it is the right one.
     [[nodiscard]] bool wait_for_panel(const std::function<bool(const picture&)>& right) const;
 
+    // Waits until that many more pictures were shown; there are 30 a second.
+    [[nodiscard]] bool wait_for_frames(int count) const;
+
 private:
+    [[nodiscard]] std::vector<std::string> command(const std::vector<std::string>& words) const;
+    [[nodiscard]] std::vector<std::string>
+    environment(const std::vector<std::string>& assignments) const;
+
     temp_folder folder_;
 };
-
-// The environment of this process with some variables set, as "NAME=value" texts.
-std::vector<std::string> environment_with(const std::vector<std::string>& assignments);
-
-// The command line that becomes the daemon on the board, options last.
-std::vector<std::string> sim_command(const board& board, const std::vector<std::string>& options);
-
-// Starts a program; its process id. Standard output and error go to the file, if one is named.
-pid_t spawn(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-            const std::filesystem::path& output);
-
-// Waits for the process to end: its exit status, 128 + signal when one ended it; -1 and the
-// process killed when it did not end in time.
-int wait_for_exit(pid_t process, std::chrono::milliseconds timeout);

@@ -11,17 +11,17 @@ namespace {
 
 // Longest time from the signal to the end, whatever state the pipes are in.
 constexpr std::chrono::seconds STOP_LIMIT{6};
+// Where the picture has no icons.
+constexpr area MIDDLE{100, 100, 800, 500};
 
 } // namespace
 
 vtrdc_daemon::vtrdc_daemon(const board& board, const std::vector<std::string>& options,
-                           std::vector<std::string> environment)
+                           const std::vector<std::string>& environment)
     : board_{board}, output_{board.at("/daemon.out")} {
     std::error_code none;
     std::filesystem::remove(output_, none);
-    environment.push_back("VTRDC_BUILD_DIR=" VTRDC_BINARY_DIR);
-    environment.push_back("GST_REGISTRY=" + board.at("/registry.bin").string());
-    pid_ = spawn(sim_command(board, options), environment_with(environment), output_);
+    pid_ = board.start(options, environment, output_);
 }
 
 vtrdc_daemon::~vtrdc_daemon() {
@@ -54,7 +54,7 @@ bool vtrdc_daemon::wait_for(std::string_view text) {
 bool vtrdc_daemon::wait_until_live() {
     return wait_for("Display Pipeline set to playing") &&
            board_.wait_for_panel([](const picture& panel) {
-               return panel.deviation({100, 100, 800, 500}) > 5.0;
+               return panel.deviation(MIDDLE) > 5.0 && panel.red_pixels(MIDDLE) > 0;
            });
 }
 

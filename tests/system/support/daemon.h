@@ -8,7 +8,7 @@ public:
     // Starts the daemon on the board with these options and environment assignments. Its standard
     // output, where the log goes without -l, is kept.
     explicit vtrdc_daemon(const board& board, const std::vector<std::string>& options = {},
-                          std::vector<std::string> environment = {});
+                          const std::vector<std::string>& environment = {});
     vtrdc_daemon(const vtrdc_daemon&) = delete;
     vtrdc_daemon& operator=(const vtrdc_daemon&) = delete;
     // Ends a daemon that still runs; the log of a failed test is printed.
@@ -21,7 +21,7 @@ public:
     // waited for in sequence. False when it doesn't come.
     [[nodiscard]] bool wait_for(std::string_view text);
 
-    // Waits for both live-view pipes to show pictures on the panel.
+    // Waits until the panel shows the camera's picture with the overlay on it.
     [[nodiscard]] bool wait_until_live();
 
     void signal(int number) const;

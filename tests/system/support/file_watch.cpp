@@ -15,7 +15,8 @@ public:
     explicit inotify_watch(const std::filesystem::path& folder)
         : fd_{inotify_init1(IN_CLOEXEC | IN_NONBLOCK)} {
         inotify_add_watch(fd_, folder.c_str(),
-                          IN_MODIFY | IN_CREATE | IN_MOVED_TO | IN_DELETE | IN_CLOSE_WRITE);
+                          IN_ATTRIB | IN_MODIFY | IN_CREATE | IN_MOVED_TO | IN_DELETE |
+                              IN_CLOSE_WRITE);
     }
     inotify_watch(const inotify_watch&) = delete;
     inotify_watch& operator=(const inotify_watch&) = delete;

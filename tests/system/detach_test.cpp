@@ -1,0 +1,86 @@
+// Running in the background with a PID file.
+#include "support/daemon.h"
+#include "support/file_watch.h"
+
+#include <csignal>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* pid_file = "/run/vtrdc.pid";
+constexpr const char* log_file = "/var/log/vtrdc.log";
+const std::vector<std::string> detached{"-d", "-p", pid_file, "-l", log_file};
+
+// A detached daemon, ended with the test.
+class DetachedTest : public testing::Test {
+protected:
+    ~DetachedTest() override {
+        if (pid_ > 0) {
+            kill(pid_, SIGKILL);
+        }
+    }
+
+    // The process id in the PID file, once it and the live view stand.
+    pid_t wait_for_daemon() {
+        EXPECT_TRUE(wait_for_log("Display Pipeline set to playing"));
+        pid_ = static_cast<pid_t>(std::stol(read_text(board_.at(pid_file))));
+        return pid_;
+    }
+
+    bool wait_for_log(const char* text) {
+        return wait_for_file(
+            board_.at(log_file),
+            [&] { return read_text(board_.at(log_file)).find(text) != std::string::npos; },
+            WAIT_LIMIT);
+    }
+
+    board board_;
+    pid_t pid_ = 0;
+};
+
+TEST_F(DetachedTest, SecondInstanceEndsAndSignalRemovesTheFile) {
+    vtrdc_daemon starter{board_, detached};
+    EXPECT_EQ(starter.wait_exit(WAIT_LIMIT), 0);
+    const pid_t pid = wait_for_daemon();
+    EXPECT_EQ(read_text(board_.at(pid_file)), std::to_string(pid) + "\n");
+    EXPECT_EQ(kill(pid, 0), 0);
+    EXPECT_EQ(getsid(pid) == pid, false); // it can't get a terminal again
+    EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/cwd"),
+              board_.at("/").parent_path());
+
+    const std::size_t log_before = read_text(board_.at(log_file)).size();
+    vtrdc_daemon second{board_, detached};
+    EXPECT_EQ(second.wait_exit(WAIT_LIMIT), 0);
+    // Its detached process finds the file locked and ends before it opens the log.
+    EXPECT_EQ(read_text(board_.at(pid_file)), std::to_string(pid) + "\n");
+    EXPECT_EQ(kill(pid, 0), 0);
+    EXPECT_EQ(read_text(board_.at(log_file)).size(), log_before);
+
+    EXPECT_EQ(kill(pid, SIGTERM), 0);
+    EXPECT_TRUE(has_ended(pid, WAIT_LIMIT));
+    EXPECT_FALSE(std::filesystem::exists(board_.at(pid_file)));
+    pid_ = 0;
+}
+
+TEST_F(DetachedTest, StalePidFileIsTakenOver) {
+    std::ofstream{board_.at(pid_file)} << "123456789012\n";
+    vtrdc_daemon starter{board_, detached};
+    EXPECT_EQ(starter.wait_exit(WAIT_LIMIT), 0);
+    const pid_t pid = wait_for_daemon();
+    EXPECT_EQ(read_text(board_.at(pid_file)), std::to_string(pid) + "\n");
+}
+
+TEST(Detached, ForegroundDaemonWritesNoPidFileYetRemovesOne) {
+    const board board;
+    std::ofstream{board.at(pid_file)} << "left over\n";
+    vtrdc_daemon daemon{board, {"-p", pid_file}};
+    ASSERT_TRUE(daemon.wait_until_live());
+    EXPECT_EQ(read_text(board.at(pid_file)), "left over\n");
+    EXPECT_EQ(daemon.stop(), 0);
+    EXPECT_FALSE(std::filesystem::exists(board.at(pid_file)));
+}
+
+} // namespace
