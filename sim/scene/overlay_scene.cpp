@@ -4,6 +4,8 @@
 #include "scene_thread.h"
 #include "sysroot_urls.h"
 
+#include <QDir>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QImage>
 #include <QQmlComponent>
@@ -14,6 +16,7 @@
 #include <QQuickRenderControl>
 #include <QQuickRenderTarget>
 #include <QQuickWindow>
+#include <QTemporaryFile>
 #include <QTimer>
 
 #include <condition_variable>
@@ -55,20 +58,46 @@ namespace {
 // A change is rendered together with those of the same frame time.
 constexpr int frame_ms = 33;
 
-// Touches what scenes use, so that Qt loads it all at once, at a moment of our choice.
+// A drawing and a scene that touch what scenes use, so that Qt loads and makes it all at once, at a
+// moment of our choice. %1 is the drawing's URL. The scene says "warm" when its pictures are there.
+constexpr const char* warm_up_drawing =
+    "<svg xmlns='http://www.w3.org/2000/svg' width='8' height='8'>"
+    "<path d='M0 0L8 8' stroke='black'/></svg>";
 constexpr const char* warm_up_scene = R"(
 import QtQuick
 Item {
-    width: 64; height: 64
+    id: root
+    signal warm()
+    property int loaded: 0
+    onLoadedChanged: if (loaded === 3) Qt.callLater(root.warm)
+    component Picture: Image {
+        sourceSize: Qt.size(16, 16)
+        onStatusChanged: if (status === Image.Ready) ++root.loaded
+    }
     Rectangle {
-        width: 32; height: 32
+        width: 32; height: 32; radius: 4; border.width: 1; opacity: 0.5; rotation: 10; clip: true
         gradient: Gradient { GradientStop { position: 0; color: "red" } }
         NumberAnimation on x { from: 0; to: 1; duration: 1 }
+        Behavior on y { NumberAnimation { duration: 1 } }
     }
-    Repeater { model: 2; Text { text: "warm" } }
-    Image { source: "data:image/svg+xml;utf8,<svg xmlns='http://www.w3.org/2000/svg' width='8' height='8'><path d='M0 0L8 8' stroke='black'/></svg>" }
+    Row { Repeater { model: 2; Text { text: "warm"; style: Text.Outline } } }
+    Timer { running: true; interval: 1 }
+    Picture { source: "%1" }
+    Picture { asynchronous: true; cache: false; source: "%1" }
+    Picture { id: drawn }
+    Component.onCompleted: {
+        const request = new XMLHttpRequest()
+        request.onreadystatechange = () => {
+            if (request.readyState === XMLHttpRequest.DONE)
+                drawn.source = "data:image/svg+xml;utf8," + encodeURIComponent(request.responseText)
+        }
+        request.open("GET", "%1")
+        request.send()
+    }
 }
 )";
+// A warm-up that takes longer is given up; scenes then load what is missing themselves.
+constexpr int warm_up_ms = 2000;
 
 } // namespace
 
@@ -110,10 +139,18 @@ public:
         create(component);
     }
 
-    void load_text(const char* text) {
+    // Shows a scene given as text until it emits its signal "warm".
+    void run_text(const QString& text) {
         QQmlComponent component(&engine_);
-        component.setData(text, QUrl(QStringLiteral("file:///warm-up.qml")));
+        component.setData(text.toUtf8(), QUrl(QStringLiteral("file:///warm-up.qml")));
         create(component);
+        if (root_) {
+            QEventLoop loop;
+            QObject::connect(root_.get(), SIGNAL(warm()), &loop, SLOT(quit()));
+            QTimer::singleShot(warm_up_ms, &loop, &QEventLoop::quit);
+            loop.exec();
+        }
+        render();
     }
 
     void set_attribute(const QString& text) {
@@ -191,13 +228,22 @@ void load_scene(scene_output& output, const QString& file) {
     scene_thread_guard_exit();
 }
 
-void warm_up() {
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+void run_warm_up_scene() {
     scene_output nowhere([](const std::string& text) { GST_WARNING("%s", text.c_str()); });
     rendered_scene scene(nowhere);
-    scene.load_text(warm_up_scene);
-    QGuiApplication::processEvents();
-    scene.render();
+    QTemporaryFile drawing(QDir::tempPath() + QStringLiteral("/vtrdc-XXXXXX.svg"));
+    if (drawing.open()) {
+        drawing.write(warm_up_drawing);
+        drawing.flush();
+    }
+    const QUrl url = QUrl::fromLocalFile(drawing.fileName());
+    scene.run_text(QString::fromUtf8(warm_up_scene).arg(url.toString()));
+}
+
+// The guard comes after the end of the scene, since that makes global objects of Qt's, too.
+void warm_up() {
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    run_warm_up_scene();
     scene_thread_at_end(drop_all_scenes);
     scene_thread_guard_exit();
 }

@@ -1,7 +1,7 @@
 // Lets scenes name files as they stand on the sight: below the system root of a simulated board.
 #pragma once
 
-#include <QLibraryInfo>
+#include <QFile>
 #include <QQmlAbstractUrlInterceptor>
 #include <QString>
 #include <QUrl>
@@ -10,21 +10,14 @@ namespace sim {
 
 class sysroot_urls : public QQmlAbstractUrlInterceptor {
 public:
-    // Files outside the root are looked for inside it; what Qt itself imports stays where it is.
+    // A local file that stands below the root as well is taken from there.
     QUrl intercept(const QUrl& url, DataType) override {
-        const QString path = url.toLocalFile();
-        if (root_.isEmpty() || !url.isLocalFile() || is_below(path, root_) ||
-            is_below(path, QLibraryInfo::path(QLibraryInfo::QmlImportsPath))) {
-            return url;
-        }
-        return QUrl::fromLocalFile(root_ + path);
+        const QString inside = root_ + url.toLocalFile();
+        const bool maps = !root_.isEmpty() && url.isLocalFile() && QFile::exists(inside);
+        return maps ? QUrl::fromLocalFile(inside) : url;
     }
 
 private:
-    static bool is_below(const QString& path, const QString& folder) {
-        return path == folder || path.startsWith(folder + u'/');
-    }
-
     const QString root_ = qEnvironmentVariable("VTRDC_SYSROOT");
 };
 

@@ -1,15 +1,15 @@
 // A magnification: its symbol and the factor 1, 2 or 4 as the steps 0, 1 and 2.
 import QtQuick
 
-Row {
-    property url icon
+Badge {
+    id: root
+
+    property alias icon: symbol.source
     property int step: 0
 
-    spacing: 8
-
-    Icon { source: parent.icon }
+    Icon { id: symbol }
     Label {
-        height: 44
-        text: Math.pow(2, parent.step) + "\u00d7"
+        height: parent.height
+        text: Math.pow(2, root.step) + "\u00d7"
     }
 }

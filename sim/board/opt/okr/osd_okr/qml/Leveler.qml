@@ -1,18 +1,21 @@
 // The scale of the leveler; it carries no pointer and no angle as long as no tilt is known.
 import QtQuick
 
-Column {
-    spacing: 2
+Rectangle {
+    width: 280
+    height: 62
+    radius: 8
+    color: "#78000000"
 
     Label {
-        anchors.horizontalCenter: parent.horizontalCenter
+        anchors { horizontalCenter: parent.horizontalCenter; top: parent.top; topMargin: 2 }
         font.pixelSize: 22
         text: "\u2013\u2009\u2013\u00b0"
     }
-    Image {
+    Icon {
+        anchors { horizontalCenter: parent.horizontalCenter; bottom: parent.bottom; bottomMargin: 3 }
         source: "icons/level.svg"
         width: 260
         height: 28
-        sourceSize: Qt.size(width, height)
     }
 }

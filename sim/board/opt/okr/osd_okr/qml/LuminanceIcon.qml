@@ -1,16 +1,14 @@
 // The panel's brightness: a sun and a bar for each of the levels 1 to 4.
 import QtQuick
 
-Row {
+Badge {
     id: root
     property int level: 0
-
-    spacing: 8
 
     Icon { source: "icons/sun.svg" }
 
     Row {
-        height: 44
+        height: parent.height
         spacing: 4
 
         Repeater {
@@ -20,11 +18,11 @@ Row {
                 required property int index
                 readonly property bool lit: index < root.level
 
-                y: 34 - height
+                y: 35 - height
                 width: 12
                 height: 12 + 5 * index
-                color: lit ? "#ffffff" : "#50000000"
-                border { width: 2; color: lit ? "#d0000000" : "#b0ffffff" }
+                color: lit ? "#ffffff" : "transparent"
+                border { width: 2; color: lit ? "#d0000000" : "#c0ffffff" }
             }
         }
     }

@@ -1,7 +1,7 @@
 // Tells for about a second that the shutter closes for a correction of the picture.
 import QtQuick
 
-Row {
+Badge {
     id: root
 
     function flash() {
@@ -10,11 +10,10 @@ Row {
     }
 
     visible: false
-    spacing: 8
 
     Icon { source: "icons/shutter.svg" }
     Label {
-        height: 44
+        height: parent.height
         color: "#ffc83d"
         text: "NUC"
     }

@@ -5,10 +5,15 @@ Rectangle {
     property real centerX
     property real centerY
 
-    x: centerX - width / 2
-    y: centerY - height / 2
-    width: 9
-    height: 9
+    // Its edges lie on whole pixels: it is as many pixels wide, even or odd, as bring its centre nearest to the point.
+    function span(center) {
+        return Math.round(2 * center) % 2 === 0 ? 10 : 9
+    }
+
+    x: Math.round(centerX - width / 2)
+    y: Math.round(centerY - height / 2)
+    width: span(centerX)
+    height: span(centerY)
     radius: width / 2
     color: "#ff0000"
     antialiasing: true

@@ -6,7 +6,7 @@ Item {
     width: 1024
     height: 768
 
-    readonly property int rim: 28
+    readonly property int rim: 20
 
     // Updates arrive as JSON objects; a text that is none tells nothing new.
     function parsed(text) {
