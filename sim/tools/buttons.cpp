@@ -50,24 +50,38 @@ input_event make_event(std::uint16_t type, std::uint16_t code, int value) {
     return event;
 }
 
-int write_press(const char* fifo, std::uint16_t key) {
-    const std::array events{
+// The events of one press and release.
+auto press_events(std::uint16_t key) {
+    return std::array{
         make_event(EV_KEY, key, VALUE_PRESSED),
         make_event(EV_SYN, SYN_REPORT, 0),
         make_event(EV_KEY, key, VALUE_RELEASED),
         make_event(EV_SYN, SYN_REPORT, 0),
     };
+}
+
+int fail_press(const char* fifo) {
+    if (errno == ENXIO) {
+        std::fprintf(stderr, "press: no daemon is running on this board\n");
+    } else if (errno == EAGAIN) {
+        std::fprintf(stderr, "press: the daemon doesn't read its buttons, they hold no more\n");
+    } else {
+        std::fprintf(stderr, "press: %s: %s\n", fifo, std::strerror(errno));
+    }
+    return EXIT_FAILURE;
+}
+
+int write_press(const char* fifo, std::uint16_t key) {
     const int fd = open(fifo, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
-        const char* const reason =
-            errno == ENXIO ? "no daemon is running on this board" : std::strerror(errno);
-        std::fprintf(stderr, "press: %s\n", reason);
-        return EXIT_FAILURE;
+        return fail_press(fifo);
     }
+    const auto events = press_events(key);
     // Less than PIPE_BUF, so the kernel takes all or nothing.
     const bool written = write(fd, events.data(), sizeof events) == sizeof events;
+    const int result = written ? EXIT_SUCCESS : fail_press(fifo);
     close(fd);
-    return written ? EXIT_SUCCESS : EXIT_FAILURE;
+    return result;
 }
 
 int press(std::string_view name, const char* fifo) {
@@ -80,19 +94,16 @@ int press(std::string_view name, const char* fifo) {
     return 2;
 }
 
-// --- keeping -------------------------------------------------------------------------------------
-
 // Tells the daemon of one board from other processes.
 struct daemon_marks {
     fs::path executable;
     std::string environment; // a whole entry, VTRDC_SYSROOT=...
 };
 
-std::optional<pid_t> process_id(const fs::path& folder) {
-    const std::string name = folder.filename();
+std::optional<pid_t> parse_pid(std::string_view text) {
     pid_t pid = 0;
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), pid);
-    const bool whole = error == std::errc{} && end == name.data() + name.size();
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), pid);
+    const bool whole = error == std::errc{} && end == text.data() + text.size();
     return whole ? std::optional{pid} : std::nullopt;
 }
 
@@ -112,15 +123,26 @@ bool is_daemon(const fs::path& process, const daemon_marks& marks) {
            has_environment(process, marks.environment);
 }
 
-// Processes of the daemon that live now. One that forks lives on until its child exists, so no
-// moment is without one of them while the daemon detaches.
-std::vector<pid_t> find_daemons(const daemon_marks& marks) {
+// Processes of the daemon that this look at the process table comes across.
+std::vector<pid_t> look_for_daemons(const daemon_marks& marks) {
     std::vector<pid_t> found;
     for (const fs::directory_entry& entry : fs::directory_iterator{"/proc"}) {
-        const std::optional<pid_t> pid = process_id(entry.path());
-        if (pid && *pid != getpid() && is_daemon(entry.path(), marks)) {
+        const std::optional<pid_t> pid = parse_pid(entry.path().filename().native());
+        if (pid && is_daemon(entry.path(), marks)) {
             found.push_back(*pid);
         }
+    }
+    return found;
+}
+
+// Processes of the daemon that live now. One that forks lives on until its child exists, yet when
+// process ids begin anew the child can stand in a part of the table that was passed already. A
+// daemon that detaches forks twice, so three looks can't all miss it.
+std::vector<pid_t> find_daemons(const daemon_marks& marks) {
+    constexpr int LOOKS = 3;
+    std::vector<pid_t> found;
+    for (int look = 0; look < LOOKS && found.empty(); ++look) {
+        found = look_for_daemons(marks);
     }
     return found;
 }
@@ -133,8 +155,11 @@ void wait_for_end(const std::vector<pid_t>& processes) {
         const auto handle = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
         if (handle >= 0) {
             handles.push_back({handle, POLLIN, 0});
+        } else if (errno != ESRCH) {
+            std::_Exit(EXIT_FAILURE); // there is no waiting, so looking again would never stop
         }
     }
+    // Where one is missing, it has ended already.
     if (handles.size() == processes.size()) {
         poll(handles.data(), handles.size(), -1);
     }
@@ -143,18 +168,26 @@ void wait_for_end(const std::vector<pid_t>& processes) {
     }
 }
 
-// A process of its own, in nobody's terminal and nobody's child.
+// Goes on in a child; whoever called has the parent back.
+void fork_away() {
+    const pid_t child = fork();
+    if (child != 0) {
+        std::_Exit(child > 0 ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
+}
+
+// A process of its own, in nobody's terminal and nobody's child, that keeps nothing of its parent
+// open: neither its terminal nor a pipe whose other end waits for the last writer.
 void leave_parent() {
-    if (fork() != 0) {
-        std::_Exit(EXIT_SUCCESS);
-    }
+    fork_away();
     setsid();
-    if (fork() != 0) {
-        std::_Exit(EXIT_SUCCESS);
-    }
+    fork_away();
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
-        close(fd);
-        open("/dev/null", O_RDWR);
+        dup2(nothing, fd);
+    }
+    if (nothing > STDERR_FILENO) {
+        close(nothing);
     }
     if (chdir("/") != 0) {
         std::_Exit(EXIT_FAILURE);
@@ -162,6 +195,7 @@ void leave_parent() {
 }
 
 int keep(const char* fifo, const daemon_marks& marks, pid_t starter) {
+    close_range(STDERR_FILENO + 1, ~0U, 0);
     // Read and write: opening one direction alone would wait for the other.
     const int held = open(fifo, O_RDWR | O_CLOEXEC);
     if (held < 0) {
@@ -192,10 +226,12 @@ int main(int argc, char* argv[]) {
     if (verb == "press" && argc == 4) {
         return press(argv[2], argv[3]);
     }
-    if (verb == "keep" && argc == 6) {
+    const std::optional<pid_t> starter =
+        verb == "keep" && argc == 6 ? parse_pid(argv[5]) : std::nullopt;
+    if (starter) {
         const std::string board = argv[3];
-        return keep(argv[2], {fs::canonical(argv[4]), "VTRDC_SYSROOT=" + board},
-                    std::atoi(argv[5]));
+        std::error_code missing;
+        return keep(argv[2], {fs::canonical(argv[4], missing), "VTRDC_SYSROOT=" + board}, *starter);
     }
     return usage();
 }

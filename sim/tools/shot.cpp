@@ -1,4 +1,5 @@
 // Takes a picture of the simulated panel: its framebuffer file as PNG.
+#include <QFile>
 #include <QImage>
 #include <cstdio>
 #include <fcntl.h>
@@ -39,7 +40,7 @@ int main(int argc, char* argv[]) {
     }
     const QImage image{pixels.data(), PANEL_WIDTH, PANEL_HEIGHT, QImage::Format_RGB32};
     // Always PNG, whatever the name ends in.
-    if (!image.save(QString::fromLocal8Bit(argv[2]), "PNG")) {
+    if (!image.save(QFile::decodeName(argv[2]), "PNG")) {
         std::fprintf(stderr, "shot: can't write %s\n", argv[2]);
         return 1;
     }

@@ -1,0 +1,173 @@
+// The board folder's layout, its stand-in tools, and the keeper of the buttons' FIFO.
+#include "support/daemon.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/input.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+int vtrcore(const board& board, const std::string& arguments) {
+    const std::string command = "VTRDC_SYSROOT=" + board.at("/").parent_path().string() + " " +
+                                board.at("/usr/bin/vtrcore").string() + " " + arguments +
+                                " 2>/dev/null";
+    return WEXITSTATUS(std::system(command.c_str()));
+}
+
+TEST(BoardFolder, LayoutKeepsWhatIsThere) {
+    const board board;
+    std::ofstream{board.at("/opt/okr/osd_okr/qml/main.qml")} << "my own scene";
+    std::ofstream{board.at("/usr/bin/vtrcore")} << "my own tool";
+    fs::remove(board.at("/etc/no-video-input.png"));
+    EXPECT_EQ(board.sim({"layout"}), 0);
+    EXPECT_EQ(read_text(board.at("/opt/okr/osd_okr/qml/main.qml")), "my own scene");
+    EXPECT_EQ(read_text(board.at("/usr/bin/vtrcore")), "my own tool");
+    EXPECT_TRUE(fs::exists(board.at("/etc/no-video-input.png")));
+    EXPECT_FALSE(fs::exists(board.at("/etc/vtrdc.conf")));
+    EXPECT_EQ(fs::file_size(board.at("/dev/fb0")), 1024U * 768U * 4U);
+}
+
+TEST(BoardFolder, PathThatIsTooLongForTheSocketIsRefused) {
+    const board board;
+    EXPECT_EQ(board.sim({"layout", "--board", "/tmp/" + std::string(100, 'x')}), 2);
+    EXPECT_FALSE(fs::exists("/tmp/" + std::string(100, 'x')));
+    // A long name in the settings counts as well.
+    std::ofstream{board.at("/etc/vtrdc.conf")} << "socket_file=/run/" << std::string(90, 's')
+                                               << "\n";
+    EXPECT_EQ(board.sim({"layout"}), 2);
+}
+
+TEST(BoardFolder, CablesAndBadWords) {
+    const board board;
+    const fs::path own = board.at("/own.avi");
+    std::ofstream{own} << "own footage";
+    fs::remove(board.at("/dev/video0"));
+    fs::create_symlink(own, board.at("/dev/video0"));
+    EXPECT_EQ(board.sim({"camera", "off"}), 0);
+    EXPECT_EQ(board.sim({"camera", "off"}), 0);
+    EXPECT_FALSE(fs::exists(board.at("/dev/video0")));
+    EXPECT_EQ(board.sim({"layout"}), 0);
+    EXPECT_FALSE(fs::exists(board.at("/dev/video0"))); // still pulled
+    EXPECT_EQ(board.sim({"camera", "on"}), 0);
+    EXPECT_EQ(board.sim({"camera", "on"}), 0);
+    EXPECT_EQ(fs::read_symlink(board.at("/dev/video0")), own);
+
+    const fs::path cable = board.at("/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state");
+    EXPECT_EQ(board.sim({"hdmi", "on"}), 0);
+    EXPECT_TRUE(fs::exists(cable));
+    EXPECT_EQ(board.sim({"hdmi", "off"}), 0);
+    EXPECT_FALSE(fs::exists(cable));
+
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"camera"},
+                                               {"camera", "sideways"},
+                                               {"hdmi", "2"},
+                                               {"press", "fire"},
+                                               {"dance"},
+                                               {"shot"},
+                                               {"--nonsense"}}) {
+        EXPECT_EQ(board.sim(words), 2) << words.back();
+    }
+    EXPECT_EQ(board.sim({"press", "zoom"}), 1); // no daemon runs
+}
+
+TEST(ThermalCoreTool, KeepsStateAndWritesDownEachCall) {
+    const board board;
+    EXPECT_EQ(vtrcore(board, "zoom 2"), 0);
+    EXPECT_EQ(vtrcore(board, "pip 4"), 0);
+    EXPECT_EQ(vtrcore(board, "origin 435 -3"), 0);
+    EXPECT_EQ(vtrcore(board, "fast-nuc"), 0);
+    EXPECT_EQ(vtrcore(board, "fast-nuc"), 0);
+    EXPECT_EQ(vtrcore(board, "shutter-movement 1"), 0);
+    const fs::path state = board.at("/var/lib/vtrcore");
+    EXPECT_EQ(read_text(state / "zoom"), "2\n");
+    EXPECT_EQ(read_text(state / "pip"), "4\n");
+    EXPECT_EQ(read_text(state / "origin"), "435 -3\n");
+    EXPECT_EQ(read_text(state / "nuc"), "2\n");
+    EXPECT_EQ(read_text(state / "shutter"), "1\n");
+    for (const char* wrong : {"", "zoom", "zoom x", "origin 1", "shutter-movement 2", "dance"}) {
+        EXPECT_EQ(vtrcore(board, wrong), 64) << wrong;
+    }
+    std::ofstream{state / "fail"} << "3\n";
+    EXPECT_EQ(vtrcore(board, "zoom 4"), 3);
+    EXPECT_EQ(read_text(state / "zoom"), "2\n");
+    EXPECT_THAT(read_text(board.at("/var/log/vtrcore.log")),
+                testing::StartsWith("zoom 2\npip 4\norigin 435 -3\nfast-nuc\n"));
+    EXPECT_THAT(read_text(board.at("/var/log/vtrcore.log")), testing::EndsWith("\nzoom 4\n"));
+}
+
+TEST(Buttons, PressWritesRealInputEvents) {
+    const board board;
+    // Stands in for the keeper: opened for both, so that nothing waits.
+    const int fifo = open(board.at("/dev/input/event1").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(fifo, 0);
+    ASSERT_EQ(board.sim({"press", "nuc"}), 0);
+    std::array<input_event, 4> events{};
+    ASSERT_EQ(read(fifo, events.data(), sizeof events), static_cast<ssize_t>(sizeof events));
+    EXPECT_EQ(events[0].type, EV_KEY);
+    EXPECT_EQ(events[0].code, 158);
+    EXPECT_EQ(events[0].value, 1);
+    EXPECT_EQ(events[1].type, EV_SYN);
+    EXPECT_EQ(events[2].code, 158);
+    EXPECT_EQ(events[2].value, 0);
+    EXPECT_EQ(events[3].type, EV_SYN);
+    close(fifo);
+}
+
+// True while somebody holds the FIFO open for reading, as its keeper does.
+bool is_kept(const board& board) {
+    const int fifo = open(board.at("/dev/input/event1").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fifo >= 0) {
+        close(fifo);
+    }
+    return fifo >= 0;
+}
+
+// Ids of processes whose command line names the board.
+std::vector<pid_t> keepers(const board& board) {
+    std::vector<pid_t> found;
+    for (const auto& entry : fs::directory_iterator{"/proc"}) {
+        const std::string command = read_text(entry.path() / "cmdline");
+        if (command.find("vtrdc-sim-buttons") != std::string::npos &&
+            command.find(board.at("/dev/input/event1").string()) != std::string::npos) {
+            found.push_back(static_cast<pid_t>(std::stol(entry.path().filename())));
+        }
+    }
+    return found;
+}
+
+TEST(Buttons, FifoIsKeptOpenAsLongAsTheDaemonLives) {
+    const board board;
+    vtrdc_daemon daemon{board};
+    ASSERT_TRUE(daemon.wait_for("Display Pipeline set to playing"));
+    EXPECT_TRUE(is_kept(board));
+    const std::vector<pid_t> kept_by = keepers(board);
+    ASSERT_EQ(kept_by.size(), 1U);
+    EXPECT_EQ(daemon.stop(), 0);
+    EXPECT_TRUE(has_ended(kept_by.front(), WAIT_LIMIT));
+    EXPECT_FALSE(is_kept(board));
+}
+
+TEST(Buttons, FifoIsKeptOpenForADetachedDaemon) {
+    const board board;
+    vtrdc_daemon starter{board, {"-d", "-p", "/run/vtrdc.pid", "-l", "/var/log/vtrdc.log"}};
+    EXPECT_EQ(starter.wait_exit(WAIT_LIMIT), 0);
+    ASSERT_TRUE(board.wait_for_frames(5));
+    EXPECT_TRUE(is_kept(board));
+    const std::vector<pid_t> kept_by = keepers(board);
+    ASSERT_EQ(kept_by.size(), 1U);
+    const auto daemon = static_cast<pid_t>(std::stol(read_text(board.at("/run/vtrdc.pid"))));
+    EXPECT_EQ(kill(daemon, SIGTERM), 0);
+    EXPECT_TRUE(has_ended(kept_by.front(), WAIT_LIMIT));
+}
+
+} // namespace

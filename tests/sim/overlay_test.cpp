@@ -1,0 +1,147 @@
+// The overlay element with small scenes of its own.
+#include "gst_helpers.h"
+#include "support/temp_folder.h"
+
+#include <array>
+#include <cstdlib>
+
+namespace {
+
+// Red, 50 % green above it, and a drawing taken from the board by its path on the sight.
+constexpr const char* scene = R"(
+import QtQuick
+Item {
+    width: 1024; height: 768
+    objectName: "Root"
+    property int side: 10
+    Rectangle { x: 100; y: 50; width: parent.side; height: parent.side; color: "#ff0000" }
+    Rectangle { x: 300; y: 50; width: 10; height: 10; color: "#8000ff00" }
+    Image { x: 500; y: 50; source: "file:///drawings/blue.svg" }
+    Item { objectName: "Menu"; property string text; onTextChanged: parent.side = parseInt(text) }
+}
+)";
+
+constexpr const char* blue_drawing =
+    "<svg xmlns='http://www.w3.org/2000/svg' width='10' "
+    "height='10'><rect width='10' height='10' fill='#0000ff'/></svg>";
+
+using rgb = std::array<int, 3>;
+
+rgb pixel(const sample_owner& sample, int x, int y) {
+    GstMapInfo map;
+    EXPECT_TRUE(gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ));
+    const guint8* const at =
+        map.data +
+        (std::size_t{1024} * static_cast<std::size_t>(y) + static_cast<std::size_t>(x)) * 4;
+    const rgb result{at[0], at[1], at[2]};
+    gst_buffer_unmap(gst_sample_get_buffer(sample.get()), &map);
+    return result;
+}
+
+constexpr rgb white{255, 255, 255};
+constexpr rgb red{255, 0, 0};
+constexpr rgb blue{0, 0, 255};
+
+class OverlayTest : public GstTest {
+protected:
+    OverlayTest() {
+        setenv("VTRDC_SYSROOT", folder_.path().c_str(), 1);
+        folder_.write("var/log/overlay.log", "");
+        folder_.write("drawings/blue.svg", blue_drawing);
+    }
+    ~OverlayTest() override { unsetenv("VTRDC_SYSROOT"); }
+
+    // White frames under the scene in the file.
+    [[nodiscard]] static std::string over_white(const std::string& file) {
+        return "videotestsrc is-live=true pattern=white ! "
+               "video/x-raw,format=RGBA,width=1024,height=768,framerate=30/1 ! "
+               "qtoverlay name=overlay qml=" +
+               file + " ! appsink name=out sync=false";
+    }
+    // Pulls frames until one has this colour there.
+    static bool wait_for_pixel(const test_pipeline& pipeline, int x, int y, const rgb& colour) {
+        for (int i = 0; i < 300; ++i) {
+            const sample_owner sample = pipeline.pull();
+            if (!sample || pixel(sample, x, y) == colour) {
+                return sample != nullptr;
+            }
+        }
+        return false;
+    }
+
+    temp_folder folder_;
+};
+
+TEST_F(OverlayTest, SceneIsBlendedOntoFrames) {
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", scene))};
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 505, 55, blue)); // found below the system root
+    const sample_owner sample = pipeline.pull();
+    EXPECT_EQ(pixel(sample, 100, 50), red);
+    EXPECT_EQ(pixel(sample, 109, 59), red);
+    EXPECT_EQ(pixel(sample, 99, 50), white);
+    EXPECT_EQ(pixel(sample, 110, 59), white);
+    const rgb half = pixel(sample, 305, 55);
+    EXPECT_NEAR(half[0], 127, 2);
+    EXPECT_EQ(half[1], 255);
+    EXPECT_NEAR(half[2], 127, 2);
+    EXPECT_EQ(pixel(sample, 1023, 767), white);
+}
+
+TEST_F(OverlayTest, AttributesChangeTheSceneInOrderAndAreWrittenDown) {
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", scene))};
+    // Before the scene can have been loaded.
+    set(pipeline["overlay"], "qml-attribute", "Menu.text:40");
+    set(pipeline["overlay"], "qml-attribute", "Nobody.text:{\"A\": 1}");
+    set(pipeline["overlay"], "qml-attribute", "Menu.text:20");
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 119, 69, red));
+    EXPECT_EQ(pixel(pipeline.pull(), 121, 69), white);
+    set(pipeline["overlay"], "qml-attribute", "Root.side:30");
+    EXPECT_TRUE(wait_for_pixel(pipeline, 129, 79, red));
+    EXPECT_EQ(read_text(folder_.path() / "var/log/overlay.log"),
+              "Menu.text:40\nNobody.text:{\"A\": 1}\nMenu.text:20\nRoot.side:30\n");
+}
+
+TEST_F(OverlayTest, DisabledOverlayPassesFramesUnchanged) {
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", scene))};
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 105, 55, red));
+    set(pipeline["overlay"], "disable", "true");
+    EXPECT_TRUE(wait_for_pixel(pipeline, 105, 55, white));
+    set(pipeline["overlay"], "disable", "false");
+    EXPECT_TRUE(wait_for_pixel(pipeline, 105, 55, red));
+}
+
+TEST_F(OverlayTest, SceneThatCannotBeLoadedIsAWarningWithItsPlace) {
+    const std::string broken = folder_.write("broken.qml", "import QtQuick\nItem {\n oops: }\n");
+    for (const std::string& file : {broken, std::string{"/nonexistent/scene.qml"}}) {
+        test_pipeline pipeline{over_white(file)};
+        pipeline.play();
+        const message_owner message = pipeline.wait_for(GST_MESSAGE_WARNING);
+        ASSERT_TRUE(message) << file;
+        GError* error = nullptr;
+        gst_message_parse_warning(message.get(), &error, nullptr);
+        const std::string text = error->message;
+        g_error_free(error);
+        EXPECT_NE(text.find(file == broken ? "broken.qml:3" : "scene.qml"), std::string::npos)
+            << text;
+        EXPECT_EQ(pixel(pipeline.pull(), 105, 55), white);
+    }
+}
+
+TEST_F(OverlayTest, ElementsComeAndGoWhileScenesLoad) {
+    const std::string file = folder_.write("scene.qml", scene);
+    for (int round = 0; round < 20; ++round) {
+        test_pipeline pipeline{over_white(file)};
+        pipeline.play();
+        if (round % 4 == 0) {
+            ASSERT_TRUE(pipeline.pull());
+        }
+    }
+    test_pipeline last{over_white(file)};
+    last.play();
+    EXPECT_TRUE(wait_for_pixel(last, 105, 55, red));
+}
+
+} // namespace
