@@ -12,17 +12,20 @@ say() {
 die() {
     local status=$1
     shift
-    say "$(basename "$0"): $*"
+    say "${0##*/}: $*"
     exit "$status"
 }
 
-# The build folder of a kind of build: none (the daily one) or sanitize.
+# Ends the script, whose function `usage` says what it takes instead.
+bad_usage() {
+    say "${0##*/}: $*"
+    usage >&2
+    exit 2
+}
+
+# The build folder of a preset, release or asan. VTRDC_BUILD_DIR puts another in its place.
 build_dir() {
-    if [[ -n ${VTRDC_BUILD_DIR:-} ]]; then
-        printf '%s\n' "$VTRDC_BUILD_DIR"
-    elif [[ ${1:-} == sanitize ]]; then
-        printf '%s\n' "$VTRDC_SOURCE_DIR/build-asan"
-    else
-        printf '%s\n' "$VTRDC_SOURCE_DIR/build"
-    fi
+    local folder=$VTRDC_SOURCE_DIR/build
+    [[ $1 == release ]] || folder=$folder-$1
+    printf '%s\n' "${VTRDC_BUILD_DIR:-$folder}"
 }

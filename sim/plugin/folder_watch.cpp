@@ -1,6 +1,8 @@
 // A non-blocking inotify descriptor on one folder.
 #include "folder_watch.h"
 
+#include "pixels.h"
+
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -11,7 +13,7 @@ namespace sim {
 namespace {
 
 // A caller asks once a picture, so this is a second.
-constexpr unsigned calls_between_tries = 30;
+constexpr unsigned calls_between_tries = sensor_rate;
 
 // Complete files only: a write is seen when its file is closed.
 constexpr unsigned watched_events =

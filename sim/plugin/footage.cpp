@@ -21,9 +21,10 @@ constexpr const char* conversion =
     " ! videoconvert ! videoscale ! video/x-raw, format=GRAY8, width=640, height=480, "
     "pixel-aspect-ratio=1/1 ! appsink name=sink sync=false max-buffers=3";
 
-bool is_character_device(const std::string& path) {
+// The file type bits of the path's target, 0 when there is none.
+mode_t kind_of(const std::string& path) {
     struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
 }
 
 // A warm blob that wanders over the own scene; all lengths as parts of the picture's height.
@@ -46,7 +47,12 @@ footage::footage() : picture_(sensor_pixels, closed_grey) {}
 
 void footage::open(const std::string& path) {
     close();
-    live_ = is_character_device(path);
+    const mode_t kind = kind_of(path);
+    live_ = kind == S_IFCHR;
+    if (!live_ && kind != S_IFREG) {
+        GST_WARNING("%s is no footage, drawing a scene instead", path.c_str());
+        return;
+    }
     const std::string description =
         std::string(live_ ? "v4l2src name=file" : "filesrc name=file ! decodebin") + conversion;
     GError* problem = nullptr;

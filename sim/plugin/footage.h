@@ -3,6 +3,7 @@
 #pragma once
 
 #include "gst_owners.h"
+#include "pixels.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,8 +13,6 @@
 
 namespace sim {
 
-inline constexpr int sensor_width = 640;
-inline constexpr int sensor_height = 480;
 inline constexpr std::size_t sensor_pixels = std::size_t{sensor_width} * sensor_height;
 
 using grey_picture = std::span<const std::uint8_t, sensor_pixels>;
@@ -26,6 +25,7 @@ public:
     ~footage() { close(); }
 
     // Starts playing the file, or opens the character device. Decoding runs on threads of its own.
+    // What is neither is not touched (opening a FIFO would block).
     void open(const std::string& path);
     void close();
 

@@ -10,6 +10,9 @@
 #include <mutex>
 #include <string>
 
+GST_DEBUG_CATEGORY_STATIC(imxipuvideosink_debug);
+#define GST_CAT_DEFAULT imxipuvideosink_debug
+
 namespace {
 
 enum property : guint { prop_framebuffer = 1, prop_use_vsync };
@@ -70,10 +73,14 @@ GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
         GST_ELEMENT_ERROR(sink, RESOURCE, READ, (nullptr), ("can't map a picture"));
         return GST_FLOW_ERROR;
     }
-    state.panel.show({static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
-                      GST_VIDEO_FRAME_WIDTH(&frame), GST_VIDEO_FRAME_HEIGHT(&frame),
-                      GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)});
+    const bool shown =
+        state.panel.show({static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
+                          GST_VIDEO_FRAME_WIDTH(&frame), GST_VIDEO_FRAME_HEIGHT(&frame),
+                          GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)});
     gst_video_frame_unmap(&frame);
+    if (!shown) {
+        GST_INFO_OBJECT(sink, "a picture was left out");
+    }
     return GST_FLOW_OK;
 }
 
@@ -122,6 +129,8 @@ static void sim_imxipuvideosink_init(SimIpuVideoSink* self) {
 }
 
 static void sim_imxipuvideosink_class_init(SimIpuVideoSinkClass* klass) {
+    imxipuvideosink_debug = sim::debug_category("imxipuvideosink");
+
     auto* object = G_OBJECT_CLASS(klass);
     object->set_property = set_property;
     object->get_property = get_property;

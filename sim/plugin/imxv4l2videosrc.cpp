@@ -3,13 +3,16 @@
 #include "elements.h"
 #include "footage.h"
 #include "source_gate.h"
+#include "thermal_core.h"
 
 #include <gst/base/gstpushsrc.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unistd.h>
 
@@ -20,7 +23,6 @@ namespace {
 
 enum property : guint { prop_device = 1, prop_capture_mode, prop_queue_size };
 
-constexpr guint64 frames_per_second = 30;
 // Grey is luma alone: chroma stays at its middle. The full range (the 1 in the colorimetry) is
 // used, as a thermal core's palette does.
 constexpr std::uint8_t no_chroma = 128;
@@ -37,6 +39,7 @@ struct source_state {
     // Streaming thread, and state changes while it doesn't run.
     std::string playing; // the device that was opened
     sim::footage footage;
+    std::optional<sim::thermal_core> core;
     guint64 frame = 0;                             // number of the next one
     GstClockTime first_time = GST_CLOCK_TIME_NONE; // running time of frame 0
 };
@@ -79,11 +82,14 @@ gboolean start(GstBaseSrc* base) noexcept {
     state.frame = 0;
     state.first_time = GST_CLOCK_TIME_NONE;
     state.footage.open(state.playing);
+    state.core.emplace(sim::core_state_folder());
     return TRUE;
 }
 
 gboolean stop(GstBaseSrc* base) noexcept {
-    self_of(base)->state.footage.close();
+    source_state& state = self_of(base)->state;
+    state.footage.close();
+    state.core.reset();
     return TRUE;
 }
 
@@ -98,7 +104,7 @@ gboolean unlock_stop(GstBaseSrc* base) noexcept {
 }
 
 GstClockTime frame_time(guint64 frame) {
-    return gst_util_uint64_scale(frame, GST_SECOND, frames_per_second);
+    return gst_util_uint64_scale(frame, GST_SECOND, guint64{sim::sensor_rate});
 }
 
 // Waits until the next frame is due. Frames that are past already, after a pause or a stall, are
@@ -110,10 +116,24 @@ sim::wake wait_for_frame(SimCamera* self) {
         state.first_time = now;
     }
     const guint64 past =
-        gst_util_uint64_scale(now - state.first_time, frames_per_second, GST_SECOND);
+        gst_util_uint64_scale(now - state.first_time, guint64{sim::sensor_rate}, GST_SECOND);
     state.frame = std::max(state.frame, past);
     const GstClockTime due = state.first_time + frame_time(state.frame);
     return state.gate.sleep(std::chrono::nanoseconds(due > now ? due - now : 0));
+}
+
+// Draws what the core makes of the sensor's picture. False when the buffer can't be written.
+bool draw(source_state& state, GstClockTime time, GstBuffer* buffer) {
+    GstMapInfo map;
+    if (gst_buffer_map(buffer, &map, GST_MAP_WRITE) == FALSE) {
+        return false;
+    }
+    const sim::grey_picture picture = state.footage.at(time);
+    state.core->deliver({picture.data(), sim::sensor_width, sim::sensor_width, sim::sensor_height},
+                        {map.data, sim::sensor_width, sim::sensor_width, sim::sensor_height});
+    std::memset(map.data + picture.size(), no_chroma, frame_bytes - picture.size());
+    gst_buffer_unmap(buffer, &map);
+    return true;
 }
 
 GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
@@ -128,9 +148,9 @@ GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
         return GST_FLOW_EOS;
     }
     const GstClockTime time = frame_time(state.frame);
-    const sim::grey_picture picture = state.footage.at(time);
-    gst_buffer_fill(buffer, 0, picture.data(), picture.size());
-    gst_buffer_memset(buffer, picture.size(), no_chroma, frame_bytes - picture.size());
+    if (!draw(state, time, buffer)) {
+        return GST_FLOW_ERROR;
+    }
     GST_BUFFER_PTS(buffer) = state.first_time + time;
     GST_BUFFER_DURATION(buffer) = frame_time(1);
     ++state.frame;

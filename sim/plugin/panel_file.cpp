@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <bit>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace sim {
@@ -45,10 +47,7 @@ bool panel_file::open(const std::string& path) {
     if (fd_ < 0) {
         return false;
     }
-    struct stat status {};
-    const bool ordinary = fstat(fd_, &status) == 0 && S_ISREG(status.st_mode);
-    if (ordinary && status.st_size != static_cast<off_t>(panel_bytes) &&
-        ftruncate(fd_, static_cast<off_t>(panel_bytes)) != 0) {
+    if (!ensure_size()) {
         close();
         return false;
     }
@@ -72,11 +71,38 @@ void panel_file::close() {
     }
 }
 
-void panel_file::show(const rgba_picture& picture) {
+// Waits for readers, but not for one that was stopped while it held the lock: the pipe could not be
+// ended any more.
+bool panel_file::lock() const {
+    using namespace std::chrono_literals;
+    for (int tries = 0; tries < 20; ++tries) {
+        if (flock(fd_, LOCK_EX | LOCK_NB) == 0) {
+            return true;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return false;
+}
+
+// An ordinary file that somebody cut short gets its size back: writing through the mapping beyond
+// its end would kill the process.
+bool panel_file::ensure_size() const {
+    struct stat status {};
+    if (fstat(fd_, &status) != 0) {
+        return false;
+    }
+    return !S_ISREG(status.st_mode) || status.st_size == static_cast<off_t>(panel_bytes) ||
+           ftruncate(fd_, static_cast<off_t>(panel_bytes)) == 0;
+}
+
+bool panel_file::show(const rgba_picture& picture) {
     const span_on_panel across = place(picture.width, panel_width);
     const span_on_panel down = place(picture.height, panel_height);
-    flock(fd_, LOCK_EX);
-    for (int line = 0; line < down.length; ++line) {
+    if (!lock()) {
+        return false;
+    }
+    const bool whole = ensure_size();
+    for (int line = 0; whole && line < down.length; ++line) {
         const std::ptrdiff_t from = std::ptrdiff_t{down.from + line} * picture.stride +
                                     std::ptrdiff_t{across.from} * panel_pixel_bytes;
         const std::ptrdiff_t to =
@@ -86,6 +112,7 @@ void panel_file::show(const rgba_picture& picture) {
     flock(fd_, LOCK_UN);
     // Writing through a mapping tells nobody; who waits for a new picture watches the file.
     futimens(fd_, nullptr);
+    return whole;
 }
 
 } // namespace sim

@@ -33,10 +33,15 @@ public:
     void close();
 
     // Replaces what the panel shows; a picture of another size is centred or cropped. The file is
-    // locked meanwhile (flock), so that who reads it under a shared lock sees whole pictures.
-    void show(const rgba_picture& picture);
+    // locked meanwhile (flock), so that who reads it under a shared lock sees whole pictures. False
+    // when the picture was left out: a reader held the lock too long, or the file can't be kept at
+    // the panel's size.
+    bool show(const rgba_picture& picture);
 
 private:
+    [[nodiscard]] bool lock() const;
+    [[nodiscard]] bool ensure_size() const;
+
     int fd_ = -1;
     std::uint8_t* mapping_ = nullptr;
 };

@@ -1,4 +1,4 @@
-// Pixel loops of the stand-ins. They are compiled for speed also where the rest is not.
+// Loops over the pixels of grey pictures. They are compiled for speed also where the rest is not.
 #include "pixels.h"
 
 #include <algorithm>
@@ -34,8 +34,8 @@ double source_position(double begin, double scale, int index) {
     return begin + (index + 0.5) / scale - 0.5;
 }
 
-using tap_row = std::array<tap, thermal_width>;
-using wide_row = std::array<std::uint16_t, thermal_width>; // values with eight fractional bits
+using tap_row = std::array<tap, sensor_width>;
+using wide_row = std::array<std::uint16_t, sensor_width>; // values with eight fractional bits
 
 void stretch_row(const std::uint8_t* source, const tap_row& taps, int width, wide_row& row) {
     for (int x = 0; x < width; ++x) {
@@ -118,14 +118,6 @@ void resample(const grey_view& source, const window& shown, const grey_target& t
         const wide_row& upper = rows.at(row.first);
         mix_rows(upper, rows.at(row.second), row.weight, target.width,
                  target.pixels + y * target.stride);
-    }
-}
-
-void swap_red_and_blue(const std::uint8_t* source, std::uint32_t* target, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        std::uint32_t pixel = 0;
-        std::memcpy(&pixel, source + i * sizeof pixel, sizeof pixel);
-        target[i] = (pixel & 0xff00ff00U) | ((pixel & 0xffU) << 16U) | ((pixel >> 16U) & 0xffU);
     }
 }
 

@@ -1,4 +1,4 @@
-// Pixel loops of the stand-ins, apart from anything that knows GStreamer.
+// Grey pictures and the loops over their pixels, apart from anything that knows GStreamer.
 #pragma once
 
 #include <cstddef>
@@ -6,10 +6,10 @@
 
 namespace sim {
 
-inline constexpr int thermal_width = 640;
-inline constexpr int thermal_height = 480;
-inline constexpr int panel_width = 1024;
-inline constexpr int panel_height = 768;
+// What the thermal core delivers.
+inline constexpr int sensor_width = 640;
+inline constexpr int sensor_height = 480;
+inline constexpr int sensor_rate = 30; // pictures a second
 
 // Grey pictures of one byte a pixel, not owned. `stride` is in bytes.
 struct grey_view {
@@ -22,7 +22,7 @@ struct grey_view {
 struct grey_target {
     std::uint8_t* pixels;
     std::ptrdiff_t stride;
-    int width; // at most thermal_width
+    int width; // at most sensor_width
     int height;
 };
 
@@ -41,8 +41,5 @@ struct window {
 
 // Fills `target` with the window, bilinear. Beyond the source's borders its edge pixels repeat.
 void resample(const grey_view& source, const window& shown, const grey_target& target);
-
-// Turns `count` pixels with red in the lowest byte into such with blue in the lowest byte.
-void swap_red_and_blue(const std::uint8_t* source, std::uint32_t* target, std::size_t count);
 
 } // namespace sim

@@ -14,29 +14,57 @@
 #include <mutex>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
 enum property : guint { prop_qml = 1, prop_qml_attribute, prop_disable };
 
-// Lets the scene thread speak of the element for as long as that exists.
-class weak_element {
+// What the scene thread has to say of the element, for as long as that exists. Before the element
+// is in a pipe that listens, the text waits for it.
+class scene_reports {
 public:
-    explicit weak_element(GstElement* element) { g_weak_ref_init(&reference_, element); }
-    weak_element(const weak_element&) = delete;
-    weak_element& operator=(const weak_element&) = delete;
-    ~weak_element() { g_weak_ref_clear(&reference_); }
+    explicit scene_reports(GstElement* element) { g_weak_ref_init(&element_, element); }
+    scene_reports(const scene_reports&) = delete;
+    scene_reports& operator=(const scene_reports&) = delete;
+    ~scene_reports() { g_weak_ref_clear(&element_); }
 
-    void warn(const std::string& text) {
-        auto* const element = static_cast<GstElement*>(g_weak_ref_get(&reference_));
+    void add(const std::string& text) {
+        {
+            const std::scoped_lock lock(mutex_);
+            if (!started_) {
+                waiting_.push_back(text);
+                return;
+            }
+        }
+        post(text);
+    }
+
+    void start() {
+        std::vector<std::string> waiting;
+        {
+            const std::scoped_lock lock(mutex_);
+            started_ = true;
+            waiting.swap(waiting_);
+        }
+        for (const std::string& text : waiting) {
+            post(text);
+        }
+    }
+
+private:
+    void post(const std::string& text) {
+        auto* const element = static_cast<GstElement*>(g_weak_ref_get(&element_));
         if (element != nullptr) {
             GST_ELEMENT_WARNING(element, RESOURCE, FAILED, ("%s", text.c_str()), (nullptr));
             gst_object_unref(element);
         }
     }
 
-private:
-    GWeakRef reference_;
+    GWeakRef element_;
+    std::mutex mutex_;
+    bool started_ = false;
+    std::vector<std::string> waiting_;
 };
 
 struct overlay_state {
@@ -44,6 +72,7 @@ struct overlay_state {
     std::mutex mutex; // texts as they were set
     std::string qml;
     std::string attribute;
+    std::shared_ptr<scene_reports> reports;
     std::unique_ptr<sim::overlay_scene> scene;
 };
 
@@ -140,6 +169,11 @@ GstFlowReturn transform_frame_ip(GstVideoFilter* filter, GstVideoFrame* frame) n
     return GST_FLOW_OK;
 }
 
+gboolean start(GstBaseTransform* transform) noexcept {
+    self_of(transform)->state.reports->start();
+    return TRUE;
+}
+
 void finalize(GObject* object) noexcept {
     std::destroy_at(&self_of(object)->state);
     G_OBJECT_CLASS(sim_qtoverlay_parent_class)->finalize(object);
@@ -162,9 +196,9 @@ void install_properties(GObjectClass* object) {
 
 static void sim_qtoverlay_init(SimQtOverlay* self) {
     std::construct_at(&self->state);
-    const auto element = std::make_shared<weak_element>(GST_ELEMENT(self));
+    self->state.reports = std::make_shared<scene_reports>(GST_ELEMENT(self));
     self->state.scene = std::make_unique<sim::overlay_scene>(
-        [element](const std::string& text) { element->warn(text); });
+        [reports = self->state.reports](const std::string& text) { reports->add(text); });
 }
 
 static void sim_qtoverlay_class_init(SimQtOverlayClass* klass) {
@@ -180,5 +214,6 @@ static void sim_qtoverlay_class_init(SimQtOverlayClass* klass) {
     sim::add_pad(element, GST_PAD_SINK, caps);
     sim::add_pad(element, GST_PAD_SRC, caps);
 
+    GST_BASE_TRANSFORM_CLASS(klass)->start = start;
     GST_VIDEO_FILTER_CLASS(klass)->transform_frame_ip = transform_frame_ip;
 }

@@ -18,7 +18,7 @@ constexpr double max_magnification = 64;
 constexpr double max_coordinate = 10000;
 constexpr int shutter_closed_frames = 5;
 constexpr std::uint8_t shutter_level = 128;
-constexpr std::uint8_t border_level = 235; // white, as video counts it
+constexpr std::uint8_t border_level = 255; // white
 constexpr int border = 2;
 
 std::string content_of(const std::string& path) {

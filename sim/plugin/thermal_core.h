@@ -9,11 +9,11 @@
 namespace sim {
 
 struct core_settings {
-    double zoom = 1;      // 1 to 64
-    double pip = 0;       // magnification of the inset, up to 64; 0: no inset
+    double zoom = 1;       // 1 to 64
+    double pip = 0;        // magnification of the inset, up to 64; 0: no inset
     double origin_x = 320; // the point that zoom and inset keep in place, in thermal pixels
     double origin_y = 240;
-    std::string nuc; // changes with each correction that is asked for
+    std::string nuc = {}; // changes with each correction that is asked for
 };
 
 // Reads the state files "zoom", "pip", "origin" and "nuc". What is missing or makes no sense has
@@ -26,7 +26,7 @@ struct core_settings {
 // Where the inset lies in the picture.
 inline constexpr int inset_width = 256;
 inline constexpr int inset_height = 192;
-inline constexpr int inset_x = (thermal_width - inset_width) / 2;
+inline constexpr int inset_x = (sensor_width - inset_width) / 2;
 inline constexpr int inset_y = 8;
 
 // Draws the picture that the settings ask for: the zoom window, and the inset with its border.

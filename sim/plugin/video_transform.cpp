@@ -78,13 +78,24 @@ GstFlowReturn transform_frame(GstVideoFilter* filter, GstVideoFrame* from,
     return GST_FLOW_OK;
 }
 
+void push_event(GstElement* element, gpointer event) noexcept {
+    gst_pad_push_event(GST_BASE_TRANSFORM_SRC_PAD(element), gst_event_ref(GST_EVENT(event)));
+}
+
+void drop_event(gpointer event) noexcept {
+    gst_event_unref(GST_EVENT(event));
+}
+
 // The end of the splash is sent to the transform itself, downstream of a picture without end. From
-// then on what comes from upstream is refused as past the end.
+// then on what comes from upstream is refused as past the end. Another thread pushes it: what is
+// downstream may be blocked until the sender, who still holds this element's state lock, changes
+// the pipe's state.
 gboolean send_event(GstElement* element, GstEvent* event) noexcept {
     if (GST_EVENT_TYPE(event) != GST_EVENT_EOS) {
         return GST_ELEMENT_CLASS(sim_video_transform_parent_class)->send_event(element, event);
     }
-    return gst_pad_push_event(GST_BASE_TRANSFORM_SRC_PAD(element), event);
+    gst_element_call_async(element, push_event, event, drop_event);
+    return TRUE;
 }
 
 gboolean stop(GstBaseTransform* transform) noexcept {
@@ -101,8 +112,10 @@ static void sim_video_transform_init(SimVideoTransform* self) {
 static void sim_video_transform_class_init(SimVideoTransformClass* klass) {
     auto* element = GST_ELEMENT_CLASS(klass);
     element->send_event = send_event;
-    sim::add_pad(element, GST_PAD_SINK, "video/x-raw");
-    sim::add_pad(element, GST_PAD_SRC, "video/x-raw");
+    // With ranges for size and rate: fixating needs the fields to be there.
+    constexpr const char* any_video = GST_VIDEO_CAPS_MAKE(GST_VIDEO_FORMATS_ALL);
+    sim::add_pad(element, GST_PAD_SINK, any_video);
+    sim::add_pad(element, GST_PAD_SRC, any_video);
 
     auto* transform = GST_BASE_TRANSFORM_CLASS(klass);
     transform->transform_caps = transform_caps;

@@ -22,6 +22,8 @@
 #include <condition_variable>
 #include <mutex>
 #include <set>
+#include <utility>
+#include <vector>
 
 #include <gst/gst.h>
 
@@ -46,6 +48,7 @@ public:
 
     // Scene thread only.
     std::unique_ptr<rendered_scene> scene;
+    std::vector<QString> early_attributes; // set before there was a scene
 
 private:
     mutable std::mutex mutex_;
@@ -120,6 +123,11 @@ public:
         window_.contentItem()->setSize(QSizeF(overlay_width, overlay_height));
         window_.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&image_));
         engine_.setOutputWarningsToStandardError(false);
+        QObject::connect(&engine_, &QQmlEngine::warnings, [](const QList<QQmlError>& errors) {
+            for (const QQmlError& error : errors) {
+                GST_WARNING("%s", error.toString().toUtf8().constData());
+            }
+        });
         engine_.addUrlInterceptor(&urls_);
         image_.fill(Qt::transparent);
     }
@@ -225,6 +233,9 @@ void load_scene(scene_output& output, const QString& file) {
     output.show(nullptr);
     output.scene = std::make_unique<rendered_scene>(output);
     output.scene->load(file);
+    for (const QString& text : std::exchange(output.early_attributes, {})) {
+        output.scene->set_attribute(text);
+    }
     scene_thread_guard_exit();
 }
 
@@ -289,6 +300,8 @@ void overlay_scene::set_attribute(const std::string& text) {
     scene_thread_post([output = output_, text] {
         if (output->scene) {
             output->scene->set_attribute(QString::fromStdString(text));
+        } else {
+            output->early_attributes.push_back(QString::fromStdString(text));
         }
     });
 }

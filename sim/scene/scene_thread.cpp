@@ -111,6 +111,8 @@ void prepare_environment() {
     setenv("QT_NO_GLIB", "1", 1);
     // Scenes recolour reticle drawings, which they read as text.
     setenv("QML_XHR_ALLOW_FILE_READ", "1", 1);
+    // Compiled scenes would be left in the user's home.
+    setenv("QML_DISABLE_DISK_CACHE", "1", 1);
 }
 
 void thread_main() {
@@ -143,6 +145,19 @@ void stop_before_exit() {
     state().changed.wait_for(lock, exit_patience, [] { return state().finished; });
 }
 
+// Thread-local objects of the thread that calls exit go before any exit handler runs: this one comes
+// in time also while a scene is bringing in a library. Only the main thread's end is the process's.
+struct exit_guard {
+    exit_guard() = default;
+    exit_guard(const exit_guard&) = delete;
+    exit_guard& operator=(const exit_guard&) = delete;
+    ~exit_guard() {
+        if (gettid() == getpid()) {
+            stop_before_exit();
+        }
+    }
+};
+
 // All signals stay with the program's own threads.
 void start_without_signals() {
     sigset_t all;
@@ -156,6 +171,7 @@ void start_without_signals() {
 } // namespace
 
 void scene_thread_start() {
+    [[maybe_unused]] static thread_local exit_guard guard;
     static std::once_flag once;
     std::call_once(once, [] {
         prepare_environment();

@@ -20,6 +20,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -168,20 +169,26 @@ void wait_for_end(const std::vector<pid_t>& processes) {
     }
 }
 
-// Goes on in a child; whoever called has the parent back.
-void fork_away() {
+// Goes on in a child. The parent ends with the status of whoever it started, or at once when the
+// child is the one to stay.
+void fork_away(bool child_stays) {
     const pid_t child = fork();
-    if (child != 0) {
-        std::_Exit(child > 0 ? EXIT_SUCCESS : EXIT_FAILURE);
+    if (child == 0) {
+        return;
     }
+    int status = child > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    if (child > 0 && !child_stays) {
+        waitpid(child, &status, 0);
+    }
+    std::_Exit(status == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 // A process of its own, in nobody's terminal and nobody's child, that keeps nothing of its parent
 // open: neither its terminal nor a pipe whose other end waits for the last writer.
 void leave_parent() {
-    fork_away();
+    fork_away(false);
     setsid();
-    fork_away();
+    fork_away(true);
     const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
         dup2(nothing, fd);

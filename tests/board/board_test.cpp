@@ -1,14 +1,14 @@
 // The board folder's layout, its stand-in tools, and the keeper of the buttons' FIFO.
+#include "keeper.h"
+
 #include "support/daemon.h"
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <linux/input.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,10 +40,6 @@ TEST(BoardFolder, PathThatIsTooLongForTheSocketIsRefused) {
     const board board;
     EXPECT_EQ(board.sim({"layout", "--board", "/tmp/" + std::string(100, 'x')}), 2);
     EXPECT_FALSE(fs::exists("/tmp/" + std::string(100, 'x')));
-    // A long name in the settings counts as well.
-    std::ofstream{board.at("/etc/vtrdc.conf")} << "socket_file=/run/" << std::string(90, 's')
-                                               << "\n";
-    EXPECT_EQ(board.sim({"layout"}), 2);
 }
 
 TEST(BoardFolder, CablesAndBadWords) {
@@ -105,24 +101,6 @@ TEST(ThermalCoreTool, KeepsStateAndWritesDownEachCall) {
     EXPECT_THAT(read_text(board.at("/var/log/vtrcore.log")), testing::EndsWith("\nzoom 4\n"));
 }
 
-TEST(Buttons, PressWritesRealInputEvents) {
-    const board board;
-    // Stands in for the keeper: opened for both, so that nothing waits.
-    const int fifo = open(board.at("/dev/input/event1").c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_GE(fifo, 0);
-    ASSERT_EQ(board.sim({"press", "nuc"}), 0);
-    std::array<input_event, 4> events{};
-    ASSERT_EQ(read(fifo, events.data(), sizeof events), static_cast<ssize_t>(sizeof events));
-    EXPECT_EQ(events[0].type, EV_KEY);
-    EXPECT_EQ(events[0].code, 158);
-    EXPECT_EQ(events[0].value, 1);
-    EXPECT_EQ(events[1].type, EV_SYN);
-    EXPECT_EQ(events[2].code, 158);
-    EXPECT_EQ(events[2].value, 0);
-    EXPECT_EQ(events[3].type, EV_SYN);
-    close(fifo);
-}
-
 // True while somebody holds the FIFO open for reading, as its keeper does.
 bool is_kept(const board& board) {
     const int fifo = open(board.at("/dev/input/event1").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
@@ -130,19 +108,6 @@ bool is_kept(const board& board) {
         close(fifo);
     }
     return fifo >= 0;
-}
-
-// Ids of processes whose command line names the board.
-std::vector<pid_t> keepers(const board& board) {
-    std::vector<pid_t> found;
-    for (const auto& entry : fs::directory_iterator{"/proc"}) {
-        const std::string command = read_text(entry.path() / "cmdline");
-        if (command.find("vtrdc-sim-buttons") != std::string::npos &&
-            command.find(board.at("/dev/input/event1").string()) != std::string::npos) {
-            found.push_back(static_cast<pid_t>(std::stol(entry.path().filename())));
-        }
-    }
-    return found;
 }
 
 TEST(Buttons, FifoIsKeptOpenAsLongAsTheDaemonLives) {

@@ -1,5 +1,7 @@
 // Streams through the overlay and calls exit(1) on the main thread after the given time, whatever
 // the streaming and scene threads are in the middle of.
+#include "support/stand_ins.h"
+
 #include <array>
 #include <cstdlib>
 #include <gst/gst.h>
@@ -9,7 +11,7 @@ int main(int argc, char* argv[]) {
     if (argc != 3) {
         return 2;
     }
-    gst_init(nullptr, nullptr);
+    init_with_stand_ins();
     GstElement* const pipeline = gst_parse_launch(
         "videotestsrc is-live=true ! video/x-raw, format=RGBA, width=1024, height=768, "
         "framerate=60/1 ! queue ! qtoverlay name=overlay ! queue ! fakesink",

@@ -1,8 +1,10 @@
 // Short forms for tests of elements: pipelines from text, properties, messages, samples.
 #pragma once
 
+#include "support/stand_ins.h"
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
+
 #include <gst/gst.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -78,5 +80,5 @@ inline void set(GstElement* element, const char* property, const std::string& va
 // A test with GStreamer up.
 class GstTest : public testing::Test {
 protected:
-    static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
+    static void SetUpTestSuite() { init_with_stand_ins(); }
 };

@@ -1,9 +1,10 @@
-// Makes the registry of plug-ins that GST_REGISTRY names, and checks that the stand-ins are in it.
+// Makes the registry of plug-ins that boards start from, and checks that the stand-ins are in it.
+#include "support/stand_ins.h"
+
 #include <cstdio>
-#include <gst/gst.h>
 
 int main() {
-    gst_init(nullptr, nullptr);
+    init_with_stand_ins();
     GstElementFactory* const factory = gst_element_factory_find("qtoverlay");
     if (factory == nullptr) {
         std::fputs("the stand-ins were not found\n", stderr);

@@ -1,0 +1,173 @@
+// The front doors: what they hand to package tools, build tools and the daemon. Stand-ins first in
+// PATH take the place of the tools and write down how they were called.
+#include "run.h"
+
+#include "support/temp_folder.h"
+
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+namespace {
+
+class FrontDoorTest : public testing::Test {
+protected:
+    // A tool that goes before the machine's own; its calls stand in the file "calls".
+    void stand_in(const std::string& name, const std::string& script) const {
+        make_program("bin/" + name, "echo \"${0##*/} $*\" >>'" + at("calls") + "'\n" + script);
+    }
+
+    void make_program(const std::string& name, const std::string& script) const {
+        fs::permissions(folder_.write(name, "#!/bin/sh\n" + script), fs::perms::owner_all);
+    }
+
+    [[nodiscard]] std::string at(const std::string& name) const { return folder_.path() / name; }
+
+    // Runs one with the stand-ins and a build folder of the test's own.
+    [[nodiscard]] outcome open_door(const std::string& door, const std::vector<std::string>& words,
+                                    std::vector<std::string> assignments = {}) const {
+        assignments.push_back("PATH=" + at("bin") + ":" + std::getenv("PATH"));
+        assignments.push_back("VTRDC_BUILD_DIR=" + at("build"));
+        return run(front_door(door, words), assignments);
+    }
+
+    [[nodiscard]] std::string calls() const { return read_text(at("calls")); }
+
+    temp_folder folder_;
+};
+
+TEST_F(FrontDoorTest, SetupInstallsJustWhatIsMissing) {
+    stand_in("apt-get", "");
+    stand_in("systemctl", "");
+    stand_in("sudo", "exec \"$@\"");
+    EXPECT_EQ(open_door("scripts/setup", {}).status, 0);
+    EXPECT_EQ(calls(), "");
+
+    make_program("bin/dpkg-query", "/usr/bin/dpkg-query \"$@\" | sed -e '/^graphviz/d' -e "
+                                   "'s/^\\(cmake .\\)i/\\1U/'\n");
+    EXPECT_EQ(open_door("scripts/setup", {}).status, 0);
+    EXPECT_THAT(calls(), HasSubstr("apt-get update"));
+    EXPECT_THAT(calls(), EndsWith("--no-install-recommends cmake graphviz\n"));
+}
+
+TEST_F(FrontDoorTest, SetupKeepsTheBrokerFromBecomingAService) {
+    stand_in("apt-get", "");
+    stand_in("systemctl", "");
+    stand_in("sudo", "exec \"$@\"");
+    make_program("bin/dpkg-query", "");
+    EXPECT_EQ(open_door("scripts/setup", {}).status, 0);
+    EXPECT_THAT(calls(), HasSubstr(" redis-server "));
+    const bool held_back = calls().find("systemctl mask") < calls().find("apt-get install");
+    EXPECT_EQ(held_back, fs::exists("/run/systemd/system"));
+}
+
+TEST_F(FrontDoorTest, BuildIsQuietWithNothingToDo) {
+    stand_in("cmake", "echo configuring");
+    stand_in("ninja", "echo 'ninja: no work to do.'");
+    const outcome daily = open_door("scripts/build", {}, {"CI="});
+    EXPECT_EQ(daily.status, 0);
+    EXPECT_EQ(daily.output, "");
+    EXPECT_THAT(calls(), AllOf(HasSubstr("--preset release"), HasSubstr("VTRDC_WERROR=OFF")));
+    EXPECT_EQ(open_door("scripts/build", {"--sanitize"}, {"CI=true"}).status, 0);
+    EXPECT_THAT(calls(), AllOf(HasSubstr("--preset asan"), HasSubstr("VTRDC_WERROR=ON")));
+}
+
+TEST_F(FrontDoorTest, BuildFailsWithItsTools) {
+    stand_in("cmake", "");
+    stand_in("ninja", "echo 'FAILED: vtrdc'; exit 1");
+    const outcome broken_source = open_door("scripts/build", {});
+    EXPECT_NE(broken_source.status, 0);
+    EXPECT_THAT(broken_source.output, HasSubstr("FAILED: vtrdc"));
+
+    stand_in("cmake", "echo 'no such package'; exit 1");
+    const outcome broken_set_up = open_door("scripts/build", {});
+    EXPECT_NE(broken_set_up.status, 0);
+    EXPECT_THAT(broken_set_up.output, HasSubstr("no such package"));
+
+    EXPECT_EQ(open_door("scripts/build", {"--nonsense"}).status, 2);
+}
+
+class SimDoorTest : public FrontDoorTest {
+protected:
+    SimDoorTest() {
+        make_program("build/vtrdc", "echo pid $$\n"
+                                    "echo options \"$@\"\n"
+                                    "echo root \"$VTRDC_SYSROOT\"\n"
+                                    "echo plugins \"[$GST_PLUGIN_PATH]\"\n"
+                                    "echo registry \"$GST_REGISTRY\"\n"
+                                    "echo tools \"${PATH%%:*}\"\n"
+                                    "exit 7\n");
+        fs::create_directories(at("build/sim"));
+        fs::create_directory_symlink(VTRDC_BINARY_DIR "/sim/tools", at("build/sim/tools"));
+    }
+
+    [[nodiscard]] outcome become_daemon(const std::vector<std::string>& assignments) const {
+        return open_door("scripts/sim",
+                         {"--no-build", "--headless", "--board", at("b"), "--", "-v", "-c", "a b"},
+                         assignments);
+    }
+};
+
+TEST_F(SimDoorTest, BecomesTheDaemonWithTheBoardsEnvironment) {
+    const outcome daemon =
+        become_daemon({"GST_REGISTRY=/own/registry.bin", "GST_PLUGIN_PATH=/own"});
+    EXPECT_EQ(daemon.status, 7);
+    EXPECT_THAT(daemon.output, HasSubstr("pid " + std::to_string(daemon.pid) + "\n"));
+    EXPECT_THAT(daemon.output, HasSubstr("options -v -c a b\n"));
+    EXPECT_THAT(daemon.output, HasSubstr("root " + at("b") + "\n"));
+    EXPECT_THAT(daemon.output, HasSubstr("tools " + at("b/usr/bin") + "\n"));
+    EXPECT_THAT(daemon.output, HasSubstr("plugins [" + at("build/sim/plugins") + ":/own]\n"));
+    EXPECT_THAT(daemon.output, HasSubstr("registry /own/registry.bin\n"));
+    // Said before, for the person who started it.
+    EXPECT_THAT(daemon.output, HasSubstr(at("b/run/vtrdc.socket") + "\n"));
+
+    // Set but empty: no stand-ins, as on a machine that lacks them.
+    EXPECT_THAT(become_daemon({"GST_PLUGIN_PATH="}).output, HasSubstr("plugins []\n"));
+}
+
+TEST_F(SimDoorTest, SaysWhenThereIsNoBuild) {
+    fs::remove_all(at("build"));
+    const outcome daemon = become_daemon({});
+    EXPECT_EQ(daemon.status, 1);
+    EXPECT_THAT(daemon.output, HasSubstr("build first"));
+    const outcome shot = open_door("scripts/sim", {"--board", at("b"), "shot", at("x.png")});
+    EXPECT_EQ(shot.status, 1);
+    EXPECT_THAT(shot.output, HasSubstr("build first"));
+}
+
+TEST_F(SimDoorTest, SocketPathIsMeasuredAsTheDaemonBuildsIt) {
+    const std::vector<std::string> words{"layout", "--board", at("b")};
+    const auto room = 107 - at("b").size();
+    const std::string longest = "/" + std::string(room - 1, 's');
+    folder_.write("b/etc/vtrdc.conf", "socket_file=/run/x\nsocket_file=" + longest + "\n");
+    EXPECT_EQ(open_door("scripts/sim", words).status, 0);
+    fs::remove_all(at("b/dev"));
+    folder_.write("b/etc/vtrdc.conf", "socket_file=" + longest + "s\n");
+    const outcome refused = open_door("scripts/sim", words);
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.output, HasSubstr("too long"));
+    EXPECT_FALSE(fs::exists(at("b/dev")));
+}
+
+TEST_F(SimDoorTest, RefusesWhatItCannotDo) {
+    const std::vector<std::string> refused[] = {
+        {"layout", "now"},          {"press", "zoom", "nuc"},         {"shot", "a.png", "b.png"},
+        {"hdmi", "on", "--", "-v"}, {"layout", "--board", at("a:b")}, {"layout", "--board", "/"},
+    };
+    for (const std::vector<std::string>& words : refused) {
+        std::vector<std::string> all{"--board", at("b")};
+        all.insert(all.end(), words.begin(), words.end());
+        EXPECT_EQ(open_door("scripts/sim", all).status, 2) << words.front() << " " << words.back();
+    }
+    EXPECT_FALSE(fs::exists(at("b")));
+    EXPECT_THAT(open_door("scripts/sim", {"--board", at("b"), "hdmi", "on"}).output,
+                HasSubstr("no board folder"));
+}
+
+} // namespace

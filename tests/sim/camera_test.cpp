@@ -1,0 +1,94 @@
+// The camera's pictures: the footage's own speed, its order over the loop, and what takes its
+// place.
+#include "gst_helpers.h"
+#include "pixels.h"
+#include "support/temp_folder.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+#include <utility>
+#include <vector>
+
+namespace {
+
+class CameraTest : public GstTest {
+protected:
+    [[nodiscard]] static std::string play(const std::string& device) {
+        return "imxv4l2videosrc device=" + device + " ! appsink name=out sync=false";
+    }
+    // Writes footage of ten pictures a second, each of one of these grey levels.
+    static bool write_footage(const std::string& path, const std::vector<std::uint8_t>& levels) {
+        test_pipeline writer{"appsrc name=in format=time caps=video/x-raw,format=I420,width=64,"
+                             "height=48,framerate=10/1 ! capsfilter ! mux.video_0 avimux name=mux "
+                             "! filesink location=" +
+                             path};
+        writer.play();
+        GstClockTime time = 0;
+        for (const std::uint8_t level : levels) {
+            GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, 64 * 72, nullptr);
+            gst_buffer_memset(buffer, 0, level, 64 * 48);
+            gst_buffer_memset(buffer, 64 * 48, 128, 64 * 24);
+            GST_BUFFER_PTS(buffer) = time;
+            GST_BUFFER_DURATION(buffer) = GST_SECOND / 10;
+            time += GST_SECOND / 10;
+            gst_app_src_push_buffer(GST_APP_SRC(writer["in"]), buffer);
+        }
+        gst_app_src_end_of_stream(GST_APP_SRC(writer["in"]));
+        return writer.wait_for(GST_MESSAGE_EOS) != nullptr;
+    }
+    // The level of the next picture's first pixel, -1 when none comes.
+    static int next_level(const test_pipeline& camera) {
+        const sample_owner sample = camera.pull();
+        std::uint8_t level = 0;
+        return sample && gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, &level, 1) == 1
+                   ? level
+                   : -1;
+    }
+    temp_folder folder;
+    std::string device = folder.path() / "video0";
+};
+
+// How many pictures in a row had a level.
+struct run {
+    int level;
+    int length;
+};
+
+TEST_F(CameraTest, PlaysFootageInALoopAtItsOwnSpeed) {
+    ASSERT_TRUE(write_footage(device, {40, 80, 120, 160}));
+    test_pipeline camera{play(device)};
+    camera.play();
+    std::vector<run> seen;
+    for (int i = 0; seen.size() < 12; ++i) {
+        ASSERT_LT(i, 10 * sim::sensor_rate) << "the footage does not go on";
+        const int level = next_level(camera);
+        if (seen.empty() || seen.back().level != level) {
+            seen.push_back({level, 0});
+        }
+        ++seen.back().length;
+    }
+    seen.erase(seen.begin()); // before the first picture was decoded
+    seen.pop_back();          // cut short by the test's end
+    for (std::size_t i = 1; i < seen.size(); ++i) {
+        // The range may be stretched on the way; the order stays, and 40 follows 160.
+        EXPECT_TRUE(seen[i].level > seen[i - 1].level || seen[i].level < 60) << "picture " << i;
+    }
+    std::ranges::nth_element(seen, seen.begin() + 5, {}, &run::length);
+    EXPECT_EQ(seen[5].length, 3) << "ten pictures a second, shown thirty times a second";
+}
+
+TEST_F(CameraTest, DrawsASceneInPlaceOfWhatIsNoFile) {
+    ASSERT_EQ(mkfifo(device.c_str(), 0600), 0);
+    for (const std::string& path : {device, folder.path().string()}) {
+        test_pipeline camera{play(path)};
+        camera.play();
+        const sample_owner sample = camera.pull();
+        ASSERT_TRUE(sample) << path;
+        std::vector<std::uint8_t> luma(std::size_t{sim::sensor_width} * sim::sensor_height);
+        gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, luma.data(), luma.size());
+        const auto [darkest, brightest] = std::ranges::minmax_element(luma);
+        EXPECT_GT(*brightest - *darkest, 50) << path;
+    }
+}
+
+} // namespace

@@ -1,0 +1,170 @@
+// The thermal core's picture: where a target lands, and what the state files do.
+#include "thermal_core.h"
+
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+using sim::core_settings;
+
+namespace {
+
+constexpr int width = sim::sensor_width;
+constexpr int height = sim::sensor_height;
+
+struct picture {
+    explicit picture(std::uint8_t level)
+        : pixels(static_cast<std::size_t>(width) * height, level) {}
+    std::uint8_t& at(int x, int y) {
+        return pixels[static_cast<std::size_t>(y) * width + static_cast<std::size_t>(x)];
+    }
+    [[nodiscard]] sim::grey_view view() const { return {pixels.data(), width, width, height}; }
+    sim::grey_target target() { return {pixels.data(), width, width, height}; }
+    std::vector<std::uint8_t> pixels;
+};
+
+picture drawn(const core_settings& settings, const picture& sensor) {
+    picture result(77);
+    sim::draw_core_picture(settings, sensor.view(), result.target());
+    return result;
+}
+
+// A lit pixel seen through bilinear scaling, by how far the sample is off its centre.
+std::uint8_t lit(double off_x, double off_y) {
+    return static_cast<std::uint8_t>(255 * (1 - off_x) * (1 - off_y) + 0.5);
+}
+
+struct zoom_case {
+    double zoom;
+    int x, y;            // origin, and the lit pixel
+    int at_x, at_y;      // a picture pixel that shows part of it
+    double off_x, off_y; // that pixel's centre from the lit one's, in sensor pixels
+};
+
+TEST(ThermalCore, ZoomKeepsTheOriginInPlace) {
+    const zoom_case cases[] = {
+        {1, 435, 355, 435, 355, 0, 0},
+        {2, 300, 200, 300, 200, 0.25, 0.25},
+        {2, 300, 200, 301, 200, 0.25, 0.25},
+        // 435 - trunc(435 / 2) = 218, so pixel 435 begins at (435 - 218) * 2 = 434.
+        {2, 435, 355, 434, 354, 0.25, 0.25},
+        {4, 300, 200, 301, 202, 0.125, 0.125},
+        {4, 300, 200, 300, 203, 0.375, 0.375},
+        // 435 - trunc(435 / 4) = 327 and 355 - 88 = 267.
+        {4, 435, 355, 433, 355, 0.125, 0.375},
+        // Right in the corner.
+        {4, 639, 479, 637, 477, 0.125, 0.125},
+    };
+    for (const zoom_case& one : cases) {
+        picture sensor(0);
+        sensor.at(one.x, one.y) = 255;
+        picture shown = drawn({.zoom = one.zoom,
+                               .origin_x = static_cast<double>(one.x),
+                               .origin_y = static_cast<double>(one.y)},
+                              sensor);
+        EXPECT_EQ(shown.at(one.at_x, one.at_y), lit(one.off_x, one.off_y))
+            << "zoom " << one.zoom << " at " << one.at_x << ", " << one.at_y;
+    }
+}
+
+TEST(ThermalCore, EdgePixelsRepeatBeyondTheBorders) {
+    picture sensor(10);
+    for (int y = 0; y < height; ++y) {
+        sensor.at(0, y) = 200;
+        sensor.at(width - 1, y) = 100;
+    }
+    picture left = drawn({.zoom = 2, .origin_x = -5000, .origin_y = -5000}, sensor);
+    EXPECT_EQ(std::ranges::count(left.pixels, 200), width * height);
+    picture right = drawn({.zoom = 2, .origin_x = 9000, .origin_y = 9000}, sensor);
+    EXPECT_EQ(std::ranges::count(right.pixels, 100), width * height);
+}
+
+TEST(ThermalCore, InsetShowsTheOriginInItsMiddle) {
+    picture sensor(0);
+    sensor.at(500, 400) = 255;
+    picture shown = drawn({.pip = 2, .origin_x = 500, .origin_y = 400}, sensor);
+    const int middle_x = sim::inset_x + sim::inset_width / 2;
+    const int middle_y = sim::inset_y + sim::inset_height / 2;
+    EXPECT_EQ(shown.at(middle_x, middle_y), lit(0.25, 0.25));
+    EXPECT_EQ(shown.at(middle_x + 1, middle_y + 1), lit(0.25, 0.25));
+    EXPECT_EQ(shown.at(middle_x + 3, middle_y), 0);
+    EXPECT_EQ(shown.at(500, 400), 255) << "around the inset the picture stays";
+    for (const int x : {sim::inset_x - 1, sim::inset_x + sim::inset_width}) {
+        EXPECT_EQ(shown.at(x, middle_y), 255) << "border";
+    }
+    EXPECT_EQ(shown.at(sim::inset_x - 4, middle_y), 0);
+}
+
+TEST(ThermalCore, StateFilesThatMakeNoSenseAreDefaults) {
+    const temp_folder folder;
+    const std::string path = folder.path();
+    const auto is_default = [&] {
+        const core_settings read = sim::read_core_settings(path);
+        return read.zoom == 1 && read.pip == 0 && read.origin_x == 320 && read.origin_y == 240;
+    };
+    EXPECT_TRUE(is_default()) << "no files";
+    for (const char* bad : {"", "x", "0", "-3", "nan", "inf", "1e999"}) {
+        folder.write("zoom", bad);
+        folder.write("origin", bad);
+        EXPECT_TRUE(is_default()) << bad;
+    }
+    folder.write("zoom", "4\n");
+    folder.write("pip", " 2");
+    folder.write("origin", "435 355\n");
+    const core_settings read = sim::read_core_settings(path);
+    EXPECT_EQ(read.zoom, 4);
+    EXPECT_EQ(read.pip, 2);
+    EXPECT_EQ(read.origin_x, 435);
+    EXPECT_EQ(read.origin_y, 355);
+}
+
+struct ThermalCoreFolder : testing::Test {
+    ThermalCoreFolder() { sensor.at(0, 0) = 255; }
+    picture deliver() {
+        picture shown(0);
+        core.deliver(sensor.view(), shown.target());
+        return shown;
+    }
+    bool is_uniform() {
+        const picture shown = deliver();
+        return std::ranges::count(shown.pixels, shown.pixels.front()) == width * height;
+    }
+    temp_folder folder;
+    picture sensor{50};
+    sim::thermal_core core{folder.path() / "core"};
+};
+
+TEST_F(ThermalCoreFolder, ChangesHoldFromTheNextPictureAlsoInALateFolder) {
+    EXPECT_FALSE(is_uniform());
+    folder.write("core/zoom", "1");
+    // A folder that was not there is looked for once a second.
+    for (int i = 0; i < sim::sensor_rate; ++i) {
+        EXPECT_FALSE(is_uniform());
+    }
+    folder.write("core/zoom", "2");
+    EXPECT_TRUE(is_uniform()) << "the lit corner is out of view";
+    std::filesystem::remove(folder.path() / "core/zoom");
+    EXPECT_FALSE(is_uniform());
+}
+
+TEST_F(ThermalCoreFolder, EachCorrectionClosesTheShutterForFivePictures) {
+    folder.write("core/nuc", "1");
+    while (!is_uniform()) { // until the folder is seen
+    }
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_TRUE(is_uniform());
+    }
+    EXPECT_FALSE(is_uniform());
+    folder.write("core/nuc", "1");
+    EXPECT_FALSE(is_uniform()) << "the same count again asks for nothing";
+    folder.write("core/nuc", "2");
+    EXPECT_TRUE(is_uniform());
+}
+
+} // namespace

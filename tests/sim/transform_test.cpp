@@ -1,0 +1,66 @@
+// The 2D unit: what it converts at once, and ends that are sent to it while nothing moves.
+#include "gst_helpers.h"
+
+#include <gst/video/video.h>
+
+namespace {
+
+class TransformTest : public GstTest {};
+
+TEST_F(TransformTest, ConvertsFormatSizeAndRateAtOnce) {
+    for (const char* from : {"format=NV12,width=640,height=480,framerate=25/1",
+                             "format=I420,width=800,height=600,framerate=10/1",
+                             "format=RGBA,width=1024,height=768,framerate=30/1",
+                             "format=RGB,width=333,height=77,framerate=0/1"}) {
+        test_pipeline pipeline{std::string{"videotestsrc num-buffers=2 pattern=white ! "
+                                           "video/x-raw,"} +
+                               from +
+                               " ! imxg2dvideotransform ! video/x-raw,width=1024,height=768,"
+                               "framerate=30/1,format=RGBA ! appsink name=out sync=false"};
+        pipeline.play();
+        for (int i = 0; i < 2; ++i) {
+            const sample_owner sample = pipeline.pull();
+            ASSERT_TRUE(sample) << from;
+            std::uint8_t white = 0;
+            gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, &white, 1);
+            EXPECT_GE(white, 250) << from;
+        }
+        EXPECT_FALSE(pipeline.pull()) << from;
+    }
+}
+
+TEST_F(TransformTest, KeepsWhatNobodyAsksItToChange) {
+    test_pipeline pipeline{"videotestsrc num-buffers=1 ! "
+                           "video/x-raw,format=NV12,width=640,height=480,framerate=25/1 ! "
+                           "imxg2dvideotransform ! video/x-raw,width=320,height=240 ! "
+                           "appsink name=out sync=false"};
+    pipeline.play();
+    const sample_owner sample = pipeline.pull();
+    ASSERT_TRUE(sample);
+    GstVideoInfo info;
+    ASSERT_TRUE(gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())));
+    EXPECT_EQ(GST_VIDEO_INFO_FORMAT(&info), GST_VIDEO_FORMAT_NV12);
+    EXPECT_EQ(GST_VIDEO_INFO_WIDTH(&info), 320);
+    EXPECT_EQ(GST_VIDEO_INFO_FPS_N(&info), 25);
+}
+
+TEST_F(TransformTest, EndIsTakenWithoutWaitingForWhatIsDownstream) {
+    test_pipeline pipeline{"videotestsrc ! video/x-raw,width=64,height=48 ! "
+                           "imxg2dvideotransform name=g2d ! fakesink"};
+    gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
+    // The sink holds its first picture until the pipe plays.
+    ASSERT_EQ(gst_element_get_state(pipeline.get(), nullptr, nullptr, patience),
+              GST_STATE_CHANGE_SUCCESS);
+    gst_element_send_event(pipeline["g2d"], gst_event_new_eos());
+    pipeline.play();
+    EXPECT_TRUE(pipeline.wait_for(GST_MESSAGE_EOS));
+}
+
+TEST_F(TransformTest, EndPassesWithNothingUpstream) {
+    test_pipeline pipeline{"appsrc ! imxg2dvideotransform name=g2d ! queue ! fakesink async=false"};
+    pipeline.play();
+    gst_element_send_event(pipeline["g2d"], gst_event_new_eos());
+    EXPECT_TRUE(pipeline.wait_for(GST_MESSAGE_EOS));
+}
+
+} // namespace
