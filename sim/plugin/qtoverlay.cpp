@@ -97,7 +97,7 @@ SimQtOverlay* self_of(gpointer object) {
 
 // The board's record of what the daemon asked the overlay to show.
 void log_attribute(const std::string& text) {
-    const char* const root = std::getenv("VTRDC_SYSROOT");
+    const char* const root = secure_getenv("VTRDC_SYSROOT");
     if (root == nullptr || *root == '\0') {
         return;
     }

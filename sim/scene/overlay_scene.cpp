@@ -1,6 +1,7 @@
 // A QML scene that is rendered off screen by Qt Quick's software renderer.
 #include "overlay_scene.h"
 
+#include "scene_log.h"
 #include "scene_thread.h"
 #include "sysroot_urls.h"
 
@@ -19,13 +20,12 @@
 #include <QTemporaryFile>
 #include <QTimer>
 
-#include <condition_variable>
+#include <chrono>
+#include <future>
 #include <mutex>
 #include <set>
 #include <utility>
 #include <vector>
-
-#include <gst/gst.h>
 
 namespace sim {
 
@@ -60,6 +60,9 @@ namespace {
 
 // A change is rendered together with those of the same frame time.
 constexpr int frame_ms = 33;
+
+// The first element waits this long for Qt; a slower start goes on while the pipe already runs.
+constexpr std::chrono::seconds start_patience{1};
 
 // A drawing and a scene that touch what scenes use, so that Qt loads and makes it all at once, at a
 // moment of our choice. %1 is the drawing's URL. The scene says "warm" when its pictures are there.
@@ -129,6 +132,7 @@ public:
             }
         });
         engine_.addUrlInterceptor(&urls_);
+        engine_.setNetworkAccessManagerFactory(&files_);
         image_.fill(Qt::transparent);
     }
 
@@ -170,7 +174,7 @@ public:
         const QString property = text.mid(dot + 1, colon - dot - 1);
         QObject* const object = find(text.left(dot));
         if (object == nullptr ||
-            !QQmlProperty(object, property, &engine_).write(text.mid(colon + 1))) {
+            !QQmlProperty(object, property, engine_.rootContext()).write(text.mid(colon + 1))) {
             GST_INFO("the scene has no %s", text.left(colon).toUtf8().constData());
         }
     }
@@ -183,6 +187,7 @@ public:
         control_->endFrame();
         const auto* const pixels = reinterpret_cast<const std::uint32_t*>(image_.constBits());
         output_.show(std::make_shared<overlay_picture>(std::span(pixels, overlay_pixels)));
+        GST_LOG("rendered");
     }
 
 private:
@@ -205,6 +210,7 @@ private:
 
     scene_output& output_;
     sysroot_urls urls_;
+    sysroot_files files_{urls_};
     QImage image_{overlay_width, overlay_height, QImage::Format_ARGB32_Premultiplied};
     QQmlEngine engine_;
     std::unique_ptr<QQuickRenderControl> control_ = std::make_unique<QQuickRenderControl>();
@@ -231,6 +237,9 @@ void load_scene(scene_output& output, const QString& file) {
     live_outputs().insert(&output);
     output.scene.reset();
     output.show(nullptr);
+    if (file.isEmpty()) {
+        return;
+    }
     output.scene = std::make_unique<rendered_scene>(output);
     output.scene->load(file);
     for (const QString& text : std::exchange(output.early_attributes, {})) {
@@ -263,17 +272,13 @@ void start_once() {
     static std::once_flag once;
     std::call_once(once, [] {
         scene_thread_start();
-        std::mutex mutex;
-        std::condition_variable done;
-        bool warm = false;
-        scene_thread_post([&] {
+        const auto warm = std::make_shared<std::promise<void>>();
+        const std::future<void> is_warm = warm->get_future();
+        scene_thread_post([warm] {
             warm_up();
-            const std::scoped_lock lock(mutex);
-            warm = true;
-            done.notify_all();
+            warm->set_value();
         });
-        std::unique_lock lock(mutex);
-        done.wait(lock, [&] { return warm; });
+        is_warm.wait_for(start_patience);
     });
 }
 

@@ -17,17 +17,19 @@ using scene_warning = std::function<void(const std::string& text)>;
 
 class overlay_scene {
 public:
-    // The first one in a process starts Qt and waits for it.
+    // The first one in a process starts Qt and waits for it, a second at most.
     explicit overlay_scene(scene_warning warning);
     overlay_scene(const overlay_scene&) = delete;
     overlay_scene& operator=(const overlay_scene&) = delete;
     // The scene itself goes a little later, on its own thread.
     ~overlay_scene();
 
-    // Loads the scene file in place of any other. One that can't be loaded shows nothing.
+    // Loads the scene file in place of any other; an empty name takes the scene away. One that
+    // can't be loaded shows nothing.
     void load(const std::string& file);
 
-    // Hands "object.property:value" to the scene, after what was asked for before.
+    // Hands "object.property:value" to the scene, after what was asked for before. It waits for the
+    // first scene; what the scene lacks is left out.
     void set_attribute(const std::string& text);
 
     // What the scene shows now; none while there is nothing.

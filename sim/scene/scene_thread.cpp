@@ -5,6 +5,8 @@
 // that Qt brings in, which run in reverse order: after the warm-up, and again after each load.
 #include "scene_thread.h"
 
+#include "scene_log.h"
+
 #include <QGuiApplication>
 #include <QSocketNotifier>
 
@@ -19,8 +21,7 @@
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
-
-#include <gst/gst.h>
+#include <utility>
 
 namespace sim {
 namespace {
@@ -33,7 +34,6 @@ struct thread_state {
     std::condition_variable changed;
     std::deque<std::function<void()>> tasks;
     std::function<void()> at_end;
-    bool started = false;
     bool stopping = false;
     bool finished = false;
     int wake_up = -1; // eventfd
@@ -81,12 +81,6 @@ void run_tasks() {
     }
 }
 
-void tell(bool thread_state::*flag) {
-    const std::scoped_lock lock(state().mutex);
-    state().*flag = true;
-    state().changed.notify_all();
-}
-
 // Requests that were never run keep their scenes alive until the scenes were dropped.
 void end_qt() {
     std::function<void()> at_end;
@@ -101,36 +95,43 @@ void end_qt() {
     state().tasks.clear();
 }
 
-void log_qt_message(QtMsgType, const QMessageLogContext&, const QString& text) {
-    GST_INFO("Qt: %s", text.toUtf8().constData());
+void log_qt_message(QtMsgType type, const QMessageLogContext&, const QString& text) {
+    const bool routine = type == QtDebugMsg || type == QtInfoMsg;
+    GST_CAT_LEVEL_LOG(GST_CAT_DEFAULT, routine ? GST_LEVEL_INFO : GST_LEVEL_WARNING, nullptr,
+                      "Qt: %s", text.toUtf8().constData());
 }
 
+// A developer's own choices stay.
 void prepare_environment() {
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
     // Else Qt takes GLib's default main context away from others, for seconds.
-    setenv("QT_NO_GLIB", "1", 1);
+    setenv("QT_NO_GLIB", "1", 0);
     // Scenes recolour reticle drawings, which they read as text.
-    setenv("QML_XHR_ALLOW_FILE_READ", "1", 1);
+    setenv("QML_XHR_ALLOW_FILE_READ", "1", 0);
     // Compiled scenes would be left in the user's home.
-    setenv("QML_DISABLE_DISK_CACHE", "1", 1);
+    setenv("QML_DISABLE_DISK_CACHE", "1", 0);
 }
 
 void thread_main() {
-    static int argument_count = 1;
-    static std::array<char, 6> name{"scene"};
-    static std::array<char*, 2> arguments{name.data(), nullptr};
+    // As arguments, since a developer's desktop may name its own platform in the environment.
+    static std::array<std::array<char, 10>, 3> texts{{{"scene"}, {"-platform"}, {"offscreen"}}};
+    static std::array<char*, 4> arguments{texts[0].data(), texts[1].data(), texts[2].data(),
+                                          nullptr};
+    static int argument_count = static_cast<int>(texts.size());
     qInstallMessageHandler(log_qt_message);
     {
         QGuiApplication application(argument_count, arguments.data());
         QSocketNotifier notifier(state().wake_up, QSocketNotifier::Read);
         QObject::connect(&notifier, &QSocketNotifier::activated, run_tasks);
-        tell(&thread_state::started);
         if (!is_stopping()) {
             QGuiApplication::exec();
         }
         end_qt();
     }
-    tell(&thread_state::finished);
+    {
+        const std::scoped_lock lock(state().mutex);
+        state().finished = true;
+        state().changed.notify_all();
+    }
     // Ending the thread would destroy Qt's thread-local data while the process ends, too.
     for (;;) {
         pause();
@@ -140,13 +141,16 @@ void thread_main() {
 // On the thread that called exit.
 void stop_before_exit() {
     std::unique_lock lock(state().mutex);
-    state().stopping = true;
+    if (std::exchange(state().stopping, true)) {
+        return;
+    }
     ring();
     state().changed.wait_for(lock, exit_patience, [] { return state().finished; });
 }
 
-// Thread-local objects of the thread that calls exit go before any exit handler runs: this one comes
-// in time also while a scene is bringing in a library. Only the main thread's end is the process's.
+// Thread-local objects of the thread that calls exit go before any exit handler runs: this one
+// comes in time also while a scene is bringing in a library. Only the main thread's end is the
+// process's.
 struct exit_guard {
     exit_guard() = default;
     exit_guard(const exit_guard&) = delete;
@@ -177,8 +181,6 @@ void scene_thread_start() {
         prepare_environment();
         state().wake_up = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
         start_without_signals();
-        std::unique_lock lock(state().mutex);
-        state().changed.wait(lock, [] { return state().started; });
     });
 }
 

@@ -5,7 +5,8 @@
 
 namespace sim {
 
-// Starts the thread, once a process, and waits until Qt is up.
+// Starts the thread, once a process. Before any thread that reads the environment, since Qt is told
+// through that, and on the thread that may end the process.
 void scene_thread_start();
 
 // Runs the task on the scene thread; nothing runs any more once the process exits.

@@ -3,7 +3,9 @@
 #include "support/temp_folder.h"
 
 #include <array>
+#include <atomic>
 #include <cstdlib>
+#include <string_view>
 
 namespace {
 
@@ -24,6 +26,44 @@ Item {
 constexpr const char* blue_drawing =
     "<svg xmlns='http://www.w3.org/2000/svg' width='10' "
     "height='10'><rect width='10' height='10' fill='#0000ff'/></svg>";
+
+// Turns blue after the time of some fifteen frames in which nothing happens.
+constexpr const char* still_scene = R"(
+import QtQuick
+Rectangle {
+    id: root
+    width: 100; height: 100; color: "#ff0000"
+    Timer { interval: 500; running: true; onTriggered: root.color = "#0000ff" }
+}
+)";
+
+// Takes its colour from a file named as on the sight; a script's reading goes its own way in Qt.
+constexpr const char* reading_scene = R"(
+import QtQuick
+Rectangle {
+    id: root
+    width: 100; height: 100; color: "#00ff00"
+    Component.onCompleted: {
+        const request = new XMLHttpRequest()
+        request.onreadystatechange = () => {
+            if (request.readyState === XMLHttpRequest.DONE)
+                root.color = request.responseText
+        }
+        request.open("GET", "file:///drawings/colour.txt")
+        request.send()
+    }
+}
+)";
+
+std::atomic<int> pictures_rendered = 0;
+
+void count_picture(GstDebugCategory* category, GstDebugLevel, const gchar*, const gchar*, gint,
+                   GObject*, GstDebugMessage* message, gpointer) noexcept {
+    if (std::string_view(gst_debug_category_get_name(category)) == "qtoverlay" &&
+        std::string_view(gst_debug_message_get(message)) == "rendered") {
+        ++pictures_rendered;
+    }
+}
 
 using rgb = std::array<int, 3>;
 
@@ -101,6 +141,37 @@ TEST_F(OverlayTest, AttributesChangeTheSceneInOrderAndAreWrittenDown) {
     EXPECT_TRUE(wait_for_pixel(pipeline, 129, 79, red));
     EXPECT_EQ(read_text(folder_.path() / "var/log/overlay.log"),
               "Menu.text:40\nNobody.text:{\"A\": 1}\nMenu.text:20\nRoot.side:30\n");
+}
+
+TEST_F(OverlayTest, AttributesWaitForTheFirstScene) {
+    test_pipeline pipeline{over_white("\"\"")};
+    set(pipeline["overlay"], "qml-attribute", "Root.side:20");
+    set(pipeline["overlay"], "qml-attribute", "Root.side:30");
+    set(pipeline["overlay"], "qml", folder_.write("scene.qml", scene));
+    pipeline.play();
+    EXPECT_TRUE(wait_for_pixel(pipeline, 129, 79, red));
+}
+
+TEST_F(OverlayTest, ScriptsReadTheBoardsFiles) {
+    folder_.write("drawings/colour.txt", "#0000ff");
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", reading_scene))};
+    pipeline.play();
+    EXPECT_TRUE(wait_for_pixel(pipeline, 50, 50, blue));
+}
+
+TEST_F(OverlayTest, NothingIsRenderedWhileNothingChanges) {
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", still_scene))};
+    gst_debug_remove_log_function(gst_debug_log_default);
+    gst_debug_add_log_function(count_picture, nullptr, nullptr);
+    gst_debug_set_active(TRUE);
+    gst_debug_set_threshold_for_name("qtoverlay", GST_LEVEL_LOG);
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 50, 50, red));
+    const int before = pictures_rendered;
+    ASSERT_TRUE(wait_for_pixel(pipeline, 50, 50, blue));
+    gst_debug_remove_log_function(count_picture);
+    // One for the change, one that Qt may have had to settle after the first.
+    EXPECT_LE(pictures_rendered - before, 2);
 }
 
 TEST_F(OverlayTest, DisabledOverlayPassesFramesUnchanged) {
