@@ -27,7 +27,7 @@ struct core_settings {
 inline constexpr int inset_width = 256;
 inline constexpr int inset_height = 192;
 inline constexpr int inset_x = (sensor_width - inset_width) / 2;
-inline constexpr int inset_y = 8;
+inline constexpr int inset_y = 16;
 
 // Draws the picture that the settings ask for: the zoom window, and the inset with its border.
 void draw_core_picture(const core_settings& settings, const grey_view& sensor,
