@@ -1,6 +1,7 @@
 // The daemon's command line: options, help text and version banner.
 #include "core/cmdline.h"
 
+#include "api/api.h"
 #include "core/log.h"
 
 #include <array>
@@ -40,6 +41,9 @@ void print_help(const char* app_name) {
                 "   -f --profile              Enable the video profiler elements\n"
                 "\n",
                 app_name);
+    if (const malloc_text commands = api_get_help()) {
+        std::printf("  Client commands:\n%s", commands.get());
+    }
 }
 
 void apply_option(cmdline_options& options, int letter) {

@@ -1,4 +1,5 @@
 // Start-up, the dispatch loop, live-view recovery and the orderly stop.
+#include "api/socket.h"
 #include "config/cfg.h"
 #include "core/cmdline.h"
 #include "core/daemon.h"
@@ -6,6 +7,7 @@
 #include "core/log.h"
 #include "core/signals.h"
 #include "core/timer.h"
+#include "osd/redis_message_broker.h"
 #include "util/global.h"
 #include "util/sysroot.h"
 #include "video/live_view.h"
@@ -30,6 +32,9 @@ cmdline_options options;
 int running = 0;
 // Set by a signal: from then on live-view recovery is suppressed and the loop may end.
 int exit_flag = 0;
+// The listening socket, for the whole run; a plain pointer since nothing static may be destroyed
+// at exit.
+server_socket* s = nullptr;
 
 // --- Start-up --------------------------------------------------------------------------------
 
@@ -126,6 +131,15 @@ live_view start_live_view() {
     return view;
 }
 
+void open_command_socket() {
+    s = socket_init(AF_UNIX, SOCK_STREAM).release();
+    if (s == nullptr) {
+        log_message(LEVEL_ERROR, "Failed to create the command socket");
+    }
+    socket_bind(*s, global_config.socket_file);
+    socket_listen(*s);
+}
+
 // A registration that is refused is not fatal here.
 void register_event(int fd, int type, std::uintptr_t user_data = 0) {
     static_cast<void>(ea_register_event(fd, type, user_data));
@@ -136,6 +150,7 @@ void register_bus(bus_handle handle) {
 }
 
 void register_descriptors(const live_view& view, int signal_fd) {
+    register_event(s->fd, EVENT_TYPE_SERVER, reinterpret_cast<std::uintptr_t>(s));
     register_bus(view.src);
     register_bus(view.display);
     register_event(signal_fd, EVENT_TYPE_SIGNAL);
@@ -154,6 +169,7 @@ void display_no_input() {
         0) {
         log_message(LEVEL_ERROR, "Failed to register splash pipe in event aggregator");
     }
+    send_mb_event(NOTICE_NO_INPUT);
 }
 
 // A camera that is lost first ends the display; the display's end then brings the splash. Pipes
@@ -170,6 +186,22 @@ void recover_live_view(int ended_pipe) {
 }
 
 // --- Dispatch --------------------------------------------------------------------------------
+
+void on_server(const user_event& event) {
+    accept_client_connection(*reinterpret_cast<server_socket*>(event.user_data));
+}
+
+void on_client(const user_event& event) {
+    auto* const client = reinterpret_cast<client_socket*>(event.user_data);
+    if (accept_client_message(*client) == 0) {
+        return;
+    }
+    if (ea_unregister_event(event.fd) != 0) {
+        log_message(LEVEL_ERROR, "failed to unregister client socket");
+    }
+    // Nothing refers to it any more.
+    const std::unique_ptr<client_socket> released{client};
+}
 
 void on_bus(const user_event& event) {
     const int pipe = static_cast<int>(event.user_data);
@@ -213,9 +245,8 @@ struct dispatch_row {
 };
 
 constexpr dispatch_row dispatch_rows[] = {
-    {EVENT_TYPE_BUS, on_bus},
-    {EVENT_TYPE_SIGNAL, on_signal},
-    {EVENT_TYPE_TIMER, on_timer},
+    {EVENT_TYPE_SERVER, on_server}, {EVENT_TYPE_CLIENT, on_client}, {EVENT_TYPE_BUS, on_bus},
+    {EVENT_TYPE_SIGNAL, on_signal}, {EVENT_TYPE_TIMER, on_timer},
 };
 
 void dispatch(const user_event& event) {
@@ -256,6 +287,7 @@ void run_loop() {
 // --- Shutdown --------------------------------------------------------------------------------
 
 void daemon_shutdown() {
+    socket_close(*s);
     log_close();
     syslog(LOG_INFO, "Stopped %s", options.app_name);
     closelog();
@@ -277,12 +309,14 @@ int main(int argc, char* argv[]) {
     open_log(signal_fd, errno);
     configure();
     const live_view view = start_live_view();
+    open_command_socket();
     running = 1;
     tmr_fd = timer_init();
     register_descriptors(view, signal_fd);
     run_loop();
     gstvideo_destroy();
     daemon_shutdown();
+    rmb_disconnect();
     log_message(LEVEL_INFO, "Goodbye");
     return 0;
 }

@@ -1,0 +1,37 @@
+// The handlers of the client commands, by subject. Each takes a request's data text and returns 0
+// for success; see command_handler.
+#pragma once
+
+#include "core/imem.h"
+
+// Overlay (handlers_overlay.cpp)
+int user_cmd_qml_set(char* data, malloc_text& reply);
+int user_cmd_qml_enable(char* data, malloc_text& reply);
+
+// Media (handlers_media.cpp)
+int user_cmd_gst_video_en(char* data, malloc_text& reply);
+int user_cmd_gst_snapshot(char* data, malloc_text& reply);
+int user_cmd_set_encoder_type(char* data, malloc_text& reply);
+int user_cmd_get_encoder_type(char* data, malloc_text& reply);
+int user_cmd_set_mic_volume(char* data, malloc_text& reply);
+int user_cmd_get_mic_volume(char* data, malloc_text& reply);
+
+// The sight's controls and settings (handlers_sight.cpp)
+int user_cmd_disable_kbd(char* data, malloc_text& reply);
+int user_cmd_get_config(char* data, malloc_text& reply);
+int user_cmd_get_lum(char* data, malloc_text& reply);
+int user_cmd_get_pip(char* data, malloc_text& reply);
+int user_cmd_get_reticle(char* data, malloc_text& reply);
+
+// Pipes (handlers_pipes.cpp)
+int user_cmd_get_pl_state(char* data, malloc_text& reply);
+int user_cmd_create_dot_file(char* data, malloc_text& reply);
+int user_cmd_create_pipe(char* data, malloc_text& reply);
+int user_cmd_destroy_pipe(char* data, malloc_text& reply);
+int user_cmd_pause_pipe(char* data, malloc_text& reply);
+int user_cmd_resume_pipe(char* data, malloc_text& reply);
+int user_cmd_pause_video(char* data, malloc_text& reply);
+int user_cmd_resume_video(char* data, malloc_text& reply);
+
+// Answers for a command whose action is not there yet, as a failing action does.
+int user_cmd_unavailable(char* data, malloc_text& reply);

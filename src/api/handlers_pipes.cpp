@@ -1,0 +1,64 @@
+// Client commands for looking into pipes and for handling single ones.
+#include "api/handlers.h"
+#include "api/values.h"
+#include "control/actions_media.h"
+#include "core/eventagg.h"
+#include "core/log.h"
+#include "video/diagnostics.h"
+#include "video/registry.h"
+#include "video/start.h"
+
+namespace {
+
+// Runs the operation on the pipe whose number the data is; -1 for a number that no pipe has.
+template <class Operation> int on_pipe(const char* data, Operation operation) {
+    const int pipe = to_integer(data);
+    if (!is_pipe_number(pipe)) {
+        log_message(LEVEL_WARN, "there is no pipe %d", pipe);
+        return -1;
+    }
+    return operation(pipe);
+}
+
+int create_pipe(int pipe) {
+    const bus_handle handle = gstvideo_start_pipe(pipe);
+    if (handle.fd <= 0) {
+        return -1;
+    }
+    return ea_register_event(handle.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(handle.pipe));
+}
+
+} // namespace
+
+int user_cmd_get_pl_state(char* /*data*/, malloc_text& /*reply*/) {
+    gstvideo_print_status();
+    return 0;
+}
+
+int user_cmd_create_dot_file(char* /*data*/, malloc_text& /*reply*/) {
+    return ac_generate_dot_file();
+}
+
+int user_cmd_create_pipe(char* data, malloc_text& /*reply*/) {
+    return on_pipe(data, create_pipe);
+}
+
+int user_cmd_destroy_pipe(char* data, malloc_text& /*reply*/) {
+    return on_pipe(data, gstvideo_stop_pipe);
+}
+
+int user_cmd_pause_pipe(char* data, malloc_text& /*reply*/) {
+    return on_pipe(data, gstvideo_pause_pipe);
+}
+
+int user_cmd_resume_pipe(char* data, malloc_text& /*reply*/) {
+    return on_pipe(data, gstvideo_resume_pipe);
+}
+
+int user_cmd_pause_video(char* /*data*/, malloc_text& /*reply*/) {
+    return gstvideo_pause_all_pipes();
+}
+
+int user_cmd_resume_video(char* /*data*/, malloc_text& /*reply*/) {
+    return gstvideo_resume_all_pipes();
+}

@@ -1,0 +1,85 @@
+// The texts that pass over the command socket: four fields, separated by colons.
+#include "api/ipcmsg.h"
+
+#include "core/log.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr const char* SEPARATOR = ":";
+constexpr const char* MESSAGE_FORMAT = "%c:%s:%c:%s";
+// Fields before the data.
+constexpr std::size_t TOKEN_COUNT = 3;
+
+unsigned int length_of(const char* text) {
+    return static_cast<unsigned int>(std::strlen(text));
+}
+
+const char* shown(const char* text) {
+    return text == nullptr ? "(null)" : text;
+}
+
+// Takes the fields before the data off the text; false when there are fewer. `rest` is left at
+// what follows the separator after the last.
+bool take_tokens(char* text, std::array<char*, TOKEN_COUNT>& tokens, char*& rest) {
+    unsigned int offset = 0;
+    char* token = strtok_r(text, SEPARATOR, &rest);
+    for (std::size_t i = 0; i < TOKEN_COUNT; ++i) {
+        if (token == nullptr) {
+            return false;
+        }
+        tokens.at(i) = token;
+        const auto expected = static_cast<int>(TOKEN_COUNT - i);
+        log_message(LEVEL_DEBUG, "token=%s, expected_separators=%d, totlen=%u", token, expected,
+                    offset);
+        offset += length_of(token) + 1;
+        if (i + 1 < TOKEN_COUNT) {
+            token = strtok_r(nullptr, SEPARATOR, &rest);
+        }
+        log_message(LEVEL_DEBUG, "token2=%s, totlen=%u", shown(token), offset);
+    }
+    return true;
+}
+
+} // namespace
+
+int ipc_deserialize(char* text, ipc_msg& message) {
+    std::array<char*, TOKEN_COUNT> tokens{};
+    char* data = nullptr;
+    if (!take_tokens(text, tokens, data)) {
+        return -1;
+    }
+    log_message(LEVEL_DEBUG, "data_tokens[3]=%s", data);
+    message = {
+        .ctype = tokens[0][0],
+        .cmd = tokens[1],
+        .clen = length_of(tokens[1]),
+        .dtype = tokens[2][0],
+        .data = data,
+        .dlen = length_of(data),
+    };
+    log_message(
+        LEVEL_DEBUG, "deserialized package,\nctype=%c, cmd=%s, clen=%u\ndtype=%c, data=%s, dlen=%u",
+        message.ctype, message.cmd, message.clen, message.dtype, message.data, message.dlen);
+    const bool valid = message.ctype == 'c' && std::strchr("siln", message.dtype) != nullptr;
+    return valid ? 0 : -1;
+}
+
+malloc_text ipc_serialize(const ipc_msg& message) {
+    const char* const data = message.data == nullptr ? "" : message.data;
+    const int length =
+        std::snprintf(nullptr, 0, MESSAGE_FORMAT, message.ctype, message.cmd, message.dtype, data);
+    if (length < 0) {
+        return nullptr;
+    }
+    const auto size = static_cast<std::size_t>(length) + 1;
+    malloc_text text{static_cast<char*>(std::malloc(size))};
+    if (!text || std::snprintf(text.get(), size, MESSAGE_FORMAT, message.ctype, message.cmd,
+                               message.dtype, data) != length) {
+        return nullptr;
+    }
+    return text;
+}

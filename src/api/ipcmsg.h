@@ -1,0 +1,25 @@
+// The texts that pass over the command socket: four fields, separated by colons.
+//
+//   type ":" command ":" data type ":" data
+//
+// Requests have the type "c", replies "r" (done) or "e" (error). The data is all that follows the
+// third colon and may hold colons itself.
+#pragma once
+
+#include "core/imem.h"
+
+// A decoded request, or a reply to encode. Texts are borrowed: of a request, from its text.
+struct ipc_msg {
+    char ctype = '\0';
+    const char* cmd = nullptr;
+    unsigned int clen = 0;
+    char dtype = '\0';
+    char* data = nullptr; // handlers take it apart in place
+    unsigned int dlen = 0;
+};
+
+// Decodes a request in place: separators become terminators. 0 for a valid request, else -1.
+[[nodiscard]] int ipc_deserialize(char* text, ipc_msg& message);
+
+// The reply's text; absent data counts as empty. None when memory is short.
+[[nodiscard]] malloc_text ipc_serialize(const ipc_msg& message);

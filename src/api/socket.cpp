@@ -1,0 +1,156 @@
+// The local command socket: clients connect, send one request at a time, and get one reply each.
+#include "api/socket.h"
+
+#include "api/api.h"
+#include "core/eventagg.h"
+#include "core/imem.h"
+#include "core/log.h"
+#include "util/sysroot.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <fcntl.h>
+#include <new>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace {
+
+// Most bytes of one request; what a client sends beyond them is its next request.
+constexpr std::size_t REQUEST_SIZE = 2048;
+constexpr int BACKLOG = 1;
+// How long a reply may wait for a client that doesn't read: the others wait meanwhile.
+constexpr timeval SEND_TIMEOUT{.tv_sec = 1, .tv_usec = 0};
+constexpr timeval SEND_TIMEOUT_STUCK{.tv_sec = 0, .tv_usec = 1000};
+
+void set_send_timeout(const client_socket& client) {
+    const timeval& timeout = client.is_stuck ? SEND_TIMEOUT_STUCK : SEND_TIMEOUT;
+    setsockopt(client.fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
+}
+
+void note_send_result(client_socket& client, ssize_t sent) {
+    const bool is_stuck = sent < 1;
+    if (is_stuck != client.is_stuck) {
+        client.is_stuck = is_stuck;
+        set_send_timeout(client);
+    }
+}
+
+void answer(client_socket& client, char* request) {
+    log_message(LEVEL_DEBUG, "IPC in: %s", request);
+    const malloc_text reply = process_ipc(request);
+    if (!reply) {
+        log_message(LEVEL_ERROR, "Failed to decode the IPC message");
+        return;
+    }
+    log_message(LEVEL_DEBUG, "IPC out: %s", reply.get());
+    if (socket_send(client, reply.get()) < 1) {
+        log_message(LEVEL_WARN, "Failed to send data through client socket");
+    }
+}
+
+} // namespace
+
+std::unique_ptr<server_socket> socket_init(int domain, int type) {
+    std::unique_ptr<server_socket> server{new (std::nothrow) server_socket{}};
+    if (server) {
+        server->fd = -1;
+        server->domain = domain;
+        server->type = type;
+    }
+    return server;
+}
+
+void socket_bind(server_socket& server, const char* path) {
+    server.fd = socket(server.domain, server.type | SOCK_CLOEXEC, 0);
+    if (server.fd < 0) {
+        log_message(LEVEL_ERROR, "Failed to create server file socket");
+    }
+    const std::string file = sysroot_path(path);
+    unlink(file.c_str());
+    fcntl(server.fd, F_SETFL, fcntl(server.fd, F_GETFL) | O_NONBLOCK);
+    server.address = {};
+    server.address.sun_family = AF_UNIX;
+    const std::size_t length = std::min(file.size(), sizeof server.address.sun_path - 1);
+    std::memcpy(server.address.sun_path, file.data(), length);
+    const int result =
+        bind(server.fd, reinterpret_cast<const sockaddr*>(&server.address), sizeof server.address);
+    if (result != 0) {
+        log_message(LEVEL_ERROR, "Failed to bind server file socket: ret: %d, errno=%d", result,
+                    errno);
+    }
+}
+
+void socket_listen(server_socket& server) {
+    if (listen(server.fd, BACKLOG) != 0) {
+        log_message(LEVEL_ERROR, "Failed to listen to server file socket");
+    }
+}
+
+int socket_accept(server_socket& server, client_socket& client) {
+    socklen_t size = sizeof client.address;
+    client.fd =
+        accept4(server.fd, reinterpret_cast<sockaddr*>(&client.address), &size, SOCK_CLOEXEC);
+    if (client.fd < 0) {
+        return -1;
+    }
+    set_send_timeout(client);
+    log_message(LEVEL_DEBUG, "Client socket connected");
+    return client.fd;
+}
+
+ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size) {
+    std::memset(buffer, 0, size);
+    const ssize_t count = recv(client.fd, buffer, size, 0);
+    // Text has room for its terminator; what stands behind a zero byte is not part of it.
+    buffer[size - 1] = '\0';
+    return count;
+}
+
+ssize_t socket_send(client_socket& client, const char* text) {
+    const ssize_t sent = send(client.fd, text, std::strlen(text), 0);
+    note_send_result(client, sent);
+    return sent;
+}
+
+void socket_close(server_socket& server) {
+    close(server.fd);
+}
+
+void socket_client_close(client_socket& client) {
+    close(client.fd);
+}
+
+int accept_client_connection(server_socket& server) {
+    std::unique_ptr<client_socket> client{new (std::nothrow) client_socket{}};
+    if (!client) {
+        log_message(LEVEL_ERROR, "failed to create client sock");
+        return 1;
+    }
+    if (socket_accept(server, *client) <= 0) {
+        log_message(LEVEL_ERROR, "failed to accept client connection");
+    }
+    const auto user_data = reinterpret_cast<std::uintptr_t>(client.get());
+    if (ea_register_event(client->fd, EVENT_TYPE_CLIENT, user_data) != 0) {
+        log_message(LEVEL_ERROR, "failed to register client event");
+    }
+    log_message(LEVEL_DEBUG, "registered a new client connection");
+    // The aggregator's record refers to it now; it is released with that.
+    static_cast<void>(client.release());
+    return 0;
+}
+
+int accept_client_message(client_socket& client) {
+    const malloc_text request{static_cast<char*>(std::malloc(REQUEST_SIZE))};
+    if (!request) {
+        log_message(LEVEL_ERROR, "failed to malloc");
+    }
+    if (socket_recv(client, request.get(), REQUEST_SIZE) <= 0) {
+        socket_client_close(client);
+        return 1;
+    }
+    answer(client, request.get());
+    return 0;
+}

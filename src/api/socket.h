@@ -1,0 +1,54 @@
+// The local command socket: clients connect, send one request at a time, and get one reply each.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <sys/socket.h>
+#include <sys/types.h>
+#include <sys/un.h>
+
+struct server_socket {
+    int fd; // listening; -1 until bound
+    int domain;
+    int type;
+    sockaddr_un address;
+};
+
+struct client_socket {
+    int fd; // connected
+    sockaddr_un address;
+    // Its last reply could not be sent; until one can, it is given next to no time.
+    bool is_stuck;
+};
+
+// A record for a socket of that family and type; none when memory is short.
+[[nodiscard]] std::unique_ptr<server_socket> socket_init(int domain, int type);
+
+// Creates the socket and binds it to the path, in place of any file there. At most 107 characters
+// of the path are used. A failure is an ERROR.
+void socket_bind(server_socket& server, const char* path);
+
+// Starts listening; a failure is an ERROR.
+void socket_listen(server_socket& server);
+
+// Accepts a pending connection into the client record: its descriptor, or -1.
+[[nodiscard]] int socket_accept(server_socket& server, client_socket& client);
+
+// Receives once into the buffer, as terminated text up to the first zero byte. The number of bytes
+// received, 0 when the peer closed, negative on an error.
+[[nodiscard]] ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size);
+
+// Sends the text in one call, waiting a second at most. The number of bytes sent, or -1.
+[[nodiscard]] ssize_t socket_send(client_socket& client, const char* text);
+
+// Closes the listening descriptor; the file stays until the next start.
+void socket_close(server_socket& server);
+void socket_client_close(client_socket& client);
+
+// Accepts a connection and registers it with the event aggregator, whose record then holds the new
+// client_socket. Failures are ERRORs; 0.
+int accept_client_connection(server_socket& server);
+
+// Serves one request. 0 when it was answered; 1 when the peer has closed: the caller unregisters
+// the descriptor and releases the record.
+[[nodiscard]] int accept_client_message(client_socket& client);

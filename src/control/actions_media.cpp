@@ -1,0 +1,96 @@
+// Actions between the client commands and the media: snapshot, encoding, sound, graphs, hand-over.
+#include "control/actions_media.h"
+
+#include "config/cfg.h"
+#include "core/log.h"
+#include "osd/redis_message_broker.h"
+#include "util/global.h"
+#include "video/controls.h"
+#include "video/diagnostics.h"
+#include "video/registry.h"
+
+#include <cstdint>
+
+namespace {
+
+// 2.25 MiB, more than a picture of the display takes.
+constexpr std::uint64_t SNAPSHOT_BYTES = 2'359'296;
+constexpr int ENC_TYPE_MAX = 2;
+constexpr const char* GRAPH_FOLDER = "/home/root/";
+
+} // namespace
+
+int ac_make_snapshot() {
+    const malloc_text timestamp = get_timestamp_string();
+    if (!timestamp) {
+        return 1;
+    }
+    log_message(LEVEL_DEBUG, "timestamp: %s", timestamp.get());
+    const malloc_text folder = concatenate_strings({global_config.media_path, "/image/"});
+    if (!folder) {
+        return 1;
+    }
+    create_folder(folder.get());
+    if (has_enough_space(global_config.media_path, SNAPSHOT_BYTES) == 0) {
+        log_message(LEVEL_WARN, "Snapshot: not enough space");
+        return 1;
+    }
+    const malloc_text name = concatenate_strings({folder.get(), "img_", timestamp.get(), ".jpeg"});
+    if (!name) {
+        return 1;
+    }
+    log_message(LEVEL_DEBUG, "make snapshot: %s", name.get());
+    return gstvideo_takesnapshot(name.get());
+}
+
+int ac_set_enc_type(int type) {
+    if (type < 0 || type > ENC_TYPE_MAX) {
+        return 1;
+    }
+    if (type == global_config.enc_type) {
+        return 0;
+    }
+    if (const int refused = gstvideo_change_enc_type(type); refused != 0) {
+        return refused;
+    }
+    global_config.enc_type = type;
+    update_conf_file = 1;
+    return 0;
+}
+
+int ac_set_microphone_volume(int volume) {
+    if (volume == global_config.mic_volume) {
+        return 0;
+    }
+    if (const int refused = gstvideo_set_microphone_volume(volume); refused != 0) {
+        return refused;
+    }
+    update_conf_file = 1;
+    global_config.mic_volume = volume;
+    return 0;
+}
+
+int ac_generate_dot_file() {
+    for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
+        const malloc_text timestamp = get_timestamp_string();
+        if (!timestamp) {
+            return 1;
+        }
+        const malloc_text path = concatenate_strings(
+            {GRAPH_FOLDER, pipe_short_name(pipe), "_", timestamp.get(), ".dot"});
+        if (!path) {
+            return -1;
+        }
+        // A pipe that doesn't exist has no graph.
+        static_cast<void>(gstvideo_generate_dot_file(pipe, path.get()));
+    }
+    return 0;
+}
+
+int ac_disable_kbd() {
+    disable_non_video = 1;
+    if (rmb_connect(global_config.redis_socket_file) == 0) {
+        log_message(LEVEL_INFO, "Connected to redis: %s", global_config.redis_socket_file);
+    }
+    return 0;
+}

@@ -1,0 +1,87 @@
+// The link to the message broker: device notices published for an outside controller.
+#include "osd/redis_message_broker.h"
+
+#include "core/log.h"
+#include "util/sysroot.h"
+
+#include <cstdio>
+#include <cstring>
+#include <hiredis/hiredis.h>
+#include <sys/time.h>
+
+namespace {
+
+// Longest wait for the server: clients and buttons wait meanwhile.
+constexpr timeval ANSWER_TIMEOUT{.tv_sec = 1, .tv_usec = 0};
+
+constexpr const char* MESSAGE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\" }}";
+constexpr const char* CODE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\", \"code\": %d }}";
+// Characters of the longest code, its sign included.
+constexpr std::size_t CODE_LENGTH = 11;
+
+// Owned; a plain pointer since nothing static may be destroyed at exit.
+redisContext* connection = nullptr;
+
+} // namespace
+
+int rmb_connect(const char* socket_path) {
+    if (connection != nullptr) {
+        return 1;
+    }
+    redisContext* const context =
+        redisConnectUnixWithTimeout(sysroot_path(socket_path).c_str(), ANSWER_TIMEOUT);
+    if (context == nullptr) {
+        log_message(LEVEL_WARN, "Can't allocate redis context");
+        return 1;
+    }
+    if (context->err != 0) {
+        log_message(LEVEL_WARN, "Redis connect error: %s", context->errstr);
+        redisFree(context);
+        return 1;
+    }
+    redisSetTimeout(context, ANSWER_TIMEOUT);
+    connection = context;
+    return 0;
+}
+
+int rmb_pub_string(const char* channel, const char* message) {
+    if (connection == nullptr || message == nullptr) {
+        return 1;
+    }
+    // None when the server is gone or silent; the notice is lost then.
+    if (void* const reply = redisCommand(connection, "PUBLISH %s %s", channel, message)) {
+        freeReplyObject(reply);
+    }
+    return 0;
+}
+
+void rmb_disconnect() {
+    if (connection != nullptr) {
+        redisFree(connection);
+        connection = nullptr;
+    }
+}
+
+int rmb_is_connected() {
+    return connection != nullptr ? 1 : 0;
+}
+
+malloc_text construct_json_message(const char* message) {
+    const std::size_t size = std::strlen(MESSAGE_FORMAT) + std::strlen(message) + 1;
+    malloc_text text = emalloc_text(size);
+    std::snprintf(text.get(), size, MESSAGE_FORMAT, message);
+    return text;
+}
+
+malloc_text construct_json_code_and_message(const char* message, int code) {
+    const std::size_t size = std::strlen(CODE_FORMAT) + std::strlen(message) + CODE_LENGTH;
+    malloc_text text = emalloc_text(size);
+    std::snprintf(text.get(), size, CODE_FORMAT, message, code);
+    return text;
+}
+
+int send_mb_event(event_message_index index) {
+    const event_message& notice = event_messages[index];
+    const malloc_text text = construct_json_code_and_message(notice.text, notice.code);
+    return rmb_pub_string(notice.channel, text.get());
+}

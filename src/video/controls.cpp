@@ -1,0 +1,119 @@
+// Acting on running pipes: snapshot, overlay, microphone factor, encoding type.
+#include "video/controls.h"
+
+#include "core/log.h"
+#include "util/sysroot.h"
+#include "video/handles.h"
+#include "video/media_folder.h"
+#include "video/pipe_slots.h"
+#include "video/video_config.h"
+
+#include <cstdio>
+#include <gst/video/video.h>
+
+namespace {
+
+constexpr int VOLUME_MAX = 100;
+constexpr int ENC_TYPE_VIDEO_ONLY = 1;
+
+gst_sample_owned last_display_sample() {
+    GstSample* sample = nullptr;
+    if (const gst_owned<GstElement> sink = handle_get(element_handle::display_sink)) {
+        g_object_get(sink.get(), "last-sample", &sample, nullptr);
+    }
+    return gst_sample_owned{sample};
+}
+
+gst_sample_owned convert_to_jpeg(GstSample* sample) {
+    const gst_caps_owned caps{gst_caps_from_string("image/jpeg")};
+    GError* error = nullptr;
+    gst_sample_owned jpeg{
+        gst_video_convert_sample(sample, caps.get(), GST_CLOCK_TIME_NONE, &error)};
+    const g_error_owned owned_error{error};
+    if (!jpeg) {
+        log_message(LEVEL_ERROR, "Error converting frame: %s",
+                    error != nullptr ? error->message : "(NULL)");
+    }
+    return jpeg;
+}
+
+int write_sample(GstSample* sample, const char* path) {
+    GstBuffer* const buffer = gst_sample_get_buffer(sample);
+    GstMapInfo bytes{};
+    if (gst_buffer_map(buffer, &bytes, GST_MAP_READ) == FALSE) {
+        return 1;
+    }
+    GError* error = nullptr;
+    g_file_set_contents(sysroot_path(path).c_str(), reinterpret_cast<const char*>(bytes.data),
+                        static_cast<gssize>(bytes.size), &error);
+    gst_buffer_unmap(buffer, &bytes);
+    const g_error_owned owned_error{error};
+    if (error != nullptr) {
+        log_message(LEVEL_WARN, "Could not save snapshot: %s", error->message);
+        return 1;
+    }
+    return 0;
+}
+
+bool is_recording_or_streaming() {
+    return is_created(PIPE_TCP_STREAM) != 0 || is_created(PIPE_RECORD) != 0;
+}
+
+} // namespace
+
+int gstvideo_takesnapshot(const char* path) {
+    if (is_created(PIPE_DISPLAY) == 0) {
+        return 1;
+    }
+    gst_sample_owned shown = last_display_sample();
+    if (!shown) {
+        log_message(LEVEL_ERROR, "Error getting last sample from display sink");
+        return 1;
+    }
+    const gst_sample_owned jpeg = convert_to_jpeg(shown.get());
+    shown.reset();
+    if (!jpeg || write_sample(jpeg.get(), path) != 0) {
+        return 1;
+    }
+    flush_folder_of_file(path);
+    return 0;
+}
+
+int gstvideo_show_overlay(int show) {
+    if (const gst_owned<GstElement> overlay = handle_get(element_handle::overlay)) {
+        g_object_set(overlay.get(), "disable", static_cast<gboolean>(show == 0), nullptr);
+    }
+    return 0;
+}
+
+int gstvideo_set_qml_param(const char* object, const char* property, const char* value) {
+    const g_text text{g_strdup_printf("%s.%s:%s", object, property, value)};
+    if (const gst_owned<GstElement> overlay = handle_get(element_handle::overlay)) {
+        g_object_set(overlay.get(), "qml-attribute", text.get(), nullptr);
+    }
+    return 0;
+}
+
+int gstvideo_set_microphone_volume(int volume) {
+    if (volume < 0 || volume > VOLUME_MAX) {
+        log_message(LEVEL_WARN, "Mic vol should be a positive [0-100](was %d), remaining at: %d",
+                    volume, static_cast<int>(configs.mic_amplification * mic_scale));
+        return 1;
+    }
+    configs.mic_amplification = volume / mic_scale;
+    if (!is_recording_or_streaming() || configs.enc_type == ENC_TYPE_VIDEO_ONLY) {
+        return 0;
+    }
+    if (const gst_owned<GstElement> amplifier = handle_get(element_handle::audio_amp)) {
+        g_object_set(amplifier.get(), "amplification", configs.mic_amplification, nullptr);
+    }
+    return 0;
+}
+
+int gstvideo_change_enc_type(int type) {
+    if (is_recording_or_streaming()) {
+        return 1;
+    }
+    configs.enc_type = type;
+    return 0;
+}

@@ -1,0 +1,19 @@
+// Acting on running pipes: snapshot, overlay, microphone factor, encoding type.
+#pragma once
+
+// Writes what the display shows as a JPEG file. 0; 1 when there is no display pipe or the file
+// can't be written. A display without a picture, or one that can't be converted, is an ERROR.
+[[nodiscard]] int gstvideo_takesnapshot(const char* path);
+
+// Shows (non-zero) or hides the overlay; 0 always.
+[[nodiscard]] int gstvideo_show_overlay(int show);
+
+// Hands "object.property:value" to the overlay's scene; 0 always.
+int gstvideo_set_qml_param(const char* object, const char* property, const char* value);
+
+// Takes the microphone's volume, 0..100, also for a running audio branch. 0; 1 with a warning when
+// out of range.
+[[nodiscard]] int gstvideo_set_microphone_volume(int volume);
+
+// Takes the encoding type, unchecked. 0; 1 while recording or streaming over TCP.
+[[nodiscard]] int gstvideo_change_enc_type(int type);
