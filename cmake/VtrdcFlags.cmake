@@ -3,7 +3,7 @@ add_library(vtrdc_flags INTERFACE)
 target_compile_options(vtrdc_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2
   $<$<BOOL:${VTRDC_WERROR}>:-Werror>)
-# 64-bit file sizes and times also where the board's C library has narrower defaults.
+# 64-bit file sizes also where the board's C library has narrower defaults.
 target_compile_definitions(vtrdc_flags INTERFACE _FILE_OFFSET_BITS=64)
 target_include_directories(vtrdc_flags INTERFACE "${PROJECT_SOURCE_DIR}/src")
 

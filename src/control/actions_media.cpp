@@ -2,7 +2,10 @@
 #include "control/actions_media.h"
 
 #include "config/cfg.h"
+#include "core/eventagg.h"
 #include "core/log.h"
+#include "devices/acc.h"
+#include "devices/kbd.h"
 #include "osd/redis_message_broker.h"
 #include "util/global.h"
 #include "video/controls.h"
@@ -88,6 +91,14 @@ int ac_generate_dot_file() {
 }
 
 int ac_disable_kbd() {
+    if (ea_unregister_event(kbd_fd) == 0) {
+        kbd_fd = -1;
+        kbd_close();
+    }
+    if (ea_unregister_event(acc_fd) == 0) {
+        acc_fd = -1;
+        acc_close();
+    }
     disable_non_video = 1;
     if (rmb_connect(global_config.redis_socket_file) == 0) {
         log_message(LEVEL_INFO, "Connected to redis: %s", global_config.redis_socket_file);

@@ -1,12 +1,16 @@
 // Start-up, the dispatch loop, live-view recovery and the orderly stop.
 #include "api/socket.h"
 #include "config/cfg.h"
+#include "control/actions_reticle.h"
+#include "control/actions_sight.h"
 #include "core/cmdline.h"
 #include "core/daemon.h"
 #include "core/eventagg.h"
 #include "core/log.h"
 #include "core/signals.h"
 #include "core/timer.h"
+#include "devices/acc.h"
+#include "devices/kbd.h"
 #include "osd/redis_message_broker.h"
 #include "util/global.h"
 #include "util/sysroot.h"
@@ -20,6 +24,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <syslog.h>
 
@@ -140,6 +145,30 @@ void open_command_socket() {
     socket_listen(*s);
 }
 
+// Brings overlay, panel and thermal core into the state that the settings ask for.
+void device_start_init() {
+    ac_initial_reticle_config();
+    const int luminance = global_config.luminance;
+    log_message(LEVEL_DEBUG, "Setting %d as defautl luminance (index %d)",
+                lum_values.at(static_cast<std::size_t>(luminance)), luminance);
+    static_cast<void>(ac_exec_luminance_cmd(luminance));
+    log_message(LEVEL_DEBUG, "pip_mode: %d", global_config.pip_mode);
+    if (global_config.pip_mode != 0) {
+        static_cast<void>(
+            ac_exec_pip_cmd(pip_values.at(static_cast<std::size_t>(pip_index_value))));
+        log_message(LEVEL_INFO, "PIP started by default");
+    }
+}
+
+// A sight whose buttons can't be read still takes commands.
+void open_buttons() {
+    kbd_fd = kbd_init(global_config.kbd_device);
+    if (kbd_fd < 0) {
+        syslog(LOG_ERR, "Can not open kbd event file: %s, error: %s", global_config.kbd_device,
+               std::strerror(errno));
+    }
+}
+
 // A registration that is refused is not fatal here.
 void register_event(int fd, int type, std::uintptr_t user_data = 0) {
     static_cast<void>(ea_register_event(fd, type, user_data));
@@ -153,6 +182,7 @@ void register_descriptors(const live_view& view, int signal_fd) {
     register_event(s->fd, EVENT_TYPE_SERVER, reinterpret_cast<std::uintptr_t>(s));
     register_bus(view.src);
     register_bus(view.display);
+    register_event(kbd_fd, EVENT_TYPE_KBD);
     register_event(signal_fd, EVENT_TYPE_SIGNAL);
     register_event(tmr_fd, EVENT_TYPE_TIMER);
 }
@@ -214,6 +244,29 @@ void on_bus(const user_event& event) {
     recover_live_view(pipe);
 }
 
+// A device that is gone would be readable for ever.
+void drop_dead_buttons(int fd) {
+    log_message(LEVEL_WARN, "the button device is gone, buttons are dead");
+    static_cast<void>(ea_unregister_event(fd));
+    kbd_fd = -1;
+    kbd_close();
+}
+
+void on_kbd(const user_event& event) {
+    kbd_event pressed{};
+    if (kbd_read(pressed) == 0) {
+        if (process_kbd_event(pressed) != 0) {
+            log_message(LEVEL_ERROR, "failed to process kbd input");
+        }
+    } else if (kbd_is_gone()) {
+        drop_dead_buttons(event.fd);
+    }
+}
+
+void on_acc(const user_event& /*event*/) {
+    process_acc();
+}
+
 void process_signal(int number) {
     syslog(LOG_INFO, "Caught signal %d\n", number);
     exit_flag = 1;
@@ -246,7 +299,8 @@ struct dispatch_row {
 
 constexpr dispatch_row dispatch_rows[] = {
     {EVENT_TYPE_SERVER, on_server}, {EVENT_TYPE_CLIENT, on_client}, {EVENT_TYPE_BUS, on_bus},
-    {EVENT_TYPE_SIGNAL, on_signal}, {EVENT_TYPE_TIMER, on_timer},
+    {EVENT_TYPE_KBD, on_kbd},       {EVENT_TYPE_SIGNAL, on_signal}, {EVENT_TYPE_TIMER, on_timer},
+    {EVENT_TYPE_ACC, on_acc},
 };
 
 void dispatch(const user_event& event) {
@@ -288,6 +342,7 @@ void run_loop() {
 
 void daemon_shutdown() {
     socket_close(*s);
+    kbd_close();
     log_close();
     syslog(LOG_INFO, "Stopped %s", options.app_name);
     closelog();
@@ -310,6 +365,8 @@ int main(int argc, char* argv[]) {
     configure();
     const live_view view = start_live_view();
     open_command_socket();
+    device_start_init();
+    open_buttons();
     running = 1;
     tmr_fd = timer_init();
     register_descriptors(view, signal_fd);

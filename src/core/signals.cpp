@@ -17,6 +17,8 @@ int signals_init() {
         return -1;
     }
     std::signal(SIGPIPE, SIG_IGN);
+    // Ignored by whoever started us, it would hide the status of every tool that we run.
+    std::signal(SIGCHLD, SIG_DFL);
     return signalfd(-1, &set, SFD_CLOEXEC);
 }
 

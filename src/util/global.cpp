@@ -4,13 +4,17 @@
 #include "core/log.h"
 #include "util/sysroot.h"
 
+#include <algorithm>
 #include <cinttypes>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
+#include <limits>
 #include <linux/close_range.h>
 #include <memory>
 #include <sys/stat.h>
@@ -28,19 +32,52 @@ constexpr const char* HDMI_CABLE_STATE = "/sys/devices/soc0/soc/20e0000.hdmi_vid
 struct file_closer {
     void operator()(FILE* file) const noexcept { std::fclose(file); }
 };
+struct folder_closer {
+    void operator()(DIR* folder) const noexcept { closedir(folder); }
+};
 using file_owner = std::unique_ptr<FILE, file_closer>;
 
 file_owner open_file(const char* path, const char* mode) {
     return file_owner{std::fopen(sysroot_path(path).c_str(), mode)};
 }
 
-// Elements open descriptors of their own; tools shall inherit none of them. Kernels before 5.11
-// can't do this in one call, there our own descriptors are close-on-exec one by one.
+bool is_folder(FILE* file) {
+    struct stat status {};
+    return fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The way of kernels before 5.11, which can't mark all descriptors in one call.
+void mark_descriptors_one_by_one() {
+    const std::unique_ptr<DIR, folder_closer> folder{opendir("/proc/self/fd")};
+    if (!folder) {
+        return;
+    }
+    while (const dirent* entry = readdir(folder.get())) {
+        const int fd = std::atoi(entry->d_name);
+        if (fd > STDERR_FILENO) {
+            fcntl(fd, F_SETFD, FD_CLOEXEC);
+        }
+    }
+}
+
+// Elements open descriptors of their own; tools shall inherit none of them.
 void keep_descriptors_from_tools() {
-    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    if (close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
+        mark_descriptors_one_by_one();
+    }
 }
 
 } // namespace
+
+int truncate_to_int(double value) {
+    using limits = std::numeric_limits<int>;
+    if (std::isnan(value)) {
+        return 0;
+    }
+    const double limited =
+        std::clamp(value, static_cast<double>(limits::min()), static_cast<double>(limits::max()));
+    return static_cast<int>(limited);
+}
 
 int exec_system_cmd(const char* format, ...) {
     const malloc_text command = emalloc_text(COMMAND_SIZE);
@@ -104,7 +141,8 @@ malloc_text concatenate_strings(std::initializer_list<const char*> texts) {
 
 malloc_text read_full_file(const char* path) {
     const file_owner file = open_file(path, "rbe");
-    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) {
+    // A folder opens like a file and then has any size.
+    if (!file || is_folder(file.get()) || std::fseek(file.get(), 0, SEEK_END) != 0) {
         return nullptr;
     }
     const long end = std::ftell(file.get());
@@ -115,7 +153,7 @@ malloc_text read_full_file(const char* path) {
     malloc_text text = emalloc_text(size + 1);
     const std::size_t length = std::fread(text.get(), 1, size, file.get());
     text.get()[length] = '\0';
-    return text;
+    return std::ferror(file.get()) == 0 ? std::move(text) : nullptr;
 }
 
 int write_full_file(const char* path, const char* text) {

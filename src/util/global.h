@@ -80,6 +80,10 @@ inline int tmr_fd = -1;
 
 // --- Helpers ---------------------------------------------------------------------------------
 
+// The number truncated toward zero; one that an int can't hold becomes the nearest that it can, and
+// what is no number becomes 0.
+[[nodiscard]] int truncate_to_int(double value);
+
 // Runs a shell command line and waits for it. Returns what system() returns, 0 on success; a line
 // of 256 characters or more is refused with a warning and -1.
 [[nodiscard, gnu::format(printf, 1, 2)]] int exec_system_cmd(const char* format, ...);

@@ -90,5 +90,6 @@ int gstvideo_generate_dot_file(int pipe, const char* path) {
         return 1;
     }
     const g_text graph{gst_debug_bin_to_dot_data(GST_BIN(pipe_pipeline(pipe)), GRAPH_DETAILS)};
-    return write_full_file(path, graph.get());
+    // A GStreamer that was built without its debugging draws nothing.
+    return write_full_file(path, graph ? graph.get() : "");
 }

@@ -66,7 +66,7 @@ static_assert(pipe_table_is_sound(src_table));
 
 constexpr std::array display_elements = std::to_array<element_row>({
     {"interpipesrc", "display-ipsrc", element_handle::display_ipsrc},
-    {"perf", "perf-display", element_handle::none, profiling},
+    {"perf", "perf-display", element_handle::none, profiling, false},
     {"imxipuvideosink", "display-sink", element_handle::display_sink},
 });
 

@@ -14,7 +14,7 @@ gst_owned<GstPadTemplate> get_pad_template(GstElement* element, GstPadDirection 
         auto* const candidate = static_cast<GstStaticPadTemplate*>(node->data);
         if (candidate->direction == direction && candidate->presence == presence &&
             (name == nullptr || std::strcmp(candidate->name_template, name) == 0)) {
-            return gst_owned<GstPadTemplate>{gst_static_pad_template_get(candidate)};
+            return own_floating(gst_static_pad_template_get(candidate));
         }
     }
     return nullptr;

@@ -20,14 +20,14 @@ std::size_t index_of(const pipe_table& table, std::string_view name) {
     return index;
 }
 
-// False when the element should exist but could not be made.
+// False when the pipe needs the element but it could not be made.
 bool make_element(const element_row& row, gst_owned<GstElement>& element) {
     if (row.wanted != nullptr && !row.wanted()) {
         return true;
     }
     element = own_floating(gst_element_factory_make(row.factory, row.name));
     handle_set(row.handle, element.get());
-    return element != nullptr;
+    return element != nullptr || !row.required;
 }
 
 bool make_elements(const pipe_table& table, element_list& elements) {

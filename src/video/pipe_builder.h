@@ -17,6 +17,8 @@ struct element_row {
     element_handle handle = element_handle::none;
     // Tells whether the pipe has this element now; null: always.
     bool (*wanted)() = nullptr;
+    // A pipe does without an element that can't be made, unless it is required.
+    bool required = true;
 };
 
 // A caps text, turned into caps.

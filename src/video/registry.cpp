@@ -1,9 +1,7 @@
 // The registry of pipes: ten numbered slots, each with its pipeline, bus and end-of-stream flag.
 #include "video/registry.h"
 
-#include "core/imem.h"
 #include "core/log.h"
-#include "video/media_folder.h"
 #include "video/pipe_slots.h"
 #include "video/record_file.h"
 
@@ -66,10 +64,11 @@ gboolean post_forced_end(GstClock* /*clock*/, GstClockTime /*time*/, GstClockID 
     return TRUE;
 }
 
-void arm_end_timer(int pipe) {
+// A time that has passed already posts at once.
+void arm_end_timer(int pipe, GstClockTime due) {
     const gst_owned<GstClock> clock = system_clock();
     end_timer& timer = at(end_timers, pipe);
-    timer.due = gst_clock_get_time(clock.get()) + END_TIMEOUT;
+    timer.due = due;
     timer.id = gst_clock_new_single_shot_id(clock.get(), timer.due);
     gst_clock_id_wait_async(timer.id, post_forced_end, gst_object_ref(at(buses, pipe)),
                             gst_object_unref);
@@ -143,13 +142,18 @@ report parse_report(GstMessage* message, message_parser parse) {
     return {g_error_owned{error}, g_text{debug}};
 }
 
+// A pipe that was asked to end is asked again: its event goes away with the restart, and so may the
+// message that forces its end. That keeps its time, however often the pipe is restarted.
 void restart_pipe(int pipe) {
     log_message(LEVEL_INFO, "event detected");
+    const bool ending = at(eos_events, pipe) != 0;
+    const GstClockTime due = at(end_timers, pipe).due;
+    disarm_end_timer(pipe);
     gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL);
     gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
-    if (at(eos_events, pipe) != 0) {
-        // The event that asked the pipe to end went away with the restart.
+    if (ending) {
         gst_element_send_event(at(pipes, pipe), gst_event_new_eos());
+        arm_end_timer(pipe, due);
     }
 }
 
@@ -307,7 +311,7 @@ void send_eos(int pipe) {
     gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
     at(eos_events, pipe) = 1;
     resume_when_paused(at(pipes, pipe));
-    arm_end_timer(pipe);
+    arm_end_timer(pipe, gst_clock_get_time(system_clock().get()) + END_TIMEOUT);
 }
 
 int gstvideo_stop_pipe(int pipe) {

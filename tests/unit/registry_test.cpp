@@ -4,8 +4,11 @@
 #include "video/pad_template.h"
 #include "video/pipe_slots.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <poll.h>
 
 using testing::HasSubstr;
@@ -91,6 +94,62 @@ TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
     ASSERT_GT(handle.fd, 0);
     gstvideo_stop_pipe(PIPE_TCP_STREAM);
     EXPECT_TRUE(run_until_ended(PIPE_TCP_STREAM));
+}
+
+// Tells when a message of that type is posted, before anybody handles it.
+class post_watch {
+public:
+    explicit post_watch(GstBus* bus) : bus_{bus} {
+        gst_bus_set_sync_handler(bus, on_post, this, nullptr);
+    }
+    post_watch(const post_watch&) = delete;
+    post_watch& operator=(const post_watch&) = delete;
+    ~post_watch() { gst_bus_set_sync_handler(bus_, nullptr, nullptr, nullptr); }
+
+    bool wait_for_end() {
+        std::unique_lock lock{mutex_};
+        return changed_.wait_for(lock, std::chrono::seconds{10}, [this] { return ended_; });
+    }
+
+private:
+    static GstBusSyncReply on_post(GstBus* /*bus*/, GstMessage* message, gpointer self) {
+        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
+            auto* const watch = static_cast<post_watch*>(self);
+            const std::scoped_lock lock{watch->mutex_};
+            watch->ended_ = true;
+            watch->changed_.notify_all();
+        }
+        return GST_BUS_PASS;
+    }
+
+    GstBus* bus_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool ended_ = false;
+};
+
+// The restart throws away what is on the bus, the forced end with it.
+TEST_F(RegistryTest, RestartedPipeThatWasAskedToEndEndsAllTheSame) {
+    ASSERT_GT(start("http-sink").fd, 0);
+    GstElement* const pipeline = pipe_pipeline(PIPE_TCP_STREAM);
+    const gst_owned<GstElement> sink{gst_bin_get_by_name(GST_BIN(pipeline), "http-sink")};
+    const gst_owned<GstPad> pad{gst_element_get_static_pad(sink.get(), "sink")};
+    gst_pad_add_probe(
+        pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM,
+        [](GstPad*, GstPadProbeInfo* info, gpointer) {
+            const bool is_end = GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_EOS;
+            return is_end ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+        },
+        nullptr, nullptr);
+    const gst_owned<GstBus> bus{gst_element_get_bus(pipeline)};
+    {
+        post_watch watch{bus.get()};
+        gstvideo_stop_pipe(PIPE_TCP_STREAM);
+        GST_ELEMENT_ERROR(sink.get(), RESOURCE, WRITE, ("server gone"), (nullptr));
+        ASSERT_TRUE(watch.wait_for_end());
+    }
+    EXPECT_TRUE(run_until_ended(PIPE_TCP_STREAM));
+    EXPECT_THAT(log(), HasSubstr("[INFO]: event detected\n"));
 }
 
 TEST_F(RegistryTest, ReportsAreLoggedAndOnlyOneElementRestartsItsPipe) {

@@ -1,0 +1,63 @@
+// The micro-OLED panel: its driver's attributes.
+#include "devices/uoled.h"
+
+#include "core/log.h"
+#include "util/global.h"
+
+#include <array>
+#include <cstdio>
+
+namespace {
+
+constexpr int LUMINANCE_MAX = 240;
+// Fits the digits of any value that the panel knows; a longer one is cut.
+constexpr std::size_t VALUE_SIZE = 12;
+
+constexpr const char* sysfs_luminance = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_luminance";
+constexpr const char* sysfs_active = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_display_on";
+constexpr const char* sysfs_power = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_pon";
+constexpr const char* sysfs_pattern = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_pattern";
+
+// A control of the panel, with its name in log lines.
+struct panel_control {
+    const char* path;
+    const char* name;
+};
+
+int write_control(const panel_control& control, int value) {
+    std::array<char, VALUE_SIZE> text{};
+    std::snprintf(text.data(), text.size(), "%d", value);
+    if (write_full_file(control.path, text.data()) != 0) {
+        log_message(LEVEL_ERROR, "Failed to write %s to %s", control.name, control.path);
+        return -1;
+    }
+    log_message(LEVEL_DEBUG, "uoled %s set to: %d", control.name, value);
+    return 0;
+}
+
+} // namespace
+
+int uoled_set_lum(int level) {
+    if (level < 0 || level > LUMINANCE_MAX) {
+        log_message(LEVEL_ERROR, "lum value out of the range [0 - 240].");
+        return -1;
+    }
+    return write_control({sysfs_luminance, "luminance"}, level);
+}
+
+int uoled_active(int value) {
+    return write_control({sysfs_active, "active"}, value);
+}
+
+int uoled_power(int value) {
+    return write_control({sysfs_power, "power"}, value);
+}
+
+int uoled_pattern(int value) {
+    return write_control({sysfs_pattern, "pattern"}, value);
+}
+
+int uoled_resolution(int /*resolution*/) {
+    log_message(LEVEL_ERROR, "Not implemented - uoled_resolution");
+    return 1;
+}

@@ -1,0 +1,129 @@
+// What the daemon tells the on-screen display: each call sends one update to the overlay's scene.
+#include "osd/overlay.h"
+
+#include "core/imem.h"
+#include "core/log.h"
+#include "util/global.h"
+#include "video/controls.h"
+
+#include <array>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+
+namespace {
+
+// A property of the scene that takes updates.
+struct target {
+    const char* object;
+    const char* property;
+};
+
+constexpr target RETICLE{"ReticleMenu", "retProfParam"};
+constexpr target ICONS{"OffMenu", "offMenuParams"};
+constexpr target PIP_STATE{"FtrMenu", "pipSt"};
+constexpr target LEVELER_STATE{"FtrMenu", "lvlSt"};
+
+// Most characters of an update, the terminator included.
+constexpr std::size_t SHORT_SIZE = 64;
+constexpr std::size_t LONG_SIZE = 128;
+
+constexpr std::array luminance_icons{
+    "{\"KEY\": \"LUM\", \"VAL\": 0}", "{\"KEY\": \"LUM\", \"VAL\": 1}",
+    "{\"KEY\": \"LUM\", \"VAL\": 2}", "{\"KEY\": \"LUM\", \"VAL\": 3}",
+    "{\"KEY\": \"LUM\", \"VAL\": 4}",
+};
+
+void send(const target& to, const char* value) {
+    gstvideo_set_qml_param(to.object, to.property, value);
+}
+
+void send_switch(const target& to, int flag) {
+    send(to, flag != 0 ? "1" : "0");
+}
+
+// Sends the formatted value; one that does not fit is refused, since half an update says something
+// else than the whole one.
+[[gnu::format(printf, 3, 4)]] void send_formatted(const target& to, std::size_t size,
+                                                  const char* format, ...) {
+    const malloc_text text = emalloc_text(size);
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(text.get(), size, format, arguments);
+    va_end(arguments);
+    if (length < 0 || static_cast<std::size_t>(length) >= size) {
+        log_message(LEVEL_WARN, "overlay update too long, not sent: %s", text.get());
+        return;
+    }
+    send(to, text.get());
+}
+
+} // namespace
+
+void ov_reticle_visible(int visible) {
+    send(RETICLE, visible != 0 ? "{\"STATE\": 1}" : "{\"STATE\": 0}");
+}
+
+void ov_zoom_reticle(double x, double y, double red_dot_x, double red_dot_y, double width,
+                     double height) {
+    send_formatted(RETICLE, LONG_SIZE,
+                   "{\"X\": %f,\"Y\": %f, \"RD_X\": %f,\"RD_Y\": %f,\"WIDTH\": %f,\"HEIGHT\": %f}",
+                   x, y, red_dot_x, red_dot_y, width, height);
+}
+
+void ov_pip_reticle_offset(double x, double y) {
+    send_formatted(RETICLE, SHORT_SIZE, "{\"Z_OFFSET_X\": %d,\"Z_OFFSET_Y\": %d}",
+                   truncate_to_int(x), truncate_to_int(y));
+}
+
+void ov_pip_reticle_color(const char* color) {
+    send_formatted(RETICLE, SHORT_SIZE, "{\"COLOR_HEX\": \"%s\"}", color);
+}
+
+void ov_reticle_opacity(double opacity) {
+    send_formatted(RETICLE, SHORT_SIZE, "{\"BRIGHT_VAL\": \"%f\"}", opacity);
+}
+
+void ov_set_reticle(const char* path) {
+    send_formatted(RETICLE, SHORT_SIZE, "{\"SRC\": \"%s\"}", path);
+}
+
+void ov_red_dot_visibility(int flag) {
+    send_formatted(RETICLE, SHORT_SIZE, "{\"RD_STATE\": %d}", flag);
+}
+
+int ov_brigthness_icon(int level) {
+    if (level < 0 || static_cast<std::size_t>(level) >= luminance_icons.size()) {
+        return 1;
+    }
+    send(ICONS, luminance_icons.at(static_cast<std::size_t>(level)));
+    return 0;
+}
+
+void ov_nuc_icon() {
+    send(ICONS, "{\"KEY\": \"AUTO_NUC_ALRT\" , \"VAL\": 0}");
+}
+
+int ov_zoom_icon(int factor, const char* key) {
+    // The icon's step is the place of the factor in the table of zoom factors.
+    for (std::size_t step = 0; step < ZOOM_VALUE_SIZE; ++step) {
+        if (zoom_values.at(step) == factor) {
+            send_formatted(ICONS, LONG_SIZE, "{\"KEY\": \"%s\" , \"VAL\": %d}", key,
+                           static_cast<int>(step));
+            return 0;
+        }
+    }
+    return 1;
+}
+
+void ov_pip_reticle(int flag) {
+    send_switch(PIP_STATE, flag);
+}
+
+void ov_leveler_visibility(int shown) {
+    send_switch(LEVELER_STATE, shown);
+}
+
+void ov_leveler_data(int /*xz_tilt_deg*/, int /*y_tilt_deg*/) {
+    log_message(LEVEL_WARN, "ov_leveler_data not implemented");
+}
