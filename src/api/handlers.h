@@ -18,10 +18,25 @@ int user_cmd_get_mic_volume(char* data, malloc_text& reply);
 
 // The sight's controls and settings (handlers_sight.cpp)
 int user_cmd_disable_kbd(char* data, malloc_text& reply);
+int user_cmd_zoom(char* data, malloc_text& reply);
+int user_cmd_nuc(char* data, malloc_text& reply);
+int user_cmd_pol(char* data, malloc_text& reply);
+int user_cmd_pip(char* data, malloc_text& reply);
+int user_cmd_get_zoom(char* data, malloc_text& reply);
+int user_cmd_set_nuc_type(char* data, malloc_text& reply);
+int user_cmd_set_luminance(char* data, malloc_text& reply);
 int user_cmd_get_config(char* data, malloc_text& reply);
 int user_cmd_get_lum(char* data, malloc_text& reply);
 int user_cmd_get_pip(char* data, malloc_text& reply);
+
+// The reticle (handlers_reticle.cpp)
+int user_cmd_reticle(char* data, malloc_text& reply);
 int user_cmd_get_reticle(char* data, malloc_text& reply);
+int user_cmd_dot(char* data, malloc_text& reply);
+int user_cmd_origin(char* data, malloc_text& reply);
+int user_cmd_set_reticle_src(char* data, malloc_text& reply);
+int user_cmd_set_reticle_color(char* data, malloc_text& reply);
+int user_cmd_set_reticle_opacity(char* data, malloc_text& reply);
 
 // Pipes (handlers_pipes.cpp)
 int user_cmd_get_pl_state(char* data, malloc_text& reply);

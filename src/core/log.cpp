@@ -36,12 +36,17 @@ stamp_text time_stamp() {
     return text;
 }
 
+// Most DEBUG lines are never written: they must cost next to nothing then.
+bool is_written(int level) {
+    return level >= (log_verbose != 0 ? LEVEL_DEBUG : LEVEL_INFO) && level <= LEVEL_ERROR;
+}
+
 void write_line(int level, const char* message, int error_number) {
     constexpr std::array labels{"DEBUG", "INFO", "WARN"};
     const stamp_text stamp = time_stamp();
     if (level == LEVEL_ERROR) {
         std::fprintf(log_stream, "%s [ERROR][errno=%d]: %s\n", stamp.data(), error_number, message);
-    } else if (level > LEVEL_DEBUG || log_verbose != 0) {
+    } else {
         std::fprintf(log_stream, "%s [%s]: %s\n", stamp.data(),
                      labels.at(static_cast<std::size_t>(level)), message);
     }
@@ -71,8 +76,8 @@ int log_message(int level, const char* format, ...) {
     if (log_stream == nullptr) {
         log_stream = stdout;
     }
-    if (level >= LEVEL_DEBUG && level <= LEVEL_ERROR) {
-        std::array<char, MESSAGE_SIZE> message{};
+    if (is_written(level)) {
+        std::array<char, MESSAGE_SIZE> message; // filled just below
         std::va_list arguments;
         va_start(arguments, format);
         std::vsnprintf(message.data(), message.size(), format, arguments);
