@@ -3,10 +3,7 @@
 
 #include "api/handlers.h"
 #include "api/ipcmsg.h"
-#include "core/log.h"
 #include "util/text_buffer.h"
-
-#include <cstring>
 
 // A new command is a row here and its handler.
 constexpr std::array<command_row, CMD_LIST_SIZE> cmd_list{{
@@ -27,28 +24,28 @@ constexpr std::array<command_row, CMD_LIST_SIZE> cmd_list{{
     {"disable_kbd", user_cmd_disable_kbd,
      "argc:0, stops interpreting the keyboard key-presses and stops interacting with the qml "
      "except of the direct qml command"},
-    {"kbd_zoom", user_cmd_unavailable, "argc:0, simulate zoom button press"},
-    {"kbd_nuc", user_cmd_unavailable, "argc:0, simulate nuc button press"},
-    {"kbd_pol", user_cmd_unavailable, "argc:0, simulate pol button press [@]"},
+    {"kbd_zoom", user_cmd_zoom, "argc:0, simulate zoom button press"},
+    {"kbd_nuc", user_cmd_nuc, "argc:0, simulate nuc button press"},
+    {"kbd_pol", user_cmd_pol, "argc:0, simulate pol button press [@]"},
     {"print_config", user_cmd_get_config, "argc:0, prints config file contents"},
-    {"enable_pip", user_cmd_unavailable, "argc:1, 0 - disable pip, 2 - pip x2, 4 - pip x4 [%@]"},
+    {"enable_pip", user_cmd_pip, "argc:1, 0 - disable pip, 2 - pip x2, 4 - pip x4 [%@]"},
     {"get_lum", user_cmd_get_lum, "argc:0, returns the current lum array index"},
     {"get_pip", user_cmd_get_pip, "argc:0, returns the current pip arary index"},
-    {"enable_reticle", user_cmd_unavailable, "argc:1, int 1/0, shows/hides the reticle [%@]"},
-    {"enable_dot", user_cmd_unavailable, "argc:1, int 1/0, shows/hides the red dot, [%@]"},
+    {"enable_reticle", user_cmd_reticle, "argc:1, int 1/0, shows/hides the reticle [%@]"},
+    {"enable_dot", user_cmd_dot, "argc:1, int 1/0, shows/hides the red dot, [%@]"},
     {"get_reticle", user_cmd_get_reticle, "argc:0, returns the current reticle visibility (1/0)"},
-    {"set_origin", user_cmd_unavailable,
+    {"set_origin", user_cmd_origin,
      "argc:2, format <x>,<y> [float-numbers], sets the origin of the reticle [%@]"},
-    {"get_zoom", user_cmd_unavailable, "argc:0, returns the current zoom array index"},
-    {"set_reticle_src", user_cmd_unavailable,
+    {"get_zoom", user_cmd_get_zoom, "argc:0, returns the current zoom array index"},
+    {"set_reticle_src", user_cmd_set_reticle_src,
      "argc:1, int index from the reticle src array, sets the reticle src image [%@]"},
-    {"set_reticle_color", user_cmd_unavailable,
+    {"set_reticle_color", user_cmd_set_reticle_color,
      "argc:1, index from the reticle color array, sets the reticle color [%@]"},
-    {"set_reticle_opacity", user_cmd_unavailable,
+    {"set_reticle_opacity", user_cmd_set_reticle_opacity,
      "argc:1, <float> range->[0-1], sets the opacity of the reticle, [%@]"},
-    {"set_nuc_type", user_cmd_unavailable,
+    {"set_nuc_type", user_cmd_set_nuc_type,
      "argc:1, index from the nuc type array, sets the current nuc type [%@]"},
-    {"set_lum", user_cmd_unavailable,
+    {"set_lum", user_cmd_set_luminance,
      "argc:1, index from the luminance array, sets the current luminance [%@]"},
     {"set_enc_type", user_cmd_set_encoder_type,
      "argc:1, index from the enc type array, sets the current enc type (cannot be set while "
@@ -140,28 +137,4 @@ malloc_text api_get_help() {
         help.append("%s\n", line);
     }
     return help.take();
-}
-
-argument_list split_arg_list(char* text) {
-    argument_list list;
-    list.arguments[list.count++] = text;
-    char* at = *text == '\0' ? text : text + 1;
-    while (*at != '\0') {
-        if (*at != ',') {
-            ++at;
-        } else if (at[-1] == '\\') {
-            // The rest moves one place left, so `at` is behind the comma then.
-            std::memmove(at - 1, at, std::strlen(at) + 1);
-        } else if (list.count == ARGUMENTS_MAX) {
-            break;
-        } else {
-            *at++ = '\0';
-            list.arguments.at(list.count++) = at;
-            at += *at == '\0' ? 0 : 1;
-        }
-    }
-    for (std::size_t i = 0; i < list.count; ++i) {
-        log_message(LEVEL_DEBUG, "arg num %zu: %s", i, list.arguments.at(i));
-    }
-    return list;
 }

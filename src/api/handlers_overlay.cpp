@@ -1,5 +1,5 @@
 // Client commands that reach into the overlay scene.
-#include "api/api.h"
+#include "api/arguments.h"
 #include "api/handlers.h"
 #include "api/values.h"
 #include "video/controls.h"

@@ -1,5 +1,5 @@
 // Client commands for the reticle and its red dot.
-#include "api/api.h"
+#include "api/arguments.h"
 #include "api/handlers.h"
 #include "api/values.h"
 #include "config/cfg.h"
