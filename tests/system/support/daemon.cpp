@@ -3,9 +3,14 @@
 
 #include "support/file_watch.h"
 
+#include <array>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
 
@@ -25,6 +30,9 @@ vtrdc_daemon::vtrdc_daemon(const board& board, const std::vector<std::string>& o
 }
 
 vtrdc_daemon::~vtrdc_daemon() {
+    if (client_ >= 0) {
+        close(client_);
+    }
     if (running_) {
         kill(pid_, SIGKILL);
         wait_exit(WAIT_LIMIT);
@@ -56,6 +64,46 @@ bool vtrdc_daemon::wait_until_live() {
            board_.wait_for_panel([](const picture& panel) {
                return panel.deviation(MIDDLE) > 5.0 && panel.red_pixels(MIDDLE) > 0;
            });
+}
+
+int vtrdc_daemon::connect() const {
+    const int client = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    board_.at("/run/vtrdc.socket").string().copy(address.sun_path, sizeof address.sun_path - 1);
+    const timeval timeout{WAIT_LIMIT.count(), 0};
+    setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    if (::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        close(client);
+        return -1;
+    }
+    return client;
+}
+
+std::string ask_over(int client, std::string_view request) {
+    std::array<char, 65536> reply{};
+    if (send(client, request.data(), request.size(), MSG_NOSIGNAL) < 0) {
+        return {};
+    }
+    const ssize_t length = recv(client, reply.data(), reply.size(), 0);
+    return length > 0 ? std::string(reply.data(), static_cast<std::size_t>(length)) : std::string{};
+}
+
+std::string vtrdc_daemon::ask(std::string_view request) {
+    if (client_ < 0) {
+        client_ = connect();
+    }
+    return ask_over(client_, request);
+}
+
+int vtrdc_daemon::count(std::string_view text) const {
+    const std::string all = output();
+    int found = 0;
+    for (std::size_t place = all.find(text); place != std::string::npos;
+         place = all.find(text, place + text.size())) {
+        ++found;
+    }
+    return found;
 }
 
 void vtrdc_daemon::signal(int number) const {

@@ -24,6 +24,16 @@ public:
     // Waits until the panel shows the camera's picture with the overlay on it.
     [[nodiscard]] bool wait_until_live();
 
+    // Sends one request over a connection that is kept, and returns its reply; empty when none
+    // came. The command socket must be there (wait_until_live).
+    std::string ask(std::string_view request);
+
+    // A further connection to the command socket, owned by the caller; -1 when there is none.
+    [[nodiscard]] int connect() const;
+
+    // How often the text stands in the output.
+    [[nodiscard]] int count(std::string_view text) const;
+
     void signal(int number) const;
 
     // Waits for the end: exit status, 128 + signal, or -1 when it takes longer.
@@ -37,5 +47,9 @@ private:
     std::filesystem::path output_;
     pid_t pid_;
     bool running_ = true;
+    int client_ = -1;
     std::size_t seen_ = 0;
 };
+
+// Sends one request on the connection and returns its reply; empty when none came.
+std::string ask_over(int client, std::string_view request);
