@@ -2,7 +2,6 @@
 #include "config/cfg.h"
 #include "fuzz.h"
 
-#include <cstring>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -16,19 +15,27 @@ std::string file_of(const void* content, std::size_t size) {
     return "/proc/self/fd/" + std::to_string(file);
 }
 
+std::string serialized() {
+    return cfg_serialize_global_config().get();
+}
+
+int read(const void* content, std::size_t size) {
+    return cfg_read_config(file_of(content, size).c_str());
+}
+
 } // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     hush_log();
     global_config = {};
-    const bool found = cfg_read_config(file_of(data, size).c_str()) == 0;
+    const std::string defaults = serialized();
+    const bool found = read(data, size) == 0;
     require(found == !cfg_get_all_keys().empty());
     cfg_correct_indices();
-    // Settings that were written read back as the same file.
-    std::size_t length = 0;
-    const malloc_text written = cfg_serialize_global_config(&length);
-    require(cfg_read_config(file_of(written.get(), length).c_str()) == 0);
-    require(std::strcmp(cfg_serialize_global_config().get(), written.get()) == 0);
+    // Settings that were written read back as the same file. Seldom tried: it takes its time.
+    if (const std::string written = serialized(); written != defaults) {
+        require(read(written.data(), written.size()) == 0 && serialized() == written);
+    }
     cfg_clean();
     return 0;
 }

@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -58,15 +59,15 @@ TEST_F(BrokerTest, NoticeReachesTheSubscriber) {
     const background_program server{server_command(), server_output_};
     ASSERT_TRUE(wait_for_text(server_output_, "ready to accept connections"));
     const std::filesystem::path heard = board_.at("/tmp/heard");
-    const background_program subscriber{
-        {"/usr/bin/redis-cli", "-s", socket_, "SUBSCRIBE", "VTRDC.VIDEO.DONE"}, heard};
+    const background_program subscriber{{"/usr/bin/redis-cli", "-s", socket_, "PSUBSCRIBE", "*"},
+                                        heard};
     ASSERT_TRUE(wait_for_text(heard, "subscribe"));
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_TRUE(daemon_.wait_for("[INFO]: Connected to redis: /run/redis.sock\n"));
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     lose_camera();
-    EXPECT_TRUE(wait_for_text(
-        heard, "{ \"VTRDC\": {\"message\": \"No input video signal\", \"code\": 1 }}"));
+    EXPECT_TRUE(wait_for_text(heard, "\nVTRDC.VIDEO.DONE\n{ \"VTRDC\": {\"message\": \"No input "
+                                     "video signal\", \"code\": 1 }}"));
     EXPECT_EQ(daemon_.count("Connected to redis"), 1);
 }
 
@@ -82,19 +83,96 @@ TEST_F(BrokerTest, ComesUpLaterAndGoesDownAgain) {
     EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:0");
 }
 
-TEST_F(BrokerTest, OneThatNeverAnswersHoldsNobodyUpForLong) {
-    const int mute = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    socket_.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(mute, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(mute, 1), 0);
+// A server of the test's own, which says what no server should.
+class false_server {
+public:
+    false_server(const std::string& path, int backlog)
+        : listening_{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)} {
+        address_.sun_family = AF_UNIX;
+        path.copy(address_.sun_path, sizeof address_.sun_path - 1);
+        EXPECT_EQ(bind(listening_, generic_address(), sizeof address_), 0);
+        EXPECT_EQ(listen(listening_, backlog), 0);
+    }
+    false_server(const false_server&) = delete;
+    false_server& operator=(const false_server&) = delete;
+    ~false_server() {
+        for (const int open : {listening_, accepted_, waiting_}) {
+            if (open >= 0) {
+                close(open);
+            }
+        }
+    }
+
+    void answer_the_client(std::string_view text) {
+        accepted_ = accept(listening_, nullptr, nullptr);
+        ASSERT_GE(accepted_, 0);
+        EXPECT_EQ(send(accepted_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+    }
+    void leave_the_client() {
+        shutdown(accepted_, SHUT_RDWR);
+        close(std::exchange(accepted_, -1));
+    }
+    // Takes the one place in the queue of a server with a backlog of 0.
+    void fill_queue() {
+        waiting_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        EXPECT_EQ(connect(waiting_, generic_address(), sizeof address_), 0);
+    }
+
+private:
+    [[nodiscard]] const sockaddr* generic_address() const {
+        return reinterpret_cast<const sockaddr*>(&address_);
+    }
+
+    sockaddr_un address_{};
+    int listening_;
+    int accepted_ = -1;
+    int waiting_ = -1;
+};
+
+struct false_server_case {
+    const char* name;
+    void (*misbehave)(false_server& server);
+};
+
+void PrintTo(const false_server_case& each, std::ostream* out) {
+    *out << each.name;
+}
+
+const false_server_case false_server_cases[] = {
+    {"NeverAnswers", [](false_server&) {}},
+    {"TalksNonsense", [](false_server& server) { server.answer_the_client("hello\r\n%s\r\n"); }},
+    {"AnswersHalf", [](false_server& server) { server.answer_the_client("$100\r\nhalf"); }},
+    {"HangsUp",
+     [](false_server& server) {
+         server.answer_the_client("");
+         server.leave_the_client();
+     }},
+};
+
+class FalseServerTest : public BrokerTest, public testing::WithParamInterface<false_server_case> {};
+
+TEST_P(FalseServerTest, LosesTheNoticeAndHoldsNobodyUpForLong) {
+    false_server server{socket_, 1};
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_TRUE(daemon_.wait_for("Connected to redis"));
+    GetParam().misbehave(server);
     lose_camera();
     // Answered although the notice was not; the wait for that has an end.
     EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:0");
-    close(mute);
+    // The broken connection stays.
+    EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
+    EXPECT_EQ(daemon_.count("Connected to redis"), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, FalseServerTest, testing::ValuesIn(false_server_cases),
+                         testing::PrintToStringParamName());
+
+TEST_F(BrokerTest, ServerThatTakesNobodyIsWarnedAboutInTime) {
+    false_server server{socket_, 0};
+    server.fill_queue();
+    EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
+    EXPECT_TRUE(daemon_.wait_for("[WARN]: Redis connect error: "));
+    EXPECT_EQ(daemon_.count("Connected to redis"), 0);
 }
 
 TEST_F(BrokerTest, NothingIsSaidBeforeTheHandOver) {

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <limits>
+#include <optional>
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -13,21 +15,36 @@ using testing::StartsWith;
 namespace {
 
 constexpr area WHOLE{0, 0, 1024, 768};
+constexpr const char* OTHER_CONF = "/etc/other.conf";
+constexpr const char* OTHER_SETTINGS = "http_url=http://127.0.0.1:9/elsewhere\n";
 
 class CommandTest : public testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(daemon_.wait_until_live()); }
-    void TearDown() override { EXPECT_EQ(daemon_.stop(), 0); }
+    CommandTest() {
+        std::ofstream{board_.at(OTHER_CONF)} << OTHER_SETTINGS;
+        daemon_.emplace(board_, std::vector<std::string>{"-c", OTHER_CONF});
+    }
+    void SetUp() override { ASSERT_TRUE(daemon_->wait_until_live()); }
+    void TearDown() override { EXPECT_EQ(daemon_->stop(), 0); }
 
-    [[nodiscard]] std::string overlay_log() const {
-        return read_text(board_.at("/var/log/overlay.log"));
+    std::string ask(const std::string& request) { return daemon_->ask(request); }
+    // For a command that answers without a text: the type of its reply.
+    char outcome(const std::string& command, const std::string& data) {
+        const std::string reply = ask("c:" + command + ":s:" + data);
+        EXPECT_THAT(reply, EndsWith(":" + command + ":n:"));
+        return reply.empty() ? '\0' : reply.front();
     }
-    [[nodiscard]] std::string core_log() const {
-        return read_text(board_.at("/var/log/vtrcore.log"));
+    std::string config() { return ask("c:print_config:n:"); }
+
+    // Files are written after the pass of a request; a further one comes in a later pass.
+    int writes() {
+        EXPECT_EQ(ask("c:get_pip:n:").substr(0, 2), "r:");
+        return daemon_->count("[INFO]: Config write takes : ");
     }
+    [[nodiscard]] std::string written() const { return read_text(board_.at("/etc/vtrdc.conf")); }
 
     board board_;
-    vtrdc_daemon daemon_{board_, {"-c", "/etc/other.conf"}};
+    std::optional<vtrdc_daemon> daemon_;
 };
 
 struct exchange_case {
@@ -45,124 +62,254 @@ TEST_F(CommandTest, RepliesToTheLetter) {
         {"c:get_lum:x:", "e:no_cmd:s:Failed to decode the command"},
         {":", "e:no_cmd:s:Failed to decode the command"},
         {noise, "e:no_cmd:s:Failed to decode the command"},
+        {"c:get_lum:n", "r:get_lum:s:0"},
         {"::c::get_lum:n:", "r:get_lum:s:0"},
         {"cc:get_lum:nothing:" + noise, "r:get_lum:s:0"},
         {std::string{"c:get_lum:n:\0junk", 17}, "r:get_lum:s:0"},
         {"c:Get_lum:n:", "e:Get_lum:s:Unknown command"},
         {"c:%n%s:n:", "e:%n%s:s:Unknown command"},
-        // values
-        {"c:set_lum:i:3", "r:set_lum:n:"},
-        {"c:get_lum:n:", "r:get_lum:s:3"},
-        {"c:set_lum:i:4", "e:set_lum:n:"},
-        {"c:set_lum:i:-1", "e:set_lum:n:"},
-        {"c:set_lum:i:99999999999", "e:set_lum:n:"},
-        {"c:set_lum:i:  1", "r:set_lum:n:"},
-        {"c:set_lum:i:" + noise, "r:set_lum:n:"}, // reads as 0
-        {"c:get_lum:n:", "r:get_lum:s:0"},
-        {"c:set_mic_volume:i:44", "r:set_mic_volume:n:"},
-        {"c:set_mic_volume:i:101", "e:set_mic_volume:n:"},
-        {"c:set_mic_volume:i:-1", "e:set_mic_volume:n:"},
-        {"c:get_mic_volume:n:", "r:get_mic_volume:s:44"},
-        {"c:set_enc_type:i:3", "e:set_enc_type:n:"},
-        {"c:set_enc_type:i:2", "r:set_enc_type:n:"},
-        {"c:get_enc_type:n:", "r:get_enc_type:s:2"},
-        {"c:set_nuc_type:i:2", "r:set_nuc_type:n:"},
-        {"c:set_nuc_type:i:4", "e:set_nuc_type:n:"},
-        {"c:set_reticle_color:i:7", "e:set_reticle_color:n:"},
-        {"c:set_reticle_color:i:-1", "e:set_reticle_color:n:"},
-        {"c:set_reticle_color:i:6", "r:set_reticle_color:n:"},
-        {"c:set_reticle_opacity:s:1.01", "e:set_reticle_opacity:n:"},
-        {"c:set_reticle_opacity:s:nan", "e:set_reticle_opacity:n:"},
-        {"c:set_reticle_opacity:s:0.5", "r:set_reticle_opacity:n:"},
-        {"c:set_reticle_src:i:-1", "r:set_reticle_src:n:"},
+        {"c:" + noise + ":n:", "e:" + noise + ":s:Unknown command"},
+        // commands that don't look at their data
+        {"c:get_lum:s:" + noise, "r:get_lum:s:0"},
+        {"c:get_pip:i:9", "r:get_pip:s:0"},
+        {"c:get_zoom:n:", "r:get_zoom:s:0"},
+        {"c:get_reticle:n:", "r:get_reticle:s:1"},
+        {"c:get_enc_type:l:1,2", "r:get_enc_type:s:0"},
+        {"c:get_mic_volume:n:", "r:get_mic_volume:s:100"},
+        {"c:enable_video:i:1", "e:enable_video:n:"},
+        {"c:enable_video:s:" + noise, "e:enable_video:n:"},
+        {"c:pipeline_state:s:" + noise, "r:pipeline_state:n:"},
+        {"c:create_dot:s:" + noise, "r:create_dot:n:"},
+        {"c:resume_video:s:" + noise, "r:resume_video:n:"},
+        // lists and floating-point numbers
+        {"c:set_qml_prop:s:a,b", "e:set_qml_prop:s:Invalid argument count"},
+        {"c:set_qml_prop:s:a,b,c,d", "e:set_qml_prop:s:Invalid argument count"},
+        {"c:set_qml_prop:s:", "e:set_qml_prop:s:Invalid argument count"},
+        {"c:set_qml_prop:s:" + std::string(2000, ','), "e:set_qml_prop:s:Invalid argument count"},
+        {"c:set_qml_prop:s:no_such,thing," + noise, "r:set_qml_prop:n:"},
         {"c:set_origin:l:1,2,3", "e:set_origin:s:Invalid argument count"},
         {"c:set_origin:l:", "e:set_origin:s:Invalid argument count"},
-        {"c:set_origin:l:inf,2", "r:set_origin:n:"},
-        {"c:enable_reticle:i:7", "r:enable_reticle:n:"},
-        {"c:get_reticle:n:", "r:get_reticle:s:1"},
-        {"c:get_pip:n:", "r:get_pip:s:0"},
-        {"c:get_zoom:n:", "r:get_zoom:s:0"},
-        {"c:enable_video:i:1", "e:enable_video:n:"},
-        {"c:enable_qml:i:", "r:enable_qml:n:"},
-        {"c:set_qml_prop:s:a,b", "e:set_qml_prop:s:Invalid argument count"},
-        {"c:set_qml_prop:s:", "e:set_qml_prop:s:Invalid argument count"},
-        // pipes
-        {"c:create_pipe:i:10", "e:create_pipe:n:"},
-        {"c:create_pipe:i:1", "e:create_pipe:n:"},
-        {"c:create_pipe:i:5", "e:create_pipe:n:"},
-        {"c:kill_pipe:i:-1", "e:kill_pipe:n:"},
-        {"c:kill_pipe:i:99999999999", "e:kill_pipe:n:"},
-        {"c:pause_pipe:i:10", "e:pause_pipe:n:"},
-        {"c:pause_pipe:i:7", "e:pause_pipe:n:"},
-        {"c:resume_pipe:i:-2", "e:resume_pipe:n:"},
-        {"c:kill_pipe:i:9", "r:kill_pipe:n:"},
-        {"c:pipeline_state:n:", "r:pipeline_state:n:"},
-        {"c:create_dot:n:", "r:create_dot:n:"},
+        {"c:set_origin:l:" + noise, "e:set_origin:s:Invalid argument count"},
+        {"c:set_origin:l:inf,2", "r:set_origin:n:"}, // and is not stored
+        {"c:set_reticle_opacity:s:1.01", "e:set_reticle_opacity:n:"},
+        {"c:set_reticle_opacity:s:-1e999", "e:set_reticle_opacity:n:"},
+        {"c:set_reticle_opacity:s:nan", "e:set_reticle_opacity:n:"},
+        {"c:set_reticle_opacity:s:  0.5x", "r:set_reticle_opacity:n:"},
     };
     for (const exchange_case& each : cases) {
-        EXPECT_EQ(daemon_.ask(each.request), each.reply) << each.request.substr(0, 60);
+        EXPECT_EQ(ask(each.request), each.reply) << each.request.substr(0, 60);
     }
-    const std::string config = daemon_.ask("c:print_config:n:");
-    EXPECT_THAT(config, StartsWith("r:print_config:s:socket_file=/run/vtrdc.socket\n"));
-    EXPECT_THAT(config, HasSubstr("\nreticle_source=4\nreticle_color=6\nreticle_opacity=0.50\n"));
-    EXPECT_THAT(config, HasSubstr("\norigin_x=512.00\n"));
-    EXPECT_THAT(config, EndsWith("\nrecord_max_len=300\n"));
+    EXPECT_THAT(config(), StartsWith("r:print_config:s:socket_file=/run/vtrdc.socket\n"));
+    EXPECT_THAT(config(), HasSubstr("\nreticle_opacity=0.50\n"));
+    EXPECT_THAT(config(), HasSubstr("\norigin_x=512.00\n"));
+    EXPECT_THAT(config(), EndsWith("\nrecord_max_len=300\n"));
 }
 
-TEST_F(CommandTest, ChangedSettingsAreWrittenOnceToTheSightsOwnFile) {
-    const auto written = [this] { return daemon_.count("[INFO]: Config write takes : "); };
-    EXPECT_EQ(daemon_.ask("c:set_lum:i:2"), "r:set_lum:n:");
-    EXPECT_EQ(daemon_.ask("c:set_lum:i:2"), "r:set_lum:n:"); // no change
-    EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:2"); // after the pass of the ones before
-    EXPECT_EQ(written(), 1);
-    EXPECT_THAT(read_text(board_.at("/etc/vtrdc.conf")), HasSubstr("\nluminance=2\n"));
-    EXPECT_FALSE(std::filesystem::exists(board_.at("/etc/other.conf")));
+// Data where an integer is read, and the integer that it is.
+struct integer_case {
+    std::string data;
+    int value;
+};
+
+std::vector<integer_case> integer_cases() {
+    constexpr int lowest = std::numeric_limits<int>::min();
+    constexpr int highest = std::numeric_limits<int>::max();
+    return {
+        {"2", 2},
+        {"", 0},
+        {"text", 0},
+        {std::string(2000, 'x'), 0},
+        {"  +1", 1},
+        {"1.9,7:8", 1},
+        {"-1", -1},
+        {"99999999999", highest},
+        {"-99999999999", lowest},
+        {std::string(2000, '9'), highest},
+        {std::string(1900, ' ') + "1", 1},
+    };
+}
+
+// What a command makes of its integer: the value it stores; none where it refuses.
+template <int Highest> std::optional<int> up_to(int value) {
+    return value >= 0 && value <= Highest ? std::optional{value} : std::nullopt;
+}
+std::optional<int> as_flag(int value) {
+    return value != 0 ? 1 : 0;
+}
+std::optional<int> round_the_five_images(int value) {
+    return (value % 5 + 5) % 5;
+}
+
+TEST_F(CommandTest, IntegersAreReadFromAnyData) {
+    const struct {
+        const char* command;
+        const char* key;
+        std::optional<int> (*stored)(int value);
+    } rows[] = {
+        {"set_lum", "luminance", up_to<3>},
+        {"set_mic_volume", "mic_volume", up_to<100>},
+        {"set_enc_type", "enc_type", up_to<2>},
+        {"set_nuc_type", "nuc_type", up_to<3>},
+        {"set_reticle_color", "reticle_color", up_to<6>},
+        {"set_reticle_src", "reticle_source", round_the_five_images},
+        {"enable_reticle", "reticle", as_flag},
+        {"enable_dot", "red_dot", as_flag},
+        {"enable_pip", "pip_mode", as_flag},
+    };
+    for (const auto& row : rows) {
+        for (const integer_case& each : integer_cases()) {
+            SCOPED_TRACE(std::string{row.command} + " " + each.data.substr(0, 20));
+            const std::string before = config();
+            const std::optional<int> stored = row.stored(each.value);
+            EXPECT_EQ(outcome(row.command, each.data), stored ? 'r' : 'e');
+            if (stored) {
+                const std::string line =
+                    std::string{"\n"} + row.key + "=" + std::to_string(*stored);
+                EXPECT_THAT(config(), HasSubstr(line + "\n"));
+            } else {
+                EXPECT_EQ(config(), before);
+            }
+        }
+    }
+}
+
+TEST_F(CommandTest, PipesAreNumbersToo) {
+    const auto exists = [](int pipe) { return pipe == 0 || pipe == 1; };
+    for (const integer_case& each : integer_cases()) {
+        SCOPED_TRACE(each.data.substr(0, 20));
+        EXPECT_EQ(outcome("resume_pipe", each.data), exists(each.value) ? 'r' : 'e');
+        EXPECT_EQ(outcome("create_pipe", each.data), 'e');
+        if (!exists(each.value)) {
+            const bool is_pipe = each.value >= 0 && each.value < 10;
+            EXPECT_EQ(outcome("pause_pipe", each.data), 'e');
+            // A pipe that is not there has ended.
+            EXPECT_EQ(outcome("kill_pipe", each.data), is_pipe ? 'r' : 'e');
+        }
+    }
+    EXPECT_TRUE(daemon_->wait_for("[WARN]: there is no pipe -1\n"));
+    EXPECT_EQ(outcome("kill_pipe", "9"), 'r');
+    EXPECT_EQ(outcome("kill_pipe", "10"), 'e');
+}
+
+TEST_F(CommandTest, EachChangedSettingIsWrittenOnce) {
+    const exchange_case changes[] = {
+        {"c:set_lum:i:2", "luminance=2"},
+        {"c:set_mic_volume:i:44", "mic_volume=44"},
+        {"c:set_enc_type:i:1", "enc_type=1"},
+        {"c:set_nuc_type:i:2", "nuc_type=2"},
+        {"c:set_reticle_color:i:3", "reticle_color=3"},
+        {"c:set_reticle_src:i:4", "reticle_source=4"},
+        {"c:set_reticle_opacity:s:0.25", "reticle_opacity=0.25"},
+        {"c:enable_reticle:i:0", "reticle=0"},
+        {"c:enable_dot:i:0", "red_dot=0"},
+        {"c:enable_pip:i:4", "pip_mode=1"},
+    };
+    int expected = 0;
+    ASSERT_EQ(writes(), expected);
+    for (const auto& [request, line] : changes) {
+        EXPECT_EQ(ask(request).substr(0, 2), "r:") << request;
+        EXPECT_EQ(writes(), ++expected) << request;
+        EXPECT_THAT(written(), HasSubstr("\n" + line + "\n"));
+        EXPECT_EQ(ask(request).substr(0, 2), "r:") << request;
+        EXPECT_EQ(writes(), expected) << "unchanged by " << request;
+    }
+    EXPECT_EQ(ask("c:set_lum:i:4"), "e:set_lum:n:");
+    EXPECT_EQ(writes(), expected);
     // An origin counts as changed in any case.
-    EXPECT_EQ(daemon_.ask("c:set_origin:l:512,384"), "r:set_origin:n:");
-    EXPECT_EQ(daemon_.ask("c:set_mic_volume:i:100"), "r:set_mic_volume:n:");
-    EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:2");
-    EXPECT_EQ(written(), 2);
+    EXPECT_EQ(ask("c:set_origin:l:512,384"), "r:set_origin:n:");
+    EXPECT_EQ(writes(), expected + 1);
+    // The sight's own file has it all; the one that was read is left as it was.
+    EXPECT_EQ("r:print_config:s:" + written(), config());
+    EXPECT_THAT(written(), HasSubstr(std::string{"\n"} + OTHER_SETTINGS));
+    EXPECT_EQ(read_text(board_.at(OTHER_CONF)), OTHER_SETTINGS);
 }
 
 TEST_F(CommandTest, OverlayIsSwitchedAndTold) {
-    EXPECT_EQ(daemon_.ask("c:enable_qml:i:0"), "r:enable_qml:n:");
+    EXPECT_EQ(ask("c:enable_qml:i:0"), "r:enable_qml:n:");
     EXPECT_TRUE(
         board_.wait_for_panel([](const picture& panel) { return panel.red_pixels(WHOLE) == 0; }));
-    EXPECT_EQ(daemon_.ask("c:enable_qml:i:1"), "r:enable_qml:n:");
+    EXPECT_EQ(ask("c:enable_qml:i:-7"), "r:enable_qml:n:");
     EXPECT_TRUE(
         board_.wait_for_panel([](const picture& panel) { return panel.red_pixels(WHOLE) > 0; }));
-    EXPECT_EQ(daemon_.ask("c:set_qml_prop:s:lbl,text,a\\,b:c"), "r:set_qml_prop:n:");
-    EXPECT_THAT(overlay_log(), EndsWith("\nlbl.text:a,b:c\n"));
+    EXPECT_EQ(ask("c:enable_qml:i:nonsense"), "r:enable_qml:n:"); // reads as 0
+    EXPECT_TRUE(
+        board_.wait_for_panel([](const picture& panel) { return panel.red_pixels(WHOLE) == 0; }));
+    EXPECT_EQ(ask("c:set_qml_prop:s:lbl,text,a\\,b:c"), "r:set_qml_prop:n:");
+    EXPECT_THAT(read_text(board_.at("/var/log/overlay.log")), EndsWith("\nlbl.text:a,b:c\n"));
 }
 
-TEST_F(CommandTest, PausedVideoStandsStillAndGoesOn) {
-    EXPECT_EQ(daemon_.ask("c:pause_video:n:"), "r:pause_video:n:");
-    const picture still = board_.panel();
-    EXPECT_EQ(daemon_.ask("c:pause_video:n:"), "r:pause_video:n:");
-    EXPECT_EQ(board_.panel().difference(still), 0.0);
-    EXPECT_EQ(daemon_.ask("c:resume_video:n:"), "r:resume_video:n:");
-    EXPECT_TRUE(board_.wait_for_panel(
-        [&still](const picture& panel) { return panel.difference(still) > 0.0; }));
-    // Stopped while it is paused.
-    EXPECT_EQ(daemon_.ask("c:pause_pipe:i:0"), "r:pause_pipe:n:");
+struct pause_case {
+    const char* name;
+    const char* pause;
+    const char* resume;
+    bool on_splash = false;
+};
+
+void PrintTo(const pause_case& paused, std::ostream* out) {
+    *out << paused.name;
 }
+
+const pause_case pause_cases[] = {
+    {"AllPipes", "pause_video", "resume_video"},
+    {"Source", "pause_pipe:i:0", "resume_pipe:i:0"},
+    {"Display", "pause_pipe:i:1", "resume_pipe:i:1"},
+    {"Splash", "pause_pipe:i:6", "resume_pipe:i:6", true},
+};
+
+class PauseTest : public CommandTest, public testing::WithParamInterface<pause_case> {
+protected:
+    void SetUp() override {
+        CommandTest::SetUp();
+        if (GetParam().on_splash) {
+            ASSERT_EQ(board_.sim({"camera", "off"}), 0);
+            ASSERT_TRUE(daemon_->wait_for("Splash Pipeline set to playing"));
+            ASSERT_TRUE(board_.wait_for_frames(10));
+        }
+    }
+    void send(const std::string& command) {
+        const std::string request =
+            "c:" + command + (command.find(':') == std::string::npos ? ":n:" : "");
+        EXPECT_EQ(ask(request), "r:" + command.substr(0, command.find(':')) + ":n:");
+    }
+};
+
+TEST_P(PauseTest, StandsStillGoesOnAndCanBeStoppedMeanwhile) {
+    send(GetParam().pause);
+    EXPECT_TRUE(board_.stands_still());
+    send(GetParam().pause);
+    send(GetParam().resume);
+    EXPECT_TRUE(board_.wait_for_frames(10));
+    send(GetParam().resume);
+    send(GetParam().pause);
+    // The daemon is stopped in this state.
+}
+
+INSTANTIATE_TEST_SUITE_P(Pipes, PauseTest, testing::ValuesIn(pause_cases),
+                         testing::PrintToStringParamName());
 
 TEST_F(CommandTest, LiveViewIsBroughtBackAndLostAgain) {
+    static constexpr area middle{100, 100, 800, 500};
+    const auto is_dark = [](const picture& panel) {
+        return panel.mean(middle) < 60.0 && panel.red_pixels(middle) > 0;
+    };
     ASSERT_EQ(board_.sim({"camera", "off"}), 0);
-    ASSERT_TRUE(daemon_.wait_for("Splash Pipeline set to playing"));
+    ASSERT_TRUE(daemon_->wait_for("Splash Pipeline set to playing"));
+    EXPECT_TRUE(board_.wait_for_panel(is_dark));
     ASSERT_EQ(board_.sim({"camera", "on"}), 0);
-    EXPECT_EQ(daemon_.ask("c:kill_pipe:i:6"), "r:kill_pipe:n:");
-    ASSERT_TRUE(daemon_.wait_for("Got EoS event on pipe 6"));
-    EXPECT_EQ(daemon_.ask("c:create_pipe:i:0"), "r:create_pipe:n:");
-    EXPECT_EQ(daemon_.ask("c:create_pipe:i:1"), "r:create_pipe:n:");
-    EXPECT_TRUE(daemon_.wait_until_live());
+    EXPECT_EQ(ask("c:kill_pipe:i:6"), "r:kill_pipe:n:");
+    ASSERT_TRUE(daemon_->wait_for("Got EoS event on pipe 6"));
+    EXPECT_EQ(ask("c:create_pipe:i:0"), "r:create_pipe:n:");
+    EXPECT_EQ(ask("c:create_pipe:i:0"), "e:create_pipe:n:"); // there already
+    EXPECT_EQ(ask("c:create_pipe:i:1"), "r:create_pipe:n:");
+    EXPECT_TRUE(daemon_->wait_until_live());
     ASSERT_EQ(board_.sim({"camera", "off"}), 0);
-    EXPECT_TRUE(daemon_.wait_for("Input failed - showing no video indication"));
-    EXPECT_TRUE(daemon_.wait_for("Splash Pipeline set to playing"));
+    EXPECT_TRUE(daemon_->wait_for("Input failed - showing no video indication"));
+    EXPECT_TRUE(daemon_->wait_for("Splash Pipeline set to playing"));
+    EXPECT_TRUE(board_.wait_for_panel(is_dark));
 }
 
 TEST_F(CommandTest, PipesAreDumpedAndDrawn) {
-    EXPECT_EQ(daemon_.ask("c:pipeline_state:n:"), "r:pipeline_state:n:");
+    EXPECT_EQ(ask("c:pipeline_state:n:"), "r:pipeline_state:n:");
     for (const char* line :
          {"[INFO]: -- Bin -- [src-pipe]\n",
           "[INFO]: Element: (SimCamera) camera-source, state: "
@@ -170,9 +317,9 @@ TEST_F(CommandTest, PipesAreDumpedAndDrawn) {
           "[INFO]:    pad: src, dir: SRC <-> peer: sink, parent:g2d-transform, dir:SINK\n",
           "[INFO]: -- Bin end --[src-pipe]\n", "[INFO]: -- Bin -- [display-pipe]\n",
           "[INFO]: -- Bin end --[display-pipe]\n"}) {
-        EXPECT_TRUE(daemon_.wait_for(line));
+        EXPECT_TRUE(daemon_->wait_for(line));
     }
-    EXPECT_EQ(daemon_.ask("c:create_dot:n:"), "r:create_dot:n:");
+    EXPECT_EQ(ask("c:create_dot:n:"), "r:create_dot:n:");
     int graphs = 0;
     for (const auto& file : std::filesystem::directory_iterator{board_.at("/home/root")}) {
         EXPECT_THAT(file.path().filename().string(),
@@ -181,42 +328,6 @@ TEST_F(CommandTest, PipesAreDumpedAndDrawn) {
         ++graphs;
     }
     EXPECT_EQ(graphs, 2);
-}
-
-TEST_F(CommandTest, SnapshotShowsWhatThePanelShows) {
-    EXPECT_EQ(daemon_.ask("c:pause_video:n:"), "r:pause_video:n:");
-    EXPECT_EQ(daemon_.ask("c:make_snapshot:n:"), "r:make_snapshot:n:");
-    const std::filesystem::path folder = board_.at("/media/image");
-    ASSERT_NE(std::filesystem::begin(std::filesystem::directory_iterator{folder}),
-              std::filesystem::directory_iterator{});
-    const std::filesystem::path file = std::filesystem::directory_iterator {
-        folder
-        } -> path();
-    EXPECT_THAT(file.filename().string(), testing::MatchesRegex("img_20[0-9]{12}\\.jpeg"));
-    const picture snapshot{file};
-    ASSERT_EQ(snapshot.width(), 1024);
-    ASSERT_EQ(snapshot.height(), 768);
-    EXPECT_LT(snapshot.difference(board_.panel()), 4.0);
-    EXPECT_GT(snapshot.red_pixels(WHOLE), 20);
-    EXPECT_EQ(daemon_.ask("c:resume_video:n:"), "r:resume_video:n:");
-}
-
-TEST_F(CommandTest, NoSnapshotOfTheSplash) {
-    ASSERT_EQ(board_.sim({"camera", "off"}), 0);
-    ASSERT_TRUE(daemon_.wait_for("Splash Pipeline set to playing"));
-    EXPECT_EQ(daemon_.ask("c:make_snapshot:n:"), "e:make_snapshot:n:");
-}
-
-TEST(Snapshot, NeedsSpaceThatCanBeAskedFor) {
-    const board board;
-    std::ofstream{board.at("/etc/vtrdc.conf")} << "media_path=/nowhere\n";
-    vtrdc_daemon daemon{board};
-    ASSERT_TRUE(daemon.wait_until_live());
-    EXPECT_EQ(daemon.ask("c:make_snapshot:n:"), "e:make_snapshot:n:");
-    EXPECT_TRUE(
-        daemon.wait_for("[WARN]: Failed to query the system for the remaing space in /nowhere\n"));
-    EXPECT_TRUE(daemon.wait_for("[WARN]: Snapshot: not enough space\n"));
-    EXPECT_EQ(daemon.stop(), 0);
 }
 
 } // namespace

@@ -60,7 +60,7 @@ bool board::wait_for_panel(const std::function<bool(const picture&)>& right) con
         at("/dev/fb0"), [&] { return right(panel()); }, WAIT_LIMIT);
 }
 
-bool board::wait_for_frames(int count) const {
+bool board::wait_for_frames(int count, std::chrono::milliseconds timeout) const {
     fs::file_time_type shown = fs::last_write_time(at("/dev/fb0"));
     const auto all_shown = [&] {
         const fs::file_time_type now = fs::last_write_time(at("/dev/fb0"));
@@ -68,5 +68,10 @@ bool board::wait_for_frames(int count) const {
         shown = now;
         return count <= 0;
     };
-    return wait_for_file(at("/dev/fb0"), all_shown, WAIT_LIMIT);
+    return wait_for_file(at("/dev/fb0"), all_shown, timeout);
+}
+
+bool board::stands_still() const {
+    // Of half a second's fifteen.
+    return !wait_for_frames(6, std::chrono::milliseconds{500});
 }

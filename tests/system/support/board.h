@@ -36,7 +36,12 @@ public:
     [[nodiscard]] bool wait_for_panel(const std::function<bool(const picture&)>& right) const;
 
     // Waits until that many more pictures were shown; there are 30 a second.
-    [[nodiscard]] bool wait_for_frames(int count) const;
+    [[nodiscard]] bool wait_for_frames(int count,
+                                       std::chrono::milliseconds timeout = WAIT_LIMIT) const;
+
+    // True when the panel keeps its picture. The one or two that were on their way when the video
+    // was paused are waited for.
+    [[nodiscard]] bool stands_still() const;
 
 private:
     [[nodiscard]] std::vector<std::string> command(const std::vector<std::string>& words) const;

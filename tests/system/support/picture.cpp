@@ -14,6 +14,20 @@ template <class Look> void for_each_pixel(const QImage& image, const area& where
     }
 }
 
+// The middle of the pixels that are of a kind.
+template <class Kind> spot find_spot(const QImage& image, const area& where, Kind is_of_kind) {
+    spot found;
+    for (int y = where.y; y < where.y + where.height; ++y) {
+        for (int x = where.x; x < where.x + where.width; ++x) {
+            if (is_of_kind(image.pixel(x, y))) {
+                found = {found.x + x + 0.5, found.y + y + 0.5, found.pixels + 1};
+            }
+        }
+    }
+    const int count = found.pixels > 0 ? found.pixels : 1;
+    return {found.x / count, found.y / count, found.pixels};
+}
+
 } // namespace
 
 picture::picture(const std::filesystem::path& file) : image_{QString::fromStdString(file)} {}
@@ -32,11 +46,17 @@ double picture::deviation(const area& where) const {
 }
 
 int picture::red_pixels(const area& where) const {
-    int count = 0;
-    for_each_pixel(image_, where, [&count](QRgb pixel) {
-        count += qRed(pixel) > 150 && qGreen(pixel) < 90 && qBlue(pixel) < 90 ? 1 : 0;
+    return red_spot(where).pixels;
+}
+
+spot picture::red_spot(const area& where) const {
+    return find_spot(image_, where, [](QRgb pixel) {
+        return qRed(pixel) > 150 && qGreen(pixel) < 90 && qBlue(pixel) < 90;
     });
-    return count;
+}
+
+spot picture::bright_spot(const area& where) const {
+    return find_spot(image_, where, [](QRgb pixel) { return qGray(pixel) > 128; });
 }
 
 double picture::difference(const picture& other) const {

@@ -11,6 +11,13 @@ struct area {
     int height;
 };
 
+// Where the pixels of one kind have their middle, in continuous coordinates, and how many they are.
+struct spot {
+    double x = 0.0;
+    double y = 0.0;
+    int pixels = 0;
+};
+
 class picture {
 public:
     explicit picture(const std::filesystem::path& file);
@@ -24,6 +31,10 @@ public:
 
     // Pixels of an area that are clearly red, as the red dot is.
     [[nodiscard]] int red_pixels(const area& where) const;
+
+    // Middle of the clearly red pixels, and of those brighter than half.
+    [[nodiscard]] spot red_spot(const area& where) const;
+    [[nodiscard]] spot bright_spot(const area& where) const;
 
     // Mean absolute difference of grey values to a picture of the same size.
     [[nodiscard]] double difference(const picture& other) const;
