@@ -5,8 +5,11 @@
 #include "util/sysroot.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <cinttypes>
 #include <cmath>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -17,8 +20,10 @@
 #include <limits>
 #include <linux/close_range.h>
 #include <memory>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -39,6 +44,48 @@ using file_owner = std::unique_ptr<FILE, file_closer>;
 
 file_owner open_file(const char* path, const char* mode) {
     return file_owner{std::fopen(sysroot_path(path).c_str(), mode)};
+}
+
+// How a tool starts: no signal is blocked or ignored, whatever holds for us.
+class tool_attributes {
+public:
+    tool_attributes() {
+        sigset_t none;
+        sigset_t ignored;
+        sigemptyset(&none);
+        sigemptyset(&ignored);
+        sigaddset(&ignored, SIGPIPE);
+        posix_spawnattr_init(&attributes_);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setsigdefault(&attributes_, &ignored);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    tool_attributes(const tool_attributes&) = delete;
+    tool_attributes& operator=(const tool_attributes&) = delete;
+    ~tool_attributes() { posix_spawnattr_destroy(&attributes_); }
+    [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_{};
+};
+
+// As system() does, with its result, but for one thing: that ignores SIGINT meanwhile, by which a
+// SIGINT that waits to be read from the signal descriptor is thrown away, and nobody stops.
+int run_shell(const char* command) {
+    std::array arguments{const_cast<char*>("sh"), const_cast<char*>("-c"),
+                         const_cast<char*>(command), static_cast<char*>(nullptr)};
+    const tool_attributes attributes;
+    pid_t tool = -1;
+    if (posix_spawn(&tool, "/bin/sh", nullptr, attributes.get(), arguments.data(), environ) != 0) {
+        return -1;
+    }
+    int status = 0;
+    while (waitpid(tool, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return -1;
+        }
+    }
+    return status;
 }
 
 bool is_folder(FILE* file) {
@@ -91,7 +138,7 @@ int exec_system_cmd(const char* format, ...) {
     }
     log_message(LEVEL_INFO, "Executing system cmd: %s", command.get());
     keep_descriptors_from_tools();
-    return std::system(command.get());
+    return run_shell(command.get());
 }
 
 int touch_file(const char* path) {

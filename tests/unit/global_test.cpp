@@ -5,10 +5,12 @@
 #include "video/media_folder.h"
 
 #include <cinttypes>
+#include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using testing::HasSubstr;
@@ -48,6 +50,28 @@ TEST_F(HelpersTest, CommandThatDoesNotFitIsRefused) {
     EXPECT_EQ(is_file_created(marker.c_str()), 0);
     EXPECT_THAT(log(), Not(HasSubstr("Executing")));
     EXPECT_THAT(log(), HasSubstr("[WARN]: "));
+}
+
+// One that arrives between two passes of the loop must still be there for the next.
+TEST_F(HelpersTest, ToolsTakeNoSignalAway) {
+    sigset_t stops;
+    sigset_t before;
+    sigset_t waiting;
+    sigemptyset(&stops);
+    sigaddset(&stops, SIGINT);
+    sigaddset(&stops, SIGTERM);
+    ASSERT_EQ(sigprocmask(SIG_BLOCK, &stops, &before), 0);
+    raise(SIGINT);
+    raise(SIGTERM);
+    // The tool itself is stopped by a signal as usual.
+    EXPECT_TRUE(WIFSIGNALED(exec_system_cmd("kill -TERM $$")));
+    sigpending(&waiting);
+    EXPECT_EQ(sigismember(&waiting, SIGINT), 1);
+    EXPECT_EQ(sigismember(&waiting, SIGTERM), 1);
+    int taken = 0;
+    sigwait(&stops, &taken);
+    sigwait(&stops, &taken);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 TEST_F(HelpersTest, ToolsInheritNoDescriptor) {
