@@ -6,6 +6,8 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -17,6 +19,8 @@ const std::vector<std::string> detached{"-d", "-p", pid_file, "-l", log_file};
 // A detached daemon, ended with the test.
 class DetachedTest : public testing::Test {
 protected:
+    // Processes that detach become children of the test, so that their end can be waited for.
+    DetachedTest() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
     ~DetachedTest() override {
         if (pid_ > 0) {
             kill(pid_, SIGKILL);
@@ -28,6 +32,17 @@ protected:
         EXPECT_TRUE(wait_for_log("Display Pipeline set to playing"));
         pid_ = static_cast<pid_t>(std::stol(read_text(board_.at(pid_file))));
         return pid_;
+    }
+
+    // Waits for a process that ends with another status than 0, and returns that.
+    static int wait_for_failure() {
+        int status = 0;
+        while (waitpid(-1, &status, 0) > 0) {
+            if (WIFEXITED(status) && WEXITSTATUS(status) != 0) {
+                return WEXITSTATUS(status);
+            }
+        }
+        return -1;
     }
 
     bool wait_for_log(const char* text) {
@@ -55,6 +70,7 @@ TEST_F(DetachedTest, SecondInstanceEndsAndSignalRemovesTheFile) {
     vtrdc_daemon second{board_, detached};
     EXPECT_EQ(second.wait_exit(WAIT_LIMIT), 0);
     // Its detached process finds the file locked and ends before it opens the log.
+    EXPECT_EQ(wait_for_failure(), 1);
     EXPECT_EQ(read_text(board_.at(pid_file)), std::to_string(pid) + "\n");
     EXPECT_EQ(kill(pid, 0), 0);
     EXPECT_EQ(read_text(board_.at(log_file)).size(), log_before);
