@@ -2,11 +2,18 @@
 #pragma once
 
 #include <gst/gst.h>
+#include <string>
 
 namespace sim {
 
 inline constexpr auto property_flags =
     static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS);
+
+// The text of a string property; none is empty.
+inline std::string text_of(const GValue* value) {
+    const char* const text = g_value_get_string(value);
+    return text != nullptr ? text : "";
+}
 
 inline void describe(GstElementClass* klass, const char* name, const char* kind, const char* text) {
     gst_element_class_set_static_metadata(klass, name, kind, text, "vtrdc");

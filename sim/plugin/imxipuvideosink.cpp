@@ -88,11 +88,9 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
     sink_state& state = self_of(object)->state;
     const std::scoped_lock lock(state.mutex);
     switch (id) {
-    case prop_framebuffer: {
-        const char* const path = g_value_get_string(value);
-        state.framebuffer = path != nullptr ? path : "";
+    case prop_framebuffer:
+        state.framebuffer = sim::text_of(value);
         break;
-    }
     case prop_use_vsync:
         state.use_vsync = g_value_get_boolean(value) != FALSE;
         break;

@@ -166,11 +166,9 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
     source_state& state = self_of(object)->state;
     const std::scoped_lock lock(state.mutex);
     switch (id) {
-    case prop_device: {
-        const char* const device = g_value_get_string(value);
-        state.device = device != nullptr ? device : "";
+    case prop_device:
+        state.device = sim::text_of(value);
         break;
-    }
     case prop_capture_mode:
         state.capture_mode = g_value_get_int(value);
         break;

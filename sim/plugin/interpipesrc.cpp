@@ -90,9 +90,9 @@ void connect(source_state& state) {
     }
 }
 
-void listen_to(source_state& state, const char* name) {
+void listen_to(source_state& state, const std::string& name) {
     const std::scoped_lock lock(state.mutex);
-    state.listen_to = name != nullptr ? name : "";
+    state.listen_to = name;
     connect(state);
 }
 
@@ -232,7 +232,7 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* sp
     source_state& state = self_of(object)->state;
     switch (id) {
     case prop_listen_to:
-        listen_to(state, g_value_get_string(value));
+        listen_to(state, sim::text_of(value));
         break;
     case prop_allow_renegotiation:
         state.allow_renegotiation = g_value_get_boolean(value) != FALSE;

@@ -113,21 +113,16 @@ void log_attribute(const std::string& text) {
     close(log);
 }
 
-std::string text_of(const GValue* value) {
-    const char* const text = g_value_get_string(value);
-    return text != nullptr ? text : "";
-}
-
 void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) noexcept {
     overlay_state& state = self_of(object)->state;
     const std::scoped_lock lock(state.mutex);
     switch (id) {
     case prop_qml:
-        state.qml = text_of(value);
+        state.qml = sim::text_of(value);
         state.scene->load(state.qml);
         break;
     case prop_qml_attribute:
-        state.attribute = text_of(value);
+        state.attribute = sim::text_of(value);
         log_attribute(state.attribute);
         state.scene->set_attribute(state.attribute);
         break;

@@ -73,6 +73,7 @@ int vtrdc_daemon::connect() const {
     board_.at("/run/vtrdc.socket").string().copy(address.sun_path, sizeof address.sun_path - 1);
     const timeval timeout{WAIT_LIMIT.count(), 0};
     setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
     if (::connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         close(client);
         return -1;
