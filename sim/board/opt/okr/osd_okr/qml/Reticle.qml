@@ -37,6 +37,22 @@ Item {
         request.send()
     }
 
+    // The drawing in its colour over a slightly wider copy that contrasts with it: a black reticle is
+    // seen in the dark, a white one on snow.
+    function outlined() {
+        const bright = 0.299 * tint.r + 0.587 * tint.g + 0.114 * tint.b > 0.5
+        const contrast = bright ? "#000000" : "#ffffff"
+        const start = drawing.indexOf(">", drawing.indexOf("<svg")) + 1
+        const end = drawing.lastIndexOf("</svg>")
+        const shapes = drawing.slice(start, end)
+        const wider = shapes.replace(/stroke-width="([0-9.]+)"/g,
+                                     (all, width) => `stroke-width="${Number(width) + 1.6}"`)
+        return drawing.slice(0, start)
+            + `<g opacity="0.45" stroke="${contrast}" stroke-width="1.6">`
+            + wider.split(placeholder).join(contrast) + "</g>"
+            + shapes.split(placeholder).join(tint) + "</svg>"
+    }
+
     // A picture takes a moment to draw: the one shown stays in place until the next is ready, so nothing blinks.
     function redraw() {
         next.source = ""
@@ -49,7 +65,7 @@ Item {
         next.width = drawnWidth
         next.height = drawnHeight
         next.sourceSize = Qt.size(Math.round(drawnWidth), Math.round(drawnHeight))
-        next.source = "data:image/svg+xml;utf8," + encodeURIComponent(drawing.split(placeholder).join(tint))
+        next.source = "data:image/svg+xml;utf8," + encodeURIComponent(outlined())
     }
 
     function swap() {
