@@ -204,17 +204,19 @@ void finalize(GObject* object) noexcept {
 }
 
 void install_properties(GObjectClass* object) {
-    const auto install = [object](guint id, GParamSpec* spec) {
-        g_object_class_install_property(object, id, spec);
-    };
-    install(prop_device, g_param_spec_string("device", "Device", "Video file or camera device",
-                                             "/dev/video0", sim::property_flags));
-    install(prop_capture_mode, g_param_spec_int("imx-capture-mode", "Capture mode",
-                                                "Accepted; the sensor has one mode", 0, G_MAXINT, 0,
-                                                sim::property_flags));
-    install(prop_queue_size, g_param_spec_int("queue-size", "Queue size",
-                                              "Accepted; pictures are made when they are due", 0,
-                                              G_MAXINT, 6, sim::property_flags));
+    g_object_class_install_property(object, prop_device,
+                                    g_param_spec_string("device", "Device",
+                                                        "Video file or camera device",
+                                                        "/dev/video0", sim::property_flags));
+    g_object_class_install_property(object, prop_capture_mode,
+                                    g_param_spec_int("imx-capture-mode", "Capture mode",
+                                                     "Accepted; the sensor has one mode", 0,
+                                                     G_MAXINT, 0, sim::property_flags));
+    g_object_class_install_property(
+        object, prop_queue_size,
+        g_param_spec_int("queue-size", "Queue size",
+                         "Accepted; pictures are made when they are due", 0, G_MAXINT, 6,
+                         sim::property_flags));
 }
 
 } // namespace

@@ -283,22 +283,26 @@ void finalize(GObject* object) noexcept {
 }
 
 void install_properties(GObjectClass* object) {
-    const auto install = [object](guint id, GParamSpec* spec) {
-        g_object_class_install_property(object, id, spec);
-    };
-    install(prop_listen_to,
-            g_param_spec_string("listen-to", "Listen to", "Name of the interpipesink to hear",
-                                nullptr, sim::property_flags));
-    install(prop_allow_renegotiation,
-            g_param_spec_boolean("allow-renegotiation", "Allow renegotiation",
-                                 "Follow changes of the caps", TRUE, sim::property_flags));
-    install(prop_stream_sync, g_param_spec_enum("stream-sync", "Stream synchronisation",
-                                                "How time stamps are carried", stream_sync_type(),
-                                                sync_pass_through, sim::property_flags));
-    install(prop_format, g_param_spec_enum("format", "Format", "Format of the segment",
-                                           GST_TYPE_FORMAT, GST_FORMAT_TIME, sim::property_flags));
-    install(prop_is_live, g_param_spec_boolean("is-live", "Is live", "Deliver only while playing",
-                                               TRUE, sim::property_flags));
+    g_object_class_install_property(object, prop_listen_to,
+                                    g_param_spec_string("listen-to", "Listen to",
+                                                        "Name of the interpipesink to hear",
+                                                        nullptr, sim::property_flags));
+    g_object_class_install_property(
+        object, prop_allow_renegotiation,
+        g_param_spec_boolean("allow-renegotiation", "Allow renegotiation",
+                             "Follow changes of the caps", TRUE, sim::property_flags));
+    g_object_class_install_property(
+        object, prop_stream_sync,
+        g_param_spec_enum("stream-sync", "Stream synchronisation", "How time stamps are carried",
+                          stream_sync_type(), sync_pass_through, sim::property_flags));
+    g_object_class_install_property(object, prop_format,
+                                    g_param_spec_enum("format", "Format", "Format of the segment",
+                                                      GST_TYPE_FORMAT, GST_FORMAT_TIME,
+                                                      sim::property_flags));
+    g_object_class_install_property(object, prop_is_live,
+                                    g_param_spec_boolean("is-live", "Is live",
+                                                         "Deliver only while playing", TRUE,
+                                                         sim::property_flags));
 }
 
 } // namespace

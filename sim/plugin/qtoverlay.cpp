@@ -175,16 +175,17 @@ void finalize(GObject* object) noexcept {
 }
 
 void install_properties(GObjectClass* object) {
-    const auto install = [object](guint id, GParamSpec* spec) {
-        g_object_class_install_property(object, id, spec);
-    };
-    install(prop_qml,
-            g_param_spec_string("qml", "QML", "Scene file", nullptr, sim::property_flags));
-    install(prop_qml_attribute, g_param_spec_string("qml-attribute", "QML attribute",
-                                                    "Changes the scene: object.property:value",
-                                                    nullptr, sim::property_flags));
-    install(prop_disable, g_param_spec_boolean("disable", "Disable", "Pass frames unchanged", FALSE,
-                                               sim::property_flags));
+    g_object_class_install_property(
+        object, prop_qml,
+        g_param_spec_string("qml", "QML", "Scene file", nullptr, sim::property_flags));
+    g_object_class_install_property(object, prop_qml_attribute,
+                                    g_param_spec_string("qml-attribute", "QML attribute",
+                                                        "Changes the scene: object.property:value",
+                                                        nullptr, sim::property_flags));
+    g_object_class_install_property(object, prop_disable,
+                                    g_param_spec_boolean("disable", "Disable",
+                                                         "Pass frames unchanged", FALSE,
+                                                         sim::property_flags));
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 #include "video/controls.h"
 
 #include <array>
-#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
