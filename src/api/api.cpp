@@ -14,12 +14,12 @@ constexpr std::array<command_row, CMD_LIST_SIZE> cmd_list{{
      "argc:1, int 1/0 - shows/hides the qml overlay from the output [*]"},
     {"enable_video", user_cmd_gst_video_en,
      "argc:1, int 1/0 - starts/stops the video on the oled display"},
-    {"enable_record", user_cmd_unavailable,
+    {"enable_record", user_cmd_gst_record_en,
      "argc:1, int 1/0 - starts/stops the recording of the output video in the media folder[!] in "
      "forat video_<timestamp>.mpeg"},
     {"make_snapshot", user_cmd_gst_snapshot,
      "argc:0, takes a snapshot in the media folder[!] in the format snapshot_<timestamp>.png"},
-    {"enable_tcp_stream", user_cmd_unavailable,
+    {"enable_tcp_stream", user_cmd_gst_tcp_stream_en,
      "argc:1, int 1/0 - starts/stops the web stream on tcp://<device's-ip>:<stream-port[!]>"},
     {"disable_kbd", user_cmd_disable_kbd,
      "argc:0, stops interpreting the keyboard key-presses and stops interacting with the qml "
@@ -66,7 +66,7 @@ constexpr std::array<command_row, CMD_LIST_SIZE> cmd_list{{
      "argc:1, [pipe_enum] debug func resumes the specified pipe"},
     {"pause_video", user_cmd_pause_video, "argc:0, pauses the video"},
     {"resume_video", user_cmd_resume_video, "argc:0, resumes the video"},
-    {"enable_http_stream", user_cmd_unavailable, "argc:1 enable/disable the http stream"},
+    {"enable_http_stream", user_cmd_enable_http_stream, "argc:1 enable/disable the http stream"},
 }};
 
 namespace {

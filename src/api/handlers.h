@@ -10,7 +10,10 @@ int user_cmd_qml_enable(char* data, malloc_text& reply);
 
 // Media (handlers_media.cpp)
 int user_cmd_gst_video_en(char* data, malloc_text& reply);
+int user_cmd_gst_record_en(char* data, malloc_text& reply);
 int user_cmd_gst_snapshot(char* data, malloc_text& reply);
+int user_cmd_gst_tcp_stream_en(char* data, malloc_text& reply);
+int user_cmd_enable_http_stream(char* data, malloc_text& reply);
 int user_cmd_set_encoder_type(char* data, malloc_text& reply);
 int user_cmd_get_encoder_type(char* data, malloc_text& reply);
 int user_cmd_set_mic_volume(char* data, malloc_text& reply);
@@ -47,6 +50,3 @@ int user_cmd_pause_pipe(char* data, malloc_text& reply);
 int user_cmd_resume_pipe(char* data, malloc_text& reply);
 int user_cmd_pause_video(char* data, malloc_text& reply);
 int user_cmd_resume_video(char* data, malloc_text& reply);
-
-// Answers for a command whose action is not there yet, as a failing action does.
-int user_cmd_unavailable(char* data, malloc_text& reply);

@@ -1,4 +1,4 @@
-// Client commands for snapshots, encoding and sound.
+// Client commands for recording, streams, snapshots, encoding and sound.
 #include "api/handlers.h"
 #include "api/values.h"
 #include "config/cfg.h"
@@ -9,8 +9,20 @@ int user_cmd_gst_video_en(char* /*data*/, malloc_text& /*reply*/) {
     return 1;
 }
 
+int user_cmd_gst_record_en(char* data, malloc_text& /*reply*/) {
+    return ac_start_stop_record(to_flag(data));
+}
+
 int user_cmd_gst_snapshot(char* /*data*/, malloc_text& /*reply*/) {
     return ac_make_snapshot();
+}
+
+int user_cmd_gst_tcp_stream_en(char* data, malloc_text& /*reply*/) {
+    return ac_start_stop_stream(to_flag(data));
+}
+
+int user_cmd_enable_http_stream(char* data, malloc_text& /*reply*/) {
+    return ac_start_stop_http_stream(to_flag(data));
 }
 
 int user_cmd_set_encoder_type(char* data, malloc_text& /*reply*/) {

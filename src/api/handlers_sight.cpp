@@ -54,7 +54,3 @@ int user_cmd_set_nuc_type(char* data, malloc_text& /*reply*/) {
 int user_cmd_set_luminance(char* data, malloc_text& /*reply*/) {
     return ac_exec_luminance_cmd(to_integer(data));
 }
-
-int user_cmd_unavailable(char* /*data*/, malloc_text& /*reply*/) {
-    return 1;
-}

@@ -1,4 +1,5 @@
-// Actions between the client commands and the media: snapshot, encoding, sound, graphs, hand-over.
+// Actions between the client commands and the media: recording, streams, snapshot, encoding, sound,
+// graphs, hand-over.
 #include "control/actions_media.h"
 
 #include "config/cfg.h"
@@ -10,9 +11,9 @@
 #include "util/global.h"
 #include "video/controls.h"
 #include "video/diagnostics.h"
+#include "video/recording.h"
 #include "video/registry.h"
-
-#include <cstdint>
+#include "video/streams.h"
 
 namespace {
 
@@ -21,7 +22,66 @@ constexpr std::uint64_t SNAPSHOT_BYTES = 2'359'296;
 constexpr int ENC_TYPE_MAX = 2;
 constexpr const char* GRAPH_FOLDER = "/home/root/";
 
+// The folder of that name in the media folder, created; none when its path can't be built.
+malloc_text media_folder(const char* name) {
+    malloc_text folder = concatenate_strings({global_config.media_path, name});
+    if (folder) {
+        create_folder(folder.get());
+    }
+    return folder;
+}
+
+// 1 without a list; else the result of the last registration, the first that fails being the last.
+int register_pipes(const std::optional<bus_list>& list) {
+    if (!list) {
+        return 1;
+    }
+    int result = 0;
+    for (const bus_handle& handle : *list) {
+        if (handle.fd <= 0 || result != 0) {
+            break;
+        }
+        result =
+            ea_register_event(handle.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(handle.pipe));
+    }
+    return result;
+}
+
+int start_record() {
+    const malloc_text timestamp = get_timestamp_string();
+    if (!timestamp) {
+        return 1;
+    }
+    const char* const prefix = global_config.enc_type == ENC_TYPE_AUDIO ? "audio_" : "video_";
+    const malloc_text folder = media_folder("/video/");
+    if (!folder) {
+        return 1;
+    }
+    if (has_enough_space(global_config.media_path, RECORD_BYTES) == 0) {
+        log_message(LEVEL_WARN, "Record: not enough space");
+        return 1;
+    }
+    // The recording fills the number of each file in.
+    const malloc_text pattern =
+        concatenate_strings({folder.get(), prefix, timestamp.get(), "_%02d", ".mp4"});
+    return pattern ? register_pipes(gstvideo_start_record(pattern.get())) : 1;
+}
+
 } // namespace
+
+int ac_start_stop_record(int on) {
+    return on != 0 ? start_record() : gstvideo_stop_record();
+}
+
+int ac_start_stop_stream(int on) {
+    return on != 0 ? register_pipes(gstvideo_start_stream(global_config.tcp_stream_port))
+                   : gstvideo_stop_stream();
+}
+
+int ac_start_stop_http_stream(int on) {
+    return on != 0 ? register_pipes(gstvideo_start_http_stream(global_config.http_url))
+                   : gstvideo_stop_http_stream();
+}
 
 int ac_make_snapshot() {
     const malloc_text timestamp = get_timestamp_string();
@@ -29,11 +89,10 @@ int ac_make_snapshot() {
         return 1;
     }
     log_message(LEVEL_DEBUG, "timestamp: %s", timestamp.get());
-    const malloc_text folder = concatenate_strings({global_config.media_path, "/image/"});
+    const malloc_text folder = media_folder("/image/");
     if (!folder) {
         return 1;
     }
-    create_folder(folder.get());
     if (has_enough_space(global_config.media_path, SNAPSHOT_BYTES) == 0) {
         log_message(LEVEL_WARN, "Snapshot: not enough space");
         return 1;

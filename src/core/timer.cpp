@@ -1,8 +1,15 @@
 // The one-second timer and the housekeeping that its ticks drive.
 #include "core/timer.h"
 
+#include "config/cfg.h"
+#include "control/actions_media.h"
 #include "core/log.h"
+#include "osd/redis_message_broker.h"
+#include "util/global.h"
+#include "video/recording.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <sys/timerfd.h>
 #include <unistd.h>
@@ -13,6 +20,33 @@ namespace {
 int timerfd = -1;
 
 constexpr itimerspec timer_config{.it_interval = {1, 0}, .it_value = {1, 0}};
+
+// Counts ticks up to its limit; it starts so that the shutter corrections come 2 and 12 seconds
+// after start-up.
+int counter = 9;
+constexpr int COUNTER_LIMIT = 100;
+constexpr std::array fast_nuc_counts{10, 20};
+
+// The core drifts while it warms up. No icon is shown, and an outside controller changes nothing.
+void correct_shutter_after_start() {
+    if (global_config.nuc_type == 0 &&
+        std::ranges::find(fast_nuc_counts, counter) != fast_nuc_counts.end()) {
+        static_cast<void>(exec_system_cmd("vtrcore fast-nuc"));
+    }
+}
+
+void watch_free_space() {
+    if (gstvideo_is_playing(PIPE_RECORD) == 0) {
+        return;
+    }
+    if (has_enough_space(global_config.media_path, RECORD_BYTES) != 0) {
+        log_message(LEVEL_DEBUG, "Enough space to continue recoding.");
+        return;
+    }
+    static_cast<void>(gstvideo_stop_record());
+    log_message(LEVEL_WARN, "Ran out of space while recording video.");
+    send_mb_event(NOTICE_OUT_OF_SPACE);
+}
 
 } // namespace
 
@@ -41,4 +75,9 @@ void timer_close() {
 
 void process_timer() {
     timer_read();
+    correct_shutter_after_start();
+    if (counter < COUNTER_LIMIT) {
+        ++counter;
+    }
+    watch_free_space();
 }

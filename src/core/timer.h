@@ -12,5 +12,6 @@ long timer_read();
 // Closes the timer.
 void timer_close();
 
-// One tick; called when the descriptor is readable.
+// One tick, called when the descriptor is readable: two shutter corrections shortly after start-up,
+// and a recording is stopped when its storage runs low.
 void process_timer();

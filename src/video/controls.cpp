@@ -14,7 +14,6 @@
 namespace {
 
 constexpr int VOLUME_MAX = 100;
-constexpr int ENC_TYPE_VIDEO_ONLY = 1;
 
 gst_sample_owned last_display_sample() {
     GstSample* sample = nullptr;
@@ -101,7 +100,7 @@ int gstvideo_set_microphone_volume(int volume) {
         return 1;
     }
     configs.mic_amplification = volume / mic_scale;
-    if (!is_recording_or_streaming() || configs.enc_type == ENC_TYPE_VIDEO_ONLY) {
+    if (!is_recording_or_streaming() || configs.enc_type == ENC_TYPE_VIDEO) {
         return 0;
     }
     if (const gst_owned<GstElement> amplifier = handle_get(element_handle::audio_amp)) {

@@ -18,6 +18,7 @@ enum class element_handle : std::size_t {
     src_ipsink,
     display_ipsrc,
     display_sink,
+    ipu_caps,
     audio_amp,
     count,
 };

@@ -4,6 +4,7 @@
 #include "core/log.h"
 #include "video/pipe_builder.h"
 #include "video/pipe_slots.h"
+#include "video/transport.h"
 
 #include <array>
 
@@ -13,16 +14,11 @@ namespace {
 
 using namespace std::string_view_literals;
 
-// Plain numbers as the board's plug-ins take them.
-constexpr int LEAKY_DOWNSTREAM = 2;       // queue: drop the oldest buffers when full
-constexpr int STREAM_SYNC_COMPENSATE = 1; // interpipesrc: convert between base times
-constexpr int FORMAT_TIME = 3;            // GST_FORMAT_TIME
-constexpr int CAPTURE_MODE_DEFAULT = 0;   // imxv4l2videosrc: the sensor's 640x480 mode
+constexpr int CAPTURE_MODE_DEFAULT = 0; // imxv4l2videosrc: the sensor's 640x480 mode
 
 constexpr caps_text DISPLAY_CAPS{
     "video/x-raw, width=1024, height=768, framerate=30/1, format=RGBA"};
 constexpr board_path FRAMEBUFFER{"/dev/fb0"};
-constexpr const char* VIDEO_SRC_SINK = "vid-src-ipsink";
 
 bool profiling() {
     return configs.profile != 0;
@@ -137,15 +133,16 @@ constexpr pipe_table splash_table{
 static_assert(pipe_table_is_sound(splash_table));
 
 int create_src_pipe(GstElement* pipeline, const char* overlay_file) {
-    return build_pipe(pipeline, src_table, std::array{overlay_file});
+    return build_pipe(pipeline, src_table, std::array<pipe_argument, 1>{overlay_file});
 }
 
 int create_display_pipe(GstElement* pipeline) {
-    return build_pipe(pipeline, display_table, {});
+    return build_pipe(pipeline, display_table);
 }
 
 int create_splash_pipe(GstElement* pipeline, const char* overlay_file, const char* image_path) {
-    return build_pipe(pipeline, splash_table, std::array{overlay_file, image_path});
+    return build_pipe(pipeline, splash_table,
+                      std::array<pipe_argument, 2>{overlay_file, image_path});
 }
 
 } // namespace

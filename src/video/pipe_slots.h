@@ -14,7 +14,8 @@
 [[nodiscard]] GstElement* pipe_pipeline(int pipe);
 
 // Makes an empty pipeline in the slot, unless it holds one. The bus descriptor, or -1 when it
-// could not be made or all pipes were asked to stop already.
+// could not be made or all pipes were asked to stop already. All pipelines count time from the same
+// moment, so that a time stamp means the same in each.
 [[nodiscard]] int create_pipeline(int pipe);
 
 // Descriptor that is readable while the bus holds messages; the bus owns it.
@@ -38,6 +39,14 @@ int gstvideo_set_state(GstElement* element, GstState state);
 // The element's current state, waiting at most a second for a change in progress; the result says
 // ASYNC when it is still in progress then.
 GstStateChangeReturn query_state(GstElement* element, GstState& state);
+
+// True for a pipe that was asked to end and has not ended yet.
+[[nodiscard]] bool is_ending(int pipe);
+
+// Has `about_to_end` called with the number of each pipe that is going to end, before it is asked
+// to, or when it ends of its own accord. It may ask other pipes to end. Not called any more once
+// every pipe was asked to stop. One observer at a time.
+void observe_ends(void (*about_to_end)(int pipe));
 
 // Sends end-of-stream to a created pipe, once.
 void send_eos(int pipe);

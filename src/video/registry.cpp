@@ -2,6 +2,7 @@
 #include "video/registry.h"
 
 #include "core/log.h"
+#include "video/forced_end.h"
 #include "video/pipe_slots.h"
 #include "video/record_file.h"
 
@@ -12,8 +13,6 @@ namespace {
 
 // Longest wait for a state change in progress: clients and buttons wait meanwhile.
 constexpr GstClockTime STATE_QUERY_TIMEOUT = GST_SECOND;
-// A pipe that has not ended this long after it was asked is ended by a message of our own.
-constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
 // The splash's still picture is endless: its end is sent in downstream of it, at this element.
 constexpr const char* SPLASH_END_ELEMENT = "g2d-transform";
 
@@ -35,51 +34,31 @@ constexpr std::array<pipe_names, PIPE_COUNT> names{{
     {"stream_vid_enc", "stream-videnc-pipe"},
 }};
 
-// A timer on GStreamer's own clock thread; unscheduled and released by destroy_pipe.
-struct end_timer {
-    GstClockID id = nullptr;
-    GstClockTime due = GST_CLOCK_TIME_NONE;
-};
-
 // Owned references, in plain arrays since nothing static may be destroyed at exit.
 std::array<GstElement*, PIPE_COUNT> pipes{};
 std::array<GstBus*, PIPE_COUNT> buses{};
 std::array<int, PIPE_COUNT> eos_events{};
-std::array<end_timer, PIPE_COUNT> end_timers{};
 // Set once every pipe was asked to stop: nothing starts from then on.
 bool stopping = false;
+void (*end_observer)(int pipe) = nullptr;
 
 template <class Array> auto& at(Array& array, int pipe) {
     return array.at(static_cast<std::size_t>(pipe));
 }
 
-gst_owned<GstClock> system_clock() {
-    return gst_owned<GstClock>{gst_system_clock_obtain()};
+// A microphone would bring a clock of its own, and each pipeline would count from its own start.
+// What is recorded joins pipes that started at different times, and its sources pass stamps on as
+// they are; also, a pipe that was paused would lag behind for ever.
+void share_time(GstElement* pipeline) {
+    static const GstClockTime origin = gst_clock_get_time(system_clock().get());
+    gst_pipeline_use_clock(GST_PIPELINE(pipeline), system_clock().get());
+    gst_element_set_base_time(pipeline, origin);
+    gst_element_set_start_time(pipeline, GST_CLOCK_TIME_NONE);
 }
 
-// Runs on GStreamer's clock thread and so only speaks through the bus, as streaming threads do.
-gboolean post_forced_end(GstClock* /*clock*/, GstClockTime /*time*/, GstClockID /*id*/,
-                         gpointer bus) {
-    gst_bus_post(static_cast<GstBus*>(bus), gst_message_new_eos(nullptr));
-    return TRUE;
-}
-
-// A time that has passed already posts at once.
-void arm_end_timer(int pipe, GstClockTime due) {
-    const gst_owned<GstClock> clock = system_clock();
-    end_timer& timer = at(end_timers, pipe);
-    timer.due = due;
-    timer.id = gst_clock_new_single_shot_id(clock.get(), timer.due);
-    gst_clock_id_wait_async(timer.id, post_forced_end, gst_object_ref(at(buses, pipe)),
-                            gst_object_unref);
-}
-
-void disarm_end_timer(int pipe) {
-    end_timer& timer = at(end_timers, pipe);
-    if (timer.id != nullptr) {
-        gst_clock_id_unschedule(timer.id);
-        gst_clock_id_unref(timer.id);
-        timer = {};
+void tell_end_observer(int pipe) {
+    if (end_observer != nullptr && !stopping) {
+        end_observer(pipe);
     }
 }
 
@@ -112,7 +91,8 @@ int resume_pipe(int pipe) {
 
 void destroy_pipe(int pipe) {
     log_message(LEVEL_INFO, "Got EoS event on pipe %d", pipe);
-    disarm_end_timer(pipe);
+    const bool was_asked = is_ending(pipe);
+    forced_end_disarm(pipe);
     if (gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL) != 0) {
         // A pipeline must not be released in any other state.
         gst_element_set_state(at(pipes, pipe), GST_STATE_NULL);
@@ -125,6 +105,9 @@ void destroy_pipe(int pipe) {
         record_file_finish();
     }
     at(eos_events, pipe) = 0;
+    if (!was_asked) {
+        tell_end_observer(pipe);
+    }
 }
 
 // What a bus message says, in its two parts.
@@ -147,13 +130,12 @@ report parse_report(GstMessage* message, message_parser parse) {
 void restart_pipe(int pipe) {
     log_message(LEVEL_INFO, "event detected");
     const bool ending = at(eos_events, pipe) != 0;
-    const GstClockTime due = at(end_timers, pipe).due;
-    disarm_end_timer(pipe);
+    const GstClockTime due = forced_end_disarm(pipe);
     gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL);
     gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
     if (ending) {
         gst_element_send_event(at(pipes, pipe), gst_event_new_eos());
-        arm_end_timer(pipe, due);
+        forced_end_arm(pipe, at(buses, pipe), due);
     }
 }
 
@@ -208,11 +190,6 @@ int change_all_pipes(const char* what, int (*change)(int pipe)) {
     return 0;
 }
 
-bool is_overdue(int pipe) {
-    return at(end_timers, pipe).id != nullptr &&
-           gst_clock_get_time(system_clock().get()) > at(end_timers, pipe).due;
-}
-
 } // namespace
 
 bool is_pipe_number(int pipe) {
@@ -243,8 +220,17 @@ int create_pipeline(int pipe) {
         return -1;
     }
     at(buses, pipe) = gst_pipeline_get_bus(GST_PIPELINE(pipeline.get()));
+    share_time(pipeline.get());
     at(pipes, pipe) = pipeline.release();
     return get_bus_filefd(at(buses, pipe));
+}
+
+bool is_ending(int pipe) {
+    return is_created(pipe) != 0 && at(eos_events, pipe) != 0;
+}
+
+void observe_ends(void (*about_to_end)(int pipe)) {
+    end_observer = about_to_end;
 }
 
 int get_bus_filefd(GstBus* bus) {
@@ -307,11 +293,12 @@ void send_eos(int pipe) {
         log_message(LEVEL_INFO, "EOS to pipe: %d already sent.", pipe);
         return;
     }
+    tell_end_observer(pipe);
     log_message(LEVEL_INFO, "Sending eos on pipe: %d", pipe);
     gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
     at(eos_events, pipe) = 1;
     resume_when_paused(at(pipes, pipe));
-    arm_end_timer(pipe, gst_clock_get_time(system_clock().get()) + END_TIMEOUT);
+    forced_end_arm(pipe, at(buses, pipe), forced_end_due_from_now());
 }
 
 int gstvideo_stop_pipe(int pipe) {
@@ -360,7 +347,7 @@ int gstvideo_is_playing(int pipe) {
 
 void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle)) {
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
-        while (is_overdue(pipe) && gst_bus_have_pending(at(buses, pipe)) != FALSE) {
+        while (forced_end_is_overdue(pipe) && gst_bus_have_pending(at(buses, pipe)) != FALSE) {
             const int fd = get_bus_filefd(at(buses, pipe));
             if (gstvideo_process_message(pipe) != 0) {
                 ended({fd, pipe});

@@ -3,6 +3,11 @@
 
 #include <cstdint>
 
+// What is encoded.
+inline constexpr std::int32_t ENC_TYPE_VIDEO_AND_AUDIO = 0;
+inline constexpr std::int32_t ENC_TYPE_VIDEO = 1;
+inline constexpr std::int32_t ENC_TYPE_AUDIO = 2;
+
 // main fills one from the configuration; gstvideo_init copies it whole.
 struct video_config {
     // As main fills it, the volume 0..100; in `configs`, the amplifier's factor (volume /
@@ -18,7 +23,7 @@ struct video_config {
     std::int32_t stream_enc_gop = 0;     // frames
     std::int32_t stream_enc_idr = 0;     // frames
     std::int32_t stream_enc_search_range = 0;
-    std::int32_t enc_type = 0; // 0 video and audio, 1 video only, 2 audio only
+    std::int32_t enc_type = 0; // ENC_TYPE_*; a settings file may hold another
     std::int32_t profile = 0;  // non-zero: profiler element in the display pipe
 };
 

@@ -78,16 +78,6 @@ TEST(ProtocolDocumentTest, DescribesEachCommandOnce) {
     EXPECT_THAT(described, UnorderedElementsAreArray(commands));
 }
 
-TEST(ProtocolDocumentTest, NamesTheCommandsThatAreNotAvailable) {
-    std::vector<std::string> unavailable;
-    for (const command_row& row : cmd_list) {
-        if (row.handler == user_cmd_unavailable) {
-            unavailable.emplace_back(row.name);
-        }
-    }
-    EXPECT_THAT(quoted(section("Not available yet")), UnorderedElementsAreArray(unavailable));
-}
-
 TEST(ProtocolDocumentTest, StoredSettingsHaveKeys) {
     std::vector<std::string> keys;
     for (const parse_row& row : parse_table) {
