@@ -6,6 +6,9 @@
 GType sim_imxv4l2videosrc_get_type();
 GType sim_imxg2dvideotransform_get_type();
 GType sim_imxipuvideosink_get_type();
+GType sim_imxipuvideotransform_get_type();
+GType sim_imxmp3audioenc_get_type();
+GType sim_imxvpuenc_h264_get_type();
 GType sim_interpipesink_get_type();
 GType sim_interpipesrc_get_type();
 GType sim_perf_get_type();

@@ -2,10 +2,8 @@
 #include "element_class.h"
 #include "elements.h"
 #include "footage.h"
-#include "source_gate.h"
+#include "gated_source.h"
 #include "thermal_core.h"
-
-#include <gst/base/gstpushsrc.h>
 
 #include <algorithm>
 #include <chrono>
@@ -93,16 +91,6 @@ gboolean stop(GstBaseSrc* base) noexcept {
     return TRUE;
 }
 
-gboolean unlock(GstBaseSrc* base) noexcept {
-    self_of(base)->state.gate.set_flushing(true);
-    return TRUE;
-}
-
-gboolean unlock_stop(GstBaseSrc* base) noexcept {
-    self_of(base)->state.gate.set_flushing(false);
-    return TRUE;
-}
-
 GstClockTime frame_time(guint64 frame) {
     return gst_util_uint64_scale(frame, GST_SECOND, guint64{sim::sensor_rate});
 }
@@ -155,11 +143,6 @@ GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
     GST_BUFFER_DURATION(buffer) = frame_time(1);
     ++state.frame;
     return GST_FLOW_OK;
-}
-
-gboolean send_event(GstElement* element, GstEvent* event) noexcept {
-    return self_of(element)->state.gate.takes(event) ||
-           GST_ELEMENT_CLASS(sim_imxv4l2videosrc_parent_class)->send_event(element, event);
 }
 
 void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) noexcept {
@@ -223,8 +206,7 @@ void install_properties(GObjectClass* object) {
 
 static void sim_imxv4l2videosrc_init(SimCamera* self) {
     std::construct_at(&self->state);
-    gst_base_src_set_live(GST_BASE_SRC(self), TRUE);
-    gst_base_src_set_format(GST_BASE_SRC(self), GST_FORMAT_TIME);
+    sim::make_live(self);
     gst_base_src_set_blocksize(GST_BASE_SRC(self), frame_bytes);
 }
 
@@ -238,15 +220,13 @@ static void sim_imxv4l2videosrc_class_init(SimCameraClass* klass) {
     install_properties(object);
 
     auto* element = GST_ELEMENT_CLASS(klass);
-    element->send_event = send_event;
     sim::describe(element, "Thermal camera", "Source/Video",
                   "Plays footage as a thermal core does");
     sim::add_pad(element, GST_PAD_SRC, caps_text);
 
+    sim::end_and_flush_through_gate<SimCamera>(klass);
     auto* source = GST_BASE_SRC_CLASS(klass);
     source->start = start;
     source->stop = stop;
-    source->unlock = unlock;
-    source->unlock_stop = unlock_stop;
     GST_PUSH_SRC_CLASS(klass)->fill = fill;
 }

@@ -223,6 +223,16 @@ gboolean event(GstBaseSrc* base, GstEvent* what) noexcept {
     return GST_BASE_SRC_CLASS(sim_interpipesrc_parent_class)->event(base, what);
 }
 
+// What comes late waits in the queue, so the pipe may take its time: a sink that keeps to the clock
+// would warn of too little buffering otherwise.
+gboolean query(GstBaseSrc* base, GstQuery* what) noexcept {
+    if (GST_QUERY_TYPE(what) == GST_QUERY_LATENCY) {
+        gst_query_set_latency(what, gst_base_src_is_live(base), 0, GST_CLOCK_TIME_NONE);
+        return TRUE;
+    }
+    return GST_BASE_SRC_CLASS(sim_interpipesrc_parent_class)->query(base, what);
+}
+
 gboolean send_event(GstElement* element, GstEvent* what) noexcept {
     return self_of(element)->state.in->gate().takes(what) ||
            GST_ELEMENT_CLASS(sim_interpipesrc_parent_class)->send_event(element, what);
@@ -334,5 +344,6 @@ static void sim_interpipesrc_class_init(SimInterpipeSrcClass* klass) {
     source->unlock_stop = unlock_stop;
     source->negotiate = negotiate;
     source->event = event;
+    source->query = query;
     GST_PUSH_SRC_CLASS(klass)->create = create;
 }

@@ -1,6 +1,9 @@
 // The link to the broker: a real Redis server on the board's socket, in each of its states.
 #include "support/daemon.h"
 #include "support/file_watch.h"
+#include "support/media.h"
+#include "support/network.h"
+#include "support/storage.h"
 
 #include <csignal>
 #include <gmock/gmock.h>
@@ -49,10 +52,10 @@ protected:
         ASSERT_TRUE(daemon_.wait_for("Splash Pipeline set to playing"));
     }
 
-    board board_;
+    board board_{"tcp_stream_port=" + std::to_string(free_port()) + "\n"};
     std::string socket_ = board_.at("/run/redis.sock");
     std::filesystem::path server_output_ = board_.at("/tmp/redis.out");
-    vtrdc_daemon daemon_{board_};
+    vtrdc_daemon daemon_{board_, {"-v"}};
 };
 
 TEST_F(BrokerTest, NoticeReachesTheSubscriber) {
@@ -69,6 +72,41 @@ TEST_F(BrokerTest, NoticeReachesTheSubscriber) {
     EXPECT_TRUE(wait_for_text(heard, "\nVTRDC.VIDEO.DONE\n{ \"VTRDC\": {\"message\": \"No input "
                                      "video signal\", \"code\": 1 }}"));
     EXPECT_EQ(daemon_.count("Connected to redis"), 1);
+}
+
+TEST_F(BrokerTest, RunningOutOfSpaceStopsTheRecordingAndIsTold) {
+    const small_storage storage{board_.at("/media"), "160m"};
+    if (!storage.is_mounted()) {
+        GTEST_SKIP() << "no right to mount";
+    }
+    const background_program server{server_command(), server_output_};
+    ASSERT_TRUE(wait_for_text(server_output_, "ready to accept connections"));
+    const std::filesystem::path heard = board_.at("/tmp/heard");
+    const background_program subscriber{{"/usr/bin/redis-cli", "-s", socket_, "PSUBSCRIBE", "*"},
+                                        heard};
+    ASSERT_TRUE(wait_for_text(heard, "subscribe"));
+    EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
+    EXPECT_EQ(daemon_.ask("c:enable_record:i:1"), "r:enable_record:n:");
+    EXPECT_EQ(daemon_.ask("c:enable_tcp_stream:i:1"), "r:enable_tcp_stream:n:");
+    EXPECT_TRUE(daemon_.wait_for("[DEBUG]: Enough space to continue recoding.\n"));
+
+    storage.resize("100m");
+    EXPECT_TRUE(daemon_.wait_for("[WARN]: not enough bytes, asking for 117964800, but have "));
+    EXPECT_TRUE(daemon_.wait_for("[INFO]: Sending eos on pipe: 5\n"));
+    EXPECT_TRUE(daemon_.wait_for("[WARN]: Ran out of space while recording video.\n"));
+    EXPECT_TRUE(wait_for_text(heard, "\nVTRDC.STORAGE.DONE\n{ \"VTRDC\": {\"message\": \"Out of "
+                                     "space!\", \"code\": 2 }}"));
+    EXPECT_TRUE(daemon_.wait_for("[INFO]: Got EoS event on pipe 5\n"));
+    const std::vector<std::filesystem::path> files = files_in(board_.at("/media/video"));
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_EQ(complaints(files.front()), "");
+    EXPECT_TRUE(probe(files.front()).video);
+
+    EXPECT_EQ(daemon_.count("Sending eos on pipe: 4"), 0) << "the stream goes on";
+    EXPECT_EQ(daemon_.ask("c:enable_record:i:1"), "e:enable_record:n:");
+    EXPECT_TRUE(daemon_.wait_for("[WARN]: not enough bytes, asking for 117964800, but have "));
+    EXPECT_TRUE(daemon_.wait_for("[WARN]: Record: not enough space\n"));
+    EXPECT_EQ(files_in(board_.at("/media/video")), files);
 }
 
 TEST_F(BrokerTest, ComesUpLaterAndGoesDownAgain) {

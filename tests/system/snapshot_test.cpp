@@ -1,10 +1,10 @@
 // Snapshots: a client has what the panel shows written into the media folder.
 #include "support/daemon.h"
+#include "support/storage.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 using testing::HasSubstr;
 
@@ -14,30 +14,6 @@ constexpr area WHOLE{0, 0, 1024, 768};
 constexpr const char* REQUEST = "c:make_snapshot:n:";
 constexpr const char* DONE = "r:make_snapshot:n:";
 constexpr const char* FAILED = "e:make_snapshot:n:";
-
-// A small file system in the place of a folder.
-class small_storage {
-public:
-    explicit small_storage(const std::filesystem::path& folder) : folder_{folder} {
-        is_mounted_ = mount("vtrdc-test", folder_.c_str(), "tmpfs", 0, "size=1m") == 0;
-    }
-    small_storage(const small_storage&) = delete;
-    small_storage& operator=(const small_storage&) = delete;
-    ~small_storage() {
-        if (is_mounted_) {
-            umount2(folder_.c_str(), MNT_DETACH);
-        }
-    }
-
-    [[nodiscard]] bool is_mounted() const { return is_mounted_; }
-    void enlarge() const {
-        EXPECT_EQ(mount("vtrdc-test", folder_.c_str(), "tmpfs", MS_REMOUNT, "size=8m"), 0);
-    }
-
-private:
-    std::filesystem::path folder_;
-    bool is_mounted_;
-};
 
 class SnapshotTest : public testing::Test {
 protected:
@@ -96,7 +72,7 @@ TEST_F(SnapshotTest, OverlayThatIsSwitchedOffIsNotOnIt) {
 }
 
 TEST_F(SnapshotTest, NeedsSpace) {
-    const small_storage storage{board_.at("/media")};
+    const small_storage storage{board_.at("/media"), "1m"};
     if (!storage.is_mounted()) {
         GTEST_SKIP() << "no right to mount";
     }
@@ -104,7 +80,7 @@ TEST_F(SnapshotTest, NeedsSpace) {
     EXPECT_TRUE(daemon_.wait_for("[WARN]: not enough bytes, asking for 2359296, but have 1048576"));
     EXPECT_TRUE(daemon_.wait_for("[WARN]: Snapshot: not enough space\n"));
     EXPECT_TRUE(snapshots().empty());
-    storage.enlarge();
+    storage.resize("8m");
     EXPECT_EQ(snapshot().width(), 1024);
     EXPECT_EQ(daemon_.stop(), 0);
 }

@@ -3,12 +3,16 @@
 
 #include "support/file_watch.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
 
-board::board() {
+board::board(const std::string& settings) {
     EXPECT_EQ(sim({"layout"}), 0);
+    if (!settings.empty()) {
+        std::ofstream{at("/etc/vtrdc.conf")} << settings;
+    }
     // Each board has its own registry of plug-ins, from a copy where one was made before.
     std::error_code none_made;
     fs::copy_file(VTRDC_BINARY_DIR "/gstreamer-registry.bin", folder_.path() / "registry.bin",

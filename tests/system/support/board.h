@@ -12,8 +12,8 @@
 
 class board {
 public:
-    // Lays the folder out as scripts/sim does.
-    board();
+    // Lays the folder out as scripts/sim does, with these lines as the settings file.
+    explicit board(const std::string& settings = {});
 
     // Where a path of the sight, such as "/dev/fb0", stands on this machine.
     [[nodiscard]] std::filesystem::path at(std::string_view sight_path) const;

@@ -59,6 +59,13 @@ bool vtrdc_daemon::wait_for(std::string_view text) {
     return found;
 }
 
+bool vtrdc_daemon::wait_for_count(std::string_view text, int wanted) const {
+    const bool found = wait_for_file(
+        output_, [&] { return count(text) >= wanted; }, WAIT_LIMIT);
+    EXPECT_TRUE(found) << "waited in vain for " << wanted << " times: " << text;
+    return found;
+}
+
 bool vtrdc_daemon::wait_until_live() {
     return wait_for("Display Pipeline set to playing") &&
            board_.wait_for_panel([](const picture& panel) {

@@ -21,6 +21,9 @@ public:
     // waited for in sequence. False when it doesn't come.
     [[nodiscard]] bool wait_for(std::string_view text);
 
+    // Waits until the text stands in the output that often, wherever.
+    [[nodiscard]] bool wait_for_count(std::string_view text, int count) const;
+
     // Waits until the panel shows the camera's picture with the overlay on it.
     [[nodiscard]] bool wait_until_live();
 

@@ -1,6 +1,8 @@
 // Starting programs and waiting for their end.
 #include "support/process.h"
 
+#include "support/temp_folder.h"
+
 #include <algorithm>
 #include <csignal>
 #include <fcntl.h>
@@ -83,4 +85,12 @@ int wait_for_exit(pid_t child, std::chrono::milliseconds timeout) {
         return -1;
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+outcome run(const std::vector<std::string>& command, const std::vector<std::string>& assignments) {
+    const temp_folder folder;
+    const std::filesystem::path output = folder.path() / "output";
+    const pid_t pid = spawn(command, environment_with(assignments), output);
+    const int status = wait_for_exit(pid, WAIT_LIMIT);
+    return {status, read_text(output), pid};
 }

@@ -23,3 +23,13 @@ bool has_ended(pid_t process, std::chrono::milliseconds timeout);
 // Waits for a child to end: its exit status, 128 + signal when one ended it; -1 and the child
 // killed when it did not end in time.
 int wait_for_exit(pid_t child, std::chrono::milliseconds timeout);
+
+struct outcome {
+    int status;         // as wait_for_exit tells it
+    std::string output; // standard output and error
+    pid_t pid;
+};
+
+// Runs a program with these words to its end, with these "NAME=value" texts set in its environment.
+outcome run(const std::vector<std::string>& command,
+            const std::vector<std::string>& assignments = {});

@@ -1,0 +1,143 @@
+// Judging recordings and streams by what ffprobe and ffmpeg make of them.
+#include "support/media.h"
+
+#include "support/process.h"
+#include "support/temp_folder.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <sstream>
+
+namespace {
+
+constexpr const char* FFMPEG = "/usr/bin/ffmpeg";
+// A number is written with one stripe for each of its bits.
+constexpr int STRIPES = 10;
+static_assert(NUMBERED_PICTURES == 1 << STRIPES);
+
+// A line of ffprobe's compact form, "kind|key=value|key=value"; the streams of a program have its
+// kind in front.
+using fields = std::map<std::string, std::string>;
+
+fields fields_of(const std::string& line) {
+    fields result;
+    std::istringstream words{line};
+    for (std::string word; std::getline(words, word, '|');) {
+        const std::size_t equals = word.find('=');
+        if (equals != std::string::npos) {
+            result[word.substr(0, equals)] = word.substr(equals + 1);
+        } else if (word == "stream" || word == "packet") {
+            result["kind"] = word;
+        }
+    }
+    return result;
+}
+
+// 0 for what is not said, or "N/A".
+double number_of(const std::string& text) {
+    return std::strtod(text.c_str(), nullptr);
+}
+
+media_track track_of(fields& stream) {
+    return {.codec = stream["codec_name"],
+            .width = static_cast<int>(number_of(stream["width"])),
+            .height = static_cast<int>(number_of(stream["height"])),
+            .packets = {}};
+}
+
+media_packet packet_of(fields& packet) {
+    return {number_of(packet["pts_time"]), number_of(packet["duration_time"]),
+            packet["flags"].starts_with("K")};
+}
+
+std::vector<std::string> ffmpeg(std::vector<std::string> words) {
+    words.insert(words.begin(), {FFMPEG, "-nostdin", "-v", "error", "-y"});
+    return words;
+}
+
+void run_ffmpeg(const std::vector<std::string>& words) {
+    const outcome result = run(ffmpeg(words));
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_EQ(result.output, "");
+}
+
+} // namespace
+
+std::size_t media_track::key_packets() const {
+    return static_cast<std::size_t>(std::ranges::count_if(packets, &media_packet::key));
+}
+
+std::vector<std::filesystem::path> files_in(const std::filesystem::path& folder) {
+    const std::filesystem::directory_iterator entries{folder};
+    std::vector<std::filesystem::path> files{begin(entries), end(entries)};
+    std::ranges::sort(files);
+    return files;
+}
+
+media probe(const std::filesystem::path& file) {
+    const outcome result =
+        run({"/usr/bin/ffprobe", "-v", "error", "-of", "compact", "-show_entries",
+             "packet=codec_type,pts_time,duration_time,flags:stream=codec_type,codec_name,width,"
+             "height",
+             file});
+    EXPECT_EQ(result.status, 0) << file;
+    std::map<std::string, media_track> tracks;
+    std::map<std::string, std::vector<media_packet>> packets;
+    std::istringstream lines{result.output};
+    for (std::string line; std::getline(lines, line);) {
+        fields entry = fields_of(line);
+        if (entry["kind"] == "packet") {
+            packets[entry["codec_type"]].push_back(packet_of(entry));
+        } else if (entry["kind"] == "stream") {
+            tracks[entry["codec_type"]] = track_of(entry);
+        } else if (!line.empty()) {
+            ADD_FAILURE() << file << ": " << line;
+        }
+    }
+    const auto found = [&](const char* type) -> std::optional<media_track> {
+        if (tracks[type].codec.empty() || packets[type].empty()) {
+            return std::nullopt;
+        }
+        tracks[type].packets = packets[type];
+        return tracks[type];
+    };
+    return {found("video"), found("audio")};
+}
+
+std::string complaints(const std::filesystem::path& file) {
+    const outcome result = run(ffmpeg({"-i", file, "-f", "null", "-"}));
+    return result.status == 0 ? result.output : result.output + "(it failed)";
+}
+
+void write_numbered_footage(const std::filesystem::path& file) {
+    const temp_folder folder;
+    const std::filesystem::path stripes = folder.path() / "stripes";
+    std::ofstream raw{stripes, std::ios::binary};
+    for (int number = 0; number < NUMBERED_PICTURES; ++number) {
+        for (int bit = 0; bit < STRIPES; ++bit) {
+            raw.put((number >> bit & 1) != 0 ? '\xe0' : '\x20');
+        }
+    }
+    raw.close();
+    run_ffmpeg({"-f", "rawvideo", "-pix_fmt", "gray", "-s", std::to_string(STRIPES) + "x1", "-r",
+                "30", "-i", stripes, "-vf", "scale=640:480:flags=neighbor", "-c:v", "mjpeg", "-q:v",
+                "3", "-f", "avi", file});
+}
+
+std::vector<int> picture_numbers(const std::filesystem::path& file) {
+    const temp_folder folder;
+    const std::filesystem::path stripes = folder.path() / "stripes";
+    // A band without overlay, shrunk to a pixel for each stripe.
+    run_ffmpeg({"-i", file, "-vf",
+                "crop=1024:64:0:160,scale=" + std::to_string(STRIPES) + ":1:flags=area", "-vsync",
+                "passthrough", "-f", "rawvideo", "-pix_fmt", "gray", stripes});
+    const std::string raw = read_text(stripes);
+    std::vector<int> numbers(raw.size() / STRIPES);
+    for (std::size_t place = 0; place < numbers.size() * STRIPES; ++place) {
+        const int bit = static_cast<unsigned char>(raw[place]) >= 128 ? 1 : 0;
+        numbers[place / STRIPES] |= bit << place % STRIPES;
+    }
+    return numbers;
+}
