@@ -26,6 +26,15 @@ void switch_transformer_to_encoder_caps() {
     }
 }
 
+// Before the first audio encoder. A board where it fails records all the same.
+void set_microphone_rate_once() {
+    static int audio_init = 0;
+    if (audio_init == 0) {
+        static_cast<void>(exec_system_cmd("amixer -c 0 set 'DMic Rate' '128x'"));
+        audio_init = 1;
+    }
+}
+
 // --- Video transformer -----------------------------------------------------------------------
 
 constexpr std::array xformer_elements = std::to_array<element_row>({
@@ -149,6 +158,7 @@ constexpr pipe_table audio_enc_table{
     .create_failed = "Element could not be created in the audio encoding pipe.",
     .link_failed = "Failed to link elements in the audio encoding bin",
     .creating = "Creating audio encoding.. ",
+    .preparing = set_microphone_rate_once,
 };
 static_assert(pipe_table_is_sound(audio_enc_table));
 
@@ -164,14 +174,7 @@ int make_stream_vid_enc(GstElement* pipeline) {
     return build_pipe(pipeline, stream_enc_table);
 }
 
-// The microphone's rate is set once, before the first audio encoder; a board where that fails
-// records all the same.
 int make_audio_enc(GstElement* pipeline) {
-    static int audio_init = 0;
-    if (audio_init == 0) {
-        static_cast<void>(exec_system_cmd("amixer -c 0 set 'DMic Rate' '128x'"));
-        audio_init = 1;
-    }
     return build_pipe(pipeline, audio_enc_table);
 }
 

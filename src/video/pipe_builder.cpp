@@ -125,6 +125,9 @@ int build_elements(GstElement* pipeline, const pipe_table& table,
     if (table.creating != nullptr) {
         log_message(LEVEL_INFO, "%s", table.creating);
     }
+    if (table.preparing != nullptr) {
+        table.preparing();
+    }
     element_list elements;
     if (!make_elements(table, elements)) {
         log_message(LEVEL_ERROR, "%s", table.create_failed);

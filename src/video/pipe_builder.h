@@ -79,6 +79,8 @@ struct pipe_table {
     const char* playing = nullptr;
     // INFO text when building begins; null: none.
     const char* creating = nullptr;
+    // Called before the elements are made; null: nothing.
+    void (*preparing)() = nullptr;
     // Called when all elements are in place, before they are linked; null: nothing.
     void (*before_linking)() = nullptr;
 };
