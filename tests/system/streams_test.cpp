@@ -36,7 +36,7 @@ protected:
     }
     void expect_clean(const std::string& name, const std::string& stream) const {
         EXPECT_EQ(continuity_breaks(stream), 0) << name;
-        const std::filesystem::path file = kept(name + ".ts", stream);
+        const std::filesystem::path file = kept(name + ".ts", whole_pictures(stream));
         const media found = probe(file);
         ASSERT_TRUE(found.video) << name;
         EXPECT_EQ(found.video->codec, "h264");

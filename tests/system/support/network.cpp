@@ -56,6 +56,30 @@ bool is_readable(int fd) {
     return poll(&waiting, 1, static_cast<int>(limit)) == 1;
 }
 
+// The fields of a transport stream packet that matter here.
+class ts_packet {
+public:
+    explicit ts_packet(std::string_view bytes) : bytes_{bytes} {}
+    [[nodiscard]] bool is_one() const { return bytes_[0] == TS_SYNC; }
+    [[nodiscard]] int pid() const { return (at(1) & 0x1f) << 8 | at(2); }
+    [[nodiscard]] int counter() const { return at(3) & 0x0f; }
+    [[nodiscard]] bool has_payload() const { return (at(3) & 0x10) != 0; }
+    // The payload begins with the start code of a video stream.
+    [[nodiscard]] bool begins_picture() const {
+        const std::size_t adaptation = (at(3) & 0x20) != 0 ? 1U + at(4) : 0U;
+        const bool begins_unit = (at(1) & 0x40) != 0;
+        return begins_unit && adaptation + 8 <= bytes_.size() &&
+               bytes_.substr(4 + adaptation, 4) == std::string_view{"\0\0\1\xe0", 4};
+    }
+
+private:
+    [[nodiscard]] unsigned char at(std::size_t place) const {
+        return static_cast<unsigned char>(bytes_[place]);
+    }
+
+    std::string_view bytes_;
+};
+
 // A body in chunks, each after a line with its size in hexadecimal digits.
 std::string without_chunks(const std::string& text) {
     std::string body;
@@ -119,21 +143,26 @@ int continuity_breaks(const std::string& stream) {
     std::map<int, int> next;
     int breaks = 0;
     for (std::size_t place = 0; place + TS_PACKET <= stream.size(); place += TS_PACKET) {
-        const auto byte = [&](std::size_t at) {
-            return static_cast<unsigned char>(stream[place + at]);
-        };
-        breaks += stream[place] == TS_SYNC ? 0 : 1;
-        const bool has_payload = (byte(3) & 0x10) != 0;
-        const int pid = (byte(1) & 0x1f) << 8 | byte(2);
-        if (!has_payload || pid <= LAST_TABLE_PID) {
+        const ts_packet packet{std::string_view{stream}.substr(place, TS_PACKET)};
+        breaks += packet.is_one() ? 0 : 1;
+        if (!packet.has_payload() || packet.pid() <= LAST_TABLE_PID) {
             continue;
         }
-        const int counter = byte(3) & 0x0f;
-        const auto expected = next.find(pid);
-        breaks += expected != next.end() && expected->second != counter ? 1 : 0;
-        next[pid] = (counter + 1) & 0x0f;
+        const auto expected = next.find(packet.pid());
+        breaks += expected != next.end() && expected->second != packet.counter() ? 1 : 0;
+        next[packet.pid()] = (packet.counter() + 1) % 16;
     }
     return breaks;
+}
+
+std::string whole_pictures(const std::string& stream) {
+    std::vector<std::size_t> starts;
+    for (std::size_t place = 0; place + TS_PACKET <= stream.size(); place += TS_PACKET) {
+        if (ts_packet{std::string_view{stream}.substr(place, TS_PACKET)}.begins_picture()) {
+            starts.push_back(place);
+        }
+    }
+    return starts.empty() ? "" : stream.substr(starts.front(), starts.back() - starts.front());
 }
 
 push_server::push_server(int port, bool mute)

@@ -35,6 +35,10 @@ private:
 // Packets of a transport stream that are none, or break the continuity of their elementary stream.
 int continuity_breaks(const std::string& stream);
 
+// The stream from the first packet that begins a picture to the one before the last that does: a
+// client joins, and leaves, in the middle of one.
+std::string whole_pictures(const std::string& stream);
+
 // A server that takes what is pushed to it, on a thread of its own. Destroying it is its death: its
 // connections are reset.
 class push_server {
