@@ -146,6 +146,7 @@ int accept_client_message(client_socket& client) {
     const malloc_text request{static_cast<char*>(std::malloc(REQUEST_SIZE))};
     if (!request) {
         log_message(LEVEL_ERROR, "failed to malloc");
+        return 1;
     }
     if (socket_recv(client, request.get(), REQUEST_SIZE) <= 0) {
         socket_client_close(client);
