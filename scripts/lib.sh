@@ -23,7 +23,16 @@ bad_usage() {
     exit 2
 }
 
-# The build folder of a preset, release or asan. VTRDC_BUILD_DIR puts another in its place.
+# Runs a command as root, by sudo for anybody else.
+as_root() {
+    if [[ $(id -u) -eq 0 ]]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
+# The build folder of a preset, for instance release or asan. VTRDC_BUILD_DIR puts another in its place.
 build_dir() {
     local folder=$VTRDC_SOURCE_DIR/build
     [[ $1 == release ]] || folder=$folder-$1

@@ -136,11 +136,16 @@ public:
         image_.fill(Qt::transparent);
     }
 
-    // Qt Quick wants this order: what renders goes first, the engine last.
+    // Qt Quick wants this order: the items, what renders, the engine last. What was drawn for the
+    // items is released by a frame without them; without that it would be lost, a megabyte a scene.
     ~rendered_scene() {
         timer_.stop();
-        control_.reset();
         root_.reset();
+        control_->polishItems();
+        control_->beginFrame();
+        control_->sync();
+        control_->endFrame();
+        control_.reset();
     }
 
     rendered_scene(const rendered_scene&) = delete;

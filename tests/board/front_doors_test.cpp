@@ -93,6 +93,36 @@ TEST_F(FrontDoorTest, BuildFailsWithItsTools) {
     EXPECT_EQ(open_door("scripts/build", {"--nonsense"}).status, 2);
 }
 
+TEST_F(FrontDoorTest, ArmRootIsMadeOnceAndHalfOfOneAnew) {
+    stand_in("sudo", "exec \"$@\"");
+    stand_in("chroot", "");
+    stand_in("apt-config", "");
+    stand_in("apt-get", "[ \"$1\" != indextargets ] || . /etc/os-release\n"
+                        "echo here other-$VERSION_CODENAME main\n"
+                        "echo mirror $VERSION_CODENAME main\n");
+    stand_in("debootstrap", "mkdir -p \"$3/etc/apt\" \"$3/dev\"\nln -s /etc/apt \"$3/link\"\n"
+                            "echo 'disk full'\nexit 1");
+    const outcome failed = open_door("scripts/armhf-root", {});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.output, HasSubstr("disk full\n"));
+    EXPECT_FALSE(fs::exists(at("build/armhf-root")));
+
+    stand_in("debootstrap",
+             "mkdir \"$3\" && cd \"$3\" && mkdir -p etc/apt dev && ln -s /etc/apt link");
+    EXPECT_EQ(open_door("scripts/armhf-root", {}).status, 0);
+    EXPECT_EQ(fs::read_symlink(at("build/armhf-root/link")), "etc/apt");
+    EXPECT_FALSE(fs::exists(at("build/armhf-root/dev")));
+    EXPECT_THAT(calls(), AllOf(HasSubstr("armhf-root.partial mirror\n"),
+                               HasSubstr(" libhiredis-dev:armhf ")));
+
+    const std::string before = calls();
+    EXPECT_EQ(open_door("scripts/armhf-root", {}).status, 0);
+    EXPECT_EQ(calls(), before);
+    fs::remove(at("build/armhf-root/recipe"));
+    EXPECT_EQ(open_door("scripts/armhf-root", {}).status, 0);
+    EXPECT_NE(calls(), before);
+}
+
 class SimDoorTest : public FrontDoorTest {
 protected:
     SimDoorTest() {

@@ -82,8 +82,8 @@ TEST_F(LogTest, ErrorEndsTheProcessWithErrno) {
 }
 
 TEST_F(LogTest, FailedAllocationIsAnError) {
-    // More than any address space holds; volatile, so that the compiler doesn't see it.
-    volatile std::size_t impossible = std::numeric_limits<std::size_t>::max() / 2;
+    // One more than any object may have; volatile, so that the compiler doesn't see it.
+    volatile std::size_t impossible = std::numeric_limits<std::size_t>::max() / 2 + 1;
     const std::string text = "malloc of " + std::to_string(impossible) + " bytes failed:\n";
     EXPECT_EXIT(static_cast<void>(emalloc(impossible)), testing::ExitedWithCode(1), "");
     EXPECT_THAT(lines(), EndsWith(text));

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <netinet/in.h>
@@ -167,7 +168,8 @@ std::string whole_pictures(const std::string& stream) {
 
 push_server::push_server(int port, bool mute)
     : listener_{listen_on(port)}, stop_pipe_{-1, -1}, mute_{mute} {
-    EXPECT_EQ(pipe(stop_pipe_), 0);
+    // A program that is started meanwhile must not keep it open.
+    EXPECT_EQ(pipe2(stop_pipe_, O_CLOEXEC), 0);
     thread_ = std::thread{[this] { serve(); }};
 }
 
