@@ -84,8 +84,8 @@ inline int tmr_fd = -1;
 // what is no number becomes 0.
 [[nodiscard]] int truncate_to_int(double value);
 
-// Runs a shell command line and waits for it. Returns its wait status as system() does, 0 on success; a line
-// of 256 characters or more is refused with a warning and -1.
+// Runs a shell command line and waits for it. Returns its wait status as system() does, 0 on
+// success; a line of 256 characters or more is refused with a warning and -1.
 [[nodiscard, gnu::format(printf, 1, 2)]] int exec_system_cmd(const char* format, ...);
 
 // Creates the file, readable only, when it is missing. 0, or -1 when it can't be opened.
