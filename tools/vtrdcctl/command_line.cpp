@@ -1,0 +1,112 @@
+// The command line of vtrdcctl: its options, and a subcommand for each command of the daemon.
+#include "vtrdcctl/command_line.h"
+
+#include "api/help_legend.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double DAY_S = 86400.0;
+constexpr std::size_t HELP_COLUMN = 26;
+constexpr const char* STATUS_HELP =
+    "\nExit status: 0 done, 1 error reply, 2 no daemon or no reply, "
+    "64 wrong usage, 74 answers not written.";
+
+std::string footer() {
+    std::string text;
+    for (const char* const line : api_legend_arr) {
+        text += line;
+        text += '\n';
+    }
+    text.erase(0, text.find_first_not_of('\n')); // the parser leaves a line free
+    return text + STATUS_HELP;
+}
+
+void add_seconds(CLI::App& parser, const std::string& names, std::chrono::milliseconds& target,
+                 const std::string& help) {
+    const auto keep = [names, &target](const double& seconds) {
+        if (!(seconds >= 0.0)) { // not a number is not, either
+            throw CLI::ValidationError{names, "must be a time in seconds"};
+        }
+        target = std::chrono::milliseconds{std::lround(std::min(seconds, DAY_S) * 1000.0)};
+    };
+    const std::chrono::duration<double> standard = target;
+    parser.add_option_function<double>(names, keep, help)
+        ->type_name("SECONDS")
+        ->default_str(CLI::detail::to_string(standard.count()));
+}
+
+void add_options(CLI::App& parser, command_line& line) {
+    parser.add_option("-s,--socket", line.client.socket_path, "The daemon's command socket")
+        ->type_name("PATH")
+        ->envname("VTRDC_SOCKET")
+        ->capture_default_str();
+    add_seconds(parser, "-t,--timeout", line.client.timeout, "How long to wait for a reply");
+    add_seconds(parser, "-r,--retry", line.client.retry,
+                "How long to ask again while the reply is an error");
+    parser.add_flag("-j,--json", line.client.is_json, "Write each answer as a JSON object");
+    parser.add_flag("-k,--keep-going", line.keep_going,
+                    "Go on after a failure in commands from standard input");
+    parser
+        .add_option("--completion", line.completion, "Write completion code for that shell: bash")
+        ->type_name("SHELL")
+        ->check(CLI::IsMember({"bash"}));
+    parser.add_option("script", line.script, "-: commands from standard input, one a line")
+        ->option_text(" ")
+        ->check(CLI::IsMember({"-"}));
+}
+
+// An option for each argument: one that takes several would make more of a word in brackets.
+void add_command(CLI::App& parser, const client_command& command) {
+    CLI::App* const entry =
+        parser.add_subcommand(std::string{command.name}, std::string{command.help});
+    entry->group("Commands")->fallthrough();
+    for (std::size_t i = 1; i <= command.argument_count; ++i) {
+        const bool is_only = command.argument_count == 1;
+        const std::string name = is_only ? "number" : "argument" + std::to_string(i);
+        entry->add_option(name)->group(""); // in the usage line only
+    }
+}
+
+std::vector<std::string> words_of(const CLI::App& command) {
+    std::vector<std::string> words{command.get_name()};
+    for (const CLI::Option* const option : command.get_options()) {
+        if (option->get_positional() && option->count() > 0) {
+            words.push_back(option->results().front());
+        }
+    }
+    return words;
+}
+
+} // namespace
+
+void describe(CLI::App& parser, command_line& line) {
+    parser.name("vtrdcctl");
+    parser.description("Asks vtrdc, the daemon of the sight, to run a command.");
+    parser.footer(footer());
+    parser.set_version_flag("--version", VTRDC_VERSION);
+    parser.get_formatter()->column_width(HELP_COLUMN);
+    parser.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    parser.validate_positionals();
+    parser.require_subcommand(0, 1);
+    add_options(parser, line);
+    for (const client_command& command : all_commands()) {
+        add_command(parser, command);
+    }
+}
+
+void parse(CLI::App& parser, command_line& line, int argc, const char* const* argv) {
+    parser.parse(argc, argv);
+    for (const CLI::App* const command : parser.get_subcommands()) {
+        line.words = words_of(*command);
+    }
+    const int wishes = (line.words.empty() ? 0 : 1) + (line.script.empty() ? 0 : 1) +
+                       (line.completion.empty() ? 0 : 1);
+    if (wishes != 1) {
+        throw usage_error{"name one command, or - for commands from standard input; "
+                          "--help shows them"};
+    }
+}

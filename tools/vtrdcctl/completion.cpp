@@ -1,0 +1,47 @@
+// Completion of vtrdcctl's command line in a shell.
+#include "vtrdcctl/completion.h"
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+// A second command is never offered.
+constexpr const char* FUNCTION = R"(
+_vtrdcctl() {
+    local current=${COMP_WORDS[COMP_CWORD]} offered="$_vtrdcctl_options $_vtrdcctl_commands" word
+    COMPREPLY=()
+    case ${COMP_WORDS[COMP_CWORD - 1]} in
+    -s | --socket)
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+        ;;
+    -t | --timeout | -r | --retry) return ;;
+    --completion) offered=bash ;;
+    *)
+        for word in "${COMP_WORDS[@]:1:COMP_CWORD - 1}"; do
+            [[ " $_vtrdcctl_commands " != *" $word "* ]] || offered=$_vtrdcctl_options
+        done
+        ;;
+    esac
+    mapfile -t COMPREPLY < <(compgen -W "$offered" -- "$current")
+}
+complete -F _vtrdcctl vtrdcctl
+)";
+
+} // namespace
+
+std::string bash_completion(const CLI::App& parser) {
+    std::string options;
+    for (const CLI::Option* const option : parser.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            options += " --" + name;
+        }
+    }
+    std::string commands;
+    for (const CLI::App* const command : parser.get_subcommands({})) {
+        commands += " " + command->get_name();
+    }
+    return "# Completion for vtrdcctl, written by vtrdcctl --completion bash.\n"
+           "_vtrdcctl_options='" +
+           options + "'\n_vtrdcctl_commands='" + commands + "'\n" + FUNCTION;
+}

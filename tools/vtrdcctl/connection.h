@@ -1,0 +1,28 @@
+// A connection to the daemon's command socket.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+struct reply {
+    bool is_done;  // false for an error reply
+    bool has_data; // a reply may have none
+    std::string data;
+};
+
+class connection {
+public:
+    // Connects to the socket at that path. The time-out is how long connecting, sending, and the
+    // wait for a reply may take each. A no_answer when there is no daemon.
+    connection(const std::string& path, std::chrono::milliseconds timeout);
+    connection(const connection&) = delete;
+    connection& operator=(const connection&) = delete;
+    ~connection();
+
+    // Sends a request and waits for its reply. A no_answer when none comes, or something else.
+    [[nodiscard]] reply ask(std::string_view request) const;
+
+private:
+    int fd_;
+};

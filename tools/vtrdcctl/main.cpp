@@ -1,0 +1,59 @@
+// vtrdcctl, the command-line client of the daemon.
+#include "vtrdcctl/command_line.h"
+#include "vtrdcctl/completion.h"
+#include "vtrdcctl/script.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <span>
+
+namespace {
+
+exit_status run(const CLI::App& parser, const command_line& line) {
+    if (!line.completion.empty()) {
+        std::cout << bash_completion(parser);
+        return STATUS_DONE;
+    }
+    client client{line.client};
+    if (!line.script.empty()) {
+        return run_script(client, std::cin, line.keep_going);
+    }
+    const std::string& name = line.words.front();
+    return client.run(find_command(name), std::span{line.words}.subspan(1), name);
+}
+
+exit_status failed(const std::exception& error, exit_status status) {
+    std::cerr << "vtrdcctl: " << error.what() << '\n';
+    return status;
+}
+
+exit_status run_command_line(int argc, const char* const* argv) {
+    command_line line;
+    CLI::App parser;
+    try {
+        describe(parser, line);
+        parse(parser, line, argc, argv);
+        return run(parser, line);
+    } catch (const CLI::Success& wish) {
+        parser.exit(wish); // writes the help, or the version
+        return STATUS_DONE;
+    } catch (const CLI::ParseError& error) {
+        return failed(error, STATUS_USAGE);
+    } catch (const usage_error& error) {
+        return failed(error, STATUS_USAGE);
+    } catch (const no_answer& error) {
+        return failed(error, STATUS_NO_ANSWER);
+    }
+}
+
+} // namespace
+
+// NOLINTNEXTLINE(bugprone-exception-escape): any other exception is a bug, and ends the program
+int main(int argc, char* argv[]) {
+    const exit_status status = run_command_line(argc, argv);
+    if (!std::cout.flush()) {
+        std::cerr << "vtrdcctl: can't write to standard output\n";
+        return STATUS_OUTPUT_LOST;
+    }
+    return status;
+}
