@@ -13,6 +13,13 @@
 // Posts end-of-stream on the bus when the time has come, at once when it has passed already.
 void forced_end_arm(int pipe, GstBus* bus, GstClockTime due);
 
+// True for the message that is posted then.
+[[nodiscard]] bool forced_end_is(GstMessage* message);
+
+// Brings the pipeline to NULL on a thread of its own and waits half a second for it. False when it
+// takes longer; the thread keeps the pipeline until it is done, if ever.
+[[nodiscard]] bool forced_end_shut_down(GstElement* pipeline);
+
 // Calls it off. The time it was due; GST_CLOCK_TIME_NONE when it was not armed.
 GstClockTime forced_end_disarm(int pipe);
 

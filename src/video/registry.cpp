@@ -41,6 +41,8 @@ std::array<int, PIPE_COUNT> eos_events{};
 // Set once every pipe was asked to stop: nothing starts from then on.
 bool stopping = false;
 void (*end_observer)(int pipe) = nullptr;
+// Set once a pipe could not be shut down.
+bool is_any_stuck = false;
 
 template <class Array> auto& at(Array& array, int pipe) {
     return array.at(static_cast<std::size_t>(pipe));
@@ -89,13 +91,31 @@ int resume_pipe(int pipe) {
     return gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
 }
 
-void destroy_pipe(int pipe) {
+// A pipeline must not be released in any other state.
+void shut_down(GstElement* pipeline) {
+    if (gstvideo_set_state(pipeline, GST_STATE_NULL) != 0) {
+        gst_element_set_state(pipeline, GST_STATE_NULL);
+    }
+}
+
+// For a pipe that did not end by itself. One of its streaming threads may wait for what never
+// comes, and so would whoever shuts it down: the splitting sink that could not open its first file
+// does that.
+void shut_down_by_force(int pipe) {
+    if (!forced_end_shut_down(at(pipes, pipe))) {
+        is_any_stuck = true;
+        log_message(LEVEL_WARN, "Pipe %d is stuck, going on without it", pipe);
+    }
+}
+
+void destroy_pipe(int pipe, bool is_forced) {
     log_message(LEVEL_INFO, "Got EoS event on pipe %d", pipe);
     const bool was_asked = is_ending(pipe);
     forced_end_disarm(pipe);
-    if (gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL) != 0) {
-        // A pipeline must not be released in any other state.
-        gst_element_set_state(at(pipes, pipe), GST_STATE_NULL);
+    if (is_forced) {
+        shut_down_by_force(pipe);
+    } else {
+        shut_down(at(pipes, pipe));
     }
     gst_object_unref(at(buses, pipe));
     gst_object_unref(at(pipes, pipe));
@@ -249,7 +269,7 @@ int gstvideo_process_message(int pipe) {
 
 int message_handle(GstMessage* message, int pipe) {
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
-        destroy_pipe(pipe);
+        destroy_pipe(pipe, forced_end_is(message));
         return 1;
     }
     for (const report_type& row : report_types) {
@@ -357,5 +377,8 @@ void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle)) {
 }
 
 void gstvideo_destroy() {
-    gst_deinit();
+    // It would wait for the streaming threads of a pipe that is stuck.
+    if (!is_any_stuck) {
+        gst_deinit();
+    }
 }

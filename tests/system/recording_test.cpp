@@ -231,6 +231,17 @@ TEST_F(RecordingTest, KilledOneLeavesTheEarlierFiles) {
     follow_pictures(made);
 }
 
+// Such a recording can't be ended but by force.
+TEST_F(RecordingTest, WithoutAFolderItEndsAllTheSame) {
+    start_daemon();
+    std::ofstream{board_.at("/media/video")} << "no folder";
+    start();
+    ASSERT_TRUE(daemon_->wait_for("Could not start new output sink"));
+    daemon_->ask("c:pause_video:n:");
+    daemon_->ask("c:resume_video:n:");
+    EXPECT_EQ(daemon_->stop(), 0);
+}
+
 // Loudness of a second of the sound, in dB of full scale.
 double loudness(const std::filesystem::path& file, double from) {
     const outcome result = run({"/usr/bin/ffmpeg", "-nostdin", "-ss", std::to_string(from), "-t",
