@@ -13,6 +13,7 @@ namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -169,6 +170,20 @@ TEST_F(SimDoorTest, SaysWhenThereIsNoBuild) {
     const outcome shot = open_door("scripts/sim", {"--board", at("b"), "shot", at("x.png")});
     EXPECT_EQ(shot.status, 1);
     EXPECT_THAT(shot.output, HasSubstr("build first"));
+}
+
+TEST_F(SimDoorTest, InstalledItBuildsNothingAndHasItsOwnName) {
+    const std::vector<std::string> installed{"VTRDC_FRONT_DOOR=board-tool",
+                                             "VTRDC_SIM_BOARD=" + at("b")};
+    stand_in("cmake", "");
+    const outcome daemon = open_door("scripts/sim", {"--", "-v"}, installed);
+    EXPECT_EQ(daemon.status, 7);
+    EXPECT_THAT(daemon.output, AllOf(HasSubstr("(board-tool --board " + at("b") + " shot"),
+                                     HasSubstr("root " + at("b") + "\n")));
+    EXPECT_FALSE(fs::exists(at("calls")));
+    EXPECT_EQ(open_door("scripts/sim", {"--armhf"}, installed).status, 2);
+    EXPECT_THAT(open_door("scripts/sim", {"--help"}, installed).output,
+                AllOf(HasSubstr("Usage: board-tool "), Not(HasSubstr("--no-build"))));
 }
 
 TEST_F(SimDoorTest, SocketPathIsMeasuredAsTheDaemonBuildsIt) {

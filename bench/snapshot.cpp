@@ -1,0 +1,70 @@
+// What a snapshot costs without the daemon: the panel's picture as JPEG, in a file, on storage.
+#include <gst/gst.h>
+#include <gst/video/video.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* PICTURE_CAPS =
+    "video/x-raw, width=1024, height=768, framerate=30/1, format=RGBA";
+
+struct sample_release {
+    void operator()(GstSample* sample) const noexcept { gst_sample_unref(sample); }
+};
+using sample_owner = std::unique_ptr<GstSample, sample_release>;
+
+// What the panel's file holds. Red and blue are the other way round there: JPEG doesn't care.
+sample_owner picture_of(const char* panel) {
+    gchar* bytes = nullptr;
+    gsize size = 0;
+    if (g_file_get_contents(panel, &bytes, &size, nullptr) == FALSE) {
+        std::perror(panel);
+        std::exit(EXIT_FAILURE);
+    }
+    GstBuffer* const buffer = gst_buffer_new_wrapped(bytes, size);
+    GstCaps* const caps = gst_caps_from_string(PICTURE_CAPS);
+    sample_owner sample{gst_sample_new(buffer, caps, nullptr, nullptr)};
+    gst_caps_unref(caps);
+    gst_buffer_unref(buffer);
+    return sample;
+}
+
+bool write_jpeg(GstSample* picture, const char* path) {
+    GstCaps* const caps = gst_caps_from_string("image/jpeg");
+    const sample_owner jpeg{gst_video_convert_sample(picture, caps, GST_CLOCK_TIME_NONE, nullptr)};
+    gst_caps_unref(caps);
+    GstMapInfo bytes{};
+    if (!jpeg || gst_buffer_map(gst_sample_get_buffer(jpeg.get()), &bytes, GST_MAP_READ) == FALSE) {
+        return false;
+    }
+    const gboolean written = g_file_set_contents(path, reinterpret_cast<const gchar*>(bytes.data),
+                                                 static_cast<gssize>(bytes.size), nullptr);
+    gst_buffer_unmap(gst_sample_get_buffer(jpeg.get()), &bytes);
+    sync();
+    return written != FALSE;
+}
+
+} // namespace
+
+// Takes one for each line of standard input, and answers with the milliseconds it took.
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fprintf(stderr, "Usage: %s PANEL FILE.jpeg\n", argv[0]);
+        return 2;
+    }
+    gst_init(nullptr, nullptr);
+    while (std::getchar() != EOF) {
+        const sample_owner picture = picture_of(argv[1]);
+        const gint64 start_us = g_get_monotonic_time();
+        if (!write_jpeg(picture.get(), argv[2])) {
+            std::fprintf(stderr, "can't write %s\n", argv[2]);
+            return EXIT_FAILURE;
+        }
+        std::printf("%.3f\n", static_cast<double>(g_get_monotonic_time() - start_us) / 1e3);
+        std::fflush(stdout);
+    }
+}

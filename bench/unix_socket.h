@@ -1,0 +1,21 @@
+// Unix stream sockets for the benchmark's programs.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+// A new socket, handed by `use` (bind or connect) its path; a failure ends the program.
+template <class Use> int open_unix_socket(const char* path, Use use) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0 || use(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        std::perror(path);
+        std::exit(EXIT_FAILURE);
+    }
+    return fd;
+}

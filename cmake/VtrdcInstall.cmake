@@ -1,0 +1,61 @@
+# What is installed where: component "daemon" for the sight, "simulated-board" for a PC.
+include(GNUInstallDirs)
+
+# Distributions differ in this one; a relative folder is below the prefix.
+set(VTRDC_SYSTEMD_UNIT_DIR "lib/systemd/system" CACHE STRING "Folder of systemd's units")
+
+set(vtrdc_packaging "${PROJECT_SOURCE_DIR}/packaging")
+
+# The daemon, its client, and what an init system and an administrator need.
+configure_file("${vtrdc_packaging}/systemd/vtrdc.service.in" packaging/vtrdc.service @ONLY)
+configure_file("${vtrdc_packaging}/systemd/vtrdc.tmpfiles.in" packaging/vtrdc.tmpfiles @ONLY)
+install(TARGETS vtrdc DESTINATION "${CMAKE_INSTALL_SBINDIR}" COMPONENT daemon)
+install(TARGETS vtrdcctl DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT daemon)
+install(FILES "${vtrdc_packaging}/man/vtrdcctl.1"
+  DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT daemon)
+install(FILES "${vtrdc_packaging}/man/vtrdc.conf.5"
+  DESTINATION "${CMAKE_INSTALL_MANDIR}/man5" COMPONENT daemon)
+install(FILES "${vtrdc_packaging}/man/vtrdc.8"
+  DESTINATION "${CMAKE_INSTALL_MANDIR}/man8" COMPONENT daemon)
+install(FILES "${vtrdc_packaging}/bash-completion/vtrdcctl"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT daemon)
+# Twice: one for people, and one that becomes the sight's own at first, where documentation is left out.
+install(FILES "${vtrdc_packaging}/vtrdc.conf.example"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" RENAME vtrdc.conf COMPONENT daemon)
+install(FILES "${vtrdc_packaging}/vtrdc.conf.example"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/vtrdc" RENAME vtrdc.conf COMPONENT daemon)
+install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc.service"
+  DESTINATION "${VTRDC_SYSTEMD_UNIT_DIR}" COMPONENT daemon)
+install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc.tmpfiles"
+  DESTINATION lib/tmpfiles.d RENAME vtrdc.conf COMPONENT daemon)
+install(FILES "${vtrdc_packaging}/systemd/vtrdc.sysusers"
+  DESTINATION lib/sysusers.d RENAME vtrdc.conf COMPONENT daemon)
+install(FILES "${vtrdc_packaging}/vtrdc.logrotate"
+  DESTINATION "${CMAKE_INSTALL_FULL_SYSCONFDIR}/logrotate.d" RENAME vtrdc COMPONENT daemon)
+
+if(NOT VTRDC_BUILD_SIM)
+  return()
+endif()
+
+# The simulated board, in the shape of a source tree and its build, which scripts/sim finds its way in.
+set(vtrdc_sim_lib "${CMAKE_INSTALL_FULL_LIBDIR}/vtrdc-sim")
+set(vtrdc_sim_share "${CMAKE_INSTALL_FULL_DATADIR}/vtrdc-sim")
+configure_file("${vtrdc_packaging}/sim/vtrdc-sim.in" packaging/vtrdc-sim @ONLY)
+install(PROGRAMS "${PROJECT_BINARY_DIR}/packaging/vtrdc-sim"
+  DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT simulated-board)
+install(FILES "${vtrdc_packaging}/man/vtrdc-sim.1"
+  DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT simulated-board)
+install(PROGRAMS "${PROJECT_SOURCE_DIR}/scripts/sim"
+  DESTINATION "${vtrdc_sim_share}/scripts" COMPONENT simulated-board)
+install(FILES "${PROJECT_SOURCE_DIR}/scripts/lib.sh"
+  DESTINATION "${vtrdc_sim_share}/scripts" COMPONENT simulated-board)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/board"
+  DESTINATION "${vtrdc_sim_share}/sim" USE_SOURCE_PERMISSIONS COMPONENT simulated-board)
+install(TARGETS gstvtrdcsim gstalsa
+  DESTINATION "${vtrdc_sim_lib}/sim/plugins" COMPONENT simulated-board)
+install(TARGETS vtrdc-sim-buttons vtrdc-sim-shot
+  DESTINATION "${vtrdc_sim_lib}/sim/tools" COMPONENT simulated-board)
+# Where a build has its daemon.
+file(CREATE_LINK "${CMAKE_INSTALL_FULL_SBINDIR}/vtrdc" "${PROJECT_BINARY_DIR}/packaging/vtrdc" SYMBOLIC)
+install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc"
+  DESTINATION "${vtrdc_sim_lib}" COMPONENT simulated-board)

@@ -1,0 +1,60 @@
+// Which call of the daemon's own code fails, as a test tells the library that makes it fail: memory
+// that both have mapped from a file.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+// The environment variable that names the file.
+inline constexpr const char* FAULT_PLAN_VARIABLE = "VTRDC_TEST_FAULT_PLAN";
+
+enum class failing_call : int {
+    none,
+    accept,
+    bind,
+    fflush,
+    fopen,
+    fork,
+    fread,
+    fsync,
+    fwrite,
+    listen,
+    malloc,
+    mkdir,
+    new_object,
+    new_nothrow,
+    open,
+    opendir,
+    poll,
+    read,
+    realloc,
+    recv,
+    send,
+    signalfd,
+    sigprocmask,
+    socket,
+    spawn,
+    stat,
+    statvfs,
+    timer_create,
+    timer_set,
+    waitpid,
+    count
+};
+inline constexpr auto FAILING_CALLS = static_cast<std::size_t>(failing_call::count);
+
+struct fault_plan {
+    // Set by the test: the call that fails, which one of those made from now on (1 is the next),
+    // and the error number that it leaves.
+    std::atomic<failing_call> call;
+    std::atomic<int> number;
+    std::atomic<int> error;
+    // Set by the library: how many were made of each, and where in the program the one that failed
+    // was called from; 0 while none has failed.
+    std::array<std::atomic<int>, FAILING_CALLS> made;
+    std::atomic<std::uintptr_t> failed_from;
+};
+static_assert(std::atomic<std::uintptr_t>::is_always_lock_free &&
+              std::atomic<failing_call>::is_always_lock_free);

@@ -1,0 +1,68 @@
+// Whether what a process holds stays the same over a long run.
+#include "flatness.h"
+
+#include "support/resources.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iostream>
+
+namespace {
+
+// Idle threads of GLib's pool, which keeps some for a while.
+constexpr long SPARE_THREADS = 8;
+#ifdef __SANITIZE_ADDRESS__
+// The sanitizer holds back what was freed.
+constexpr bool MEMORY_COUNTS = false;
+#else
+constexpr bool MEMORY_COUNTS = true;
+#endif
+// Arenas of threads that came and went fill up in the first minutes: so much is no leak.
+constexpr long SPARE_MEMORY_KB = 12 * 1024;
+// Of what is held at first.
+constexpr long SPARE_MEMORY_PART = 20;
+
+// Its own memory; what it shares with others depends on who else runs.
+long memory_kb(pid_t process) {
+    std::ifstream file{"/proc/" + std::to_string(process) + "/smaps_rollup"};
+    for (std::string word; file >> word;) {
+        if (word == "Anonymous:") {
+            long kilobytes = 0;
+            file >> kilobytes;
+            return kilobytes;
+        }
+    }
+    ADD_FAILURE() << "no memory figures of process " << process;
+    return 0;
+}
+
+} // namespace
+
+void flatness::look_at(pid_t process) {
+    const resources held = resources_of(process);
+    samples_.push_back({held.descriptors, held.threads, memory_kb(process)});
+    std::cout << "held: " << held.descriptors << " descriptors, " << held.threads << " threads, "
+              << samples_.back().memory_kb << " KB" << std::endl;
+}
+
+void flatness::expect_flat() const {
+    const auto median = [this](bool last, long sample::*field) {
+        const std::size_t quarter = std::max<std::size_t>(samples_.size() / 4, 1);
+        const std::size_t begin = last ? samples_.size() - quarter : 0;
+        std::vector<long> values;
+        for (std::size_t i = begin; i < begin + quarter; ++i) {
+            values.push_back(samples_[i].*field);
+        }
+        std::ranges::nth_element(values, values.begin() + values.size() / 2);
+        return values[values.size() / 2];
+    };
+    ASSERT_GE(samples_.size(), 2U);
+    EXPECT_LE(median(true, &sample::descriptors), median(false, &sample::descriptors));
+    EXPECT_LE(median(true, &sample::threads), median(false, &sample::threads) + SPARE_THREADS);
+    if (MEMORY_COUNTS) {
+        const long first = median(false, &sample::memory_kb);
+        EXPECT_LE(median(true, &sample::memory_kb),
+                  first + std::max(SPARE_MEMORY_KB, first / SPARE_MEMORY_PART));
+    }
+}

@@ -1,0 +1,110 @@
+// The manuals of the daemon and of its settings, and the example, against the daemon itself.
+#include "config/cfg.h"
+#include "support/process.h"
+#include "support/temp_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
+
+using testing::ElementsAreArray;
+using testing::SizeIs;
+
+namespace {
+
+using lines = std::vector<std::string>;
+
+// The lines of a text that satisfy the test.
+template <class Test> lines lines_where(const std::string& text, Test test) {
+    lines found;
+    std::istringstream stream{text};
+    for (std::string line; std::getline(stream, line);) {
+        if (test(line)) {
+            found.push_back(line);
+        }
+    }
+    return found;
+}
+
+// As the text stands in a manual.
+std::string escaped(const std::string& text) {
+    return std::regex_replace(text, std::regex{"-"}, "\\-");
+}
+
+bool is_heading(const std::string& line) {
+    return std::regex_match(line, std::regex{R"re(\.BR \w+ " \(.*\)")re"});
+}
+
+// An empty line is no comment: the daemon would warn of it.
+bool is_no_comment(const std::string& line) {
+    return line.empty() || line[0] != '#';
+}
+
+const char* type_name(std::int32_t /*value*/) {
+    return "integer";
+}
+
+const char* type_name(double /*value*/) {
+    return "number";
+}
+
+const char* type_name(const char* /*value*/) {
+    return "text";
+}
+
+// All settings at their defaults, a line key=value each, in the table's order.
+lines default_lines() {
+    global_config = {};
+    return lines_where(cfg_serialize_global_config().get(), [](const auto&) { return true; });
+}
+
+TEST(ManualsTest, SettingsAreTheDaemons) {
+    lines headings;
+    const lines defaults = default_lines();
+    ASSERT_THAT(defaults, SizeIs(parse_table_size));
+    for (std::size_t i = 0; i < parse_table_size; ++i) {
+        const std::string key = parse_table.at(i).key;
+        const auto named = [](auto field) { return type_name(global_config.*field); };
+        const std::string value = defaults.at(i).substr(key.size() + 1);
+        headings.push_back(".BR " + key + " \" (" + std::visit(named, parse_table.at(i).field) +
+                           ", " + escaped(value) + ")\"");
+    }
+    EXPECT_THAT(lines_where(read_text(VTRDC_MANUALS "/vtrdc.conf.5"), is_heading),
+                ElementsAreArray(headings));
+}
+
+TEST(ManualsTest, ExampleHasEverySettingAtItsDefault) {
+    EXPECT_THAT(lines_where(read_text(VTRDC_EXAMPLE), is_no_comment),
+                ElementsAreArray(default_lines()));
+}
+
+// Heading and first words of each option's entry, from its line of the help.
+lines option_entries(const std::string& help) {
+    const std::regex row{R"(   (-\w) (--\w+) +(filename)? *(.*))"};
+    lines entries;
+    for (const std::string& line : lines_where(help, [](const auto&) { return true; })) {
+        std::smatch part;
+        if (std::regex_match(line, part, row)) {
+            const std::string value = part[3].matched ? " \" \\fIfilename\\fR\"" : "";
+            entries.push_back(escaped(".BR " + part.str(1) + " \", \" " + part.str(2)) + value +
+                              "\n" + part.str(4) + ".");
+        }
+    }
+    return entries;
+}
+
+TEST(ManualsTest, OptionsAreThoseOfTheHelp) {
+    std::string manual = read_text(VTRDC_MANUALS "/vtrdc.8");
+    const std::regex entry{R"(\.TP\n(\.BR \\-\w ", ".*\n.*)\n)"};
+    lines described;
+    for (std::sregex_iterator found{manual.begin(), manual.end(), entry}, end; found != end;
+         ++found) {
+        described.push_back(found->str(1));
+    }
+    const lines entries = option_entries(run({VTRDC, "-h"}).output);
+    EXPECT_THAT(entries, SizeIs(7));
+    EXPECT_THAT(described, ElementsAreArray(entries));
+}
+
+} // namespace
