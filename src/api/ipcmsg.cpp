@@ -3,14 +3,16 @@
 
 #include "core/log.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
-constexpr const char* SEPARATOR = ":";
-constexpr const char* MESSAGE_FORMAT = "%c:%s:%c:%s";
+constexpr char SEPARATOR = ':';
+constexpr const char* SEPARATORS = ":";
 // Fields before the data.
 constexpr std::size_t TOKEN_COUNT = 3;
 
@@ -26,7 +28,7 @@ const char* shown(const char* text) {
 // what follows the separator after the last.
 bool take_tokens(char* text, std::array<char*, TOKEN_COUNT>& tokens, char*& rest) {
     unsigned int offset = 0;
-    char* token = strtok_r(text, SEPARATOR, &rest);
+    char* token = strtok_r(text, SEPARATORS, &rest);
     for (std::size_t i = 0; i < TOKEN_COUNT; ++i) {
         if (token == nullptr) {
             return false;
@@ -37,7 +39,7 @@ bool take_tokens(char* text, std::array<char*, TOKEN_COUNT>& tokens, char*& rest
                     offset);
         offset += length_of(token) + 1;
         if (i + 1 < TOKEN_COUNT) {
-            token = strtok_r(nullptr, SEPARATOR, &rest);
+            token = strtok_r(nullptr, SEPARATORS, &rest);
         }
         log_message(LEVEL_DEBUG, "token2=%s, totlen=%u", shown(token), offset);
     }
@@ -69,17 +71,24 @@ int ipc_deserialize(char* text, ipc_msg& message) {
 }
 
 malloc_text ipc_serialize(const ipc_msg& message) {
-    const char* const data = message.data == nullptr ? "" : message.data;
-    const int length =
-        std::snprintf(nullptr, 0, MESSAGE_FORMAT, message.ctype, message.cmd, message.dtype, data);
-    if (length < 0) {
+    const std::string_view command{shown(message.cmd)};
+    const std::string_view data{message.data == nullptr ? "" : message.data};
+    constexpr std::size_t single_characters = 6; // two types, three separators, the terminator
+    malloc_text text{
+        static_cast<char*>(std::malloc(command.size() + data.size() + single_characters))};
+    if (!text) {
         return nullptr;
     }
-    const auto size = static_cast<std::size_t>(length) + 1;
-    malloc_text text{static_cast<char*>(std::malloc(size))};
-    if (!text || std::snprintf(text.get(), size, MESSAGE_FORMAT, message.ctype, message.cmd,
-                               message.dtype, data) != length) {
-        return nullptr;
-    }
+    // By hand: a library behind some plug-ins registers a printf conversion of its own, and from
+    // then on every printf of the process takes its slow way.
+    char* end = text.get();
+    *end++ = message.ctype;
+    *end++ = SEPARATOR;
+    end = std::ranges::copy(command, end).out;
+    *end++ = SEPARATOR;
+    *end++ = message.dtype;
+    *end++ = SEPARATOR;
+    end = std::ranges::copy(data, end).out;
+    *end = '\0';
     return text;
 }

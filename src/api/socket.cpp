@@ -102,10 +102,9 @@ int socket_accept(server_socket& server, client_socket& client) {
 }
 
 ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size) {
-    std::memset(buffer, 0, size);
     const ssize_t count = recv(client.fd, buffer, size, 0);
     // Text has room for its terminator; what stands behind a zero byte is not part of it.
-    buffer[size - 1] = '\0';
+    buffer[std::min(static_cast<std::size_t>(std::max(count, ssize_t{0})), size - 1)] = '\0';
     return count;
 }
 

@@ -4,7 +4,7 @@
 #include "config/cfg.h"
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 
 // What stands behind the leading number is not of interest here, unlike in the settings file.
 std::int32_t to_integer(const char* text) {
@@ -26,6 +26,6 @@ int to_flag(const char* text) {
 malloc_text decimal_text(std::int32_t value) {
     // Eleven characters hold any 32-bit number.
     std::array<char, 12> text{};
-    std::snprintf(text.data(), text.size(), "%d", static_cast<int>(value));
+    std::to_chars(text.data(), text.data() + text.size() - 1, value);
     return estrdup(text.data());
 }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <stdio_ext.h>
 
 int log_verbose = 0;
 
@@ -88,5 +89,6 @@ int log_message(int level, const char* format, ...) {
         // Streaming threads may still run: nothing with a static destructor may exist in here.
         std::exit(1);
     }
-    return std::fflush(log_stream);
+    // Nearly always there is nothing to flush, and asking costs less.
+    return __fpending(log_stream) == 0 ? 0 : std::fflush(log_stream);
 }
