@@ -9,7 +9,9 @@ target_include_directories(vtrdc_flags INTERFACE "${PROJECT_SOURCE_DIR}/src")
 
 if(VTRDC_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
-                      -fno-omit-frame-pointer)
+                      -fno-omit-frame-pointer
+                      # Instrumented library code (std::regex) looks uninitialised to the compiler.
+                      -Wno-maybe-uninitialized)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
