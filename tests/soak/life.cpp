@@ -46,7 +46,7 @@ life::~life() {
     if (!testing::Test::HasFailure()) {
         return;
     }
-    const std::string& log = log_.since_mark();
+    const std::string log = read_text(log_.path());
     std::cerr << "--- repeat it with --seed " << seed_ << "; what was done last:\n";
     for (std::size_t i = done_.size() - std::min(done_.size(), DEEDS_TOLD); i < done_.size(); ++i) {
         std::cerr << done_[i] << "\n";
@@ -88,6 +88,8 @@ void life::ask_at_once() {
     }
     clients_.ask(dice_, state_);
     static_cast<void>(wait_for_log(log_, "[INFO]: kbd event: ", presses));
+    // That is said before the button acts; the next request is served when it has acted.
+    clients_.settle();
 }
 
 void life::come_and_go() {

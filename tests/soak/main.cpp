@@ -24,7 +24,13 @@ void live(std::uint64_t life_seed, int periods) {
             daemon_life.hand_over();
         }
         daemon_life.spend_period(period % 2 == 0);
-        daemon_life.come_to_rest();
+        // Where something went wrong, what follows would only hide it.
+        if (!testing::Test::HasFailure()) {
+            daemon_life.come_to_rest();
+        }
+    }
+    if (testing::Test::HasFailure()) {
+        return;
     }
     daemon_life.spend_period(false);
     daemon_life.stop();
