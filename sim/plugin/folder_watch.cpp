@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <string_view>
 #include <utility>
 
 namespace sim {
@@ -21,9 +22,12 @@ constexpr unsigned watched_events =
 
 } // namespace
 
-folder_watch::folder_watch(std::string folder)
+folder_watch::folder_watch(std::string folder, const std::vector<std::string>& others)
     : folder_(std::move(folder)), notify_fd_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
     ensure_watched();
+    for (const std::string& other : others) {
+        inotify_add_watch(notify_fd_, other.c_str(), watched_events);
+    }
 }
 
 folder_watch::~folder_watch() {
@@ -43,25 +47,29 @@ bool folder_watch::ensure_watched() {
 }
 
 bool folder_watch::changed() {
-    if (watch_ < 0) {
-        return ensure_watched();
-    }
+    bool any = watch_ < 0 && ensure_watched();
     alignas(inotify_event) std::array<char, 4096> events{};
-    bool any = false;
-    for (;;) {
-        const ssize_t size = read(notify_fd_, events.data(), events.size());
-        if (size <= 0) {
-            return any;
-        }
-        any = true;
-        for (ssize_t at = 0; at < size;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(events.data() + at);
-            if ((event->mask & IN_IGNORED) != 0) {
-                watch_ = -1; // the folder itself is gone
-            }
-            at += static_cast<ssize_t>(sizeof *event + event->len);
-        }
+    ssize_t size = 0;
+    while ((size = read(notify_fd_, events.data(), events.size())) > 0) {
+        const bool counts = take_events(std::span(events).first(static_cast<std::size_t>(size)));
+        any = any || counts;
     }
+    return any;
+}
+
+// True when one of them counts.
+bool folder_watch::take_events(std::span<const char> events) {
+    bool any = false;
+    while (!events.empty()) {
+        const auto* const event = reinterpret_cast<const inotify_event*>(events.data());
+        if (event->wd == watch_ && (event->mask & IN_IGNORED) != 0) {
+            watch_ = -1; // the folder itself is gone
+        }
+        const std::string_view name = event->len > 0 ? event->name : "";
+        any = any || !(name.starts_with('.') || name.ends_with('~'));
+        events = events.subspan(sizeof *event + event->len);
+    }
+    return any;
 }
 
 } // namespace sim

@@ -21,10 +21,17 @@ constexpr const char* conversion =
     " ! videoconvert ! videoscale ! video/x-raw, format=GRAY8, width=640, height=480, "
     "pixel-aspect-ratio=1/1 ! appsink name=sink sync=false max-buffers=3";
 
-// The file type bits of the path's target, 0 when there is none.
-mode_t kind_of(const std::string& path) {
+enum class footage_kind { camera, video, nothing, unusable };
+
+footage_kind kind_of(const std::string& path) {
     struct stat status {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
+    if (stat(path.c_str(), &status) != 0) {
+        return footage_kind::unusable;
+    }
+    if (S_ISREG(status.st_mode)) {
+        return status.st_size > 0 ? footage_kind::video : footage_kind::nothing;
+    }
+    return S_ISCHR(status.st_mode) ? footage_kind::camera : footage_kind::unusable;
 }
 
 // A warm blob that wanders over the own scene; all lengths as parts of the picture's height.
@@ -45,14 +52,20 @@ constexpr blob blobs[] = {
 
 footage::footage() : picture_(sensor_pixels, closed_grey) {}
 
-void footage::open(const std::string& path) {
+void footage::open(const std::string& path, GstClockTime time) {
     close();
-    const mode_t kind = kind_of(path);
-    live_ = kind == S_IFCHR;
-    if (!live_ && kind != S_IFREG) {
+    const footage_kind kind = kind_of(path);
+    if (kind == footage_kind::unusable) {
         GST_WARNING("%s is no footage, drawing a scene instead", path.c_str());
-        return;
     }
+    live_ = kind == footage_kind::camera;
+    if (live_ || kind == footage_kind::video) {
+        play(path);
+        loop_start_ = time;
+    }
+}
+
+void footage::play(const std::string& path) {
     const std::string description =
         std::string(live_ ? "v4l2src name=file" : "filesrc name=file ! decodebin") + conversion;
     GError* problem = nullptr;
@@ -76,8 +89,6 @@ void footage::close() {
     next_.reset();
     sink_.reset();
     player_.reset();
-    loop_start_ = 0;
-    std::ranges::fill(picture_, closed_grey);
 }
 
 grey_picture footage::at(GstClockTime time) {

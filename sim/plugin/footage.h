@@ -24,17 +24,19 @@ public:
     footage& operator=(const footage&) = delete;
     ~footage() { close(); }
 
-    // Starts playing the file, or opens the character device. Decoding runs on threads of its own.
-    // What is neither is not touched (opening a FIFO would block).
-    void open(const std::string& path);
-    void close();
+    // Starts playing the file, or opens the character device, in place of what played before: its
+    // first picture is the one for `time`. Decoding runs on threads of its own. An empty file means
+    // the own scene; so does what is neither, which is not touched (opening a FIFO would block).
+    void open(const std::string& path, GstClockTime time);
 
-    // The picture to show at `time` since opening, which must not go back. Footage keeps its own
-    // speed and begins anew at its end. Never waits: while nothing is decoded yet, the last picture
-    // stays (before the first one: uniform grey). Valid until the next call.
+    // The picture to show at `time`, which must not go back. Footage keeps its own speed and begins
+    // anew at its end. Never waits: while nothing is decoded yet, the last picture stays (before
+    // the first one: uniform grey). Valid until the next call.
     [[nodiscard]] grey_picture at(GstClockTime time);
 
 private:
+    void play(const std::string& path);
+    void close();
     void pull_until(GstClockTime time);
     void begin_again(GstClockTime time);
     [[nodiscard]] bool has_failed();

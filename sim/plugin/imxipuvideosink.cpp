@@ -6,21 +6,14 @@
 #include <gst/video/gstvideosink.h>
 #include <gst/video/video.h>
 
-#include <chrono>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 
 GST_DEBUG_CATEGORY_STATIC(imxipuvideosink_debug);
 #define GST_CAT_DEFAULT imxipuvideosink_debug
 
 namespace {
-
-using panel_clock = std::chrono::steady_clock;
-
-// What the panel refreshes at: with vsync a picture waits for the blanking after the one before.
-constexpr panel_clock::duration refresh_interval = std::chrono::microseconds{16'667};
 
 enum property : guint { prop_framebuffer = 1, prop_use_vsync };
 
@@ -31,7 +24,6 @@ struct sink_state {
     // Streaming thread, and state changes while it doesn't run.
     sim::panel_file panel;
     GstVideoInfo info;
-    panel_clock::time_point next_refresh;
 };
 
 struct SimIpuVideoSink {
@@ -74,18 +66,6 @@ gboolean set_caps(GstBaseSink* base, GstCaps* caps) noexcept {
     return gst_video_info_from_caps(&self_of(base)->state.info, caps);
 }
 
-// A source without a clock, as the still picture is, runs at the panel's pace.
-void wait_for_blanking(sink_state& state) {
-    {
-        const std::scoped_lock lock(state.mutex);
-        if (!state.use_vsync) {
-            return;
-        }
-    }
-    std::this_thread::sleep_until(state.next_refresh);
-    state.next_refresh = panel_clock::now() + refresh_interval;
-}
-
 GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
     sink_state& state = self_of(sink)->state;
     GstVideoFrame frame;
@@ -93,7 +73,6 @@ GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
         GST_ELEMENT_ERROR(sink, RESOURCE, READ, (nullptr), ("can't map a picture"));
         return GST_FLOW_ERROR;
     }
-    wait_for_blanking(state);
     const bool shown =
         state.panel.show({static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
                           GST_VIDEO_FRAME_WIDTH(&frame), GST_VIDEO_FRAME_HEIGHT(&frame),
@@ -160,7 +139,7 @@ static void sim_imxipuvideosink_class_init(SimIpuVideoSinkClass* klass) {
                                                         sim::property_flags));
     g_object_class_install_property(object, prop_use_vsync,
                                     g_param_spec_boolean("use-vsync", "Use vsync",
-                                                         "Wait for the panel's blanking", FALSE,
+                                                         "Accepted; a file has no blanking", FALSE,
                                                          sim::property_flags));
 
     auto* element = GST_ELEMENT_CLASS(klass);

@@ -12,7 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <unistd.h>
+#include <sys/stat.h>
 
 GST_DEBUG_CATEGORY(imxv4l2videosrc_debug);
 #define GST_CAT_DEFAULT imxv4l2videosrc_debug
@@ -28,6 +28,13 @@ constexpr const char* caps_text = "video/x-raw, format=NV12, width=640, height=4
                                   "framerate=30/1, colorimetry=(string)1:4:0:0";
 constexpr guint frame_bytes = sim::sensor_pixels * 3 / 2;
 
+struct file_identity {
+    dev_t device = 0;
+    ino_t number = 0;
+
+    bool operator==(const file_identity&) const = default;
+};
+
 struct source_state {
     std::mutex mutex; // properties
     std::string device = "/dev/video0";
@@ -36,7 +43,8 @@ struct source_state {
     sim::source_gate gate;
     // Streaming thread, and state changes while it doesn't run.
     std::string playing; // the device that was opened
-    sim::footage footage;
+    file_identity shown; // what it led to
+    std::optional<sim::footage> footage;
     std::optional<sim::thermal_core> core;
     guint64 frame = 0;                             // number of the next one
     GstClockTime first_time = GST_CLOCK_TIME_NONE; // running time of frame 0
@@ -61,8 +69,13 @@ SimCamera* self_of(gpointer object) {
     return static_cast<SimCamera*>(object);
 }
 
-bool is_plugged(const std::string& device) {
-    return access(device.c_str(), F_OK) == 0;
+// What the device leads to; none while the cable is pulled.
+std::optional<file_identity> look_at(const std::string& device) {
+    struct stat status {};
+    if (stat(device.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return file_identity{status.st_dev, status.st_ino};
 }
 
 gboolean start(GstBaseSrc* base) noexcept {
@@ -71,7 +84,8 @@ gboolean start(GstBaseSrc* base) noexcept {
         const std::scoped_lock lock(state.mutex);
         state.playing = state.device;
     }
-    if (!is_plugged(state.playing)) {
+    const std::optional<file_identity> shown = look_at(state.playing);
+    if (!shown) {
         GST_ELEMENT_ERROR(base, RESOURCE, NOT_FOUND,
                           ("There is no camera at %s", state.playing.c_str()), GST_ERROR_SYSTEM);
         return FALSE;
@@ -79,14 +93,15 @@ gboolean start(GstBaseSrc* base) noexcept {
     state.gate.open();
     state.frame = 0;
     state.first_time = GST_CLOCK_TIME_NONE;
-    state.footage.open(state.playing);
+    state.shown = *shown;
+    state.footage.emplace().open(state.playing, 0);
     state.core.emplace(sim::core_state_folder());
     return TRUE;
 }
 
 gboolean stop(GstBaseSrc* base) noexcept {
     source_state& state = self_of(base)->state;
-    state.footage.close();
+    state.footage.reset();
     state.core.reset();
     return TRUE;
 }
@@ -116,12 +131,24 @@ bool draw(source_state& state, GstClockTime time, GstBuffer* buffer) {
     if (gst_buffer_map(buffer, &map, GST_MAP_WRITE) == FALSE) {
         return false;
     }
-    const sim::grey_picture picture = state.footage.at(time);
+    const sim::grey_picture picture = state.footage->at(time);
     state.core->deliver({picture.data(), sim::sensor_width, sim::sensor_width, sim::sensor_height},
                         {map.data, sim::sensor_width, sim::sensor_width, sim::sensor_height});
     std::memset(map.data + picture.size(), no_chroma, frame_bytes - picture.size());
     gst_buffer_unmap(buffer, &map);
     return true;
+}
+
+// Another file in place of the one that plays is shown from this picture on. False when there is
+// none.
+bool follow_device(source_state& state, GstClockTime time) {
+    const std::optional<file_identity> there = look_at(state.playing);
+    if (there && *there != state.shown) {
+        GST_INFO("there is other footage at %s", state.playing.c_str());
+        state.shown = *there;
+        state.footage->open(state.playing, time);
+    }
+    return there.has_value();
 }
 
 GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
@@ -131,11 +158,11 @@ GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
     if (reason != sim::wake::timeout) {
         return sim::flow_of(reason);
     }
-    if (!is_plugged(state.playing)) {
+    const GstClockTime time = frame_time(state.frame);
+    if (!follow_device(state, time)) {
         GST_INFO_OBJECT(self, "the camera's cable was pulled");
         return GST_FLOW_EOS;
     }
-    const GstClockTime time = frame_time(state.frame);
     if (!draw(state, time, buffer)) {
         return GST_FLOW_ERROR;
     }

@@ -4,6 +4,8 @@
 #include "element_class.h"
 #include "gst_owners.h"
 
+#include <algorithm>
+
 G_DEFINE_ABSTRACT_TYPE(SimVideoTransform, sim_video_transform, GST_TYPE_VIDEO_FILTER)
 
 namespace {
@@ -56,6 +58,29 @@ GstCaps* fixate_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps, GstCaps*
     return gst_caps_fixate(result.release());
 }
 
+// A picture waits for no longer than this, so that the pipe can be stopped in between.
+constexpr gint64 longest_interval_us = 50'000;
+
+// What pictures that come late, after a stall, may be made up for.
+constexpr gint64 catch_up_us = 250'000;
+
+gint64 interval_of(const GstVideoInfo* info) {
+    const gint rate = GST_VIDEO_INFO_FPS_N(info);
+    return rate > 0 ? std::min(longest_interval_us,
+                               gint64{GST_VIDEO_INFO_FPS_D(info)} * G_USEC_PER_SEC / rate)
+                    : 0;
+}
+
+// A source that no clock holds back, as a still picture is, would keep the processor busy with
+// pictures that nobody sees. There are no more of them than their rate says.
+void keep_to_rate(SimVideoTransform* self) {
+    const gint64 now = g_get_monotonic_time();
+    if (self->due_us > now) {
+        g_usleep(static_cast<gulong>(self->due_us - now));
+    }
+    self->due_us = std::max(self->due_us, now - catch_up_us) + self->interval_us;
+}
+
 void drop_converter(SimVideoTransform* self) {
     g_clear_pointer(&self->converter, gst_video_converter_free);
 }
@@ -68,13 +93,16 @@ gboolean set_info(GstVideoFilter* filter, GstCaps*, GstVideoInfo* from, GstCaps*
     GstVideoInfo relabelled = *from;
     GST_VIDEO_INFO_FPS_N(&relabelled) = GST_VIDEO_INFO_FPS_N(to);
     GST_VIDEO_INFO_FPS_D(&relabelled) = GST_VIDEO_INFO_FPS_D(to);
+    self->interval_us = interval_of(to);
     self->converter = gst_video_converter_new(&relabelled, to, nullptr);
     return self->converter != nullptr ? TRUE : FALSE;
 }
 
 GstFlowReturn transform_frame(GstVideoFilter* filter, GstVideoFrame* from,
                               GstVideoFrame* to) noexcept {
-    gst_video_converter_frame(self_of(filter)->converter, from, to);
+    SimVideoTransform* self = self_of(filter);
+    keep_to_rate(self);
+    gst_video_converter_frame(self->converter, from, to);
     return GST_FLOW_OK;
 }
 
@@ -107,6 +135,8 @@ gboolean stop(GstBaseTransform* transform) noexcept {
 
 static void sim_video_transform_init(SimVideoTransform* self) {
     self->converter = nullptr;
+    self->interval_us = 0;
+    self->due_us = 0;
 }
 
 static void sim_video_transform_class_init(SimVideoTransformClass* klass) {

@@ -8,6 +8,8 @@
 struct SimVideoTransform {
     GstVideoFilter parent;
     GstVideoConverter* converter; // owned; null until caps are known
+    gint64 interval_us;           // between pictures at their rate; 0 without one
+    gint64 due_us;                // monotonic time of the next picture
 };
 
 struct SimVideoTransformClass {

@@ -1,8 +1,10 @@
 // A QML scene that is rendered off screen by Qt Quick's software renderer.
 #include "overlay_scene.h"
 
+#include "attribute_memory.h"
 #include "scene_log.h"
 #include "scene_thread.h"
+#include "scene_watch.h"
 #include "sysroot_urls.h"
 
 #include <QDir>
@@ -48,7 +50,9 @@ public:
 
     // Scene thread only.
     std::unique_ptr<rendered_scene> scene;
+    std::unique_ptr<scene_watch> watch;
     std::vector<QString> early_attributes; // set before there was a scene
+    attribute_memory attributes;           // set since
 
 private:
     mutable std::mutex mutex_;
@@ -156,6 +160,9 @@ public:
         create(component);
     }
 
+    // False when there is nothing to render.
+    [[nodiscard]] bool is_loaded() const { return qobject_cast<QQuickItem*>(root_.get()); }
+
     // Shows a scene given as text until it emits its signal "warm".
     void run_text(const QString& text) {
         QQmlComponent component(&engine_);
@@ -203,7 +210,6 @@ private:
         }
         if (auto* const item = qobject_cast<QQuickItem*>(root_.get())) {
             item->setParentItem(window_.contentItem());
-            render();
         } else if (root_) {
             output_.warn(component.url().toString() + QStringLiteral(": the scene is no Item"));
         }
@@ -232,25 +238,60 @@ std::set<scene_output*>& live_outputs() {
     return *outputs;
 }
 
+void drop_scene(scene_output& output) {
+    output.watch.reset();
+    output.scene.reset();
+}
+
 void drop_all_scenes() {
     for (scene_output* output : live_outputs()) {
-        output->scene.reset();
+        drop_scene(*output);
     }
+}
+
+// Whoever looks sees the scene before, until this one is in the state that the texts say.
+void show_scene(scene_output& output, const QString& file, const std::vector<QString>& texts) {
+    output.scene.reset();
+    output.scene = std::make_unique<rendered_scene>(output);
+    output.scene->load(file);
+    for (const QString& text : texts) {
+        output.scene->set_attribute(text);
+    }
+    if (output.scene->is_loaded()) {
+        output.scene->render();
+    } else {
+        output.show(nullptr);
+    }
+    scene_thread_guard_exit();
+}
+
+void set_attribute(scene_output& output, const QString& text) {
+    if (!output.scene) {
+        output.early_attributes.push_back(text);
+        return;
+    }
+    output.attributes.take(text);
+    output.scene->set_attribute(text);
 }
 
 void load_scene(scene_output& output, const QString& file) {
     live_outputs().insert(&output);
-    output.scene.reset();
-    output.show(nullptr);
+    drop_scene(output);
+    output.attributes.clear();
     if (file.isEmpty()) {
+        output.show(nullptr);
         return;
     }
-    output.scene = std::make_unique<rendered_scene>(output);
-    output.scene->load(file);
-    for (const QString& text : std::exchange(output.early_attributes, {})) {
-        output.scene->set_attribute(text);
+    // Before it is read, so that no later change is missed.
+    output.watch = std::make_unique<scene_watch>(file, [&output, file] {
+        GST_INFO("loading %s anew", file.toUtf8().constData());
+        show_scene(output, file, output.attributes.texts());
+    });
+    const std::vector<QString> early = std::exchange(output.early_attributes, {});
+    show_scene(output, file, early);
+    for (const QString& text : early) {
+        output.attributes.take(text);
     }
-    scene_thread_guard_exit();
 }
 
 void run_warm_up_scene() {
@@ -297,7 +338,7 @@ overlay_scene::overlay_scene(scene_warning warning)
 overlay_scene::~overlay_scene() {
     scene_thread_post([output = std::move(output_)] {
         live_outputs().erase(output.get());
-        output->scene.reset();
+        drop_scene(*output);
     });
 }
 
@@ -307,13 +348,8 @@ void overlay_scene::load(const std::string& file) {
 }
 
 void overlay_scene::set_attribute(const std::string& text) {
-    scene_thread_post([output = output_, text] {
-        if (output->scene) {
-            output->scene->set_attribute(QString::fromStdString(text));
-        } else {
-            output->early_attributes.push_back(QString::fromStdString(text));
-        }
-    });
+    scene_thread_post(
+        [output = output_, text] { sim::set_attribute(*output, QString::fromStdString(text)); });
 }
 
 std::shared_ptr<const overlay_picture> overlay_scene::picture() const {

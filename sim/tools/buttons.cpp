@@ -2,29 +2,18 @@
 //
 // press writes a press and a release. keep stays beside the daemon and holds the FIFO open for
 // writing as long as the daemon lives, also after it detached, so that opening it never waits.
+#include "daemon_life.h"
+
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <linux/input.h>
 #include <optional>
-#include <poll.h>
-#include <string>
 #include <string_view>
-#include <sys/stat.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -95,112 +84,6 @@ int press(std::string_view name, const char* fifo) {
     return 2;
 }
 
-// Tells the daemon of one board from other processes.
-struct daemon_marks {
-    fs::path executable;
-    std::string environment; // a whole entry, VTRDC_SYSROOT=...
-};
-
-std::optional<pid_t> parse_pid(std::string_view text) {
-    pid_t pid = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), pid);
-    const bool whole = error == std::errc{} && end == text.data() + text.size();
-    return whole ? std::optional{pid} : std::nullopt;
-}
-
-bool has_environment(const fs::path& process, const std::string& entry) {
-    std::ifstream file{process / "environ", std::ios::binary};
-    for (std::string each; std::getline(file, each, '\0');) {
-        if (each == entry) {
-            return true;
-        }
-    }
-    return false;
-}
-
-bool is_daemon(const fs::path& process, const daemon_marks& marks) {
-    std::error_code gone;
-    return fs::read_symlink(process / "exe", gone) == marks.executable &&
-           has_environment(process, marks.environment);
-}
-
-// Processes of the daemon that this look at the process table comes across.
-std::vector<pid_t> look_for_daemons(const daemon_marks& marks) {
-    std::vector<pid_t> found;
-    for (const fs::directory_entry& entry : fs::directory_iterator{"/proc"}) {
-        const std::optional<pid_t> pid = parse_pid(entry.path().filename().native());
-        if (pid && is_daemon(entry.path(), marks)) {
-            found.push_back(*pid);
-        }
-    }
-    return found;
-}
-
-// Processes of the daemon that live now. One that forks lives on until its child exists, yet when
-// process ids begin anew the child can stand in a part of the table that was passed already. A
-// daemon that detaches forks twice, so three looks can't all miss it.
-std::vector<pid_t> find_daemons(const daemon_marks& marks) {
-    constexpr int LOOKS = 3;
-    std::vector<pid_t> found;
-    for (int look = 0; look < LOOKS && found.empty(); ++look) {
-        found = look_for_daemons(marks);
-    }
-    return found;
-}
-
-// Waits until one of the processes has ended.
-void wait_for_end(const std::vector<pid_t>& processes) {
-    std::vector<pollfd> handles;
-    for (const pid_t pid : processes) {
-        // By number, since the C library has no name for it yet.
-        const auto handle = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
-        if (handle >= 0) {
-            handles.push_back({handle, POLLIN, 0});
-        } else if (errno != ESRCH) {
-            std::_Exit(EXIT_FAILURE); // there is no waiting, so looking again would never stop
-        }
-    }
-    // Where one is missing, it has ended already.
-    if (handles.size() == processes.size()) {
-        poll(handles.data(), handles.size(), -1);
-    }
-    for (const pollfd& handle : handles) {
-        close(handle.fd);
-    }
-}
-
-// Goes on in a child. The parent ends with the status of whoever it started, or at once when the
-// child is the one to stay.
-void fork_away(bool child_stays) {
-    const pid_t child = fork();
-    if (child == 0) {
-        return;
-    }
-    int status = child > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
-    if (child > 0 && !child_stays) {
-        waitpid(child, &status, 0);
-    }
-    std::_Exit(status == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
-}
-
-// A process of its own, in nobody's terminal and nobody's child, that keeps nothing of its parent
-// open: neither its terminal nor a pipe whose other end waits for the last writer.
-void leave_parent() {
-    fork_away(false);
-    setsid();
-    fork_away(true);
-    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-    for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
-        dup2(nothing, fd);
-    }
-    if (nothing > STDERR_FILENO) {
-        close(nothing);
-    }
-    if (chdir("/") != 0) {
-        std::_Exit(EXIT_FAILURE);
-    }
-}
-
 int keep(const char* fifo, const daemon_marks& marks, pid_t starter) {
     close_range(STDERR_FILENO + 1, ~0U, 0);
     // Read and write: opening one direction alone would wait for the other.
@@ -210,12 +93,7 @@ int keep(const char* fifo, const daemon_marks& marks, pid_t starter) {
         return EXIT_FAILURE;
     }
     leave_parent();
-    // The starter becomes the daemon; until then it doesn't look like one.
-    wait_for_end({starter});
-    for (std::vector<pid_t> daemons = find_daemons(marks); !daemons.empty();
-         daemons = find_daemons(marks)) {
-        wait_for_end(daemons);
-    }
+    wait_for_daemon_end(marks, starter);
     return EXIT_SUCCESS;
 }
 
@@ -236,9 +114,7 @@ int main(int argc, char* argv[]) {
     const std::optional<pid_t> starter =
         verb == "keep" && argc == 6 ? parse_pid(argv[5]) : std::nullopt;
     if (starter) {
-        const std::string board = argv[3];
-        std::error_code missing;
-        return keep(argv[2], {fs::canonical(argv[4], missing), "VTRDC_SYSROOT=" + board}, *starter);
+        return keep(argv[2], marks_of_daemon(argv[4], argv[3]), *starter);
     }
     return usage();
 }

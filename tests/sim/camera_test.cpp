@@ -5,6 +5,7 @@
 #include "support/temp_folder.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <sys/stat.h>
 #include <utility>
 #include <vector>
@@ -44,6 +45,23 @@ protected:
                    ? level
                    : -1;
     }
+    // How far apart the darkest and the brightest place of the next picture are, -1 when none
+    // comes.
+    static int next_contrast(const test_pipeline& camera) {
+        const sample_owner sample = camera.pull();
+        if (!sample) {
+            return -1;
+        }
+        std::vector<std::uint8_t> luma(std::size_t{sim::sensor_width} * sim::sensor_height);
+        gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, luma.data(), luma.size());
+        const auto [darkest, brightest] = std::ranges::minmax_element(luma);
+        return *brightest - *darkest;
+    }
+    // Lets the device lead to another file, as at any moment it leads to one.
+    void show(const std::string& file) const {
+        std::filesystem::create_symlink(file, device + ".new");
+        std::filesystem::rename(device + ".new", device);
+    }
     temp_folder folder;
     std::string device = folder.path() / "video0";
 };
@@ -82,13 +100,30 @@ TEST_F(CameraTest, DrawsASceneInPlaceOfWhatIsNoFile) {
     for (const std::string& path : {device, folder.path().string()}) {
         test_pipeline camera{play(path)};
         camera.play();
-        const sample_owner sample = camera.pull();
-        ASSERT_TRUE(sample) << path;
-        std::vector<std::uint8_t> luma(std::size_t{sim::sensor_width} * sim::sensor_height);
-        gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, luma.data(), luma.size());
-        const auto [darkest, brightest] = std::ranges::minmax_element(luma);
-        EXPECT_GT(*brightest - *darkest, 50) << path;
+        EXPECT_GT(next_contrast(camera), 50) << path;
     }
+}
+
+TEST_F(CameraTest, GoesOnWithWhatTakesTheFootagesPlace) {
+    ASSERT_TRUE(write_footage(folder.path() / "dark", {40, 40}));
+    ASSERT_TRUE(write_footage(folder.path() / "bright", {200, 200}));
+    show("dark");
+    test_pipeline camera{play(device)};
+    camera.play();
+    while (next_level(camera) > 60) {
+    }
+    show("bright");
+    int level = 0;
+    while ((level = next_level(camera)) < 180) {
+        // Neither an end nor the grey from before the first picture.
+        ASSERT_TRUE(level >= 0 && level < 60) << level;
+    }
+    show(folder.write("none", "this is no video"));
+    while (next_contrast(camera) < 50) {
+        ASSERT_EQ(camera.wait_for(GST_MESSAGE_EOS, 0), nullptr);
+    }
+    std::filesystem::remove(device);
+    EXPECT_TRUE(camera.wait_for(GST_MESSAGE_EOS));
 }
 
 } // namespace

@@ -1,9 +1,10 @@
 // Streams through the overlay and calls exit(1) on the main thread after the given time, whatever
-// the streaming and scene threads are in the middle of.
+// the streaming and scene threads are in the middle of. The scene file is saved now and then.
 #include "support/stand_ins.h"
 
 #include <array>
 #include <cstdlib>
+#include <fstream>
 #include <gst/gst.h>
 #include <poll.h>
 
@@ -31,6 +32,9 @@ int main(int argc, char* argv[]) {
         };
         g_object_set(overlay, "qml-attribute",
                      updates.at(static_cast<std::size_t>(passed_ms / 10) % 2), nullptr);
+        if (passed_ms % 150 == 0) {
+            std::ofstream{argv[1], std::ios::app};
+        }
         poll(nullptr, 0, 10);
     }
     std::exit(1);

@@ -5,7 +5,11 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
+#include <gmock/gmock.h>
 #include <string_view>
+
+using testing::HasSubstr;
 
 namespace {
 
@@ -54,6 +58,38 @@ Rectangle {
     }
 }
 )";
+
+// Keeps what it is told in a bar and two lamps; a part and a drawing lie in files of their own.
+constexpr const char* told_scene = R"(
+import QtQuick
+Item {
+    width: 1024; height: 768
+    Part { x: 500; y: 500 }
+    Image { x: 600; y: 500; source: "drawings/blue.svg" }
+    Rectangle { id: bar; y: 50; width: 0; height: 10; color: "#ff0000" }
+    Repeater {
+        id: lamps
+        model: ["A", "B", "C_ALRT"]
+        Rectangle { x: 100 * index; y: 100; width: 10; height: 10; color: "#ff0000"; opacity: 0 }
+    }
+    Item {
+        objectName: "Menu"
+        property string text
+        onTextChanged: {
+            const update = JSON.parse(text)
+            bar.x = update.X ?? bar.x
+            bar.width = update.WIDTH ?? bar.width
+            if (update.KEY !== undefined)
+                lamps.itemAt(lamps.model.indexOf(update.KEY)).opacity = update.VAL
+        }
+    }
+}
+)";
+
+// A square of this colour.
+std::string part(const std::string& colour) {
+    return "import QtQuick\nRectangle { width: 10; height: 10; color: '" + colour + "' }\n";
+}
 
 std::atomic<int> pictures_rendered = 0;
 
@@ -107,6 +143,23 @@ protected:
             }
         }
         return false;
+    }
+
+    // As editors do: the new text takes the place of the old one whole.
+    void save(const std::string& name, const std::string& text) const {
+        std::filesystem::rename(folder_.write(name + ".new", text), folder_.path() / name);
+    }
+    // The text of the next warning.
+    static std::string next_warning(const test_pipeline& pipeline) {
+        const message_owner message = pipeline.wait_for(GST_MESSAGE_WARNING);
+        if (!message) {
+            return "no warning";
+        }
+        GError* error = nullptr;
+        gst_message_parse_warning(message.get(), &error, nullptr);
+        std::string text = error->message;
+        g_error_free(error);
+        return text;
     }
 
     temp_folder folder_;
@@ -189,16 +242,62 @@ TEST_F(OverlayTest, SceneThatCannotBeLoadedIsAWarningWithItsPlace) {
     for (const std::string& file : {broken, std::string{"/nonexistent/scene.qml"}}) {
         test_pipeline pipeline{over_white(file)};
         pipeline.play();
-        const message_owner message = pipeline.wait_for(GST_MESSAGE_WARNING);
-        ASSERT_TRUE(message) << file;
-        GError* error = nullptr;
-        gst_message_parse_warning(message.get(), &error, nullptr);
-        const std::string text = error->message;
-        g_error_free(error);
-        EXPECT_NE(text.find(file == broken ? "broken.qml:3" : "scene.qml"), std::string::npos)
-            << text;
+        EXPECT_THAT(next_warning(pipeline),
+                    HasSubstr(file == broken ? "broken.qml:3" : "scene.qml"));
         EXPECT_EQ(pixel(pipeline.pull(), 105, 55), white);
     }
+}
+
+TEST_F(OverlayTest, EditedSceneIsBroughtToThePresentState) {
+    save("Part.qml", part("#ff0000"));
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", told_scene))};
+    for (const char* update : {R"({"X": 300})", R"({"WIDTH": 20})", R"({"KEY": "A", "VAL": 1})",
+                               R"({"X": 400})", R"({"KEY": "B", "VAL": 0.1})",
+                               R"({"KEY": "B", "VAL": 1})", R"({"KEY": "C_ALRT", "VAL": 1})"}) {
+        set(pipeline["overlay"], "qml-attribute", std::string{"Menu.text:"} + update);
+    }
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 205, 105, red)); // the alert
+    ASSERT_TRUE(wait_for_pixel(pipeline, 605, 505, blue));
+
+    save("Part.qml", part("#0000ff"));
+    ASSERT_TRUE(wait_for_pixel(pipeline, 505, 505, blue));
+    const sample_owner sample = pipeline.pull();
+    EXPECT_EQ(pixel(sample, 399, 55), white);
+    EXPECT_EQ(pixel(sample, 400, 55), red);
+    EXPECT_EQ(pixel(sample, 419, 55), red);
+    EXPECT_EQ(pixel(sample, 5, 105), red);
+    EXPECT_EQ(pixel(sample, 105, 105), red);
+    EXPECT_EQ(pixel(sample, 205, 105), white) << "the alert is over";
+
+    // Written in place, in the folder beside the scene; pictures are kept by their name in Qt.
+    std::string drawing{blue_drawing};
+    folder_.write("drawings/blue.svg", drawing.replace(drawing.find("0000ff"), 6, "ff0000"));
+    EXPECT_TRUE(wait_for_pixel(pipeline, 605, 505, red));
+}
+
+TEST_F(OverlayTest, BrokenSceneRecoversWithItsNextGoodText) {
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", scene))};
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 105, 55, red));
+    save("scene.qml", "import QtQuick\nItem {\n oops: }\n");
+    EXPECT_THAT(next_warning(pipeline), HasSubstr("scene.qml:3"));
+    EXPECT_TRUE(wait_for_pixel(pipeline, 105, 55, white));
+    set(pipeline["overlay"], "qml-attribute", "Root.side:30");
+    save("scene.qml", scene);
+    EXPECT_TRUE(wait_for_pixel(pipeline, 129, 79, red));
+}
+
+TEST_F(OverlayTest, SceneThatIsALinkIsWatchedWhereItLies) {
+    save("own/scene.qml", part("#ff0000"));
+    std::filesystem::create_directory(folder_.path() / "qml");
+    const std::string link = folder_.path() / "qml/scene.qml";
+    std::filesystem::create_symlink("../own/scene.qml", link);
+    test_pipeline pipeline{over_white(link)};
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 5, 5, red));
+    save("own/scene.qml", part("#0000ff"));
+    EXPECT_TRUE(wait_for_pixel(pipeline, 5, 5, blue));
 }
 
 TEST_F(OverlayTest, ElementsComeAndGoWhileScenesLoad) {

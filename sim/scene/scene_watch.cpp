@@ -1,0 +1,56 @@
+// Tells when the files of a scene changed.
+#include "scene_watch.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <utility>
+
+namespace sim {
+namespace {
+
+constexpr int settle_ms = 100;
+
+// The folders beside the file, and where it is a link, the one that it leads to.
+std::vector<std::string> other_folders(const QFileInfo& file) {
+    std::vector<std::string> all;
+    for (const QFileInfo& inner :
+         file.absoluteDir().entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        all.push_back(inner.filePath().toStdString());
+    }
+    if (file.isSymLink() && file.exists()) {
+        all.push_back(QFileInfo(file.canonicalFilePath()).path().toStdString());
+    }
+    return all;
+}
+
+} // namespace
+
+scene_watch::scene_watch(const QString& file, std::function<void()> on_change)
+    : file_(file), on_change_(std::move(on_change)) {
+    settled_.setSingleShot(true);
+    settled_.setInterval(settle_ms);
+    QObject::connect(&settled_, &QTimer::timeout, [this] { tell(); });
+    watch_folders();
+}
+
+void scene_watch::watch_folders() {
+    const QFileInfo file(file_);
+    notifier_.reset();
+    folders_.emplace(file.absolutePath().toStdString(), other_folders(file));
+    notifier_ = std::make_unique<QSocketNotifier>(folders_->descriptor(), QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] {
+        if (folders_->changed()) {
+            settled_.start();
+        }
+    });
+}
+
+// Folders may have come or gone. They are watched before anything is read anew, so that no later
+// change is missed.
+void scene_watch::tell() {
+    watch_folders();
+    on_change_();
+}
+
+} // namespace sim

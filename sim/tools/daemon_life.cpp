@@ -1,0 +1,136 @@
+// How long a board's daemon lives, for helper programs that stay beside it.
+#include "daemon_life.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool has_environment(const fs::path& process, const std::string& entry) {
+    std::ifstream file{process / "environ", std::ios::binary};
+    for (std::string each; std::getline(file, each, '\0');) {
+        if (each == entry) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool is_daemon(const fs::path& process, const daemon_marks& marks) {
+    std::error_code gone;
+    return fs::read_symlink(process / "exe", gone) == marks.executable &&
+           has_environment(process, marks.environment);
+}
+
+// Processes of the daemon that this look at the process table comes across.
+std::vector<pid_t> look_for_daemons(const daemon_marks& marks) {
+    std::vector<pid_t> found;
+    for (const fs::directory_entry& entry : fs::directory_iterator{"/proc"}) {
+        const std::optional<pid_t> pid = parse_pid(entry.path().filename().native());
+        if (pid && is_daemon(entry.path(), marks)) {
+            found.push_back(*pid);
+        }
+    }
+    return found;
+}
+
+// Waits until one of the processes has ended.
+void wait_for_end(const std::vector<pid_t>& processes) {
+    std::vector<pollfd> handles;
+    for (const pid_t pid : processes) {
+        // By number, since the C library has no name for it yet.
+        const auto handle = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+        if (handle >= 0) {
+            handles.push_back({handle, POLLIN, 0});
+        } else if (errno != ESRCH) {
+            std::_Exit(EXIT_FAILURE); // there is no waiting, so looking again would never stop
+        }
+    }
+    // Where one is missing, it has ended already.
+    if (handles.size() == processes.size()) {
+        poll(handles.data(), handles.size(), -1);
+    }
+    for (const pollfd& handle : handles) {
+        close(handle.fd);
+    }
+}
+
+// Goes on in a child. The parent ends with the status of whoever it started, or at once when the
+// child is the one to stay.
+void fork_away(bool child_stays) {
+    const pid_t child = fork();
+    if (child == 0) {
+        return;
+    }
+    int status = child > 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    if (child > 0 && !child_stays) {
+        waitpid(child, &status, 0);
+    }
+    std::_Exit(status == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+// Neither a terminal nor a pipe whose other end waits for the last writer.
+void let_go_of_standard_streams() {
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+        dup2(nothing, fd);
+    }
+    if (nothing > STDERR_FILENO) {
+        close(nothing);
+    }
+}
+
+} // namespace
+
+daemon_marks marks_of_daemon(const std::string& program, const std::string& board) {
+    std::error_code missing;
+    return {fs::canonical(program, missing), "VTRDC_SYSROOT=" + board};
+}
+
+std::optional<pid_t> parse_pid(std::string_view text) {
+    pid_t pid = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), pid);
+    const bool whole = error == std::errc{} && end == text.data() + text.size();
+    return whole ? std::optional{pid} : std::nullopt;
+}
+
+// One that forks lives on until its child exists, yet when process ids begin anew the child can
+// stand in a part of the table that was passed already. A daemon that detaches forks twice, so
+// three looks can't all miss it.
+std::vector<pid_t> find_daemons(const daemon_marks& marks) {
+    constexpr int LOOKS = 3;
+    std::vector<pid_t> found;
+    for (int look = 0; look < LOOKS && found.empty(); ++look) {
+        found = look_for_daemons(marks);
+    }
+    return found;
+}
+
+void wait_for_daemon_end(const daemon_marks& marks, pid_t starter) {
+    // Until the starter has become the daemon it doesn't look like one.
+    wait_for_end({starter});
+    for (std::vector<pid_t> daemons = find_daemons(marks); !daemons.empty();
+         daemons = find_daemons(marks)) {
+        wait_for_end(daemons);
+    }
+}
+
+void leave_parent() {
+    fork_away(false);
+    setsid();
+    fork_away(true);
+    let_go_of_standard_streams();
+    if (chdir("/") != 0) {
+        std::_Exit(EXIT_FAILURE);
+    }
+}
