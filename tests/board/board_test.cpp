@@ -67,6 +67,7 @@ TEST(BoardFolder, CablesAndBadWords) {
          std::vector<std::vector<std::string>>{{"camera"},
                                                {"camera", "sideways"},
                                                {"hdmi", "2"},
+                                               {"core", "rest"},
                                                {"press", "fire"},
                                                {"dance"},
                                                {"shot"},
@@ -74,6 +75,52 @@ TEST(BoardFolder, CablesAndBadWords) {
         EXPECT_EQ(board.sim(words), 2) << words.back();
     }
     EXPECT_EQ(board.sim({"press", "zoom"}), 1); // no daemon runs
+}
+
+TEST(BoardFolder, FootageIsShownAndOnesOwnKept) {
+    const board board;
+    const fs::path camera = board.at("/dev/video0");
+    std::ofstream{board.at("/footage/own.avi")} << "own footage";
+    EXPECT_EQ(board.sim({"footage", "own.avi"}), 0);
+    EXPECT_EQ(fs::read_symlink(camera), "../footage/own.avi"); // goes with the folder
+    EXPECT_EQ(board.sim({"footage", board.at("/footage/drawn-scene")}), 0);
+    EXPECT_EQ(read_text(camera), "");
+    EXPECT_EQ(board.sim({"footage", "missing.avi"}), 1);
+    EXPECT_EQ(board.sim({"footage", board.at("/footage")}), 1);
+    EXPECT_EQ(fs::read_symlink(camera), "../footage/drawn-scene");
+
+    // A video that somebody put right there, and one from elsewhere while the cable is pulled.
+    fs::remove(camera);
+    std::ofstream{camera} << "put there";
+    EXPECT_EQ(board.sim({"footage", "own.avi"}), 0);
+    EXPECT_EQ(read_text(board.at("/dev/video0.~1~")), "put there");
+    EXPECT_EQ(board.sim({"camera", "off"}), 0);
+    EXPECT_EQ(board.sim({"footage", board.at("/etc/no-video-input.png")}), 0);
+    EXPECT_FALSE(fs::exists(camera));
+    EXPECT_EQ(board.sim({"camera", "on"}), 0);
+    EXPECT_EQ(fs::read_symlink(camera), board.at("/etc/no-video-input.png"));
+}
+
+TEST(BoardFolder, ScenesAreReplacedAndTheOnesBeforeKept) {
+    const board board;
+    const fs::path scene = board.at("/opt/okr/osd_okr/qml/main.qml");
+    const std::string stock = read_text(scene);
+    for (const char* own : {"first", "second", "second"}) {
+        std::ofstream{board.at("/own.qml")} << own;
+        EXPECT_EQ(board.sim({"scene", board.at("/own.qml")}), 0);
+    }
+    EXPECT_EQ(read_text(scene), "second");
+    EXPECT_EQ(board.sim({"scene", "stock"}), 0);
+    EXPECT_EQ(read_text(scene), stock);
+    EXPECT_EQ(read_text(scene.string() + ".~1~"), stock);
+    EXPECT_EQ(read_text(scene.string() + ".~2~"), "first");
+    EXPECT_EQ(read_text(scene.string() + ".~3~"), "second");
+    EXPECT_FALSE(fs::exists(scene.string() + ".~4~"));
+    EXPECT_EQ(board.sim({"scene", board.at("/missing.qml")}), 1);
+
+    std::ofstream{board.at("/etc/vtrdc.conf")} << "qml_file=/opt/other.qml\n";
+    EXPECT_EQ(board.sim({"scene", board.at("/own.qml")}), 0);
+    EXPECT_EQ(read_text(board.at("/opt/other.qml")), "second");
 }
 
 TEST(ThermalCoreTool, KeepsStateAndWritesDownEachCall) {
@@ -95,10 +142,14 @@ TEST(ThermalCoreTool, KeepsStateAndWritesDownEachCall) {
     }
     std::ofstream{state / "fail"} << "3\n";
     EXPECT_EQ(vtrcore(board, "zoom 4"), 3);
+    EXPECT_EQ(board.sim({"core", "fail"}), 0);
+    EXPECT_EQ(vtrcore(board, "zoom 4"), 1);
     EXPECT_EQ(read_text(state / "zoom"), "2\n");
     EXPECT_THAT(read_text(board.at("/var/log/vtrcore.log")),
                 testing::StartsWith("zoom 2\npip 4\norigin 435 -3\nfast-nuc\n"));
     EXPECT_THAT(read_text(board.at("/var/log/vtrcore.log")), testing::EndsWith("\nzoom 4\n"));
+    EXPECT_EQ(board.sim({"core", "work"}), 0);
+    EXPECT_EQ(vtrcore(board, "zoom 4"), 0);
 }
 
 // True while somebody holds the FIFO open for reading, as its keeper does.

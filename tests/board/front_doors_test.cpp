@@ -2,6 +2,7 @@
 // PATH take the place of the tools and write down how they were called.
 #include "run.h"
 
+#include "support/file_watch.h"
 #include "support/temp_folder.h"
 
 #include <cstdlib>
@@ -14,6 +15,7 @@ using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -138,6 +140,29 @@ protected:
         fs::create_directory_symlink(VTRDC_BINARY_DIR "/sim/tools", at("build/sim/tools"));
     }
 
+    // A server of the page that writes down how it was called.
+    void serve_page_with(const std::string& script) const {
+        make_program("build/sim/web/vtrdc-sim-web",
+                     "echo \"$*\" >>'" + at("calls") + "'\n" + script);
+    }
+
+    // Without --headless; in a session of its own, whose processes a signal can reach together. Who
+    // copies the daemon's words may come a little after its end: waits for the last of them.
+    [[nodiscard]] outcome become_daemon_beside_page(const std::string& last_words) const {
+        std::vector<std::string> words = front_door(
+            "scripts/sim", {"--no-build", "--board", at("b"), "--port", "9000", "--", "-v"});
+        words.insert(words.begin(), "/usr/bin/setsid");
+        const pid_t pid =
+            spawn(words, environment_with({"VTRDC_BUILD_DIR=" + at("build")}), at("output"));
+        const int status = wait_for_exit(pid, WAIT_LIMIT);
+        for (const std::string& copy : {at("output"), at("b/var/log/vtrdc.log")}) {
+            EXPECT_TRUE(wait_for_file(
+                copy, [&] { return read_text(copy).ends_with(last_words); }, WAIT_LIMIT))
+                << copy << " holds " << read_text(copy);
+        }
+        return {status, read_text(at("output")), pid};
+    }
+
     [[nodiscard]] outcome become_daemon(const std::vector<std::string>& assignments) const {
         return open_door("scripts/sim",
                          {"--no-build", "--headless", "--board", at("b"), "--", "-v", "-c", "a b"},
@@ -186,6 +211,43 @@ TEST_F(SimDoorTest, InstalledItBuildsNothingAndHasItsOwnName) {
                 AllOf(HasSubstr("Usage: board-tool "), Not(HasSubstr("--no-build"))));
 }
 
+TEST_F(SimDoorTest, StartsThePageBesideTheDaemonWhoseWordsItKeeps) {
+    serve_page_with("echo http://127.0.0.1:9000/");
+    folder_.write("b/var/log/vtrdc.log", "of the day before\n");
+    const outcome daemon = become_daemon_beside_page("tools " + at("b/usr/bin") + "\n");
+    EXPECT_EQ(daemon.status, 7);
+    EXPECT_THAT(daemon.output, AllOf(HasSubstr("page:      http://127.0.0.1:9000/\n"),
+                                     HasSubstr("pid " + std::to_string(daemon.pid) + "\n")));
+    EXPECT_THAT(calls(), AllOf(HasSubstr("--board " + at("b") + " "), HasSubstr("--port 9000 "),
+                               HasSubstr("--beside " + std::to_string(daemon.pid) + "\n")));
+    EXPECT_THAT(read_text(at("b/var/log/vtrdc.log")),
+                AllOf(StartsWith("pid "), HasSubstr("options -v\n")));
+
+    const outcome page =
+        open_door("scripts/sim", {"page", "--port=9001", "--board", at("b")}, {"VTRDC_SYSROOT="});
+    EXPECT_EQ(page.status, 0);
+    EXPECT_THAT(calls(), EndsWith("--port 9001\n"));
+}
+
+TEST_F(SimDoorTest, GoesOnWithoutAPageThatCannotBeServed) {
+    serve_page_with("echo 'all ports are taken' >&2\nexit 1");
+    const outcome daemon = become_daemon_beside_page("tools " + at("b/usr/bin") + "\n");
+    EXPECT_EQ(daemon.status, 7);
+    EXPECT_THAT(daemon.output, AllOf(HasSubstr("all ports are taken\n"), HasSubstr("options -v\n"),
+                                     Not(HasSubstr("page:"))));
+}
+
+TEST_F(SimDoorTest, LastWordsAreKeptWhenASignalReachesAllProcesses) {
+    serve_page_with("echo http://127.0.0.1:9000/");
+    make_program("build/vtrdc", "trap 'echo on error >&2; echo goodbye; exit 7' TERM\n"
+                                "echo hello\n"
+                                "until grep -q hello '" +
+                                    at("b/var/log/vtrdc.log") +
+                                    "'; do sleep 0.01; done\n"
+                                    "kill -TERM 0\n");
+    EXPECT_EQ(become_daemon_beside_page("hello\non error\ngoodbye\n").status, 7);
+}
+
 TEST_F(SimDoorTest, SocketPathIsMeasuredAsTheDaemonBuildsIt) {
     const std::vector<std::string> words{"layout", "--board", at("b")};
     const auto room = 107 - at("b").size();
@@ -202,8 +264,14 @@ TEST_F(SimDoorTest, SocketPathIsMeasuredAsTheDaemonBuildsIt) {
 
 TEST_F(SimDoorTest, RefusesWhatItCannotDo) {
     const std::vector<std::string> refused[] = {
-        {"layout", "now"},          {"press", "zoom", "nuc"},         {"shot", "a.png", "b.png"},
-        {"hdmi", "on", "--", "-v"}, {"layout", "--board", at("a:b")}, {"layout", "--board", "/"},
+        {"layout", "now"},
+        {"press", "zoom", "nuc"},
+        {"shot", "a.png", "b.png"},
+        {"hdmi", "on", "--", "-v"},
+        {"page", "--port", "x"},
+        {"scene"},
+        {"layout", "--board", at("a:b")},
+        {"layout", "--board", "/"},
     };
     for (const std::vector<std::string>& words : refused) {
         std::vector<std::string> all{"--board", at("b")};
