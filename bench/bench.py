@@ -12,6 +12,7 @@ import time
 
 from commands import disturbances, round_trips
 from figures import table_of
+from page import page
 from pipes import idling, pipes
 from subjects import Bench
 
@@ -33,7 +34,8 @@ def arguments():
     return parser.parse_args()
 
 
-SESSIONS = {"commands": round_trips, "pipes": pipes, "idle": idling, "events": disturbances}
+SESSIONS = {"commands": round_trips, "pipes": pipes, "idle": idling, "events": disturbances,
+            "page": page}
 
 
 def processor():

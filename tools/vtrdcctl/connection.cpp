@@ -57,8 +57,9 @@ std::string_view take_field(std::string_view& text) {
     return field;
 }
 
-// "type:command:data type:data".
-reply decode(std::string_view text) {
+} // namespace
+
+reply decode_reply(std::string_view text) {
     const std::string_view type = take_field(text);
     take_field(text);
     const std::string_view data_type = take_field(text);
@@ -67,8 +68,6 @@ reply decode(std::string_view text) {
     }
     return {.is_done = type == "r", .has_data = data_type == "s", .data = std::string{text}};
 }
-
-} // namespace
 
 connection::connection(const std::string& path, std::chrono::milliseconds timeout)
     : fd_{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)} {
@@ -100,5 +99,5 @@ reply connection::ask(std::string_view request) const {
     if (length == 0) {
         throw no_answer{"no reply: the daemon closed the connection"};
     }
-    return decode({text.data(), static_cast<std::size_t>(length)});
+    return decode_reply({text.data(), static_cast<std::size_t>(length)});
 }

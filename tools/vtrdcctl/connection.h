@@ -11,6 +11,9 @@ struct reply {
     std::string data;
 };
 
+// Takes a reply "type:command:data type:data" apart. A no_answer when it is something else.
+[[nodiscard]] reply decode_reply(std::string_view text);
+
 class connection {
 public:
     // Connects to the socket at that path. The time-out is how long connecting, sending, and the

@@ -1,0 +1,113 @@
+// What the page lists: recordings and snapshots, and the footage that the camera can be shown.
+#include "board_lists.h"
+
+#include "glib_owners.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace sim {
+namespace {
+
+// A recording that grows is written to all the time.
+constexpr std::chrono::milliseconds gathering{500};
+
+constexpr const char* footage_folder = "/footage";
+constexpr const char* camera = "/dev/video0";
+
+std::string url_of(const char* kind, const std::string& name) {
+    const glib_owner<gchar> escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
+    return std::string("/media/") + kind + "/" + escaped.get();
+}
+
+// A name that isn't UTF-8 can't be told of.
+bool is_text(const std::string& name) {
+    return g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr) != FALSE;
+}
+
+nlohmann::json entries(const std::vector<board_file>& files, const char* kind) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const board_file& file : files) {
+        if (is_text(file.name)) {
+            list.push_back({{"name", file.name},
+                            {"bytes", file.bytes},
+                            {"time", file.time},
+                            {"url", url_of(kind, file.name)}});
+        }
+    }
+    return list;
+}
+
+} // namespace
+
+board_lists::board_lists(const board_place& board,
+                         std::function<void(const nlohmann::json&)> on_change)
+    : board_(board), on_change_(std::move(on_change)) {}
+
+void board_lists::open() {
+    watch_.emplace([this](const std::string& /*folder*/, const std::string& name) {
+        if (name != "fb0" && !soon_.is_waiting()) { // that one is touched with each picture
+            soon_.once(gathering, [this] { look(); });
+        }
+    });
+    watch_->add(board_.media_folder() + "/video");
+    watch_->add(board_.media_folder() + "/image");
+    watch_->add(board_.path(footage_folder));
+    watch_->add(board_.path("/dev"));
+    look();
+}
+
+void board_lists::shut() {
+    watch_.reset();
+    soon_.stop();
+}
+
+void board_lists::take_recording(bool is_recording) {
+    if (std::exchange(is_recording_, is_recording) != is_recording && watch_) {
+        look();
+    }
+}
+
+void board_lists::look() {
+    const auto tell = [this](nlohmann::json& list, nlohmann::json now) {
+        if (list != now) {
+            list = std::move(now);
+            on_change_(list);
+        }
+    };
+    tell(media_, list_media());
+    tell(footage_, list_footage());
+}
+
+nlohmann::json board_lists::list_media() const {
+    nlohmann::json recordings = entries(board_.files_in(board_.media_folder() + "/video"), "video");
+    for (nlohmann::json& each : recordings) {
+        each["growing"] = is_recording_ && &each == &recordings.front();
+    }
+    return {{"type", "media"},
+            {"recordings", recordings},
+            {"snapshots", entries(board_.files_in(board_.media_folder() + "/image"), "image")}};
+}
+
+nlohmann::json board_lists::list_footage() const {
+    std::vector<std::string> names;
+    std::error_code failed;
+    for (const fs::directory_entry& entry :
+         fs::directory_iterator(board_.path(footage_folder), failed)) {
+        const std::string name = entry.path().filename();
+        if (!name.starts_with('.') && is_text(name)) {
+            names.push_back(name);
+        }
+    }
+    std::ranges::sort(names);
+    const fs::path shown = fs::read_symlink(board_.path(camera), failed);
+    const bool is_choice = std::ranges::find(names, shown.filename().string()) != names.end();
+    return {{"type", "footage"},
+            {"choices", names},
+            {"chosen", is_choice ? nlohmann::json(shown.filename().string()) : nlohmann::json()}};
+}
+
+} // namespace sim

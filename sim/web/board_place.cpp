@@ -1,0 +1,95 @@
+// The board folder as the page's server uses it.
+#include "board_place.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace sim {
+namespace {
+
+constexpr const char* settings_file = "/etc/vtrdc.conf";
+
+// Leaves room for a number before the 255 bytes of a file's name are full.
+constexpr std::size_t name_max = 200;
+
+std::time_t time_of(const fs::directory_entry& entry) {
+    struct stat status {};
+    return lstat(entry.path().c_str(), &status) == 0 ? status.st_mtime : 0;
+}
+
+} // namespace
+
+board_place::board_place(std::string folder) : folder_(std::move(folder)), files_(folder_) {}
+
+std::string board_place::path(std::string_view on_the_sight) const {
+    return folder_ + std::string(on_the_sight);
+}
+
+// A relative path is the daemon's own affair: no folder comes in front of it.
+std::string board_place::socket_path() const {
+    const std::string configured = setting("socket_file", "/run/vtrdc.socket");
+    return configured.starts_with('/') ? path(configured) : configured;
+}
+
+std::string board_place::media_folder() const {
+    std::string configured = path(setting("media_path", "/media/"));
+    while (configured.ends_with('/')) {
+        configured.pop_back();
+    }
+    return configured;
+}
+
+std::string board_place::scene_path() const {
+    return path(setting("qml_file", "/opt/okr/osd_okr/qml/main.qml"));
+}
+
+// As the daemon has it, the last line with a key counts.
+std::string board_place::setting(std::string_view key, std::string_view standard) const {
+    std::string value{standard};
+    std::ifstream file{path(settings_file)};
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(key) && line.substr(key.size()).starts_with('=')) {
+            value = line.substr(key.size() + 1);
+        }
+    }
+    return value;
+}
+
+std::vector<board_file> board_place::files_in(const std::string& folder) const {
+    std::vector<board_file> files;
+    std::error_code failed;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, failed)) {
+        const std::string name = entry.path().filename();
+        std::error_code gone;
+        if (name.starts_with('.') || !fs::is_regular_file(entry.symlink_status(gone))) {
+            continue;
+        }
+        const auto bytes = static_cast<std::int64_t>(entry.file_size(gone));
+        files.push_back({name, gone ? 0 : bytes, time_of(entry)});
+    }
+    // Names hold the time, which also tells those of one second apart.
+    std::ranges::sort(files, [](const board_file& one, const board_file& other) {
+        return std::tie(one.time, one.name) > std::tie(other.time, other.name);
+    });
+    return files;
+}
+
+std::optional<std::string> board_place::first_line(std::string_view on_the_sight) const {
+    std::ifstream file{path(on_the_sight)};
+    std::string line;
+    return std::getline(file, line) ? std::optional{line} : std::nullopt;
+}
+
+bool is_plain_name(std::string_view name) {
+    return !name.empty() && name.size() <= name_max && !name.starts_with('.') &&
+           std::ranges::none_of(
+               name, [](unsigned char byte) { return byte == '/' || std::iscntrl(byte) != 0; });
+}
+
+} // namespace sim

@@ -1,0 +1,105 @@
+// The bench behind its pages: the board, the daemon and what a page is told of them, put together.
+#include "desk.h"
+
+#include "vtrdcctl/requests.h"
+
+#include <cstdlib>
+
+namespace sim {
+namespace {
+
+using json = nlohmann::json;
+
+// Beside the page stands the simulated board's own scene.
+std::string stock_scene(const std::string& page) {
+    return page + "/../../board/opt/okr/osd_okr/qml/main.qml";
+}
+
+// As a person calls it: installed, another program stands before the script, and says so.
+std::string front_door_name() {
+    const char* const name = std::getenv("VTRDC_FRONT_DOOR");
+    return name != nullptr && *name != '\0' ? name : "scripts/sim";
+}
+
+json hello(const std::string& board) {
+    json commands = json::array();
+    for (const client_command& each : all_commands()) {
+        commands.push_back(
+            {{"name", each.name}, {"arguments", each.argument_count}, {"help", each.help}});
+    }
+    return {{"type", "hello"},
+            {"board", board},
+            {"front_door", front_door_name()},
+            {"commands", commands}};
+}
+
+template <typename Lines> json log_message(bool is_fresh, const Lines& lines) {
+    json list = json::array();
+    for (const std::string& line : lines) {
+        list.push_back(line);
+    }
+    return {{"type", "log"}, {"fresh", is_fresh}, {"lines", std::move(list)}};
+}
+
+} // namespace
+
+desk::desk(const desk_options& options)
+    : board_(options.board), door_(options.front_door, options.board),
+      daemon_(board_.socket_path(), [this] { take_presence(); }),
+      pages_({.greet = [this] { return greeting(); },
+              .on_audience = [this](bool has_pages) { follow_board(has_pages); },
+              .perform =
+                  [this](const json& message, const act_end& on_end) {
+                      perform_act({board_, door_, daemon_, state_}, message, on_end);
+                  }}),
+      state_(board_, daemon_, stock_scene(options.page), [this] { pages_.tell(state_.message()); }),
+      lists_(board_, [this](const json& list) { pages_.tell(list); }), panel_(board_.path("/dev")),
+      log_(options.log, [this](bool is_fresh,
+                               std::span<const std::string> lines) { take_log(is_fresh, lines); }),
+      server_(options.page,
+              {.board = board_,
+               .door = door_,
+               .on_events_page = [this](SoupWebsocketConnection* page) { pages_.add(page); },
+               .on_picture_page = [this](SoupWebsocketConnection* page) { panel_.add(page); }}) {}
+
+std::vector<json> desk::greeting() const {
+    std::vector<json> messages{hello(board_.folder())};
+    for (const json* const each : {&state_.message(), &lists_.media(), &lists_.footage()}) {
+        if (!each->is_null()) {
+            messages.push_back(*each);
+        }
+    }
+    messages.push_back(log_message(true, log_.last_lines()));
+    return messages;
+}
+
+// The daemon and the board are left alone while nobody looks.
+void desk::follow_board(bool has_pages) {
+    if (has_pages) {
+        daemon_.open();
+        state_.open();
+        lists_.open();
+    } else {
+        state_.shut();
+        lists_.shut();
+        daemon_.shut();
+    }
+}
+
+void desk::take_log(bool is_fresh, std::span<const std::string> lines) {
+    if (is_fresh) {
+        facts_.reset();
+    }
+    for (const std::string& line : lines) {
+        take_line(facts_, line);
+    }
+    pages_.tell(log_message(is_fresh, lines));
+    state_.take_facts(facts_);
+    lists_.take_recording(facts_ && facts_->recording);
+}
+
+void desk::take_presence() {
+    state_.refresh();
+}
+
+} // namespace sim

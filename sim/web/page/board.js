@@ -1,0 +1,74 @@
+// Acts on the board: cables, a failing thermal core, what the camera sees, the scene on the display.
+import { byId, el, setText } from './dom.js';
+import { action, fileChoice, perform, toggle } from './fields.js';
+import { sendFootage, sendScene } from './upload.js';
+
+function plugs(link) {
+    byId('plugs').append(
+        toggle(link, {
+            id: 'camera-plug', name: 'Camera cable', drawing: 'camera',
+            read: ({ camera }) => camera.plugged, ask: (on) => ({ act: 'camera', on }),
+        }),
+        toggle(link, {
+            id: 'monitor-plug', name: 'Monitor cable', drawing: 'monitor',
+            read: ({ monitor }) => monitor, ask: (on) => ({ act: 'monitor', on }),
+        }),
+        toggle(link, {
+            id: 'core-fails', name: 'Thermal core fails', drawing: 'fault',
+            read: (state) => state.core_fails !== null, ask: (fails) => ({ act: 'core', fails }),
+            note: () => 'A button that needs it then ends the daemon, as on the sight.',
+        }),
+    );
+}
+
+function footage(link) {
+    const select = el('select', { id: 'footage-choice', 'aria-label': 'Footage' });
+    select.addEventListener('change', () => perform(link, select, { act: 'footage', name: select.value }));
+    let last = { choices: [], chosen: null };
+    const show = () => {
+        const other = last.chosen === null ? [el('option', { value: '', disabled: true }, 'another')] : [];
+        select.replaceChildren(...other, ...last.choices.map((name) => el('option', { value: name }, name)));
+        select.value = last.chosen ?? '';
+    };
+    link.on('footage', (now) => {
+        last = now;
+        show();
+    });
+    link.on('state', () => {
+        select.value = last.chosen ?? '';
+    });
+    byId('footage').append(
+        el('div', { className: 'control' }, select),
+        fileChoice({
+            id: 'footage-file', name: 'Use a video file', accept: 'video/*,.avi,.mkv,.ts',
+            onFile: (file) => sendFootage(link, file),
+        }),
+        el('p', { className: 'note' }, 'Or drop one anywhere on this page.'),
+    );
+}
+
+function scene(link) {
+    const shown = el('p', { className: 'note', id: 'scene-shown' }, '--');
+    const back = action(link, {
+        id: 'scene-stock', name: 'Back to the stock scene', drawing: 'back',
+        ask: () => ({ act: 'scene', stock: true }),
+    });
+    link.on('state', (state) => {
+        setText(shown, state.scene === 'own' ? 'Your own scene.' : 'The stock scene.');
+        back.hidden = state.scene !== 'own';
+    });
+    byId('scene').append(
+        shown,
+        fileChoice({
+            id: 'scene-file', name: 'Use a .qml file', accept: '.qml',
+            onFile: (file) => sendScene(link, file),
+        }),
+        back,
+    );
+}
+
+export function startBoard(link) {
+    plugs(link);
+    footage(link);
+    scene(link);
+}

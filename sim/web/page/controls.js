@@ -1,0 +1,90 @@
+// Direct controls for what the commands do: outputs, display, reticle, encoding and sound.
+import { byId } from './dom.js';
+import { action, choice, command, list, slider, toggle } from './fields.js';
+import { httpAddress, tcpAddress } from './lamps.js';
+import { ENCODING_TYPES, LUMINANCE_LEVELS, RETICLE_COLORS, RETICLE_IMAGES, settingNumber } from './values.js';
+
+/** The act for a command that takes a flag. */
+const flag = (name) => (isOn) => command(`${name} ${isOn ? 1 : 0}`);
+const index = (name) => (number) => command(`${name} ${number}`);
+const setting = (key) => (state) => settingNumber(state, key);
+
+function outputs(link) {
+    byId('outputs').append(
+        toggle(link, {
+            id: 'record', name: 'Record', drawing: 'record',
+            read: ({ recording }) => recording, ask: flag('enable_record'),
+        }),
+        toggle(link, {
+            id: 'tcp-stream', name: 'TCP stream', drawing: 'stream',
+            read: (state) => state.tcp_stream, ask: flag('enable_tcp_stream'), note: tcpAddress,
+        }),
+        toggle(link, {
+            id: 'http-stream', name: 'HTTP push', drawing: 'push',
+            read: (state) => state.http_stream, ask: flag('enable_http_stream'), note: httpAddress,
+        }),
+        action(link, {
+            id: 'snapshot', name: 'Take a snapshot', drawing: 'snapshot', keys: 'S',
+            ask: () => command('make_snapshot'),
+        }),
+    );
+}
+
+function display(link) {
+    byId('display').append(
+        choice(link, {
+            id: 'luminance', name: 'Luminance', choices: LUMINANCE_LEVELS.map((text) => ({ text })),
+            read: ({ luminance }) => luminance.index, ask: index('set_lum'), className: 'number',
+        }),
+        toggle(link, {
+            id: 'pip', name: 'Picture in picture', drawing: 'pip',
+            read: ({ pip }) => pip.on, ask: flag('enable_pip'),
+        }),
+    );
+}
+
+function reticle(link) {
+    byId('reticle').append(
+        toggle(link, {
+            id: 'reticle-on', name: 'Reticle', drawing: 'sight',
+            read: (state) => state.reticle, ask: flag('enable_reticle'),
+        }),
+        toggle(link, {
+            id: 'dot-on', name: 'Red dot', drawing: 'dot',
+            read: ({ dot }) => dot, ask: flag('enable_dot'),
+        }),
+        list(link, {
+            id: 'reticle-image', name: 'Image', choices: RETICLE_IMAGES,
+            read: setting('reticle_source'), ask: index('set_reticle_src'),
+        }),
+        choice(link, {
+            id: 'reticle-color', name: 'Colour', className: 'swatches',
+            choices: RETICLE_COLORS.map(({ name, color }) => ({ text: name, color })),
+            read: setting('reticle_color'), ask: index('set_reticle_color'),
+        }),
+        slider(link, {
+            id: 'reticle-opacity', name: 'Opacity', max: 1, step: 0.05, read: setting('reticle_opacity'),
+            ask: (value) => command(`set_reticle_opacity ${value}`), text: (value) => value.toFixed(2),
+        }),
+    );
+}
+
+function sound(link) {
+    byId('sound').append(
+        list(link, {
+            id: 'encoding', name: 'Encoding', choices: ENCODING_TYPES,
+            read: setting('enc_type'), ask: index('set_enc_type'),
+        }),
+        slider(link, {
+            id: 'mic-volume', name: 'Mic volume', max: 100, step: 1, read: setting('mic_volume'),
+            ask: index('set_mic_volume'), text: (value) => `${value} %`,
+        }),
+    );
+}
+
+export function startControls(link) {
+    outputs(link);
+    display(link);
+    reticle(link);
+    sound(link);
+}

@@ -1,0 +1,39 @@
+// Drag and drop: a video becomes the camera's input, a .qml file the on-screen display.
+import { byId } from './dom.js';
+import { refuseFile, sendFootage, sendScene } from './upload.js';
+
+const VIDEO_NAME = /\.(avi|mkv|mp4|m4v|mov|mpe?g|ts|webm|wmv|ogv|3gp|y4m)$/i;
+
+const holdsFiles = (event) => event.dataTransfer?.types.includes('Files') === true;
+
+function take(link, file) {
+    if (link.presence !== 'there') {
+        refuseFile(link, file, 'there is nobody to take it');
+    } else if (/\.qml$/i.test(file.name)) {
+        sendScene(link, file);
+    } else if (file.type.startsWith('video/') || VIDEO_NAME.test(file.name)) {
+        sendFootage(link, file);
+    } else {
+        refuseFile(link, file, 'is neither a video nor a .qml file');
+    }
+}
+
+export function startDrop(link) {
+    const veil = byId('drop');
+    // Entering an element comes before leaving the one before: only the count knows who is out.
+    let depth = 0;
+    const show = (now) => {
+        depth = now;
+        veil.hidden = depth === 0;
+    };
+    addEventListener('dragenter', (event) => holdsFiles(event) && show(depth + 1));
+    addEventListener('dragleave', (event) => holdsFiles(event) && show(Math.max(0, depth - 1)));
+    addEventListener('dragover', (event) => holdsFiles(event) && event.preventDefault());
+    addEventListener('drop', (event) => {
+        if (holdsFiles(event)) {
+            event.preventDefault();
+            show(0);
+            [...event.dataTransfer.files].forEach((file) => take(link, file));
+        }
+    });
+}

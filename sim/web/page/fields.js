@@ -1,0 +1,149 @@
+// The controls' building blocks. Each shows what the sight says, never what was only asked for: a
+// control changes when the next state does, and one whose act failed goes back.
+import { el, icon, setText } from './dom.js';
+
+let nextId = 1;
+
+/** Where a group of controls says what its last act came to; failures only. */
+function answerPlace(group) {
+    let place = group.querySelector(':scope > .answer');
+    if (place === null) {
+        place = el('p', { className: 'answer' });
+        group.append(place);
+    }
+    return place;
+}
+
+/**
+ * Performs an act for a control: busy until the answer is there. A failure is shown in the control's
+ * group (the transcript reads it out), and all controls show the last known state again.
+ */
+export async function perform(link, control, message) {
+    if (control.getAttribute('aria-busy') === 'true') {
+        return;
+    }
+    const place = answerPlace(control.closest('fieldset'));
+    control.setAttribute('aria-busy', 'true');
+    const { ok, text } = await link.act(message);
+    control.removeAttribute('aria-busy');
+    setText(place, ok ? '' : text || 'failed');
+    if (!ok && link.state !== null) {
+        link.tell('state', link.state);
+    }
+}
+
+export const command = (line) => ({ act: 'command', line });
+
+/** A switch. `read` gives true, false or null from the state; `ask` the act for on or off. */
+export function toggle(link, { id, name, drawing = null, read, ask, note = null }) {
+    const words = el('span', { className: 'switch-text' }, '--');
+    const button = el('button', { type: 'button', id, className: 'switch', role: 'switch', 'aria-checked': 'false' },
+        ...(drawing === null ? [] : [icon(drawing)]),
+        el('span', { className: 'switch-name' }, name),
+        el('span', { className: 'switch-track', 'aria-hidden': 'true' }), words);
+    words.setAttribute('aria-hidden', 'true');
+    button.addEventListener('click', () =>
+        perform(link, button, ask(button.getAttribute('aria-checked') !== 'true')));
+    const below = note === null ? null : el('p', { className: 'note number', id: `${id}-note` });
+    if (below !== null) {
+        button.setAttribute('aria-describedby', below.id);
+    }
+    link.on('state', (state) => {
+        const isOn = read(state);
+        button.setAttribute('aria-checked', String(isOn === true));
+        setText(words, isOn === null ? '--' : isOn ? 'on' : 'off');
+        if (below !== null) {
+            setText(below, note(state));
+        }
+    });
+    return el('div', { className: 'control' }, button, ...(below === null ? [] : [below]));
+}
+
+/**
+ * One of a few: a group of radio buttons that look like a row of keys. `choices` are {text} or
+ * {text, color}; `read` gives the index or null, `ask` the act for an index.
+ */
+export function choice(link, { id, name, choices, read, ask, className = '' }) {
+    const inputs = choices.map((_, index) =>
+        el('input', { type: 'radio', name: id, id: `${id}-${index}`, value: String(index) }));
+    const keys = inputs.map((input, index) => {
+        const { text, color } = choices[index];
+        const face = el('span', { className: 'face' }, text);
+        if (color) {
+            face.style.setProperty('--swatch', color);
+        }
+        return el('label', { title: text }, input, face);
+    });
+    const row = el('div', { className: `choice ${className}`, id, role: 'radiogroup', 'aria-label': name }, ...keys);
+    row.addEventListener('change', ({ target }) => perform(link, row, ask(Number(target.value))));
+    link.on('state', (state) => {
+        const chosen = read(state);
+        inputs.forEach((input, index) => {
+            input.checked = index === chosen;
+        });
+    });
+    return el('div', { className: 'control' },
+        el('span', { className: 'control-name', 'aria-hidden': 'true' }, name), row);
+}
+
+/** One of several, from a list. `choices` are texts, their index is the value. */
+export function list(link, { id, name, choices, read, ask }) {
+    const select = el('select', { id },
+        ...choices.map((text, index) => el('option', { value: String(index) }, text)));
+    select.addEventListener('change', () => perform(link, select, ask(Number(select.value))));
+    link.on('state', (state) => {
+        const chosen = read(state);
+        select.value = chosen === null ? '' : String(chosen);
+    });
+    return el('div', { className: 'control' }, el('label', { className: 'control-name', htmlFor: id }, name), select);
+}
+
+/** A number from a range; it is sent when it is let go. A state that comes meanwhile waits. */
+export function slider(link, { id, name, max, step, read, ask, text }) {
+    const input = el('input', { type: 'range', id, min: '0', max: String(max), step: String(step), value: '0' });
+    const shown = el('output', { className: 'number', htmlFor: id }, '--');
+    let isHeld = false;
+    const showText = () => {
+        setText(shown, text(Number(input.value)));
+        input.setAttribute('aria-valuetext', shown.textContent);
+    };
+    input.addEventListener('input', () => {
+        isHeld = true;
+        showText();
+    });
+    input.addEventListener('change', () => {
+        isHeld = false;
+        perform(link, input, ask(Number(input.value)));
+    });
+    link.on('state', (state) => {
+        const value = read(state);
+        if (value !== null && !isHeld) {
+            input.value = String(value);
+            showText();
+        }
+    });
+    return el('div', { className: 'control' },
+        el('label', { className: 'control-name', htmlFor: id }, name),
+        el('div', { className: 'slider' }, input, shown));
+}
+
+/** A button that performs an act. `ask` gives the act. */
+export function action(link, { id, name, drawing = null, ask, keys = null }) {
+    const button = el('button', { type: 'button', id, className: 'action', 'aria-keyshortcuts': keys },
+        ...(drawing === null ? [] : [icon(drawing)]), name);
+    button.addEventListener('click', () => perform(link, button, ask()));
+    return button;
+}
+
+/** A button that opens the browser's choice of files. `accept` as in HTML; `onFile` gets the one chosen. */
+export function fileChoice({ id, name, accept, onFile }) {
+    const input = el('input', { type: 'file', id: id ?? `file-${nextId++}`, accept, className: 'unseen' });
+    input.addEventListener('change', () => {
+        const [file] = input.files;
+        input.value = ''; // the same file can be chosen again
+        if (file !== undefined) {
+            onFile(file);
+        }
+    });
+    return el('label', { className: 'action file' }, input, icon('upload'), name);
+}

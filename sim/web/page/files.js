@@ -1,0 +1,115 @@
+// Recordings and snapshots: what there is, to look at and to take along.
+import { byId, el, icon, setText } from './dom.js';
+import { momentText, sizeText } from './values.js';
+import { startViewer } from './viewer.js';
+
+// Thumbnails are whole pictures: a page full of them is enough at once.
+const SHOWN_AT_ONCE = 48;
+
+const downloadUrl = (url) => `${url}?download`;
+
+function downloadLink({ name, url }) {
+    const label = `Download ${name}`;
+    return el('a', { className: 'tool', href: downloadUrl(url), download: name, 'aria-label': label, title: 'Download' },
+        icon('download'));
+}
+
+function recordingRow(file, view) {
+    const isSound = file.name.startsWith('audio_');
+    const play = el('button', { type: 'button', className: 'tool', 'aria-label': `Play ${file.name}` },
+        icon(isSound ? 'sound' : 'play'));
+    const facts = el('span', { className: 'facts number' });
+    const node = el('li', {}, play,
+        el('span', { className: 'file' }, el('span', { className: 'file-name number' }, file.name), facts),
+        downloadLink(file));
+    play.addEventListener('click', () => view(isSound ? 'audio' : 'video', file));
+    return {
+        node,
+        update(now) {
+            play.disabled = now.growing;
+            node.classList.toggle('growing', now.growing);
+            setText(facts, now.growing ? `${sizeText(now.bytes)} · recording`
+                : `${sizeText(now.bytes)} · ${momentText(now.time)}`);
+        },
+    };
+}
+
+function snapshotTile(file, view) {
+    const show = el('button', { type: 'button', className: 'thumbnail', 'aria-label': `Show ${file.name}` },
+        el('img', { src: file.url, alt: '', loading: 'lazy', decoding: 'async', width: 160, height: 120 }));
+    const moment = el('span');
+    const size = el('span');
+    show.addEventListener('click', () => view('img', file));
+    const node = el('li', {}, show, el('span', { className: 'tile-foot' },
+        el('span', { className: 'facts number' }, moment, size), downloadLink(file)));
+    return {
+        node,
+        update(now) {
+            node.title = now.name;
+            setText(moment, momentText(now.time).slice(5));
+            setText(size, sizeText(now.bytes));
+        },
+    };
+}
+
+/** A list of files whose entries stay the same nodes while the files stay: focus and pictures last. */
+class FileList {
+    #node;
+    #rows = new Map();
+    #build;
+    #files = [];
+    #limit = SHOWN_AT_ONCE;
+    #more = el('button', { type: 'button', className: 'action more' }, 'Show more');
+
+    constructor(node, build) {
+        this.#node = node;
+        this.#build = build;
+        this.#more.addEventListener('click', () => {
+            this.#limit += SHOWN_AT_ONCE;
+            this.show(this.#files);
+        });
+        node.after(this.#more);
+        this.show([]);
+    }
+
+    show(files) {
+        this.#files = files;
+        const shown = files.slice(0, this.#limit);
+        this.#dropOthers(new Set(shown.map(({ url }) => url)));
+        shown.forEach((file, index) => this.#place(file, index));
+        this.#more.hidden = files.length <= this.#limit;
+        this.#node.classList.toggle('empty', files.length === 0);
+    }
+
+    #dropOthers(urls) {
+        for (const [url, row] of this.#rows) {
+            if (!urls.has(url)) {
+                row.node.remove();
+                this.#rows.delete(url);
+            }
+        }
+    }
+
+    #place(file, index) {
+        if (!this.#rows.has(file.url)) {
+            this.#rows.set(file.url, this.#build(file));
+        }
+        const row = this.#rows.get(file.url);
+        row.update(file);
+        if (this.#node.children[index] !== row.node) {
+            this.#node.insertBefore(row.node, this.#node.children[index] ?? null);
+        }
+    }
+}
+
+export function startMedia(link) {
+    const view = startViewer(downloadUrl);
+    const recordings = new FileList(byId('recordings'), (file) => recordingRow(file, view));
+    const snapshots = new FileList(byId('snapshots'), (file) => snapshotTile(file, view));
+    link.on('media', (media) => {
+        recordings.show(media.recordings);
+        snapshots.show(media.snapshots);
+        setText(byId('recordings-count'), String(media.recordings.length));
+        setText(byId('snapshots-count'), String(media.snapshots.length));
+    });
+}

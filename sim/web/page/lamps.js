@@ -1,0 +1,137 @@
+// The state at a glance: a lamp each, and always a text beside its colour.
+import { byId, el, setText } from './dom.js';
+import { condition } from './link.js';
+import { LUMINANCE_LEVELS, beginningOf, durationText } from './values.js';
+
+const UNKNOWN = { tone: 'unknown', text: '--' };
+const OFF = { tone: 'off', text: 'off' };
+
+const onOff = (flag, tone = 'on') => (flag === null ? UNKNOWN : flag ? { tone, text: 'on' } : OFF);
+
+/** What is after the scheme in an address, which is enough for a lamp. */
+const shortAddress = (address) => address.replace(/^\w+:\/\//, '');
+
+export const tcpAddress = (state) =>
+    `tcp://${location.hostname}:${state?.settings?.tcp_stream_port ?? '?'}`;
+
+export const httpAddress = (state) => state?.settings?.http_url ?? '';
+
+function output(isOn, address) {
+    const lamp = onOff(isOn);
+    return isOn ? { ...lamp, text: shortAddress(address) || 'on', title: address } : lamp;
+}
+
+function luminance({ luminance: { index, level } }) {
+    return level === null ? UNKNOWN
+        : { tone: 'on', text: `${level}  ${index + 1}/${LUMINANCE_LEVELS.length}` };
+}
+
+function camera({ camera: { plugged, shown } }) {
+    if (!plugged) {
+        return { tone: 'warn', text: 'unplugged' };
+    }
+    return shown === null ? UNKNOWN
+        : shown ? { tone: 'on', text: 'live' } : { tone: 'warn', text: 'not shown' };
+}
+
+const BROKER = {
+    none: { tone: 'off', text: 'none' },
+    there: { tone: 'ready', text: 'there' },
+    connected: { tone: 'on', text: 'connected' },
+};
+
+function zoom({ zoom: { factor } }) {
+    return factor === null ? UNKNOWN : { tone: factor > 1 ? 'on' : 'ready', text: `× ${factor}` };
+}
+
+function inset({ pip: { on, factor } }) {
+    return on && factor !== null ? { tone: 'on', text: `× ${factor}` } : onOff(on);
+}
+
+function recording(state, began) {
+    return state.recording && began !== null
+        ? { tone: 'record', text: durationText(Date.now() / 1000 - began) }
+        : onOff(state.recording, 'record');
+}
+
+const LAMPS = [
+    { id: 'recording', name: 'Recording', read: recording },
+    { id: 'tcp', name: 'TCP stream', read: (state) => output(state.tcp_stream, tcpAddress(state)) },
+    { id: 'http', name: 'HTTP push', read: (state) => output(state.http_stream, httpAddress(state)) },
+    { id: 'zoom', name: 'Zoom', read: zoom },
+    { id: 'pip', name: 'PIP', read: inset },
+    { id: 'luminance', name: 'Luminance', read: luminance },
+    { id: 'reticle', name: 'Reticle', read: ({ reticle }) => onOff(reticle) },
+    { id: 'dot', name: 'Red dot', read: ({ dot }) => onOff(dot) },
+    { id: 'camera', name: 'Camera', read: camera },
+    { id: 'monitor', name: 'Monitor',
+        read: ({ monitor }) => (monitor ? { tone: 'on', text: 'plugged' } : { tone: 'off', text: 'none' }) },
+    { id: 'broker', name: 'Broker', read: ({ broker }) => BROKER[broker] ?? UNKNOWN },
+    { id: 'handed-over', name: 'Handed over',
+        read: (state) => (state.handed_over ? { tone: 'warn', text: 'yes' } : { tone: 'off', text: 'no' }) },
+];
+
+function build(lamp) {
+    lamp.value = el('dd', { id: `lamp-${lamp.id}`, className: 'number' }, '--');
+    lamp.node = el('div', { className: 'lamp-row' },
+        el('dt', {}, el('span', { className: 'lamp', 'aria-hidden': 'true' }), lamp.name),
+        lamp.value);
+    lamp.node.dataset.tone = 'unknown';
+    return lamp.node;
+}
+
+function show(lamp, { tone, text, title = '' }) {
+    lamp.node.dataset.tone = tone;
+    lamp.node.title = title;
+    setText(lamp.value, text);
+}
+
+// A recording that was seen to start can't have begun earlier than this before.
+const START_SLACK_S = 5;
+
+/** Tells since when is recorded, in seconds since 1970; null when nothing is. */
+class RecordingClock {
+    #earliest = null;
+    began = null;
+
+    /** `before` is null for the first state that is known: it may have begun long ago. */
+    takeState(isRecording, before) {
+        if (!isRecording) {
+            this.began = null;
+        } else if (this.began === null) {
+            this.began = Date.now() / 1000;
+            this.#earliest = before === false ? this.began - START_SLACK_S : 0;
+        }
+    }
+
+    /** The name of what grows knows better, also for a page that came later. */
+    takeMedia({ recordings }) {
+        const growing = recordings.find((each) => each.growing);
+        const named = growing ? beginningOf(growing.name) : null;
+        if (this.began !== null && named !== null && named >= this.#earliest) {
+            this.began = named;
+        }
+    }
+}
+
+export function startLamps(link) {
+    byId('lamps').append(...LAMPS.map(build));
+    const clock = new RecordingClock();
+    let wasRecording = null;
+    const showAll = () => {
+        for (const lamp of LAMPS) {
+            show(lamp, link.state === null ? UNKNOWN : lamp.read(link.state, clock.began));
+        }
+    };
+    link.on('state', ({ recording: isRecording }) => {
+        clock.takeState(isRecording, wasRecording);
+        wasRecording = isRecording;
+        showAll();
+    });
+    link.on('media', (media) => clock.takeMedia(media));
+    setInterval(() => {
+        if (condition(link) === 'up' && link.state.recording) {
+            showAll();
+        }
+    }, 500);
+}

@@ -1,0 +1,176 @@
+// The panel's live picture, as bright as the panel shows it.
+import { byId, memory, setText } from './dom.js';
+import { condition, keepSocket } from './link.js';
+import { clockText } from './values.js';
+
+// The live picture comes thirty times a second; one that stands this long stands still.
+const STILL_MS = 3000;
+
+const panel = byId('panel');
+const pen = panel.getContext('2d', { alpha: false });
+
+/** Takes pictures from the server, one after the other, while somebody can see them. */
+class Pictures {
+    #socket = null;
+    #isAsked = false;
+
+    /** Pictures drawn so far, and when the last came. */
+    count = 0;
+    lastAt = null;
+
+    open() {
+        keepSocket('picture', {
+            onOpen: (socket) => {
+                this.#socket = socket;
+                this.#isAsked = false;
+                this.askNext();
+            },
+            onMessage: (picture) => this.#draw(picture),
+            onClose: () => {
+                this.#socket = null;
+            },
+        });
+    }
+
+    askNext() {
+        if (this.#socket?.readyState === WebSocket.OPEN && !this.#isAsked && !document.hidden) {
+            this.#isAsked = true;
+            this.#socket.send('next');
+        }
+    }
+
+    async #draw(picture) {
+        try {
+            const bitmap = await createImageBitmap(picture);
+            pen.drawImage(bitmap, 0, 0, panel.width, panel.height);
+            bitmap.close();
+            ++this.count;
+            this.lastAt = new Date();
+        } catch {
+            // A picture that can't be read is as good as none; the next one may be.
+        }
+        this.#isAsked = false;
+        this.askNext();
+    }
+}
+
+/** What stands over the picture: text, whether the old picture is only a memory, and a way out. */
+function noteFor(link, pictures, watchedSince) {
+    const now = condition(link);
+    const last = pictures.lastAt === null ? '' : ` Last picture at ${clockText(pictures.lastAt)}.`;
+    if (now === 'connecting') {
+        return { text: 'Connecting to the bench', isOld: true };
+    }
+    if (now === 'lost' || now === 'gone') {
+        return { text: `No picture: the daemon is not running.${last}`, isOld: true };
+    }
+    if (link.state.panel?.on === false) {
+        return { text: 'The panel is off', isOff: true };
+    }
+    if (link.state.camera?.shown === false) {
+        return link.state.camera.plugged
+            ? { text: 'The camera is plugged in, but not shown', hasWayOut: true }
+            : { text: 'The camera is unplugged' };
+    }
+    if (Date.now() - Math.max(watchedSince, pictures.lastAt ?? 0) > STILL_MS) {
+        return { text: pictures.lastAt ? `The picture stands still.${last}` : 'No picture yet' };
+    }
+    return null;
+}
+
+function showNote(note) {
+    byId('picture-note').hidden = note === null;
+    byId('bezel').classList.toggle('old', note?.isOld === true);
+    byId('bezel').classList.toggle('off', note?.isOff === true);
+    byId('live-view').hidden = note?.hasWayOut !== true;
+    setText(byId('picture-note-text'), note?.text ?? '');
+}
+
+/** Dims an sRGB picture to a fraction of the full light, over black. */
+function showLight(light, isFull) {
+    const known = typeof light === 'number';
+    panel.style.opacity = known && !isFull ? Math.min(1, light) ** (1 / 2.2) : 1;
+    setText(byId('picture-light'), known ? `light ${Math.round(light * 100)} %` : 'light --');
+}
+
+function followPointer() {
+    panel.addEventListener('pointermove', ({ offsetX, offsetY }) => {
+        const x = Math.floor((offsetX / panel.clientWidth) * panel.width);
+        const y = Math.floor((offsetY / panel.clientHeight) * panel.height);
+        setText(byId('picture-point'), `x ${x} y ${y}`);
+    });
+    panel.addEventListener('pointerleave', () => setText(byId('picture-point'), ''));
+}
+
+function startFullLight(onChange) {
+    const button = byId('full-light');
+    const show = (isFull) => {
+        button.setAttribute('aria-pressed', String(isFull));
+        onChange(isFull);
+    };
+    button.addEventListener('click', () => {
+        const isFull = button.getAttribute('aria-pressed') !== 'true';
+        memory.set('full-light', isFull ? '1' : '0');
+        show(isFull);
+    });
+    show(memory.get('full-light') === '1');
+}
+
+export function toggleFullScreen() {
+    if (document.fullscreenElement !== null) {
+        document.exitFullscreen();
+    } else {
+        byId('bezel').requestFullscreen();
+    }
+}
+
+/** The no-input picture stays until these have been run, also when the cable is back. */
+async function restartLiveView(link) {
+    const button = byId('live-view');
+    button.setAttribute('aria-busy', 'true');
+    for (const line of ['kill_pipe 6', 'create_pipe 0', 'create_pipe 1']) {
+        const { ok } = await link.act({ act: 'command', line });
+        if (!ok) {
+            break;
+        }
+    }
+    button.removeAttribute('aria-busy');
+}
+
+/** Shows the rate; and that a picture stands still is known by the clock alone. */
+function eachSecond(pictures, show) {
+    let counted = 0;
+    setInterval(() => {
+        setText(byId('picture-rate'), `${String(pictures.count - counted).padStart(2)} fps`);
+        counted = pictures.count;
+        show();
+    }, 1000);
+}
+
+export function startPicture(link) {
+    const pictures = new Pictures();
+    let watchedSince = Date.now();
+    let isFull = false;
+    const show = () => {
+        showNote(noteFor(link, pictures, watchedSince));
+        showLight(link.state?.panel?.light, isFull);
+    };
+    document.addEventListener('visibilitychange', () => {
+        watchedSince = Date.now();
+        pictures.askNext();
+    });
+    eachSecond(pictures, show);
+    link.on('state', show);
+    link.on('presence', () => {
+        watchedSince = Date.now();
+        show();
+    });
+    startFullLight((full) => {
+        isFull = full;
+        show();
+    });
+    followPointer();
+    byId('full-screen').addEventListener('click', toggleFullScreen);
+    byId('live-view').addEventListener('click', () => restartLiveView(link));
+    pictures.open();
+}

@@ -1,0 +1,70 @@
+// Whether server and daemon are there: banner, title, and what can be used meanwhile.
+import { byId, el, setText } from './dom.js';
+import { condition } from './link.js';
+
+const LINK_TEXTS = {
+    connecting: 'Connecting',
+    lost: 'No daemon',
+    gone: 'No daemon',
+    silent: 'Daemon silent',
+    up: 'Daemon up',
+};
+
+function bannerFor(link, now) {
+    switch (now) {
+    case 'lost':
+    case 'gone':
+        return ['The daemon is not running: start it with ', el('code', {}, link.frontDoor),
+            '. This page comes back by itself.'];
+    case 'silent':
+        return ['The daemon runs, but does not answer. What is shown may be out of date.'];
+    default:
+        return [];
+    }
+}
+
+/** Switches what needs the daemon (data-needs="daemon") or only the server ("server"). */
+function switchNeeds(now) {
+    const hasServer = now !== 'lost' && now !== 'connecting';
+    const hasDaemon = now === 'up' || now === 'silent';
+    for (const node of document.querySelectorAll('[data-needs]')) {
+        node.disabled = node.dataset.needs === 'daemon' ? !hasDaemon : !hasServer;
+    }
+    // It scrolls, and then holds nothing else that could be focused.
+    byId('rail').tabIndex = hasServer ? -1 : 0;
+}
+
+function showBanner(link, now) {
+    const parts = bannerFor(link, now);
+    byId('banner').replaceChildren(...(parts.length > 0
+        ? [el('p', { className: 'banner' }, ...parts)] : []));
+}
+
+function showTitle(link, now) {
+    const mark = now === 'up' && link.state.recording ? '● ' : '';
+    const words = now === 'up' ? '' : `${LINK_TEXTS[now].toLowerCase()} – `;
+    document.title = `${mark}${words}vtrdc bench`;
+}
+
+export function startPresence(link) {
+    let shown = null;
+    const show = () => {
+        const now = condition(link);
+        showTitle(link, now);
+        if (now === shown) {
+            return;
+        }
+        shown = now;
+        document.body.dataset.link = now;
+        setText(byId('link-text'), LINK_TEXTS[now]);
+        showBanner(link, now);
+        switchNeeds(now);
+    };
+    link.on('presence', show);
+    link.on('state', show);
+    link.on('hello', ({ board }) => {
+        setText(byId('board-path'), board);
+        byId('board-path').title = `Board folder: ${board}`;
+    });
+    show();
+}

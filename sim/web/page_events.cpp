@@ -1,0 +1,82 @@
+// The pages' connections for state, lists, log and acts.
+#include "page_events.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace sim {
+namespace {
+
+// A log can hold bytes that are no text; JSON can't.
+std::string text_of(const nlohmann::json& message) {
+    return message.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+void send(SoupWebsocketConnection* page, const std::string& text) {
+    if (soup_websocket_connection_get_state(page) == SOUP_WEBSOCKET_STATE_OPEN) {
+        soup_websocket_connection_send_text(page, text.c_str());
+    }
+}
+
+} // namespace
+
+page_events::~page_events() {
+    for (const page_owner& each : pages_) {
+        g_signal_handlers_disconnect_by_data(each.get(), this);
+    }
+}
+
+void page_events::add(SoupWebsocketConnection* page) {
+    // Before it is one of the pages: its greeting comes before all else.
+    if (pages_.empty()) {
+        told_.on_audience(true);
+    }
+    pages_.emplace_back(static_cast<SoupWebsocketConnection*>(g_object_ref(page)), glib_release{});
+    g_signal_connect(page, "message", G_CALLBACK(on_message), this);
+    g_signal_connect(page, "closed", G_CALLBACK(on_closed), this);
+    for (const nlohmann::json& message : told_.greet()) {
+        send(page, text_of(message));
+    }
+}
+
+void page_events::tell(const nlohmann::json& message) const {
+    const std::string text = text_of(message);
+    for (const page_owner& each : std::vector(pages_)) {
+        send(each.get(), text);
+    }
+}
+
+void page_events::on_message(SoupWebsocketConnection* page, int type, GBytes* text,
+                             gpointer self) noexcept {
+    auto* const events = static_cast<page_events*>(self);
+    const auto known = std::ranges::find_if(
+        events->pages_, [page](const page_owner& each) { return each.get() == page; });
+    if (type != SOUP_WEBSOCKET_DATA_TEXT || known == events->pages_.end()) {
+        return;
+    }
+    gsize size = 0;
+    const auto* const bytes = static_cast<const char*>(g_bytes_get_data(text, &size));
+    const nlohmann::json message = nlohmann::json::parse(bytes, bytes + size, nullptr, false);
+    if (message.is_object()) {
+        events->take(page_owner{*known}, message);
+    }
+}
+
+void page_events::take(const page_owner& page, const nlohmann::json& message) {
+    const nlohmann::json id = message.value("id", nlohmann::json());
+    told_.perform(message, [page, id](bool is_done, const std::string& text) {
+        send(page.get(),
+             text_of({{"type", "answer"}, {"id", id}, {"ok", is_done}, {"text", text}}));
+    });
+}
+
+void page_events::on_closed(SoupWebsocketConnection* page, gpointer self) noexcept {
+    auto* const events = static_cast<page_events*>(self);
+    g_signal_handlers_disconnect_by_data(page, self);
+    std::erase_if(events->pages_, [page](const page_owner& each) { return each.get() == page; });
+    if (events->pages_.empty()) {
+        events->told_.on_audience(false);
+    }
+}
+
+} // namespace sim

@@ -1,0 +1,48 @@
+// The pages' connections for state, lists, log and acts: JSON texts in both directions.
+#pragma once
+
+#include "acts.h"
+#include "glib_owners.h"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace sim {
+
+class page_events {
+public:
+    // `greet` gives what a new page is told first. `on_audience` is told when the first page comes
+    // and when the last one goes. `perform` does what a page asks for.
+    struct listener {
+        std::function<std::vector<nlohmann::json>()> greet;
+        std::function<void(bool has_pages)> on_audience;
+        std::function<void(const nlohmann::json& message, const act_end& on_end)> perform;
+    };
+
+    explicit page_events(listener told) : told_(std::move(told)) {}
+    page_events(const page_events&) = delete;
+    page_events& operator=(const page_events&) = delete;
+    ~page_events();
+
+    // Serves this page until its connection closes.
+    void add(SoupWebsocketConnection* page);
+
+    // Tells all pages.
+    void tell(const nlohmann::json& message) const;
+
+private:
+    using page_owner = std::shared_ptr<SoupWebsocketConnection>;
+
+    static void on_message(SoupWebsocketConnection* page, int type, GBytes* text,
+                           gpointer self) noexcept;
+    static void on_closed(SoupWebsocketConnection* page, gpointer self) noexcept;
+    void take(const page_owner& page, const nlohmann::json& message);
+
+    const listener told_;
+    std::vector<page_owner> pages_;
+};
+
+} // namespace sim

@@ -1,0 +1,319 @@
+// The server that browsers speak to: on loopback only, for the page itself only.
+#include "web_server.h"
+
+#include "origins.h"
+#include "upload.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <utility>
+
+namespace sim {
+namespace {
+
+constexpr std::string_view footage_path = "/footage/";
+constexpr const char* scene_path = "/scene";
+constexpr std::string_view media_path = "/media/";
+
+// A scene is text; footage is written to a file as it comes.
+constexpr goffset scene_max = goffset{1024} * 1024;
+constexpr goffset footage_max = goffset{4} * 1024 * 1024 * 1024;
+
+// What belongs to a request until it ends.
+constexpr const char* upload_key = "vtrdc-upload";
+
+struct header {
+    const char* name;
+    const char* value;
+};
+
+// The page needs nothing from anywhere else, and belongs into nobody's frame.
+constexpr auto safety_headers = std::to_array<header>({
+    {"Content-Security-Policy",
+     "default-src 'self'; img-src 'self' blob:; frame-ancestors 'none'; base-uri 'none'; "
+     "form-action 'none'"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
+    {"Cross-Origin-Opener-Policy", "same-origin"},
+    {"X-Content-Type-Options", "nosniff"},
+    {"Referrer-Policy", "no-referrer"},
+    // Files change under the hands of whoever works on them.
+    {"Cache-Control", "no-cache"},
+});
+
+struct content_type {
+    std::string_view ending;
+    const char* name;
+};
+
+constexpr auto content_types = std::to_array<content_type>({
+    {".html", "text/html; charset=utf-8"},
+    {".css", "text/css; charset=utf-8"},
+    {".js", "text/javascript; charset=utf-8"},
+    {".svg", "image/svg+xml"},
+    {".mp4", "video/mp4"},
+    {".jpeg", "image/jpeg"},
+});
+
+const char* content_type_of(std::string_view name) {
+    const auto* const found = std::ranges::find_if(
+        content_types, [name](const content_type& row) { return name.ends_with(row.ending); });
+    return found == content_types.end() ? "application/octet-stream" : found->name;
+}
+
+std::string_view header_of(SoupServerMessage* request, const char* name) {
+    const char* const value =
+        soup_message_headers_get_one(soup_server_message_get_request_headers(request), name);
+    return value != nullptr ? value : "";
+}
+
+bool has_method(SoupServerMessage* request, std::string_view method) {
+    return soup_server_message_get_method(request) == method;
+}
+
+// What still comes of the body is read and dropped.
+void refuse(SoupServerMessage* request, guint status) {
+    soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
+    soup_server_message_set_status(request, status, nullptr);
+}
+
+void answer(SoupServerMessage* request, guint status, bool is_done, const std::string& text) {
+    const nlohmann::json said = {{"ok", is_done}, {"text", text}};
+    const std::string body = said.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    soup_server_message_set_status(request, status, nullptr);
+    soup_server_message_set_response(request, "application/json", SOUP_MEMORY_COPY, body.data(),
+                                     body.size());
+}
+
+// The body is the file itself, mapped: the server sends the ranges that are asked for.
+void send_file(SoupServerMessage* request, glib_owner<GMappedFile> file, std::string_view name) {
+    if (!has_method(request, "GET") && !has_method(request, "HEAD")) {
+        refuse(request, SOUP_STATUS_METHOD_NOT_ALLOWED);
+        return;
+    }
+    if (!file) {
+        refuse(request, SOUP_STATUS_NOT_FOUND);
+        return;
+    }
+    SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
+    soup_message_headers_replace(headers, "Content-Type", content_type_of(name));
+    soup_message_headers_replace(headers, "Accept-Ranges", "bytes");
+    const glib_owner<GBytes> bytes(g_mapped_file_get_bytes(file.get()));
+    soup_message_body_append_bytes(soup_server_message_get_response_body(request), bytes.get());
+    soup_server_message_set_status(request, SOUP_STATUS_OK, nullptr);
+}
+
+// Runs a verb with a file, and answers the request when it has ended.
+void run_and_answer(SoupServerMessage* request, const front_door& door,
+                    const std::vector<std::string>& words) {
+    soup_server_message_pause(request);
+    const std::shared_ptr<SoupServerMessage> waiting(
+        static_cast<SoupServerMessage*>(g_object_ref(request)),
+        [](SoupServerMessage* each) { g_object_unref(each); });
+    door.run(words, [waiting](bool is_done, const std::string& text) {
+        answer(waiting.get(), is_done ? SOUP_STATUS_OK : SOUP_STATUS_CONFLICT, is_done, text);
+        soup_server_message_unpause(waiting.get());
+    });
+}
+
+upload* upload_of(SoupServerMessage* request) {
+    return static_cast<upload*>(g_object_get_data(G_OBJECT(request), upload_key));
+}
+
+void on_chunk(SoupServerMessage* request, GBytes* chunk, gpointer /*data*/) noexcept {
+    gsize size = 0;
+    const auto* const bytes = static_cast<const char*>(g_bytes_get_data(chunk, &size));
+    upload_of(request)->add(bytes, size);
+}
+
+// Has the request's body written as it comes; what is not kept goes with the request.
+void keep_body(SoupServerMessage* request, std::unique_ptr<upload> file) {
+    const auto drop = [](gpointer data) noexcept {
+        std::default_delete<upload>()(static_cast<upload*>(data));
+    };
+    g_object_set_data_full(G_OBJECT(request), upload_key, file.release(), drop);
+    soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
+    g_signal_connect(request, "got-chunk", G_CALLBACK(on_chunk), nullptr);
+}
+
+request_origin origin_of(SoupServerMessage* request) {
+    return {.host = header_of(request, "Host"),
+            .origin = header_of(request, "Origin"),
+            .fetch_site = header_of(request, "Sec-Fetch-Site"),
+            .fetch_mode = header_of(request, "Sec-Fetch-Mode")};
+}
+
+} // namespace
+
+// What the handlers of requests know.
+struct web_server::context {
+    services behind;
+    contained_folder page;
+    glib_owner<SoupServer> server;
+    unsigned port = 0;
+};
+
+namespace {
+
+using context = web_server::context;
+
+void begin_upload(const context& server, SoupServerMessage* request, std::string_view path) {
+    const bool is_footage = path.starts_with(footage_path);
+    if (!is_footage && path != scene_path) {
+        refuse(request, SOUP_STATUS_METHOD_NOT_ALLOWED);
+        return;
+    }
+    SoupMessageHeaders* const headers = soup_server_message_get_request_headers(request);
+    if (soup_message_headers_get_encoding(headers) != SOUP_ENCODING_CONTENT_LENGTH) {
+        refuse(request, SOUP_STATUS_LENGTH_REQUIRED);
+        return;
+    }
+    if (soup_message_headers_get_content_length(headers) > (is_footage ? footage_max : scene_max)) {
+        refuse(request, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
+        return;
+    }
+    const std::string folder = server.behind.board.path(is_footage ? "/footage" : "/tmp");
+    keep_body(request, std::make_unique<upload>(folder));
+}
+
+// Before the body comes. A request that has a status by then is answered, and goes no further.
+void begin(const context& server, SoupServerMessage* request, std::string_view path) {
+    SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
+    for (const header& each : safety_headers) {
+        soup_message_headers_replace(headers, each.name, each.value);
+    }
+    if (!is_own_origin(origin_of(request), server.port)) {
+        refuse(request, SOUP_STATUS_FORBIDDEN);
+    } else if (has_method(request, "POST")) {
+        begin_upload(server, request, path);
+    }
+}
+
+void serve_page(const context& server, SoupServerMessage* request, std::string_view path) {
+    const std::string name{path == "/" ? "index.html" : path.substr(1)};
+    send_file(request, is_plain_name(name) ? server.page.open_file(name) : nullptr, name);
+}
+
+void serve_media(const context& server, SoupServerMessage* request, std::string_view path) {
+    const board_place& board = server.behind.board;
+    const std::string below{path.substr(std::min(path.size(), media_path.size()))};
+    const std::string folder = board.media_folder().substr(board.folder().size() + 1);
+    const bool is_kind = below.starts_with("video/") || below.starts_with("image/");
+    const char* const query = g_uri_get_query(soup_server_message_get_uri(request));
+    if (query != nullptr && std::string_view(query) == "download") {
+        soup_message_headers_replace(soup_server_message_get_response_headers(request),
+                                     "Content-Disposition", "attachment");
+    }
+    send_file(request, is_kind ? board.files().open_file(folder + "/" + below) : nullptr, below);
+}
+
+void take_footage(const context& server, SoupServerMessage* request, std::string_view path) {
+    upload* const file = upload_of(request);
+    if (file == nullptr) {
+        refuse(request, SOUP_STATUS_METHOD_NOT_ALLOWED);
+        return;
+    }
+    const std::string name{path.substr(std::min(path.size(), footage_path.size()))};
+    if (!is_plain_name(name)) {
+        answer(request, SOUP_STATUS_BAD_REQUEST, false, "that is no name for a file");
+        return;
+    }
+    std::string why;
+    const std::string kept = file->keep_as(name, why);
+    if (kept.empty()) {
+        answer(request, SOUP_STATUS_INSUFFICIENT_STORAGE, false, why);
+        return;
+    }
+    run_and_answer(request, server.behind.door, {"footage", kept});
+}
+
+void take_scene(const context& server, SoupServerMessage* request, std::string_view /*path*/) {
+    const upload* const file = upload_of(request);
+    if (file == nullptr) {
+        refuse(request, SOUP_STATUS_METHOD_NOT_ALLOWED);
+    } else if (!file->why_not().empty()) {
+        answer(request, SOUP_STATUS_INSUFFICIENT_STORAGE, false, file->why_not());
+    } else {
+        run_and_answer(request, server.behind.door, {"scene", file->path()});
+    }
+}
+
+// The library's form of a handler around ours.
+template <auto handler>
+void call(SoupServer* /*server*/, SoupServerMessage* request, const char* path,
+          GHashTable* /*query*/, gpointer known) noexcept {
+    handler(*static_cast<const context*>(known), request, path);
+}
+
+template <auto member>
+void call_socket(SoupServer* /*server*/, SoupServerMessage* /*request*/, const char* /*path*/,
+                 SoupWebsocketConnection* page, gpointer known) noexcept {
+    (static_cast<const context*>(known)->behind.*member)(page);
+}
+
+struct route {
+    const char* path;
+    SoupServerCallback handler;
+    SoupServerWebsocketCallback socket_handler;
+};
+
+constexpr auto routes = std::to_array<route>({
+    {"/", call<serve_page>, nullptr},
+    {"/media", call<serve_media>, nullptr},
+    {"/footage", call<take_footage>, nullptr},
+    {scene_path, call<take_scene>, nullptr},
+    {"/events", nullptr, call_socket<&web_server::services::on_events_page>},
+    {"/picture", nullptr, call_socket<&web_server::services::on_picture_page>},
+});
+
+} // namespace
+
+web_server::web_server(const std::string& page, services behind)
+    : context_(new context{.behind = std::move(behind),
+                           .page = contained_folder{page},
+                           .server = glib_owner<SoupServer>(
+                               soup_server_new("server-header", "vtrdc-sim-web", nullptr))}) {
+    SoupServer* const server = context_->server.get();
+    for (const route& each : routes) {
+        // Of the early handlers only the one of the closest path is called.
+        soup_server_add_early_handler(server, each.path, call<begin>, context_.get(), nullptr);
+        if (each.handler != nullptr) {
+            soup_server_add_handler(server, each.path, each.handler, context_.get(), nullptr);
+        } else {
+            soup_server_add_websocket_handler(server, each.path, nullptr, nullptr,
+                                              each.socket_handler, context_.get(), nullptr);
+        }
+    }
+    // JPEG doesn't get smaller, and what stays on this machine needn't.
+    soup_server_remove_websocket_extension(server, SOUP_TYPE_WEBSOCKET_EXTENSION_DEFLATE);
+}
+
+web_server::~web_server() {
+    stop_listening();
+}
+
+void web_server::stop_listening() {
+    soup_server_disconnect(context_->server.get());
+}
+
+bool web_server::listen(unsigned port, std::string& why) {
+    GError* failed = nullptr;
+    if (soup_server_listen_local(context_->server.get(), port, SOUP_SERVER_LISTEN_IPV4_ONLY,
+                                 &failed) == FALSE) {
+        why = glib_owner<GError>(failed)->message;
+        return false;
+    }
+    GSList* const addresses = soup_server_get_uris(context_->server.get());
+    context_->port = static_cast<unsigned>(g_uri_get_port(static_cast<GUri*>(addresses->data)));
+    g_slist_free_full(addresses,
+                      [](gpointer each) noexcept { g_uri_unref(static_cast<GUri*>(each)); });
+    return true;
+}
+
+std::string web_server::address() const {
+    return "http://127.0.0.1:" + std::to_string(context_->port) + "/";
+}
+
+} // namespace sim

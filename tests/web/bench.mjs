@@ -1,0 +1,94 @@
+// A bench for a test: a board folder of its own, the daemon on it, and its page's server.
+import { spawn, execFileSync } from 'node:child_process';
+import { mkdtempSync, rmSync, readFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { createInterface } from 'node:readline';
+
+const FRONT_DOOR = new URL('../../scripts/sim', import.meta.url).pathname;
+
+// How long anything may take that takes a moment, on a loaded machine.
+const PATIENCE_MS = 30_000;
+
+/** Waits until `probe` gives something true, and gives that; fails with `what` when it never does. */
+export async function until(what, probe) {
+    const end = Date.now() + PATIENCE_MS;
+    for (;;) {
+        const found = await probe();
+        if (found) {
+            return found;
+        }
+        if (Date.now() > end) {
+            throw new Error(`never: ${what}`);
+        }
+        await new Promise((resolve) => setTimeout(resolve, 50));
+    }
+}
+
+export class Bench {
+    #daemon = null;
+    #ended = null;
+
+    constructor() {
+        this.board = mkdtempSync(join(tmpdir(), 'vtrdc-web-'));
+        this.address = null;
+        this.log = [];
+    }
+
+    at(path) {
+        return join(this.board, path);
+    }
+
+    text(path) {
+        return readFileSync(this.at(path), 'utf8');
+    }
+
+    /** A verb of the front door; its status. */
+    verb(...words) {
+        execFileSync(FRONT_DOOR, [...words, '--board', this.board], { stdio: 'inherit' });
+    }
+
+    /** Starts the daemon with its page, or, with the verb page, the page alone. */
+    async start(...words) {
+        const options = words.length > 0 ? words : ['--no-build'];
+        if (this.address !== null) {
+            options.push('--port', new URL(this.address).port);
+        }
+        const started = spawn(FRONT_DOOR, [...options, '--board', this.board],
+            { stdio: ['ignore', 'pipe', 'inherit'] });
+        this.#ended = new Promise((resolve) => started.on('exit', (status, signal) =>
+            resolve(status ?? signal)));
+        this.#daemon = started;
+        createInterface({ input: started.stdout }).on('line', (line) => this.log.push(line));
+        await until('the page is served', () => {
+            const line = this.log.find((each) => each.includes('http://127.0.0.1:'));
+            this.address = line?.match(/http:\/\/127\.0\.0\.1:\d+\//)?.[0] ?? null;
+            return this.address;
+        });
+    }
+
+    /** Waits for a line of the daemon's log. */
+    async logged(text) {
+        return until(`"${text}" in the log`, () => this.log.find((line) => line.includes(text)));
+    }
+
+    signal(name) {
+        this.#daemon.kill(name);
+    }
+
+    /** Ends what was started by a signal; its exit status. */
+    async stop(signal = 'SIGTERM') {
+        const daemon = this.#daemon;
+        this.#daemon = null;
+        this.log = [];
+        daemon?.kill(signal);
+        return this.#ended;
+    }
+
+    async remove() {
+        if (this.#daemon !== null) {
+            await this.stop();
+        }
+        rmSync(this.board, { recursive: true, force: true });
+    }
+}

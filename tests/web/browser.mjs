@@ -1,0 +1,67 @@
+// A browser that looks at a bench's page.
+import { chromium } from 'playwright-core';
+import { mkdirSync } from 'node:fs';
+import { join } from 'node:path';
+
+// Where pictures for the documentation go; none are taken without it.
+const PICTURES = process.env.VTRDC_PICTURES;
+
+// The browser of the distribution, which asks nobody on the network for anything. Without a sandbox,
+// since root has none.
+const OPTIONS = {
+    executablePath: process.env.VTRDC_CHROMIUM ?? '/usr/bin/chromium',
+    args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-sync',
+        '--disable-background-networking', '--disable-component-update', '--mute-audio'],
+};
+
+export async function openBrowser() {
+    return chromium.launch(OPTIONS);
+}
+
+/** A page that is connected; what its scripts complain of goes into `complaints`. */
+export async function openPage(browser, bench, complaints) {
+    const context = await browser.newContext({ viewport: { width: 1440, height: 900 }, colorScheme: 'dark' });
+    const page = await context.newPage();
+    page.setDefaultTimeout(30_000);
+    page.on('pageerror', (error) => complaints.push(error.stack));
+    await page.goto(bench.address);
+    await page.locator('body[data-link=up]').waitFor();
+    await pictureWhen(page, (light) => light.some((each) => each > 0));
+    return page;
+}
+
+/** Light of the panel's picture on a grid of 32 x 24 points, line by line, 0 to 255. */
+function readPanel(page) {
+    return page.evaluate(() => {
+        const small = new OffscreenCanvas(32, 24).getContext('2d', { willReadFrequently: true });
+        small.drawImage(document.getElementById('panel'), 0, 0, 32, 24);
+        return Array.from(small.getImageData(0, 0, 32, 24).data).filter((_, index) => index % 4 === 1);
+    });
+}
+
+/** Waits for a picture of which `test` is true; its light. */
+export async function pictureWhen(page, test) {
+    const end = Date.now() + 30_000;
+    for (;;) {
+        const light = await readPanel(page);
+        if (test(light)) {
+            return light;
+        }
+        if (Date.now() > end) {
+            throw new Error(`the picture never came: ${light}`);
+        }
+        await page.evaluate(() => new Promise(requestAnimationFrame));
+    }
+}
+
+/** The mean difference of two pictures, 0 to 255. */
+export function difference(one, other) {
+    return one.reduce((sum, light, index) => sum + Math.abs(light - other[index]), 0) / one.length;
+}
+
+export async function takePicture(page, name) {
+    if (PICTURES) {
+        mkdirSync(PICTURES, { recursive: true });
+        await page.screenshot({ path: join(PICTURES, `${name}.png`) });
+    }
+}

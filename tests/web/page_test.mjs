@@ -1,0 +1,180 @@
+// The page as a person has it: looks, presses, types and drops, in a browser, with the real daemon.
+import assert from 'node:assert/strict';
+import { after, afterEach, before, test } from 'node:test';
+import { existsSync } from 'node:fs';
+import { Bench, until } from './bench.mjs';
+import { difference, openBrowser, openPage, pictureWhen, takePicture } from './browser.mjs';
+
+// Two pictures of the same thing differ by noise and movement, of different things by far more.
+const OTHER_PICTURE = 8;
+
+const bench = new Bench();
+const complaints = [];
+let browser;
+let page;
+
+before(async () => {
+    await bench.start();
+    await bench.logged('Display Pipeline set to playing');
+    browser = await openBrowser();
+    page = await openPage(browser, bench, complaints);
+});
+after(async () => {
+    await browser?.close();
+    await bench.remove();
+});
+afterEach(() => assert.deepEqual(complaints, []));
+
+const lamp = (name, text) => page.locator(`#lamp-${name}`, { hasText: text }).waitFor();
+
+async function command(line) {
+    await page.getByRole('combobox', { name: 'Command' }).fill(line);
+    await page.keyboard.press('Enter');
+}
+
+// Still footage, so that pictures can be compared.
+async function showScene(text) {
+    await page.setInputFiles('#scene-file', {
+        name: 'test.qml', mimeType: 'text/plain',
+        buffer: Buffer.from(`import QtQuick\nRectangle { width: 1024; height: 768; ${text} }\n`),
+    });
+}
+
+test('a press of zoom changes the picture', async () => {
+    await takePicture(page, 'bench');
+    await page.getByRole('combobox', { name: 'Footage' }).selectOption('drawn-scene');
+    await lamp('zoom', '× 1');
+    const wide = await pictureWhen(page, () => true);
+    await page.getByRole('button', { name: 'Zoom' }).click();
+    await lamp('zoom', '× 2');
+    await pictureWhen(page, (light) => difference(light, wide) > OTHER_PICTURE);
+    await takePicture(page, 'bench-zoom');
+    await page.locator('body').press('z');
+    await lamp('zoom', '× 4');
+    await page.locator('body').press('z');
+    await lamp('zoom', '× 1');
+});
+
+test('a recording plays in the page', async () => {
+    const record = page.getByRole('switch', { name: 'Record' });
+    await record.click();
+    const row = page.locator('#recordings li').first();
+    await row.waitFor();
+    assert.ok(await row.getByRole('button').isDisabled(), 'what grows can not be played yet');
+    await lamp('recording', /0:0[2-9]/);
+    await takePicture(page, 'bench-recording');
+    await record.click();
+    await lamp('recording', 'off');
+    await page.getByRole('button', { name: 'Take a snapshot' }).click();
+    await page.locator('#snapshots li img').first().waitFor();
+    await row.getByRole('button', { name: /^Play video_/ }).and(page.locator(':enabled')).click();
+    const video = page.locator('dialog[open] video');
+    await until('the recording plays', () => video.evaluate((each) => each.currentTime > 0.5));
+    assert.deepEqual(await video.evaluate((each) => [each.videoWidth, each.videoHeight, each.error]),
+        [1024, 768, null]);
+    await takePicture(page, 'bench-playback');
+    const [download] = await Promise.all([
+        page.waitForEvent('download'), page.locator('dialog[open]').getByRole('link').click()]);
+    assert.match(download.suggestedFilename(), /^video_\d{14}_00\.mp4$/);
+    await page.keyboard.press('Escape');
+});
+
+test('the camera is pulled: the no-input picture is seen, and the live view comes back', async () => {
+    const live = await pictureWhen(page, () => true);
+    const cable = page.getByRole('switch', { name: 'Camera cable' });
+    await cable.click();
+    await lamp('camera', 'unplugged');
+    await page.getByText('Input failed - showing no video indication').waitFor();
+    const splash = await pictureWhen(page, (light) => difference(light, live) > OTHER_PICTURE);
+    await takePicture(page, 'bench-no-input');
+    await cable.click();
+    await lamp('camera', 'not shown');
+    await page.getByRole('button', { name: 'Start live view anew' }).click();
+    await lamp('camera', 'live');
+    await pictureWhen(page, (light) => difference(light, splash) > OTHER_PICTURE);
+});
+
+test('the console completes, hints, and shows a bad command\'s error', async () => {
+    const line = page.getByRole('combobox', { name: 'Command' });
+    await line.fill('get_zo');
+    await page.getByRole('option', { name: /get_zoom/ }).waitFor();
+    await line.press('Tab');
+    assert.match(await line.inputValue(), /^get_zoom/);
+    await line.press('Enter');
+    const transcript = page.getByRole('log', { name: 'Commands and answers' });
+    await transcript.getByText('get_zoom').last().waitFor();
+    await line.fill('set_lum ');
+    await page.locator('#command-hint', { hasText: 'luminance array' }).waitFor();
+    await takePicture(page, 'bench-console');
+    for (const [bad, error] of [
+        ['dance', 'no such command: dance'],
+        ['set_lum', 'takes 1 argument, not 0'],
+        ['set_lum 99', 'failed'],
+    ]) {
+        await command(bad);
+        await transcript.getByText(error).last().waitFor();
+    }
+    await line.press('ArrowUp');
+    assert.equal(await line.inputValue(), 'set_lum 99');
+    await line.fill('');
+});
+
+test('the core fails, buttons and cables act, as the sight has it', async () => {
+    const fault = page.getByRole('switch', { name: 'Thermal core fails' });
+    await fault.click();
+    await until('the fault is set', () => existsSync(bench.at('var/lib/vtrcore/fail')));
+    await command('kbd_zoom');
+    await page.getByRole('log', { name: 'Commands and answers' }).getByText('failed').last().waitFor();
+    await fault.click();
+    await until('the fault is over', () => !existsSync(bench.at('var/lib/vtrcore/fail')));
+    await lamp('luminance', '75');
+    await page.getByRole('button', { name: 'Pol' }).click();
+    await lamp('luminance', '130');
+    await page.getByRole('switch', { name: 'Monitor cable' }).click();
+    await lamp('monitor', 'plugged');
+    await page.getByRole('switch', { name: 'Monitor cable' }).click();
+    await lamp('monitor', 'none');
+});
+
+test('a scene and footage from outside are shown, and a broken scene is told of', async () => {
+    const before = await pictureWhen(page, () => true);
+    await showScene('color: "white"');
+    await pictureWhen(page, (light) => light.every((each) => each > 240));
+    await showScene('color: nonsense(');
+    await page.locator('#log-lines').getByText(/main\.qml:2/).first().waitFor();
+    await page.getByRole('button', { name: /stock scene/i }).click();
+    await pictureWhen(page, (light) => difference(light, before) < OTHER_PICTURE);
+
+    await page.setInputFiles('#footage-file',
+        { name: 'own.avi', mimeType: 'video/x-msvideo', buffer: Buffer.from('no video') });
+    await until('the camera sees it', () => bench.text('dev/video0') === 'no video');
+    const choice = page.getByRole('combobox', { name: 'Footage' });
+    await until('it is the choice', async () => await choice.inputValue() === 'own.avi');
+});
+
+test('a daemon that is silent, gone and back is shown as it is', async () => {
+    bench.signal('SIGSTOP');
+    await command('get_zoom');
+    await page.getByRole('status').filter({ hasText: /does(n.t| not) answer/ }).waitFor();
+    bench.signal('SIGCONT');
+    await page.locator('body[data-link=up]').waitFor();
+
+    assert.equal(await bench.stop(), 0);
+    await page.getByRole('status').filter({ hasText: 'scripts/sim' }).waitFor();
+    assert.ok(await page.getByRole('switch', { name: 'Record' }).isDisabled());
+    await takePicture(page, 'bench-gone');
+    await bench.start();
+    await lamp('camera', 'live');
+    await page.locator('body[data-link=up]').waitFor();
+    assert.ok(await page.getByRole('switch', { name: 'Record' }).isEnabled());
+});
+
+test('everything fits from a telephone to a large screen', async () => {
+    for (const [width, height] of [[360, 740], [820, 1180], [2560, 1440]]) {
+        await page.setViewportSize({ width, height });
+        const overflow = await page.evaluate(
+            () => document.documentElement.scrollWidth - document.documentElement.clientWidth);
+        assert.equal(overflow, 0, `at ${width} x ${height}`);
+        await takePicture(page, `bench-${width}`);
+    }
+});

@@ -1,0 +1,143 @@
+// The server of the page as whoever wants in from outside sees it.
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { mkdirSync, readFileSync, symlinkSync, writeFileSync } from 'node:fs';
+import { request } from 'node:http';
+import { Bench, until } from './bench.mjs';
+
+const bench = new Bench();
+
+// With the path as it stands, which fetch would tidy up.
+function ask(path, { method = 'GET', headers = {}, body = null } = {}) {
+    const { hostname, port } = new URL(bench.address);
+    return new Promise((resolve, reject) => {
+        const asked = request({ hostname, port, path, method, headers, agent: false });
+        asked.on('error', reject);
+        asked.on('upgrade', (answer, socket) => {
+            socket.destroy();
+            resolve({ status: answer.statusCode, headers: answer.headers });
+        });
+        asked.on('response', (answer) => {
+            const parts = [];
+            answer.on('data', (part) => parts.push(part));
+            answer.on('end', () => resolve({
+                status: answer.statusCode, headers: answer.headers, body: Buffer.concat(parts),
+            }));
+        });
+        asked.end(body);
+    });
+}
+
+const socket_headers = {
+    Connection: 'Upgrade',
+    Upgrade: 'websocket',
+    'Sec-WebSocket-Version': '13',
+    'Sec-WebSocket-Key': 'dGhlIHNhbXBsZSBub25jZQ==',
+};
+
+before(() => bench.start());
+after(() => bench.remove());
+
+test('only the page itself is served', async () => {
+    const own = bench.address.slice(0, -1);
+    const page = await ask('/');
+    assert.equal(page.status, 200);
+    assert.match(page.headers['content-security-policy'], /default-src 'self'/);
+    for (const headers of [
+        { Host: 'sight.example' },
+        { Host: `sight.example:${new URL(own).port}` },
+        { Origin: 'https://sight.example' },
+        { Origin: 'null' },
+        { Origin: own.replace('127.0.0.1', 'localhost') },
+        { 'Sec-Fetch-Site': 'cross-site', 'Sec-Fetch-Mode': 'no-cors' },
+    ]) {
+        for (const path of ['/', '/events', '/media/video/x.mp4']) {
+            const answer = await ask(path, { headers: { ...socket_headers, ...headers } });
+            assert.equal(answer.status, 403, `${path} with ${JSON.stringify(headers)}`);
+        }
+        const scene = await ask('/scene', { method: 'POST', headers, body: 'Item {}' });
+        assert.equal(scene.status, 403, `a scene with ${JSON.stringify(headers)}`);
+    }
+    for (const path of ['/events', '/picture']) {
+        const answer = await ask(path, { headers: { ...socket_headers, Origin: own } });
+        assert.equal(answer.status, 101, path);
+    }
+});
+
+test('no path leads out of the board or the page', async () => {
+    mkdirSync(bench.at('media/video'), { recursive: true });
+    writeFileSync(bench.at('media/video/here.mp4'), 'here');
+    symlinkSync('here.mp4', bench.at('media/video/link.mp4'));
+    symlinkSync('/etc/hostname', bench.at('media/video/out.mp4'));
+    symlinkSync('../../../../../../../../../../etc', bench.at('media/video/etc'));
+    assert.equal((await ask('/media/video/link.mp4')).body.toString(), 'here');
+    for (const path of [
+        '/media/video/out.mp4',
+        '/media/video/etc/hostname',
+        '/media/video/../../etc/vtrdc.conf',
+        '/media/video/..%2f..%2fopt%2fokr%2fosd_okr%2fqml%2fmain.qml',
+        '/media/video/%2e%2e/%2e%2e/dev/fb0',
+        '/media/../dev/fb0',
+        '/media/video',
+        '/media/video/',
+        '/media',
+        '/../main.cpp',
+        '/%2e%2e/main.cpp',
+        '/..%2fmain.cpp',
+    ]) {
+        const { status } = await ask(path);
+        assert.ok(status === 404 || status === 400, `${path}: ${status}`);
+    }
+});
+
+test('a part of a recording is sent as a part', async () => {
+    writeFileSync(bench.at('media/video/parts.mp4'), '0123456789');
+    const part = await ask('/media/video/parts.mp4', { headers: { Range: 'bytes=3-5' } });
+    assert.equal(part.status, 206);
+    assert.equal(part.body.toString(), '345');
+    const download = await ask('/media/video/parts.mp4?download');
+    assert.match(download.headers['content-disposition'], /^attachment/);
+    assert.equal((await ask('/media/video/parts.mp4', { method: 'POST', body: 'x' })).status, 405);
+});
+
+test('uploads are kept beside each other, and bad ones refused', async () => {
+    const footage = (name, body) => ask(`/footage/${name}`, { method: 'POST', body });
+    assert.equal((await footage('own.avi', 'first')).status, 200);
+    assert.equal((await footage('own.avi', 'second')).status, 200);
+    assert.equal(bench.text('footage/own.avi'), 'first');
+    assert.equal(bench.text('footage/own-2.avi'), 'second');
+    assert.equal(bench.text('dev/video0'), 'second');
+    for (const name of ['.hidden', '..', '%2e%2e%2fout.avi', 'x'.repeat(201), '']) {
+        const { status } = await footage(name, 'x');
+        assert.ok(status === 400 || status === 405, `${name}: ${status}`);
+    }
+    assert.equal((await ask('/footage/own.avi')).status, 405);
+    assert.equal((await ask('/scene')).status, 405);
+    const large = await ask('/scene', { method: 'POST', body: Buffer.alloc(2 * 1024 * 1024) });
+    assert.equal(large.status, 413);
+    const endless = await ask('/scene', {
+        method: 'POST', headers: { 'Transfer-Encoding': 'chunked' }, body: 'without an end',
+    });
+    assert.equal(endless.status, 411);
+});
+
+test('a scene from outside takes the place of the one before, which is kept', async () => {
+    const before = bench.text('opt/okr/osd_okr/qml/main.qml');
+    const own = 'import QtQuick\nItem {}\n';
+    assert.equal((await ask('/scene', { method: 'POST', body: own })).status, 200);
+    assert.equal(bench.text('opt/okr/osd_okr/qml/main.qml'), own);
+    assert.equal(bench.text('opt/okr/osd_okr/qml/main.qml.~1~'), before);
+});
+
+test('the server ends with the daemon, whose log and status are its own', async () => {
+    await bench.logged('Display Pipeline set to playing');
+    const shown = [...bench.log].filter((line) => line.includes('[INFO]'));
+    const status = await bench.stop();
+    assert.equal(status, 0);
+    const kept = readFileSync(bench.at('var/log/vtrdc.log'), 'utf8');
+    for (const line of shown) {
+        assert.ok(kept.includes(line), line);
+    }
+    assert.match(kept, /Goodbye\n$/);
+    await until('nobody serves the page', () => ask('/').then(() => false, () => true));
+});
