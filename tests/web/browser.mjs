@@ -1,10 +1,13 @@
 // A browser that looks at a bench's page.
 import { chromium } from 'playwright-core';
-import { mkdirSync } from 'node:fs';
+import { mkdirSync, readFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
 import { join } from 'node:path';
 
 // Where pictures for the documentation go; none are taken without it.
 const PICTURES = process.env.VTRDC_PICTURES;
+
+const AXE = readFileSync(createRequire(import.meta.url).resolve('axe-core'), 'utf8');
 
 // The browser of the distribution, which asks nobody on the network for anything. Without a sandbox,
 // since root has none.
@@ -57,6 +60,13 @@ export async function pictureWhen(page, test) {
 /** The mean difference of two pictures, 0 to 255. */
 export function difference(one, other) {
     return one.reduce((sum, light, index) => sum + Math.abs(light - other[index]), 0) / one.length;
+}
+
+/** What a checker of accessibility finds wrong with the page, whose policy takes no script in by a tag. */
+export async function hindrances(page) {
+    await page.evaluate(AXE);
+    const { violations } = await page.evaluate(() => globalThis.axe.run());
+    return violations.map(({ id, nodes }) => `${id}: ${nodes.map(({ html }) => html).join(' | ')}`);
 }
 
 export async function takePicture(page, name) {

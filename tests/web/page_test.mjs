@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
 import { existsSync } from 'node:fs';
 import { Bench, until } from './bench.mjs';
-import { difference, openBrowser, openPage, pictureWhen, takePicture } from './browser.mjs';
+import { difference, hindrances, openBrowser, openPage, pictureWhen, takePicture } from './browser.mjs';
 
 // Two pictures of the same thing differ by noise and movement, of different things by far more.
 const OTHER_PICTURE = 8;
@@ -32,7 +32,7 @@ async function command(line) {
     await page.keyboard.press('Enter');
 }
 
-// Still footage, so that pictures can be compared.
+// A scene that hides the camera's picture, through the choice of files.
 async function showScene(text) {
     await page.setInputFiles('#scene-file', {
         name: 'test.qml', mimeType: 'text/plain',
@@ -40,9 +40,22 @@ async function showScene(text) {
     });
 }
 
+// As from a file manager.
+async function dropFile(name, text) {
+    const dropped = await page.evaluateHandle(([fileName, content]) => {
+        const transfer = new DataTransfer();
+        transfer.items.add(new File([content], fileName));
+        return transfer;
+    }, [name, text]);
+    for (const type of ['dragenter', 'dragover', 'drop']) {
+        await page.dispatchEvent('#panel', type, { dataTransfer: dropped });
+    }
+}
+
 test('a press of zoom changes the picture', async () => {
     await takePicture(page, 'bench');
-    await page.getByRole('combobox', { name: 'Footage' }).selectOption('drawn-scene');
+    const footage = page.getByRole('combobox', { name: 'Footage' });
+    await footage.selectOption('drawn-scene');
     await lamp('zoom', '× 1');
     const wide = await pictureWhen(page, () => true);
     await page.getByRole('button', { name: 'Zoom' }).click();
@@ -53,6 +66,7 @@ test('a press of zoom changes the picture', async () => {
     await lamp('zoom', '× 4');
     await page.locator('body').press('z');
     await lamp('zoom', '× 1');
+    await footage.selectOption('pedestrians.avi');
 });
 
 test('a recording plays in the page', async () => {
@@ -145,11 +159,12 @@ test('a scene and footage from outside are shown, and a broken scene is told of'
     await page.getByRole('button', { name: /stock scene/i }).click();
     await pictureWhen(page, (light) => difference(light, before) < OTHER_PICTURE);
 
-    await page.setInputFiles('#footage-file',
-        { name: 'own.avi', mimeType: 'video/x-msvideo', buffer: Buffer.from('no video') });
+    await dropFile('own.avi', 'no video');
     await until('the camera sees it', () => bench.text('dev/video0') === 'no video');
     const choice = page.getByRole('combobox', { name: 'Footage' });
     await until('it is the choice', async () => await choice.inputValue() === 'own.avi');
+    await dropFile('letter.txt', 'neither of the two');
+    await page.getByText('is neither a video nor a .qml file').first().waitFor();
 });
 
 test('a daemon that is silent, gone and back is shown as it is', async () => {
@@ -169,12 +184,16 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isEnabled());
 });
 
-test('everything fits from a telephone to a large screen', async () => {
-    for (const [width, height] of [[360, 740], [820, 1180], [2560, 1440]]) {
+test('everything fits from a telephone to a large screen, and leaves nobody out', async () => {
+    for (const [width, height, colorScheme] of [
+        [360, 740, 'dark'], [820, 1180, 'light'], [2560, 1440, 'dark'], [1440, 900, 'light'],
+    ]) {
         await page.setViewportSize({ width, height });
+        await page.emulateMedia({ colorScheme });
         const overflow = await page.evaluate(
             () => document.documentElement.scrollWidth - document.documentElement.clientWidth);
         assert.equal(overflow, 0, `at ${width} x ${height}`);
         await takePicture(page, `bench-${width}`);
+        assert.deepEqual(await hindrances(page), [], `at ${width} x ${height}, ${colorScheme}`);
     }
 });
