@@ -47,7 +47,7 @@ install(FILES "${vtrdc_packaging}/man/vtrdc-sim.1"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT simulated-board)
 install(PROGRAMS "${PROJECT_SOURCE_DIR}/scripts/sim"
   DESTINATION "${vtrdc_sim_share}/scripts" COMPONENT simulated-board)
-install(FILES "${PROJECT_SOURCE_DIR}/scripts/lib.sh"
+install(FILES "${PROJECT_SOURCE_DIR}/scripts/lib.sh" "${PROJECT_SOURCE_DIR}/scripts/board.sh"
   DESTINATION "${vtrdc_sim_share}/scripts" COMPONENT simulated-board)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/board"
   DESTINATION "${vtrdc_sim_share}/sim" USE_SOURCE_PERMISSIONS COMPONENT simulated-board)
@@ -59,3 +59,11 @@ install(TARGETS vtrdc-sim-buttons vtrdc-sim-shot
 file(CREATE_LINK "${CMAKE_INSTALL_FULL_SBINDIR}/vtrdc" "${PROJECT_BINARY_DIR}/packaging/vtrdc" SYMBOLIC)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc"
   DESTINATION "${vtrdc_sim_lib}" COMPONENT simulated-board)
+
+# The page in the browser; no target where its libraries are not.
+if(TARGET vtrdc-sim-web)
+  install(TARGETS vtrdc-sim-web
+    DESTINATION "${vtrdc_sim_lib}/sim/web" COMPONENT simulated-board)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/web/page"
+    DESTINATION "${vtrdc_sim_share}/sim/web" COMPONENT simulated-board)
+endif()

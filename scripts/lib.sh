@@ -38,3 +38,22 @@ build_dir() {
     [[ $1 == release ]] || folder=$folder-$1
     printf '%s\n' "${VTRDC_BUILD_DIR:-$folder}"
 }
+
+# Runs a command or function with its output in a file: LOG COMPLAINT COMMAND... When it fails, the file's
+# end is shown and the script ends with the complaint.
+logged() {
+    local log=$1 complaint=$2 status
+    shift 2
+    # In a condition, errexit would be off in all that a function calls: a failure in the middle would pass.
+    set +e
+    (
+        set -e
+        "$@"
+    ) >"$log" 2>&1
+    status=$?
+    set -e
+    if [[ $status -ne 0 ]]; then
+        tail -n 30 "$log" >&2
+        die 1 "$complaint (log: $log)"
+    fi
+}
