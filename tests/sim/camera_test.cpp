@@ -15,7 +15,8 @@ namespace {
 class CameraTest : public GstTest {
 protected:
     [[nodiscard]] static std::string play(const std::string& device) {
-        return "imxv4l2videosrc device=" + device + " ! appsink name=out sync=false";
+        return "imxv4l2videosrc device=" + device +
+               " ! appsink name=out sync=false wait-on-eos=false";
     }
     // Writes footage of ten pictures a second, each of one of these grey levels.
     static bool write_footage(const std::string& path, const std::vector<std::uint8_t>& levels) {
