@@ -23,20 +23,13 @@ std::string url_of(const char* kind, const std::string& name) {
     return std::string("/media/") + kind + "/" + escaped.get();
 }
 
-// A name that isn't UTF-8 can't be told of.
-bool is_text(const std::string& name) {
-    return g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr) != FALSE;
-}
-
 nlohmann::json entries(const std::vector<board_file>& files, const char* kind) {
     nlohmann::json list = nlohmann::json::array();
     for (const board_file& file : files) {
-        if (is_text(file.name)) {
-            list.push_back({{"name", file.name},
-                            {"bytes", file.bytes},
-                            {"time", file.time},
-                            {"url", url_of(kind, file.name)}});
-        }
+        list.push_back({{"name", file.name},
+                        {"bytes", file.bytes},
+                        {"time", file.time},
+                        {"url", url_of(kind, file.name)}});
     }
     return list;
 }
@@ -83,26 +76,20 @@ void board_lists::look() {
 }
 
 nlohmann::json board_lists::list_media() const {
-    nlohmann::json recordings = entries(board_.files_in(board_.media_folder() + "/video"), "video");
+    nlohmann::json recordings =
+        entries(board_place::files_in(board_.media_folder() + "/video"), "video");
     for (nlohmann::json& each : recordings) {
         each["growing"] = is_recording_ && &each == &recordings.front();
     }
-    return {{"type", "media"},
-            {"recordings", recordings},
-            {"snapshots", entries(board_.files_in(board_.media_folder() + "/image"), "image")}};
+    return {
+        {"type", "media"},
+        {"recordings", recordings},
+        {"snapshots", entries(board_place::files_in(board_.media_folder() + "/image"), "image")}};
 }
 
 nlohmann::json board_lists::list_footage() const {
-    std::vector<std::string> names;
+    const std::vector<std::string> names = board_place::names_in(board_.path(footage_folder));
     std::error_code failed;
-    for (const fs::directory_entry& entry :
-         fs::directory_iterator(board_.path(footage_folder), failed)) {
-        const std::string name = entry.path().filename();
-        if (!name.starts_with('.') && is_text(name)) {
-            names.push_back(name);
-        }
-    }
-    std::ranges::sort(names);
     const fs::path shown = fs::read_symlink(board_.path(camera), failed);
     const bool is_choice = std::ranges::find(names, shown.filename().string()) != names.end();
     return {{"type", "footage"},

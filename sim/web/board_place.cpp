@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
+#include <tuple>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -17,11 +18,6 @@ constexpr const char* settings_file = "/etc/vtrdc.conf";
 
 // Leaves room for a number before the 255 bytes of a file's name are full.
 constexpr std::size_t name_max = 200;
-
-std::time_t time_of(const fs::directory_entry& entry) {
-    struct stat status {};
-    return lstat(entry.path().c_str(), &status) == 0 ? status.st_mtime : 0;
-}
 
 } // namespace
 
@@ -61,23 +57,34 @@ std::string board_place::setting(std::string_view key, std::string_view standard
     return value;
 }
 
-std::vector<board_file> board_place::files_in(const std::string& folder) const {
-    std::vector<board_file> files;
+std::vector<std::string> board_place::names_in(const std::string& folder) {
+    std::vector<std::string> names;
     std::error_code failed;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, failed)) {
-        const std::string name = entry.path().filename();
-        std::error_code gone;
-        if (name.starts_with('.') || !fs::is_regular_file(entry.symlink_status(gone))) {
-            continue;
+    for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end;
+         entry.increment(failed)) {
+        std::string name = entry->path().filename();
+        // One that is hidden is no finished file, one that is no UTF-8 can't be told of.
+        if (!name.starts_with('.') && g_utf8_validate(name.c_str(), -1, nullptr) != FALSE) {
+            names.push_back(std::move(name));
         }
-        const auto bytes = static_cast<std::int64_t>(entry.file_size(gone));
-        files.push_back({name, gone ? 0 : bytes, time_of(entry)});
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+std::vector<board_file> board_place::files_in(const std::string& folder) {
+    std::vector<board_file> found;
+    for (std::string& name : names_in(folder)) {
+        struct stat status {};
+        if (lstat((folder + "/" + name).c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            found.push_back({std::move(name), status.st_size, status.st_mtime});
+        }
     }
     // Names hold the time, which also tells those of one second apart.
-    std::ranges::sort(files, [](const board_file& one, const board_file& other) {
+    std::ranges::sort(found, [](const board_file& one, const board_file& other) {
         return std::tie(one.time, one.name) > std::tie(other.time, other.name);
     });
-    return files;
+    return found;
 }
 
 std::optional<std::string> board_place::first_line(std::string_view on_the_sight) const {

@@ -39,8 +39,10 @@ public:
     // What can be opened by a path from outside.
     [[nodiscard]] const contained_folder& files() const { return files_; }
 
-    // Ordinary files in a full path's folder, whose names begin with no dot, latest first.
-    [[nodiscard]] std::vector<board_file> files_in(const std::string& folder) const;
+    // What is in a full path's folder and not hidden, in the alphabet's order.
+    [[nodiscard]] static std::vector<std::string> names_in(const std::string& folder);
+    // The ordinary files among that, latest first.
+    [[nodiscard]] static std::vector<board_file> files_in(const std::string& folder);
 
     // First line of a small file of the sight; none when it can't be read.
     [[nodiscard]] std::optional<std::string> first_line(std::string_view on_the_sight) const;
