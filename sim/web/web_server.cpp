@@ -259,6 +259,7 @@ struct route {
     SoupServerWebsocketCallback socket_handler;
 };
 
+// Each takes every path that begins with its own: no file of the page may be called so.
 constexpr auto routes = std::to_array<route>({
     {"/", call<serve_page>, nullptr},
     {"/media", call<serve_media>, nullptr},
