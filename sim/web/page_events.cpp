@@ -63,7 +63,10 @@ void page_events::on_message(SoupWebsocketConnection* page, int type, GBytes* te
 }
 
 void page_events::take(const page_owner& page, const nlohmann::json& message) {
-    const nlohmann::json id = message.value("id", nlohmann::json());
+    // Given back as it came; anything but a number could be as deep as a message is long.
+    const auto given = message.find("id");
+    const bool is_number = given != message.end() && given->is_number_integer();
+    const nlohmann::json id = is_number ? *given : nlohmann::json();
     told_.perform(message, [page, id](bool is_done, const std::string& text) {
         send(page.get(),
              text_of({{"type", "answer"}, {"id", id}, {"ok", is_done}, {"text", text}}));

@@ -167,6 +167,30 @@ test('a scene and footage from outside are shown, and a broken scene is told of'
     await page.getByText('is neither a video nor a .qml file').first().waitFor();
 });
 
+test('nonsense from a page does the server no harm', async () => {
+    const answers = await page.evaluate(() => new Promise((resolve) => {
+        const socket = new WebSocket(new URL('events', location.href).href.replace('http', 'ws'));
+        const given = [];
+        socket.onopen = () => {
+            const deep = '['.repeat(50_000) + ']'.repeat(50_000);
+            for (const text of ['[', `{"id":${deep},"act":"deep"}`, '{"id":1,"act":5}', '{"id":2}']) {
+                socket.send(text);
+            }
+        };
+        socket.onmessage = ({ data }) => {
+            const message = JSON.parse(data);
+            if (message.type === 'answer') {
+                given.push([message.id, message.ok]);
+            }
+            if (message.id === 2) {
+                socket.close();
+                resolve(given);
+            }
+        };
+    }));
+    assert.deepEqual(answers, [[null, false], [1, false], [2, false]]);
+});
+
 test('a daemon that is silent, gone and back is shown as it is', async () => {
     bench.signal('SIGSTOP');
     await command('get_zoom');
