@@ -26,3 +26,10 @@ if(VTRDC_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
+
+# For a folder of what needn't be fast: header libraries that are instrumented take the compiler minutes.
+macro(vtrdc_leave_sanitized_unoptimised)
+  if(VTRDC_SANITIZE)
+    add_compile_options(-O0)
+  endif()
+endmacro()
