@@ -8,7 +8,7 @@ import threading
 
 from figures import Figure, Runs, Target
 from pipes import measure
-from subjects import Board, Daemon, Process, free_port, wait_until
+from subjects import Board, Daemon, Process, connect_tcp, free_port, wait_until
 
 WITHOUT = "no page"
 STATE = "Page in the browser"
@@ -16,7 +16,7 @@ STATE = "Page in the browser"
 # The frames of RFC 6455: final text and binary frames; a client's are masked, here with zeros.
 TEXT_FRAME = b"\x81"
 MASKED = 0x80
-SIZE_IN_TWO_BYTES, SIZE_IN_EIGHT_BYTES = 126, 127
+SIZE_IN_TWO_BYTES = 126  # 127: in eight
 
 
 class Viewer:
@@ -39,21 +39,18 @@ class Viewer:
             each.close()
 
     def _open(self, path):
-        client = wait_until(self._connected, f"the page's server at port {self._port}")
+        client = wait_until(lambda: connect_tcp(self._port),
+                            f"the page's server at port {self._port}")
         key = base64.b64encode(os.urandom(16)).decode()
         client.sendall(f"GET {path} HTTP/1.1\r\nHost: 127.0.0.1:{self._port}\r\n"
                        "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
                        f"Sec-WebSocket-Key: {key}\r\n\r\n".encode())
         answer = b""
-        while not answer.endswith(b"\r\n\r\n"):  # the server speaks first only on the other path
+        while not answer.endswith(b"\r\n\r\n"):  # what follows is the first message
             answer += client.recv(1)
         if b" 101 " not in answer.split(b"\r\n", 1)[0]:
             raise RuntimeError(f"{path}: {answer!r}")
         return client
-
-    def _connected(self):
-        with contextlib.suppress(ConnectionRefusedError):
-            return socket.create_connection(("127.0.0.1", self._port))
 
     def _ignore(self, client):
         with contextlib.suppress(OSError):

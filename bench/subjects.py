@@ -42,6 +42,12 @@ def connect(path):
         return None
 
 
+def connect_tcp(port):
+    """A connection to a port of this machine; None while nobody listens."""
+    with contextlib.suppress(ConnectionRefusedError):
+        return socket.create_connection(("127.0.0.1", port))
+
+
 def free_port():
     with socket.socket() as listener:
         listener.bind(("127.0.0.1", 0))
@@ -261,11 +267,7 @@ class Reader:
     """Takes all that a TCP stream sends, and drops it."""
 
     def __init__(self, port):
-        def connected():
-            with contextlib.suppress(ConnectionRefusedError):
-                return socket.create_connection(("127.0.0.1", port))
-
-        self._client = wait_until(connected, f"a stream at port {port}")
+        self._client = wait_until(lambda: connect_tcp(port), f"a stream at port {port}")
         self._received = 0
         self._thread = threading.Thread(target=self._read, daemon=True)
         self._thread.start()

@@ -57,3 +57,16 @@ logged() {
         die 1 "$complaint (log: $log)"
     fi
 }
+
+# Waits until a command succeeds: SECONDS COMMAND...
+await() {
+    local deadline=$((SECONDS + $1))
+    shift
+    until "$@"; do
+        if ((SECONDS >= deadline)); then
+            printf 'waited in vain for: %s\n' "$*"
+            return 1
+        fi
+        sleep 0.1
+    done
+}

@@ -11,16 +11,3 @@ expect() {
     logged "$check_log" "NOT SO: $sentence" "$@"
     printf 'ok  %s\n' "$sentence"
 }
-
-# Waits until a command succeeds: SECONDS COMMAND...
-await() {
-    local deadline=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        if ((SECONDS >= deadline)); then
-            printf 'waited in vain for: %s\n' "$*"
-            return 1
-        fi
-        sleep 0.1
-    done
-}

@@ -77,7 +77,7 @@ void act_footage(const act_tools& tools, const json& message, const act_end& on_
     if (!is_plain_name(name)) {
         throw usage_error{"no such footage"};
     }
-    tools.door.run({"footage", tools.board.path("/footage/") + name}, on_end);
+    tools.door.run({"footage", tools.board.footage_folder() + "/" + name}, on_end);
 }
 
 void act_scene(const act_tools& tools, const json& message, const act_end& on_end) {

@@ -15,7 +15,6 @@ namespace {
 // A recording that grows is written to all the time.
 constexpr std::chrono::milliseconds gathering{500};
 
-constexpr const char* footage_folder = "/footage";
 constexpr const char* camera = "/dev/video0";
 
 std::string url_of(const char* kind, const std::string& name) {
@@ -41,14 +40,14 @@ board_lists::board_lists(const board_place& board,
     : board_(board), on_change_(std::move(on_change)) {}
 
 void board_lists::open() {
-    watch_.emplace([this](const std::string& /*folder*/, const std::string& name) {
-        if (name != "fb0" && !soon_.is_waiting()) { // that one is touched with each picture
+    watch_.emplace([this](const std::string& /*folder*/, const std::string& /*name*/) {
+        if (!soon_.is_waiting()) {
             soon_.once(gathering, [this] { look(); });
         }
     });
     watch_->add(board_.media_folder() + "/video");
     watch_->add(board_.media_folder() + "/image");
-    watch_->add(board_.path(footage_folder));
+    watch_->add(board_.footage_folder());
     watch_->add(board_.path("/dev"));
     look();
 }
@@ -88,7 +87,7 @@ nlohmann::json board_lists::list_media() const {
 }
 
 nlohmann::json board_lists::list_footage() const {
-    const std::vector<std::string> names = board_place::names_in(board_.path(footage_folder));
+    const std::vector<std::string> names = board_place::names_in(board_.footage_folder());
     std::error_code failed;
     const fs::path shown = fs::read_symlink(board_.path(camera), failed);
     const bool is_choice = std::ranges::find(names, shown.filename().string()) != names.end();

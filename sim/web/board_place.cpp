@@ -1,6 +1,8 @@
 // The board folder as the page's server uses it.
 #include "board_place.h"
 
+#include "config/cfg.h"
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -16,6 +18,8 @@ namespace {
 
 constexpr const char* settings_file = "/etc/vtrdc.conf";
 
+constexpr settings defaults;
+
 // Leaves room for a number before the 255 bytes of a file's name are full.
 constexpr std::size_t name_max = 200;
 
@@ -29,20 +33,28 @@ std::string board_place::path(std::string_view on_the_sight) const {
 
 // A relative path is the daemon's own affair: no folder comes in front of it.
 std::string board_place::socket_path() const {
-    const std::string configured = setting("socket_file", "/run/vtrdc.socket");
+    const std::string configured = setting("socket_file", defaults.socket_file);
     return configured.starts_with('/') ? path(configured) : configured;
 }
 
 std::string board_place::media_folder() const {
-    std::string configured = path(setting("media_path", "/media/"));
+    std::string configured = path(setting("media_path", defaults.media_path));
     while (configured.ends_with('/')) {
         configured.pop_back();
     }
     return configured;
 }
 
+std::string board_place::broker_socket_path() const {
+    return path(defaults.redis_socket_file);
+}
+
+std::string board_place::footage_folder() const {
+    return path("/footage");
+}
+
 std::string board_place::scene_path() const {
-    return path(setting("qml_file", "/opt/okr/osd_okr/qml/main.qml"));
+    return path(setting("qml_file", defaults.qml_file));
 }
 
 // As the daemon has it, the last line with a key counts.

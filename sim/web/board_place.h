@@ -33,6 +33,10 @@ public:
     // From the board's settings, else the daemon's default: full paths.
     [[nodiscard]] std::string socket_path() const;
     [[nodiscard]] std::string media_folder() const; // without a slash at its end
+    // The broker's socket, for which there is no setting.
+    [[nodiscard]] std::string broker_socket_path() const;
+    // Videos to show the camera.
+    [[nodiscard]] std::string footage_folder() const;
     // The scene that the daemon shows.
     [[nodiscard]] std::string scene_path() const;
 

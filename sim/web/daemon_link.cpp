@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
@@ -15,20 +14,10 @@ namespace {
 
 constexpr std::chrono::milliseconds retry_interval{500};
 
-// Far more than the longest reply, which comes at once.
-constexpr std::size_t reply_size = 65536;
-
 // A descriptor, or -1. Connecting to a local socket never waits: it succeeds or fails.
 int connect_to(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        return -1;
-    }
-    path.copy(address.sun_path, path.size());
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
-    if (descriptor >= 0 && connect(descriptor, generic, sizeof address) != 0) {
+    if (descriptor >= 0 && !connect_socket(descriptor, path)) {
         close(descriptor);
         return -1;
     }
@@ -94,7 +83,7 @@ void daemon_link::send_next() {
 }
 
 void daemon_link::receive() {
-    std::array<char, reply_size> text; // filled just below
+    std::array<char, REPLY_SIZE> text; // filled just below
     const ssize_t length = recv(descriptor_, text.data(), text.size(), 0);
     if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;

@@ -45,7 +45,7 @@ template <typename Lines> json log_message(bool is_fresh, const Lines& lines) {
 
 desk::desk(const desk_options& options)
     : board_(options.board), door_(options.front_door, options.board),
-      daemon_(board_.socket_path(), [this] { take_presence(); }),
+      daemon_(board_.socket_path(), [this] { state_.refresh(); }),
       pages_({.greet = [this] { return greeting(); },
               .on_audience = [this](bool has_pages) { follow_board(has_pages); },
               .perform =
@@ -96,10 +96,6 @@ void desk::take_log(bool is_fresh, std::span<const std::string> lines) {
     pages_.tell(log_message(is_fresh, lines));
     state_.take_facts(facts_);
     lists_.take_recording(facts_ && facts_->recording);
-}
-
-void desk::take_presence() {
-    state_.refresh();
 }
 
 } // namespace sim

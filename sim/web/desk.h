@@ -39,7 +39,6 @@ private:
     [[nodiscard]] std::vector<nlohmann::json> greeting() const;
     void follow_board(bool has_pages);
     void take_log(bool is_fresh, std::span<const std::string> lines);
-    void take_presence();
 
     const board_place board_;
     const front_door door_;

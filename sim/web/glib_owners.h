@@ -13,7 +13,6 @@ struct glib_release {
     void operator()(GMainLoop* loop) const noexcept { g_main_loop_unref(loop); }
     void operator()(GMappedFile* file) const noexcept { g_mapped_file_unref(file); }
     void operator()(GSubprocess* process) const noexcept { g_object_unref(process); }
-    void operator()(GSubprocessLauncher* launcher) const noexcept { g_object_unref(launcher); }
     void operator()(SoupServer* server) const noexcept { g_object_unref(server); }
     void operator()(SoupWebsocketConnection* connection) const noexcept {
         g_object_unref(connection);

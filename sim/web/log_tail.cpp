@@ -18,24 +18,16 @@ constexpr std::size_t lines_kept = 2000;
 // A line without an end must not fill the memory.
 constexpr std::size_t line_max = 8192;
 
-std::string folder_of(const std::string& path) {
-    return path.substr(0, path.rfind('/'));
-}
-
-std::string name_of(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
 } // namespace
 
-log_tail::log_tail(std::string path, listener on_lines)
+log_tail::log_tail(std::filesystem::path path, listener on_lines)
     : path_(std::move(path)), on_lines_(std::move(on_lines)),
       watch_([this](const std::string& /*folder*/, const std::string& name) {
-          if (name.empty() || name == name_of(path_)) {
+          if (name.empty() || name == path_.filename()) {
               read_soon();
           }
       }) {
-    watch_.add(folder_of(path_));
+    watch_.add(path_.parent_path());
 }
 
 log_tail::~log_tail() {

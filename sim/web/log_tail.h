@@ -4,6 +4,7 @@
 #include "loop.h"
 
 #include <deque>
+#include <filesystem>
 #include <functional>
 #include <span>
 #include <string>
@@ -17,7 +18,7 @@ public:
     // of before are history.
     using listener = std::function<void(bool is_fresh, std::span<const std::string> lines)>;
 
-    log_tail(std::string path, listener on_lines);
+    log_tail(std::filesystem::path path, listener on_lines);
     log_tail(const log_tail&) = delete;
     log_tail& operator=(const log_tail&) = delete;
     ~log_tail();
@@ -30,7 +31,7 @@ private:
     [[nodiscard]] bool reopen_when_begun_anew();
     void take_bytes(std::string_view bytes, std::vector<std::string>& lines);
 
-    const std::string path_;
+    const std::filesystem::path path_;
     const listener on_lines_;
     int file_ = -1;
     off_t position_ = 0;

@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::chrono::seconds folder_retry{1};
 
-// A picture of the panel touches its file; a log is written to bit by bit.
-constexpr unsigned watched_events = IN_ATTRIB | IN_MODIFY | IN_CLOSE_WRITE | IN_CREATE | IN_DELETE |
+// A log is written to bit by bit: what is written counts before its file is closed.
+constexpr unsigned watched_events = IN_MODIFY | IN_CLOSE_WRITE | IN_CREATE | IN_DELETE |
                                     IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF;
 
 } // namespace
@@ -73,8 +73,11 @@ gboolean descriptor_watch::on_ready(gint /*descriptor*/, GIOCondition /*conditio
     return G_SOURCE_CONTINUE;
 }
 
-file_watch::file_watch(std::function<void(const std::string&, const std::string&)> task)
-    : task_(std::move(task)), notify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+file_watch::file_watch(std::function<void(const std::string&, const std::string&)> task,
+                       touches touched)
+    : task_(std::move(task)),
+      events_wanted_(touched == touches::told ? watched_events | IN_ATTRIB : watched_events),
+      notify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
     events_.start(notify_, G_IO_IN, [this] { read_events(); });
 }
 
@@ -96,7 +99,7 @@ void file_watch::try_folders() {
         if (watched) {
             continue;
         }
-        const int number = inotify_add_watch(notify_, folder.c_str(), watched_events);
+        const int number = inotify_add_watch(notify_, folder.c_str(), events_wanted_);
         watched = number >= 0;
         all = all && watched;
         if (watched) {

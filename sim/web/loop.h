@@ -52,12 +52,17 @@ private:
     std::function<void()> task_;
 };
 
-// Calls with a folder and the name in it of each file that came, went, was written to or touched.
+// Whether a file that is only touched is told of: a picture of the panel is written through a
+// mapping, which tells nobody, and then its file is touched, thirty times a second.
+enum class touches { ignored, told };
+
+// Calls with a folder and the name in it of each file that came, went or was written to.
 // A folder that is missing, or goes, is looked for once a second.
 class file_watch {
 public:
     explicit file_watch(
-        std::function<void(const std::string& folder, const std::string& name)> task);
+        std::function<void(const std::string& folder, const std::string& name)> task,
+        touches touched = touches::ignored);
     file_watch(const file_watch&) = delete;
     file_watch& operator=(const file_watch&) = delete;
     ~file_watch();
@@ -69,6 +74,7 @@ private:
     void read_events();
 
     const std::function<void(const std::string&, const std::string&)> task_;
+    const unsigned events_wanted_; // as inotify has them
     int notify_;
     std::map<int, std::string> folders_; // by inotify's number
     std::map<std::string, bool> wanted_; // whether it is watched

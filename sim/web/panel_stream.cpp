@@ -23,7 +23,7 @@ glib_owner<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
     unsigned char* picture = nullptr;
     unsigned long size = 0;
     const int status =
-        tjCompress2(compressor, pixels.data(), PANEL_WIDTH, 0, PANEL_HEIGHT, TJPF_BGRX, &picture,
+        tjCompress2(compressor, pixels.data(), panel_width, 0, panel_height, TJPF_BGRX, &picture,
                     &size, TJSAMP_444, jpeg_quality, TJFLAG_FASTDCT);
     const std::unique_ptr<unsigned char, jpeg_release> owner(picture);
     return glib_owner<GBytes>(status == 0 ? g_bytes_new(picture, size) : nullptr);
@@ -38,7 +38,7 @@ struct panel_stream::viewer {
 };
 
 panel_stream::panel_stream(std::string devices)
-    : devices_(std::move(devices)), panel_(devices_ + "/fb0"), pixels_(PANEL_BYTES) {}
+    : devices_(std::move(devices)), panel_(devices_ + "/fb0"), pixels_(panel_bytes) {}
 
 panel_stream::~panel_stream() {
     for (const viewer& each : viewers_) {
@@ -55,12 +55,14 @@ void panel_stream::add(SoupWebsocketConnection* page) {
         return;
     }
     ++serial_; // nobody has looked for a while
-    watch_.emplace([this](const std::string& /*folder*/, const std::string& name) {
-        if (name == "fb0") {
-            ++serial_;
-            show_those_who_wait();
-        }
-    });
+    watch_.emplace(
+        [this](const std::string& /*folder*/, const std::string& name) {
+            if (name == "fb0") {
+                ++serial_;
+                show_those_who_wait();
+            }
+        },
+        touches::told);
     watch_->add(devices_);
 }
 

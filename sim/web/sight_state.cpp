@@ -34,7 +34,6 @@ constexpr const char* panel_display = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024
 constexpr const char* monitor_folder = "/sys/devices/soc0/soc/20e0000.hdmi_video";
 constexpr const char* monitor_cable = "/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state";
 constexpr const char* camera = "/dev/video0";
-constexpr const char* broker_socket = "/run/redis.sock";
 
 // The panel's units end here: full light.
 constexpr double luminance_max = 240.0;
@@ -100,11 +99,8 @@ void sight_state::shut() {
 }
 
 void sight_state::watch_files() {
-    watch_.emplace([this](const std::string& /*folder*/, const std::string& name) {
-        if (name != "fb0") { // touched with each picture
-            refresh();
-        }
-    });
+    watch_.emplace(
+        [this](const std::string& /*folder*/, const std::string& /*name*/) { refresh(); });
     for (const char* const folder :
          {core_folder, panel_folder, monitor_folder, "/dev", "/etc", "/run"}) {
         watch_->add(board_.path(folder));
@@ -209,7 +205,7 @@ void sight_state::add_sight(json& state) const {
 }
 
 void sight_state::add_board(json& state) const {
-    const bool has_broker = is_there(board_.path(broker_socket));
+    const bool has_broker = is_there(board_.broker_socket_path());
     const json level = number_in(panel_luminance);
     state["monitor"] = is_there(board_.path(monitor_cable));
     // The daemon connects when the sight is handed over, and not before.

@@ -174,8 +174,9 @@ void begin_upload(const context& server, SoupServerMessage* request, std::string
         refuse(request, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
         return;
     }
-    const std::string folder = server.behind.board.path(is_footage ? "/footage" : "/tmp");
-    keep_body(request, std::make_unique<upload>(folder));
+    const board_place& board = server.behind.board;
+    keep_body(request,
+              std::make_unique<upload>(is_footage ? board.footage_folder() : board.path("/tmp")));
 }
 
 // Before the body comes. A request that has a status by then is answered, and goes no further.

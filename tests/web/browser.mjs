@@ -3,6 +3,7 @@ import { chromium } from 'playwright-core';
 import { mkdirSync, readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
+import { PATIENCE_MS, until } from './bench.mjs';
 
 // Where pictures for the documentation go; none are taken without it.
 const PICTURES = process.env.VTRDC_PICTURES;
@@ -25,7 +26,7 @@ export async function openBrowser() {
 export async function openPage(browser, bench, complaints) {
     const context = await browser.newContext({ viewport: { width: 1440, height: 900 }, colorScheme: 'dark' });
     const page = await context.newPage();
-    page.setDefaultTimeout(30_000);
+    page.setDefaultTimeout(PATIENCE_MS);
     page.on('pageerror', (error) => complaints.push(error.stack));
     await page.goto(bench.address);
     await page.locator('body[data-link=up]').waitFor();
@@ -44,17 +45,12 @@ function readPanel(page) {
 
 /** Waits for a picture of which `test` is true; its light. */
 export async function pictureWhen(page, test) {
-    const end = Date.now() + 30_000;
-    for (;;) {
-        const light = await readPanel(page);
-        if (test(light)) {
-            return light;
-        }
-        if (Date.now() > end) {
-            throw new Error(`the picture never came: ${light}`);
-        }
-        await page.evaluate(() => new Promise(requestAnimationFrame));
-    }
+    let light = [];
+    await until('the picture', async () => {
+        light = await readPanel(page);
+        return test(light);
+    });
+    return light;
 }
 
 /** The mean difference of two pictures, 0 to 255. */

@@ -14,9 +14,6 @@
 
 namespace {
 
-// Far more than the longest reply, which is sent at once.
-constexpr std::size_t REPLY_SIZE = 65536;
-
 constexpr const char* NOT_A_REPLY = "what came is no reply of the daemon";
 
 // The reason is errno's, where a time-out looks like a call that would block.
@@ -35,17 +32,6 @@ void limit_waits(int fd, std::chrono::milliseconds timeout) {
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
-bool connect_to(int fd, const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        errno = ENAMETOOLONG;
-        return false;
-    }
-    path.copy(address.sun_path, path.size());
-    return connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-}
-
 // The text up to the next colon, which is taken off together with it.
 std::string_view take_field(std::string_view& text) {
     const std::size_t end = text.find(':');
@@ -58,6 +44,17 @@ std::string_view take_field(std::string_view& text) {
 }
 
 } // namespace
+
+bool connect_socket(int descriptor, const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    path.copy(address.sun_path, path.size());
+    return connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
 
 reply decode_reply(std::string_view text) {
     const std::string_view type = take_field(text);
@@ -72,7 +69,7 @@ reply decode_reply(std::string_view text) {
 connection::connection(const std::string& path, std::chrono::milliseconds timeout)
     : fd_{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)} {
     limit_waits(fd_, timeout);
-    if (!connect_to(fd_, path)) {
+    if (!connect_socket(fd_, path)) {
         const int reason = errno;
         close(fd_);
         errno = reason;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,12 @@ struct reply {
     bool has_data; // a reply may have none
     std::string data;
 };
+
+// Far more than the longest reply, which is sent at once.
+inline constexpr std::size_t REPLY_SIZE = 65536;
+
+// Connects a Unix stream socket to the one that listens at the path. False with errno set.
+[[nodiscard]] bool connect_socket(int descriptor, const std::string& path);
 
 // Takes a reply "type:command:data type:data" apart. A no_answer when it is something else.
 [[nodiscard]] reply decode_reply(std::string_view text);

@@ -2,8 +2,6 @@
 // control changes when the next state does, and one whose act failed goes back.
 import { el, icon, setText } from './dom.js';
 
-let nextId = 1;
-
 /** Where a group of controls says what its last act came to; failures only. */
 function answerPlace(group) {
     let place = group.querySelector(':scope > .answer');
@@ -137,7 +135,7 @@ export function action(link, { id, name, drawing = null, ask, keys = null }) {
 
 /** A button that opens the browser's choice of files. `accept` as in HTML; `onFile` gets the one chosen. */
 export function fileChoice({ id, name, accept, onFile }) {
-    const input = el('input', { type: 'file', id: id ?? `file-${nextId++}`, accept, className: 'unseen' });
+    const input = el('input', { type: 'file', id, accept, className: 'unseen' });
     input.addEventListener('change', () => {
         const [file] = input.files;
         input.value = ''; // the same file can be chosen again
