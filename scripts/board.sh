@@ -46,13 +46,49 @@ is_there() {
     [[ -e $1 || -L $1 ]]
 }
 
+# Prints the process id of a daemon that runs on this board, whatever started it; fails without one. It has
+# the folder in its environment, as the tools that it starts have, but also a file named vtrdc mapped:
+# even where its executable is an emulator, or valgrind, and when that file was built anew meanwhile.
+daemon_on_board() {
+    local environments environment
+    # Of processes that end meanwhile, or are somebody else's, it can't read them: that is no failure.
+    environments=$(grep -lzxF -- "VTRDC_SYSROOT=$board" /proc/[0-9]*/environ 2>/dev/null) || true
+    for environment in $environments; do
+        if grep -qE '/vtrdc( \(deleted\))?$' "${environment%/environ}/maps" 2>/dev/null; then
+            basename "${environment%/environ}"
+            return
+        fi
+    done
+    return 1
+}
+
+# Two daemons would draw on one panel and take each other's socket.
+refuse_board_in_use() {
+    local pid
+    ! pid=$(daemon_on_board) ||
+        die 1 "this board is in use: its daemon has process id $pid (another board: --board DIR)"
+}
+
+# Lets one at a time put files in place on this board, until the script ends.
+take_turns() {
+    local turn
+    exec {turn}<"$board"
+    flock "$turn"
+}
+
+# Sees to it that a file which is on its way to its place doesn't stay behind when something fails.
+remove_at_end() {
+    leftover=$1
+    trap 'rm -f -- "$leftover"' EXIT
+}
+
 # Renames NEW over OLD, which there is at any moment; what OLD was is kept with a number.
 replace_keeping() {
     local number=1
-    while is_there "$2.~$number~"; do
+    while is_there "$2" && ! ln -P -- "$2" "$2.~$number~" 2>/dev/null; do
+        is_there "$2.~$number~" || die 1 "$2 can't be kept with a number, and stays"
         number=$((number + 1))
     done
-    ! is_there "$2" || ln -P -- "$2" "$2.~$number~"
     mv -fT -- "$1" "$2"
 }
 
@@ -119,7 +155,14 @@ layout() {
     is_there "$camera.unplugged" || plug_camera
 }
 
+# Lets the thermal core forget what was asked of it: the sight powers it up along with the daemon, which
+# relies on its being at rest. A fault that somebody set stays.
+power_core_up() {
+    rm -f -- "$board"/var/lib/vtrcore/{zoom,pip,origin,nuc,shutter}
+}
+
 verb_camera() {
+    take_turns
     case $1 in
     on) plug_camera ;;
     off) unplug_camera ;;
@@ -127,22 +170,38 @@ verb_camera() {
     esac
 }
 
+# True when FILE is OTHER, or a link that leads there by way of others.
+leads_to() {
+    local file=$1 target
+    while [[ ${file##*/} != "${2##*/}" || ! ${file%/*} -ef ${2%/*} ]]; do
+        [[ -L $file ]] || return 1
+        IFS= read -r -d '' target < <(readlink -z -- "$file")
+        [[ $target == /* ]] || target=${file%/*}/$target
+        file=$target
+    done
+}
+
 # Where the cable is pulled it stays so: what was set aside is replaced.
 verb_footage() {
-    local file=$1 link shown=$camera
+    local file=$1 link shown=$camera passing=$board/dev/.video0.$$
+    take_turns
     [[ $file == */* || ! -r $board/footage/$file ]] || file=$board/footage/$file
+    [[ $file == */* ]] || file=./$file
     [[ -r $file && (-f $file || -c $file) ]] || die 1 "there is no footage $1 that can be read"
-    if [[ $(dirname -- "$file") -ef $board/footage ]]; then
-        link=../footage/$(basename -- "$file")
-    else
-        link=$(realpath -s -- "$file")
-    fi
     is_there "$camera" || shown=$camera.unplugged
-    ln -sfT -- "$link" "$board/dev/.video0.$$"
-    if [[ -s $shown && ! -L $shown ]]; then
-        replace_keeping "$board/dev/.video0.$$" "$shown" # somebody's own video
+    ! leads_to "$file" "$shown" || die 1 "$1 is the camera's own place, not footage"
+    if [[ ${file%/*} -ef $board/footage ]]; then
+        link=../footage/${file##*/}
     else
-        mv -fT -- "$board/dev/.video0.$$" "$shown"
+        IFS= read -r -d '' link < <(realpath -sz -- "$file")
+    fi
+    remove_at_end "$passing"
+    ln -sfT -- "$link" "$passing"
+    [[ -e $passing ]] || die 1 "there is no way from $board/dev to $link"
+    if [[ -s $shown && ! -L $shown ]]; then
+        replace_keeping "$passing" "$shown" # somebody's own video
+    else
+        mv -fT -- "$passing" "$shown"
     fi
 }
 
@@ -159,14 +218,16 @@ verb_core() {
 }
 
 verb_scene() {
-    local from=$1 scene new
+    local from=$1 scene passing
+    take_turns
     scene=$(configured_path qml_file "$STOCK_SCENE")
     [[ $from != stock ]] || from=$VTRDC_SOURCE_DIR/sim/board$STOCK_SCENE
     [[ -f $from && -r $from ]] || die 1 "there is no scene $1 that can be read"
     ! cmp -s -- "$from" "$scene" || return 0
-    new=$(dirname -- "$scene")/.scene.$$
-    cp -- "$from" "$new"
-    replace_keeping "$new" "$scene"
+    passing=$(dirname -- "$scene")/.scene.$$
+    remove_at_end "$passing"
+    cp --no-preserve=mode -- "$from" "$passing" # a page's upload is for its owner alone
+    replace_keeping "$passing" "$scene"
 }
 
 verb_hdmi() {

@@ -7,8 +7,12 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -87,7 +91,16 @@ TEST(BoardFolder, FootageIsShownAndOnesOwnKept) {
     EXPECT_EQ(read_text(camera), "");
     EXPECT_EQ(board.sim({"footage", "missing.avi"}), 1);
     EXPECT_EQ(board.sim({"footage", board.at("/footage")}), 1);
+    // The camera's own place, straight and by a detour: there would be nothing to show any more.
+    EXPECT_EQ(board.sim({"footage", camera}), 1);
+    fs::create_symlink("../dev/video0", board.at("/footage/detour"));
+    EXPECT_EQ(board.sim({"footage", "detour"}), 1);
     EXPECT_EQ(fs::read_symlink(camera), "../footage/drawn-scene");
+    for (const char* name : {"/footage/last\n", "/last\n"}) {
+        std::ofstream{board.at(name)} << name;
+        EXPECT_EQ(board.sim({"footage", board.at(name)}), 0);
+        EXPECT_EQ(read_text(camera), name);
+    }
 
     // A video that somebody put right there, and one from elsewhere while the cable is pulled.
     fs::remove(camera);
@@ -121,6 +134,55 @@ TEST(BoardFolder, ScenesAreReplacedAndTheOnesBeforeKept) {
     std::ofstream{board.at("/etc/vtrdc.conf")} << "qml_file=/opt/other.qml\n";
     EXPECT_EQ(board.sim({"scene", board.at("/own.qml")}), 0);
     EXPECT_EQ(read_text(board.at("/opt/other.qml")), "second");
+}
+
+// What stands beside the scene, by name, with its content.
+std::map<std::string, std::string> contents(const fs::path& folder) {
+    std::map<std::string, std::string> all;
+    for (const fs::directory_entry& each : fs::directory_iterator{folder}) {
+        if (each.is_regular_file()) {
+            all[each.path().filename()] = read_text(each.path());
+        }
+    }
+    return all;
+}
+
+TEST(BoardFolder, ScenesPutInPlaceAtTheSameTimeAreAllKept) {
+    const board board;
+    const fs::path scene = board.at("/opt/okr/osd_okr/qml/main.qml");
+    const std::size_t before = contents(scene.parent_path()).size();
+    constexpr int COUNT = 8;
+    std::set<std::string> expected{read_text(scene)};
+    std::vector<std::future<int>> calls;
+    for (int number = 0; number < COUNT; ++number) {
+        const fs::path own = board.at("/own" + std::to_string(number));
+        std::ofstream{own} << number;
+        fs::permissions(own, fs::perms::owner_read); // as a page's upload
+        expected.insert(std::to_string(number));
+        calls.push_back(std::async(std::launch::async, [&board, own] {
+            return board.sim({"scene", own});
+        }));
+    }
+    for (std::future<int>& call : calls) {
+        EXPECT_EQ(call.get(), 0);
+    }
+    const auto all = contents(scene.parent_path());
+    EXPECT_EQ(all.size(), before + COUNT);
+    for (const auto& [name, text] : all) {
+        expected.erase(text);
+    }
+    EXPECT_THAT(expected, testing::IsEmpty());
+    const mode_t mask = umask(0);
+    umask(mask);
+    EXPECT_EQ(fs::status(scene).permissions(), fs::perms{0666 & ~mask});
+}
+
+TEST(BoardFolder, SceneThatCannotBeReplacedLeavesNothingBehind) {
+    const board board;
+    std::ofstream{board.at("/etc/vtrdc.conf")} << "qml_file=/opt/scenes/folder\n";
+    fs::create_directories(board.at("/opt/scenes/folder"));
+    EXPECT_EQ(board.sim({"scene", "stock"}), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator{board.at("/opt/scenes")}, {}), 1);
 }
 
 TEST(ThermalCoreTool, KeepsStateAndWritesDownEachCall) {

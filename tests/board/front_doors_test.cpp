@@ -5,6 +5,7 @@
 #include "support/file_watch.h"
 #include "support/temp_folder.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 namespace fs = std::filesystem;
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -209,6 +211,11 @@ TEST_F(SimDoorTest, InstalledItBuildsNothingAndHasItsOwnName) {
     EXPECT_EQ(open_door("scripts/sim", {"--armhf"}, installed).status, 2);
     EXPECT_THAT(open_door("scripts/sim", {"--help"}, installed).output,
                 AllOf(HasSubstr("Usage: board-tool "), Not(HasSubstr("--no-build"))));
+    EXPECT_THAT(open_door("scripts/sim", {"dance"}, installed).output,
+                StartsWith("board-tool: unknown verb"));
+    make_program("build/vtrdc",
+                 "[ \"$*\" = -h ] && echo 'Controller ver:4.5.6(some name), rest'\n");
+    EXPECT_EQ(open_door("scripts/sim", {"--version"}, installed).output, "board-tool 4.5.6\n");
 }
 
 TEST_F(SimDoorTest, StartsThePageBesideTheDaemonWhoseWordsItKeeps) {
@@ -230,11 +237,54 @@ TEST_F(SimDoorTest, StartsThePageBesideTheDaemonWhoseWordsItKeeps) {
 }
 
 TEST_F(SimDoorTest, GoesOnWithoutAPageThatCannotBeServed) {
-    serve_page_with("echo 'all ports are taken' >&2\nexit 1");
+    serve_page_with("echo 'that port is taken' >&2\nexit 1");
     const outcome daemon = become_daemon_beside_page("tools " + at("b/usr/bin") + "\n");
     EXPECT_EQ(daemon.status, 7);
-    EXPECT_THAT(daemon.output, AllOf(HasSubstr("all ports are taken\n"), HasSubstr("options -v\n"),
-                                     Not(HasSubstr("page:"))));
+    EXPECT_THAT(daemon.output,
+                AllOf(HasSubstr("sim: that port is taken; the daemon runs without a page\n"),
+                      HasSubstr("options -v\n"), Not(HasSubstr("page:"))));
+}
+
+// The first is one of another build, whose program was built anew since.
+TEST_F(SimDoorTest, RefusesASecondDaemonBeforeItTouchesTheBoard) {
+    serve_page_with("echo http://127.0.0.1:9000/");
+    const std::string log = folder_.write("b/var/log/vtrdc.log", "of the first\n");
+    const std::string program = folder_.write("other-build/vtrdc", "");
+    fs::copy_file("/usr/bin/sleep", program, fs::copy_options::overwrite_existing);
+    fs::permissions(program, fs::perms::owner_all);
+    const auto on_this_board = environment_with({"VTRDC_SYSROOT=" + at("b")});
+    const pid_t first = spawn({program, "1000"}, on_this_board, at("first"));
+    const pid_t tool = spawn({"/usr/bin/sleep", "1000"}, on_this_board, at("tool"));
+    fs::remove(program);
+
+    const outcome second = open_door("scripts/sim", {"--no-build", "--board", at("b")});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(second.output, "sim: this board is in use: its daemon has process id " +
+                                 std::to_string(first) + " (another board: --board DIR)\n");
+    EXPECT_EQ(read_text(log), "of the first\n");
+    EXPECT_EQ(calls(), "");
+    EXPECT_FALSE(fs::exists(at("b/dev")));
+
+    kill(first, SIGKILL);
+    wait_for_exit(first, WAIT_LIMIT);
+    EXPECT_EQ(become_daemon({}).status, 7); // a tool that outlived its daemon is none
+    kill(tool, SIGKILL);
+    wait_for_exit(tool, WAIT_LIMIT);
+}
+
+TEST_F(SimDoorTest, PowersTheThermalCoreUpAndKeepsItsFault) {
+    for (const char* name : {"zoom", "pip", "nuc", "shutter", "fail"}) {
+        folder_.write(std::string{"b/var/lib/vtrcore/"} + name, "2\n");
+    }
+    folder_.write("b/var/lib/vtrcore/origin", "435 327\n");
+    EXPECT_EQ(open_door("scripts/sim", {"layout", "--board", at("b")}).status, 0);
+    EXPECT_EQ(read_text(at("b/var/lib/vtrcore/zoom")), "2\n"); // a daemon may be running
+    EXPECT_EQ(become_daemon({}).status, 7);
+    std::vector<std::string> left;
+    for (const fs::directory_entry& each : fs::directory_iterator{at("b/var/lib/vtrcore")}) {
+        left.push_back(each.path().filename());
+    }
+    EXPECT_THAT(left, ElementsAre("fail"));
 }
 
 TEST_F(SimDoorTest, LastWordsAreKeptWhenASignalReachesAllProcesses) {
@@ -269,6 +319,9 @@ TEST_F(SimDoorTest, RefusesWhatItCannotDo) {
         {"shot", "a.png", "b.png"},
         {"hdmi", "on", "--", "-v"},
         {"page", "--port", "x"},
+        {"page", "--port", "0"},
+        {"page", "--port=65536"},
+        {"page", "--port"},
         {"scene"},
         {"layout", "--board", at("a:b")},
         {"layout", "--board", "/"},
