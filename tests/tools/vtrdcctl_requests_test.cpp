@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <regex>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -103,7 +104,10 @@ TEST(VtrdcctlManualTest, DescribesTheCommandsInTheDaemonsWords) {
     for (const client_command& command : all_commands()) {
         entries += manual_entry(command);
     }
-    EXPECT_THAT(read_text(VTRDCCTL_MANUAL), HasSubstr(entries + ".SH SCRIPTS\n"));
+    // A paragraph more, on one line, says what the words leave out.
+    const std::string manual =
+        std::regex_replace(read_text(VTRDCCTL_MANUAL), std::regex{R"(\.IP\n.*\n)"}, "");
+    EXPECT_THAT(manual, HasSubstr(entries + ".SH SCRIPTS\n"));
 }
 
 } // namespace

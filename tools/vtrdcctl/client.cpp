@@ -13,6 +13,9 @@ namespace {
 // The daemon tells nobody when an output has ended, so there is nothing else to wait for.
 constexpr std::chrono::milliseconds RETRY_INTERVAL{100};
 
+// Most refused arguments leave nothing in the log.
+constexpr const char* NO_REASON = "failed without a reason; the daemon's log may have one";
+
 void print_json(const client_command& command, const reply& answer) {
     using nlohmann::ordered_json;
     ordered_json object;
@@ -25,7 +28,7 @@ void print_json(const client_command& command, const reply& answer) {
 
 void print_plain(const reply& answer, std::string_view subject) {
     if (!answer.is_done) {
-        complain(subject, answer.has_data ? answer.data : "failed; the daemon's log says more");
+        complain(subject, answer.has_data ? answer.data : NO_REASON);
     } else if (answer.has_data) {
         std::cout << answer.data << (answer.data.ends_with('\n') ? "" : "\n");
     }

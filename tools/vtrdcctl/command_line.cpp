@@ -13,7 +13,8 @@ constexpr double DAY_S = 86400.0;
 constexpr std::size_t HELP_COLUMN = 26;
 constexpr const char* STATUS_HELP =
     "\nExit status: 0 done, 1 error reply, 2 no daemon or no reply, "
-    "64 wrong usage, 74 answers not written.";
+    "64 wrong usage, 74 answers not written.\n"
+    "The commands are described in the daemon's words; vtrdcctl(1) says where these mislead.";
 
 std::string footer() {
     std::string text;
