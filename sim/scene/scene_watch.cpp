@@ -4,22 +4,21 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <filesystem>
 #include <utility>
+#include <vector>
 
 namespace sim {
 namespace {
 
 constexpr int settle_ms = 100;
 
-// The folders beside the file, and where it is a link, the one that it leads to.
-std::vector<std::string> other_folders(const QFileInfo& file) {
-    std::vector<std::string> all;
+// The file itself, for where it leads as a link, and the folders beside it.
+std::vector<std::filesystem::path> other_paths(const QFileInfo& file) {
+    std::vector<std::filesystem::path> all{file.absoluteFilePath().toStdString()};
     for (const QFileInfo& inner :
          file.absoluteDir().entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        all.push_back(inner.filePath().toStdString());
-    }
-    if (file.isSymLink() && file.exists()) {
-        all.push_back(QFileInfo(file.canonicalFilePath()).path().toStdString());
+        all.emplace_back(inner.filePath().toStdString());
     }
     return all;
 }
@@ -37,7 +36,7 @@ scene_watch::scene_watch(const QString& file, std::function<void()> on_change)
 void scene_watch::watch_folders() {
     const QFileInfo file(file_);
     notifier_.reset();
-    folders_.emplace(file.absolutePath().toStdString(), other_folders(file));
+    folders_.emplace(file.absolutePath().toStdString(), other_paths(file));
     notifier_ = std::make_unique<QSocketNotifier>(folders_->descriptor(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] {
         if (folders_->changed()) {
@@ -46,8 +45,8 @@ void scene_watch::watch_folders() {
     });
 }
 
-// Folders may have come or gone. They are watched before anything is read anew, so that no later
-// change is missed.
+// Folders beside the file may have come or gone. They are watched before anything is read anew, so
+// that no later change is missed.
 void scene_watch::tell() {
     watch_folders();
     on_change_();

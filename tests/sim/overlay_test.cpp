@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <string_view>
 
@@ -91,6 +92,15 @@ std::string part(const std::string& colour) {
     return "import QtQuick\nRectangle { width: 10; height: 10; color: '" + colour + "' }\n";
 }
 
+// Red, with a picture above it that may be missing.
+constexpr const char* scene_with_picture = R"(
+import QtQuick
+Rectangle {
+    width: 10; height: 10; color: "red"
+    Image { source: "pictures/blue.svg" }
+}
+)";
+
 std::atomic<int> pictures_rendered = 0;
 
 void count_picture(GstDebugCategory* category, GstDebugLevel, const gchar*, const gchar*, gint,
@@ -117,6 +127,93 @@ rgb pixel(const sample_owner& sample, int x, int y) {
 constexpr rgb white{255, 255, 255};
 constexpr rgb red{255, 0, 0};
 constexpr rgb blue{0, 0, 255};
+constexpr rgb green{0, 128, 0}; // as it is called
+
+// What becomes of a scene's folder, for the scene board/qml/main.qml.
+struct folder_change {
+    const char* name;
+    void (*before)(const temp_folder&); // makes a red scene, or none
+    void (*first)(const temp_folder&);  // leaves no scene to be shown; may be missing
+    void (*last)(const temp_folder&);   // makes the scene blue
+};
+
+void PrintTo(const folder_change& change, std::ostream* out) {
+    *out << change.name;
+}
+
+void write_scene(const temp_folder& in, const std::string& folder, const std::string& colour) {
+    in.write(folder + "/main.qml", part(colour));
+}
+void move(const temp_folder& in, const char* from, const char* to) {
+    std::filesystem::rename(in.path() / from, in.path() / to);
+}
+void link(const temp_folder& in, const char* target, const char* name) {
+    std::filesystem::create_directories((in.path() / name).parent_path());
+    std::filesystem::remove(in.path() / name);
+    std::filesystem::create_symlink(target, in.path() / name);
+}
+void write_red(const temp_folder& in) {
+    write_scene(in, "board/qml", "red");
+}
+void write_blue(const temp_folder& in) {
+    write_scene(in, "board/qml", "blue");
+}
+void link_red(const temp_folder& in) {
+    write_scene(in, "one", "red");
+    link(in, "../../one/main.qml", "board/qml/main.qml");
+}
+
+constexpr std::array folder_changes{
+    folder_change{"AwayForAWhile", write_red,
+                  [](const temp_folder& in) { move(in, "board/qml", "away"); },
+                  [](const temp_folder& in) {
+                      write_scene(in, "away", "blue");
+                      move(in, "away", "board/qml");
+                  }},
+    folder_change{"RemovedWithItsParentAndMadeAnew", write_red,
+                  [](const temp_folder& in) { std::filesystem::remove_all(in.path() / "board"); },
+                  write_blue},
+    folder_change{"MissingWithItsParentAtFirst", [](const temp_folder&) {}, nullptr, write_blue},
+    folder_change{"AnotherTakesItsPlace", write_red, nullptr,
+                  [](const temp_folder& in) {
+                      write_scene(in, "board/qml.new", "blue");
+                      move(in, "board/qml", "board/qml.old");
+                      move(in, "board/qml.new", "board/qml");
+                  }},
+    folder_change{"AnotherTakesItsParentsPlace", write_red, nullptr,
+                  [](const temp_folder& in) {
+                      write_scene(in, "board.new/qml", "blue");
+                      move(in, "board", "board.old");
+                      move(in, "board.new", "board");
+                  }},
+    folder_change{"LinkIsTurnedToAnother",
+                  [](const temp_folder& in) {
+                      write_scene(in, "one", "red");
+                      link(in, "../one", "board/qml");
+                  },
+                  nullptr,
+                  [](const temp_folder& in) {
+                      write_scene(in, "two", "blue");
+                      link(in, "../two", "board/qml");
+                  }},
+    folder_change{
+        "SceneIsALinkThatIsMadeAnew", link_red,
+        [](const temp_folder& in) { std::filesystem::remove(in.path() / "board/qml/main.qml"); },
+        [](const temp_folder& in) {
+            write_scene(in, "two", "blue");
+            link(in, "../../two/main.qml", "board/qml/main.qml");
+        }},
+    folder_change{"SceneIsALinkIntoOneThatAnotherReplaces", link_red, nullptr,
+                  [](const temp_folder& in) {
+                      write_scene(in, "two", "blue");
+                      move(in, "one", "old");
+                      move(in, "two", "one");
+                  }},
+    folder_change{
+        "AFolderIsMadeInIt",
+        [](const temp_folder& in) { in.write("board/qml/main.qml", scene_with_picture); }, nullptr,
+        [](const temp_folder& in) { in.write("board/qml/pictures/blue.svg", blue_drawing); }},
+};
 
 class OverlayTest : public GstTest {
 protected:
@@ -297,6 +394,46 @@ TEST_F(OverlayTest, SceneThatIsALinkIsWatchedWhereItLies) {
     pipeline.play();
     ASSERT_TRUE(wait_for_pixel(pipeline, 5, 5, red));
     save("own/scene.qml", part("#0000ff"));
+    EXPECT_TRUE(wait_for_pixel(pipeline, 5, 5, blue));
+}
+
+class OverlayFolderTest : public OverlayTest, public testing::WithParamInterface<folder_change> {};
+
+TEST_P(OverlayFolderTest, SceneIsFollowed) {
+    const folder_change& change = GetParam();
+    change.before(folder_);
+    const std::string file = folder_.path() / "board/qml/main.qml";
+    test_pipeline pipeline{over_white(file)};
+    pipeline.play();
+    if (std::filesystem::exists(file)) {
+        ASSERT_TRUE(wait_for_pixel(pipeline, 5, 5, red));
+    } else {
+        ASSERT_THAT(next_warning(pipeline), HasSubstr("main.qml"));
+    }
+    if (change.first != nullptr) {
+        change.first(folder_);
+        EXPECT_TRUE(wait_for_pixel(pipeline, 5, 5, white));
+    }
+    change.last(folder_);
+    EXPECT_TRUE(wait_for_pixel(pipeline, 5, 5, blue));
+    write_scene(folder_, "board/qml", "green");
+    EXPECT_TRUE(wait_for_pixel(pipeline, 5, 5, green)) << "edited afterwards";
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes, OverlayFolderTest, testing::ValuesIn(folder_changes),
+                         [](const auto& tested) { return std::string{tested.param.name}; });
+
+TEST_F(OverlayTest, SceneThatIsReadHalfWrittenIsReadAgain) {
+    test_pipeline pipeline{over_white(folder_.write("scene.qml", part("red")))};
+    pipeline.play();
+    ASSERT_TRUE(wait_for_pixel(pipeline, 5, 5, red));
+    const std::string text = part("blue");
+    std::ofstream file(folder_.path() / "scene.qml");
+    file << text.substr(0, text.size() / 2) << std::flush;
+    folder_.write("Other.qml", part("red"));
+    ASSERT_TRUE(wait_for_pixel(pipeline, 5, 5, white));
+    file << text.substr(text.size() / 2);
+    file.close();
     EXPECT_TRUE(wait_for_pixel(pipeline, 5, 5, blue));
 }
 
