@@ -50,13 +50,13 @@ constexpr blob blobs[] = {
 
 } // namespace
 
-footage::footage() : picture_(sensor_pixels, closed_grey) {}
+footage::footage(GstElement* camera) : camera_(camera), picture_(sensor_pixels, closed_grey) {}
 
 void footage::open(const std::string& path, GstClockTime time) {
     close();
     const footage_kind kind = kind_of(path);
     if (kind == footage_kind::unusable) {
-        GST_WARNING("%s is no footage, drawing a scene instead", path.c_str());
+        give_up(path.c_str());
     }
     live_ = kind == footage_kind::camera;
     if (live_ || kind == footage_kind::video) {
@@ -72,7 +72,7 @@ void footage::play(const std::string& path) {
     player_.reset(gst_parse_launch(description.c_str(), &problem));
     const gst_owner<GError> owned_problem(problem);
     if (!player_) {
-        GST_WARNING("can't play footage: %s", problem->message);
+        give_up(problem->message);
         return;
     }
     gst_object_ref_sink(player_.get());
@@ -122,7 +122,7 @@ void footage::pull_until(GstClockTime time) {
 
 void footage::begin_again(GstClockTime time) {
     if (has_failed()) {
-        GST_WARNING("the footage can't be played, drawing a scene instead");
+        give_up("it is no video that is known here");
         close();
     } else if (!live_ && gst_app_sink_is_eos(GST_APP_SINK(sink_.get())) != FALSE) {
         loop_start_ = time;
@@ -130,6 +130,11 @@ void footage::begin_again(GstClockTime time) {
             player_.get(), GST_FORMAT_TIME,
             static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_KEY_UNIT), 0);
     }
+}
+
+void footage::give_up(const char* why) {
+    GST_ELEMENT_WARNING(camera_, STREAM, WRONG_TYPE,
+                        ("The footage can't be played, a scene is drawn instead"), ("%s", why));
 }
 
 bool footage::has_failed() {

@@ -19,7 +19,8 @@ using grey_picture = std::span<const std::uint8_t, sensor_pixels>;
 
 class footage {
 public:
-    footage();
+    // The camera, borrowed, says on its bus when footage can't be played.
+    explicit footage(GstElement* camera);
     footage(const footage&) = delete;
     footage& operator=(const footage&) = delete;
     ~footage() { close(); }
@@ -43,6 +44,9 @@ private:
     void take(GstSample* sample);
     void draw_own_scene(GstClockTime time);
 
+    void give_up(const char* why);
+
+    GstElement* const camera_;
     gst_owner<GstElement> player_; // empty: the own scene
     gst_owner<GstElement> sink_;
     gst_owner<GstSample> next_; // decoded already, not due yet

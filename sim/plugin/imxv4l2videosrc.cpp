@@ -94,7 +94,7 @@ gboolean start(GstBaseSrc* base) noexcept {
     state.frame = 0;
     state.first_time = GST_CLOCK_TIME_NONE;
     state.shown = *shown;
-    state.footage.emplace().open(state.playing, 0);
+    state.footage.emplace(GST_ELEMENT(base)).open(state.playing, 0);
     state.core.emplace(sim::core_state_folder());
     return TRUE;
 }

@@ -18,14 +18,20 @@ struct gstrv_release {
     void operator()(gchar** words) const noexcept { g_strfreev(words); }
 };
 
+constexpr std::array<std::string_view, 3> buttons{"zoom", "nuc", "pol"};
+
 std::string text_in(const json& message, const char* key) {
     const auto found = message.find(key);
     return found != message.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
+// A usage_error when there is none.
 bool flag_in(const json& message, const char* key) {
     const auto found = message.find(key);
-    return found != message.end() && found->is_boolean() && found->get<bool>();
+    if (found == message.end() || !found->is_boolean()) {
+        throw usage_error{std::string("needs \"") + key + "\", true or false"};
+    }
+    return found->get<bool>();
 }
 
 // As a shell takes it apart; a usage_error when a quote is left open, or there is no word.
@@ -46,18 +52,19 @@ void act_command(const act_tools& tools, const json& message, const act_end& on_
     const std::vector<std::string> words = words_of(text_in(message, "line"));
     const client_command& command = find_command(words.front());
     const std::string request = request_for(command, std::span(words).subspan(1));
-    const bool hands_over = command.name == "disable_kbd";
-    tools.daemon.ask(request, [&state = tools.state, hands_over, on_end](const reply& answer) {
-        if (hands_over && answer.is_done) {
-            state.take_hand_over();
-        }
+    tools.daemon.ask(request, [on_end](const reply& answer) {
         const bool is_mute = !answer.is_done && answer.data.empty();
-        on_end(answer.is_done, is_mute ? "failed, the log may say why" : answer.data);
+        on_end(answer.is_done, is_mute ? NO_REASON : answer.data);
     });
 }
 
+// Whatever else a page says must not become an option of the verb.
 void act_press(const act_tools& tools, const json& message, const act_end& on_end) {
-    tools.door.run({"press", text_in(message, "button")}, on_end);
+    const std::string button = text_in(message, "button");
+    if (std::ranges::find(buttons, button) == buttons.end()) {
+        throw usage_error{"no such button"};
+    }
+    tools.door.run({"press", button}, on_end);
 }
 
 void act_camera(const act_tools& tools, const json& message, const act_end& on_end) {

@@ -15,7 +15,9 @@ namespace {
 // A recording that grows is written to all the time.
 constexpr std::chrono::milliseconds gathering{500};
 
-constexpr const char* camera = "/dev/video0";
+// The camera's video, while its cable is in and while it is not.
+constexpr const char* camera = "video0";
+constexpr const char* unplugged_camera = "video0.unplugged";
 
 std::string url_of(const char* kind, const std::string& name) {
     const glib_owner<gchar> escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
@@ -89,11 +91,19 @@ nlohmann::json board_lists::list_media() const {
 nlohmann::json board_lists::list_footage() const {
     const std::vector<std::string> names = board_place::names_in(board_.footage_folder());
     std::error_code failed;
-    const fs::path shown = fs::read_symlink(board_.path(camera), failed);
-    const bool is_choice = std::ranges::find(names, shown.filename().string()) != names.end();
+    const fs::path devices = board_.path("/dev");
+    fs::path shown = fs::read_symlink(devices / camera, failed);
+    if (failed) {
+        shown = fs::read_symlink(devices / unplugged_camera, failed);
+    }
+    const std::string name = shown.filename();
+    // A link that stands in the folder of devices starts there; a whole path doesn't.
+    const bool is_choice =
+        std::ranges::find(names, name) != names.end() &&
+        fs::equivalent(devices / shown.parent_path(), board_.footage_folder(), failed);
     return {{"type", "footage"},
             {"choices", names},
-            {"chosen", is_choice ? nlohmann::json(shown.filename().string()) : nlohmann::json()}};
+            {"chosen", is_choice ? nlohmann::json(name) : nlohmann::json()}};
 }
 
 } // namespace sim

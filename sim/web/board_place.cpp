@@ -7,6 +7,7 @@
 #include <cctype>
 #include <filesystem>
 #include <fstream>
+#include <glib.h>
 #include <sys/stat.h>
 #include <tuple>
 #include <utility>

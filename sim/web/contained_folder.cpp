@@ -5,7 +5,7 @@
 #include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <unistd.h>
+#include <utility>
 
 namespace sim {
 namespace {
@@ -22,25 +22,15 @@ int open_beneath(int folder, const std::string& path) {
 } // namespace
 
 contained_folder::contained_folder(const std::string& folder)
-    : descriptor_(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+    : folder_(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
 
-contained_folder::~contained_folder() {
-    if (descriptor_ >= 0) {
-        close(descriptor_);
-    }
-}
-
-glib_owner<GMappedFile> contained_folder::open_file(const std::string& path) const {
-    const int file = open_beneath(descriptor_, path);
-    if (file < 0) {
-        return nullptr;
-    }
+opened_file contained_folder::open_file(const std::string& path) const {
+    descriptor file(open_beneath(folder_.number(), path));
     struct stat status {};
-    const bool is_ordinary = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
-    glib_owner<GMappedFile> mapped(is_ordinary ? g_mapped_file_new_from_fd(file, FALSE, nullptr)
-                                               : nullptr);
-    close(file);
-    return mapped;
+    if (!file || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return {};
+    }
+    return {std::move(file), status.st_size};
 }
 
 } // namespace sim

@@ -1,11 +1,18 @@
 // A folder whose files can be opened by a path that comes from outside: no path leads out of it.
 #pragma once
 
-#include "glib_owners.h"
+#include "descriptor.h"
 
 #include <string>
+#include <sys/types.h>
 
 namespace sim {
+
+// An ordinary file, open for reading, and its size then. None: without a descriptor.
+struct opened_file {
+    descriptor file;
+    off_t bytes = 0;
+};
 
 class contained_folder {
 public:
@@ -13,14 +20,13 @@ public:
     explicit contained_folder(const std::string& folder);
     contained_folder(const contained_folder&) = delete;
     contained_folder& operator=(const contained_folder&) = delete;
-    ~contained_folder();
 
-    // The whole of an ordinary file, `path` relative to the folder. None when there is no such
-    // file, or when a link, or "..", leads out.
-    [[nodiscard]] glib_owner<GMappedFile> open_file(const std::string& path) const;
+    // `path` is relative to the folder. None when there is no such ordinary file, or when a link,
+    // or "..", leads out.
+    [[nodiscard]] opened_file open_file(const std::string& path) const;
 
 private:
-    int descriptor_;
+    const descriptor folder_;
 };
 
 } // namespace sim

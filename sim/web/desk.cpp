@@ -33,12 +33,8 @@ json hello(const std::string& board) {
             {"commands", commands}};
 }
 
-template <typename Lines> json log_message(bool is_fresh, const Lines& lines) {
-    json list = json::array();
-    for (const std::string& line : lines) {
-        list.push_back(line);
-    }
-    return {{"type", "log"}, {"fresh", is_fresh}, {"lines", std::move(list)}};
+json log_message(bool is_fresh, const std::deque<std::string>& lines) {
+    return {{"type", "log"}, {"fresh", is_fresh}, {"lines", lines}};
 }
 
 } // namespace
@@ -54,8 +50,7 @@ desk::desk(const desk_options& options)
                   }}),
       state_(board_, daemon_, stock_scene(options.page), [this] { pages_.tell(state_.message()); }),
       lists_(board_, [this](const json& list) { pages_.tell(list); }), panel_(board_.path("/dev")),
-      log_(options.log, [this](bool is_fresh,
-                               std::span<const std::string> lines) { take_log(is_fresh, lines); }),
+      log_(options.log, log_listeners()),
       server_(options.page,
               {.board = board_,
                .door = door_,
@@ -86,14 +81,19 @@ void desk::follow_board(bool has_pages) {
     }
 }
 
-void desk::take_log(bool is_fresh, std::span<const std::string> lines) {
-    if (is_fresh) {
-        facts_.reset();
-    }
-    for (const std::string& line : lines) {
-        take_line(facts_, line);
-    }
-    pages_.tell(log_message(is_fresh, lines));
+log_tail::listeners desk::log_listeners() {
+    return {.on_begin = [this] { facts_.reset(); },
+            .on_line = [this](std::string_view line) { take_line(facts_, line); },
+            .on_news =
+                [this](bool is_fresh, const std::deque<std::string>& lines) {
+                    take_facts();
+                    if (pages_.has_pages()) {
+                        pages_.tell(log_message(is_fresh, lines));
+                    }
+                }};
+}
+
+void desk::take_facts() {
     state_.take_facts(facts_);
     lists_.take_recording(facts_ && facts_->recording);
 }

@@ -14,7 +14,6 @@
 #include "web_server.h"
 
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -38,7 +37,8 @@ public:
 private:
     [[nodiscard]] std::vector<nlohmann::json> greeting() const;
     void follow_board(bool has_pages);
-    void take_log(bool is_fresh, std::span<const std::string> lines);
+    [[nodiscard]] log_tail::listeners log_listeners();
+    void take_facts();
 
     const board_place board_;
     const front_door door_;

@@ -11,7 +11,6 @@ struct glib_release {
     void operator()(GBytes* bytes) const noexcept { g_bytes_unref(bytes); }
     void operator()(GError* error) const noexcept { g_error_free(error); }
     void operator()(GMainLoop* loop) const noexcept { g_main_loop_unref(loop); }
-    void operator()(GMappedFile* file) const noexcept { g_mapped_file_unref(file); }
     void operator()(GSubprocess* process) const noexcept { g_object_unref(process); }
     void operator()(SoupServer* server) const noexcept { g_object_unref(server); }
     void operator()(SoupWebsocketConnection* connection) const noexcept {

@@ -23,9 +23,18 @@ constexpr std::array reactions = std::to_array<reaction>({
     {"Got EoS event on pipe 7", &log_facts::http_stream, false},
     {"Source Pipeline set to playing", &log_facts::camera_shown, true},
     {"Got EoS event on pipe 0", &log_facts::camera_shown, false},
+    // The daemon looks for the broker when the sight is handed over, and at no other time.
+    {"Connected to redis", &log_facts::handed_over, true},
+    {"Connected to redis", &log_facts::broker_connected, true},
+    {"Redis connect error", &log_facts::handed_over, true},
 });
 
 constexpr std::string_view first_message = "ver:";
+
+bool is_push_failure(std::string_view message) {
+    return message.starts_with("from element ") &&
+           message.find("http-sink") != std::string_view::npos;
+}
 
 // What follows "[LEVEL]: "; empty when the line is not the daemon's own.
 std::string_view message_of(std::string_view line) {
@@ -48,6 +57,7 @@ void take_line(std::optional<log_facts>& facts, std::string_view line) {
             (*facts).*each.fact = each.value;
         }
     }
+    facts->push_failures += is_push_failure(message) ? 1 : 0;
 }
 
 } // namespace sim

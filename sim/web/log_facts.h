@@ -1,5 +1,5 @@
-// What the daemon's log tells of the sight that no command does: which outputs run, and whether the
-// camera's picture is shown.
+// What the daemon's log tells of the sight that no command does: which outputs run, whether the
+// camera's picture is shown, and what came of a hand-over to an outside controller.
 #pragma once
 
 #include <optional>
@@ -12,6 +12,10 @@ struct log_facts {
     bool tcp_stream = false;
     bool http_stream = false;
     bool camera_shown = false;
+    bool handed_over = false;
+    bool broker_connected = false;
+    unsigned push_failures =
+        0; // of the HTTP push: attempts to reach its server that came to nothing
 
     bool operator==(const log_facts&) const = default;
 };

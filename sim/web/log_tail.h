@@ -1,42 +1,53 @@
 // Follows the daemon's log file as it grows, and keeps its last lines for pages that come later.
 #pragma once
 
+#include "descriptor.h"
 #include "loop.h"
 
 #include <deque>
 #include <filesystem>
 #include <functional>
-#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace sim {
 
 class log_tail {
 public:
-    // Lines that came, at most ten times a second. `is_fresh`: the file was begun anew, all lines
-    // of before are history.
-    using listener = std::function<void(bool is_fresh, std::span<const std::string> lines)>;
+    struct listeners {
+        // The file was begun anew: all lines of before are history.
+        std::function<void()> on_begin;
+        // Each line, in order.
+        std::function<void(std::string_view)> on_line;
+        // At most ten times a second, after lines came. `lines` are those since the last time; with
+        // `is_fresh` they are all there is to show, and take the place of what was shown before.
+        std::function<void(bool is_fresh, const std::deque<std::string>& lines)> on_news;
+    };
 
-    log_tail(std::filesystem::path path, listener on_lines);
+    log_tail(std::filesystem::path path, listeners told);
     log_tail(const log_tail&) = delete;
     log_tail& operator=(const log_tail&) = delete;
-    ~log_tail();
 
     [[nodiscard]] const std::deque<std::string>& last_lines() const { return last_lines_; }
 
 private:
-    void read_soon();
+    void read_soon(std::chrono::milliseconds after);
     void read_more();
-    [[nodiscard]] bool reopen_when_begun_anew();
-    void take_bytes(std::string_view bytes, std::vector<std::string>& lines);
+    void reopen_when_begun_anew();
+    [[nodiscard]] bool read_slice();
+    void take_bytes(std::string_view bytes);
+    void end_line();
+    void tell_news();
 
     const std::filesystem::path path_;
-    const listener on_lines_;
-    int file_ = -1;
+    const listeners told_;
+    descriptor file_;
     off_t position_ = 0;
     std::string unfinished_; // of a line, so far
     std::deque<std::string> last_lines_;
+    std::size_t untold_ = 0; // lines at the end of those
+    bool is_fresh_ = false;  // what is told next
     timer soon_;
     file_watch watch_;
 };

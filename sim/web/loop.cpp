@@ -78,14 +78,7 @@ file_watch::file_watch(std::function<void(const std::string&, const std::string&
     : task_(std::move(task)),
       events_wanted_(touched == touches::told ? watched_events | IN_ATTRIB : watched_events),
       notify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-    events_.start(notify_, G_IO_IN, [this] { read_events(); });
-}
-
-file_watch::~file_watch() {
-    events_.stop();
-    if (notify_ >= 0) {
-        close(notify_);
-    }
+    events_.start(notify_.number(), G_IO_IN, [this] { read_events(); });
 }
 
 void file_watch::add(const std::string& folder) {
@@ -99,7 +92,7 @@ void file_watch::try_folders() {
         if (watched) {
             continue;
         }
-        const int number = inotify_add_watch(notify_, folder.c_str(), events_wanted_);
+        const int number = inotify_add_watch(notify_.number(), folder.c_str(), events_wanted_);
         watched = number >= 0;
         all = all && watched;
         if (watched) {
@@ -115,7 +108,7 @@ void file_watch::try_folders() {
 void file_watch::read_events() {
     alignas(inotify_event) std::array<char, 16384> events{};
     for (;;) {
-        const ssize_t size = read(notify_, events.data(), events.size());
+        const ssize_t size = read(notify_.number(), events.data(), events.size());
         if (size <= 0) {
             return;
         }

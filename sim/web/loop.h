@@ -2,6 +2,8 @@
 // object lives; all are of the main thread.
 #pragma once
 
+#include "descriptor.h"
+
 #include <glib.h>
 
 #include <chrono>
@@ -65,7 +67,6 @@ public:
         touches touched = touches::ignored);
     file_watch(const file_watch&) = delete;
     file_watch& operator=(const file_watch&) = delete;
-    ~file_watch();
 
     void add(const std::string& folder);
 
@@ -75,7 +76,7 @@ private:
 
     const std::function<void(const std::string&, const std::string&)> task_;
     const unsigned events_wanted_; // as inotify has them
-    int notify_;
+    const descriptor notify_;
     std::map<int, std::string> folders_; // by inotify's number
     std::map<std::string, bool> wanted_; // whether it is watched
     descriptor_watch events_;

@@ -89,8 +89,19 @@ void write_report(bool is_served, const std::string& text) {
     }
 }
 
+// Each page takes two descriptors, each file that is sent one more. A server that has none left
+// takes nobody in again.
+void raise_descriptor_limit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
 int serve(const command_line& line, const report& tell) {
     setpriority(PRIO_PROCESS, 0, niceness);
+    raise_descriptor_limit();
     sim::desk desk{line.desk};
     std::string why;
     if (!listen(desk.server(), line.port, why)) {

@@ -30,6 +30,8 @@ public:
     // Serves this page until its connection closes.
     void add(SoupWebsocketConnection* page);
 
+    [[nodiscard]] bool has_pages() const { return !pages_.empty(); }
+
     // Tells all pages.
     void tell(const nlohmann::json& message) const;
 

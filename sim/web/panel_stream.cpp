@@ -94,7 +94,9 @@ void panel_stream::show_those_who_wait() {
         }
     }
     for (SoupWebsocketConnection* const page : pages) {
-        soup_websocket_connection_send_message(page, SOUP_WEBSOCKET_DATA_BINARY, picture());
+        if (soup_websocket_connection_get_state(page) == SOUP_WEBSOCKET_STATE_OPEN) {
+            soup_websocket_connection_send_message(page, SOUP_WEBSOCKET_DATA_BINARY, picture());
+        }
     }
 }
 

@@ -26,6 +26,10 @@ constexpr std::chrono::milliseconds gathering{40};
 // that stopped answering.
 constexpr std::chrono::seconds heartbeat_interval{5};
 
+// The push without a server is tried again thirty times a second: when nothing failed for this
+// long, it has found one.
+constexpr std::chrono::seconds push_patience{2};
+
 constexpr const char* core_folder = "/var/lib/vtrcore";
 constexpr const char* core_failure = "/var/lib/vtrcore/fail";
 constexpr const char* panel_folder = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024";
@@ -114,7 +118,18 @@ void sight_state::refresh() {
     }
 }
 
-void sight_state::take_facts(const std::optional<log_facts>& facts) {
+void sight_state::take_push_failures(unsigned count) {
+    if (std::exchange(push_failures_, count) == count || count == 0) {
+        return;
+    }
+    if (!push_fails_.is_waiting()) {
+        refresh();
+    }
+    push_fails_.once(push_patience, [this] { refresh(); });
+}
+
+void sight_state::take_facts(std::optional<log_facts> facts) {
+    take_push_failures(facts ? std::exchange(facts->push_failures, 0) : 0);
     // Lines that tell nothing new must not lead to a request, which a debug log has lines about.
     if (std::exchange(facts_, facts) != facts) {
         refresh();
@@ -123,11 +138,7 @@ void sight_state::take_facts(const std::optional<log_facts>& facts) {
 
 void sight_state::ask_daemon() {
     compose();
-    if (daemon_.presence() == daemon_presence::gone) {
-        is_handed_over_ = false;
-        return;
-    }
-    if (daemon_.presence() == daemon_presence::silent) {
+    if (daemon_.presence() != daemon_presence::up) {
         return; // it will be asked when it answers again
     }
     daemon_.ask("c:get_zoom:n:", [this](const reply& answer) { take_zoom(answer); });
@@ -166,14 +177,16 @@ void sight_state::compose() {
     }
 }
 
+// What was true of a daemon is not while there is none.
+json sight_state::fact(bool log_facts::*which) const {
+    return facts_ ? json(daemon_.presence() != daemon_presence::gone && (*facts_).*which) : json();
+}
+
 void sight_state::add_outputs(json& state) const {
-    const bool is_gone = daemon_.presence() == daemon_presence::gone;
-    const auto fact = [this, is_gone](bool log_facts::*which) {
-        return facts_ ? json(!is_gone && (*facts_).*which) : json();
-    };
     state["recording"] = fact(&log_facts::recording);
     state["tcp_stream"] = fact(&log_facts::tcp_stream);
     state["http_stream"] = fact(&log_facts::http_stream);
+    state["push_fails"] = push_fails_.is_waiting();
     state["camera"] = {{"plugged", is_there(board_.path(camera))},
                        {"shown", fact(&log_facts::camera_shown)}};
 }
@@ -193,6 +206,7 @@ void sight_state::add_sight(json& state) const {
     const std::optional<int> luminance = setting("luminance");
     state["zoom"] = {{"index", or_null(zoom)}, {"factor", value_at(zoom_values, zoom)}};
     state["pip"] = {{"on", flag("pip_mode")},
+                    {"index", is_pip ? or_null(factor_index_) : json()},
                     {"factor", is_pip ? value_at(pip_values, factor_index_) : json()}};
     state["luminance"] = {
         {"index", or_null(luminance)},
@@ -200,7 +214,7 @@ void sight_state::add_sight(json& state) const {
                                                  : std::optional<std::size_t>{})}};
     state["reticle"] = flag("reticle");
     state["dot"] = flag("red_dot");
-    state["handed_over"] = is_handed_over_;
+    state["handed_over"] = fact(&log_facts::handed_over);
     state["settings"] = settings_;
 }
 
@@ -208,8 +222,8 @@ void sight_state::add_board(json& state) const {
     const bool has_broker = is_there(board_.broker_socket_path());
     const json level = number_in(panel_luminance);
     state["monitor"] = is_there(board_.path(monitor_cable));
-    // The daemon connects when the sight is handed over, and not before.
-    state["broker"] = !has_broker ? "none" : is_handed_over_ ? "connected" : "there";
+    const bool is_connected = fact(&log_facts::broker_connected) == true;
+    state["broker"] = !has_broker ? "none" : is_connected ? "connected" : "there";
     state["core_fails"] = core_failure_status();
     const json light = level.is_null() ? json() : json(level.get<double>() / luminance_max);
     state["panel"] = {{"on", number_in(panel_display) != 0}, {"light", light}};

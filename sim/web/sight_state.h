@@ -30,19 +30,19 @@ public:
 
     // Looks anew, soon, if it follows the sight.
     void refresh();
-    void take_facts(const std::optional<log_facts>& facts);
-    // No command and no file tells of this; whoever asked for it does.
-    void take_hand_over() { is_handed_over_ = true; }
+    void take_facts(std::optional<log_facts> facts);
 
     // As the page's protocol has it: what isn't known is null.
     [[nodiscard]] const nlohmann::json& message() const { return state_; }
 
 private:
     void watch_files();
+    void take_push_failures(unsigned count);
     void ask_daemon();
     void take_zoom(const reply& answer);
     void take_settings(const reply& answer);
     void compose();
+    [[nodiscard]] nlohmann::json fact(bool log_facts::*which) const;
     void add_outputs(nlohmann::json& state) const;
     void add_sight(nlohmann::json& state) const;
     void add_board(nlohmann::json& state) const;
@@ -54,12 +54,13 @@ private:
     const std::string stock_scene_;
     const std::function<void()> on_change_;
     std::optional<log_facts> facts_;
+    unsigned push_failures_ = 0;
     std::optional<std::size_t> factor_index_;
     nlohmann::json settings_; // null until the daemon has told
-    bool is_handed_over_ = false;
     nlohmann::json state_;
     std::optional<file_watch> watch_;
     timer soon_;
+    timer push_fails_; // waits while it does
     timer heartbeat_;
 };
 

@@ -32,17 +32,14 @@ upload::upload(std::string folder)
     : folder_(std::move(folder)), path_(folder_ + "/.upload-XXXXXX") {
     std::error_code failed;
     fs::create_directories(folder_, failed);
-    file_ = mkostemp(path_.data(), O_CLOEXEC);
-    if (file_ < 0) {
+    file_ = descriptor(mkostemp(path_.data(), O_CLOEXEC));
+    if (!file_) {
         fail();
         path_.clear();
     }
 }
 
 upload::~upload() {
-    if (file_ >= 0) {
-        close(file_);
-    }
     if (!path_.empty()) {
         unlink(path_.c_str());
     }
@@ -56,7 +53,7 @@ void upload::fail() {
 
 void upload::add(const char* bytes, std::size_t size) {
     while (why_.empty() && size > 0) {
-        const ssize_t written = write(file_, bytes, size);
+        const ssize_t written = write(file_.number(), bytes, size);
         if (written < 0 && errno != EINTR) {
             fail();
         } else if (written > 0) {
@@ -67,7 +64,7 @@ void upload::add(const char* bytes, std::size_t size) {
 }
 
 std::string upload::keep_as(const std::string& name, std::string& why) {
-    if (why_.empty() && fchmod(file_, 0644) != 0) {
+    if (why_.empty() && fchmod(file_.number(), 0644) != 0) {
         fail();
     }
     for (int number = 1; why_.empty() && number < numbers; ++number) {

@@ -1,6 +1,8 @@
 // A file that comes with a request, kept in a folder under a passing name until it is whole.
 #pragma once
 
+#include "descriptor.h"
+
 #include <cstddef>
 #include <string>
 
@@ -31,7 +33,7 @@ private:
     const std::string folder_;
     std::string path_;
     std::string why_;
-    int file_ = -1;
+    descriptor file_;
 };
 
 } // namespace sim

@@ -1,6 +1,7 @@
 // The server that browsers speak to: on loopback only, for the page itself only.
 #include "web_server.h"
 
+#include "file_answer.h"
 #include "origins.h"
 #include "upload.h"
 
@@ -73,9 +74,7 @@ bool has_method(SoupServerMessage* request, std::string_view method) {
     return soup_server_message_get_method(request) == method;
 }
 
-// What still comes of the body is read and dropped.
 void refuse(SoupServerMessage* request, guint status) {
-    soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
     soup_server_message_set_status(request, status, nullptr);
 }
 
@@ -87,33 +86,26 @@ void answer(SoupServerMessage* request, guint status, bool is_done, const std::s
                                      body.size());
 }
 
-// The body is the file itself, mapped: the server sends the ranges that are asked for.
-void send_file(SoupServerMessage* request, glib_owner<GMappedFile> file, std::string_view name) {
+void send_file(SoupServerMessage* request, opened_file file, std::string_view name) {
     if (!has_method(request, "GET") && !has_method(request, "HEAD")) {
         refuse(request, SOUP_STATUS_METHOD_NOT_ALLOWED);
-        return;
-    }
-    if (!file) {
+    } else if (!file.file) {
         refuse(request, SOUP_STATUS_NOT_FOUND);
-        return;
+    } else {
+        answer_with_file(request, std::move(file), content_type_of(name));
     }
-    SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
-    soup_message_headers_replace(headers, "Content-Type", content_type_of(name));
-    soup_message_headers_replace(headers, "Accept-Ranges", "bytes");
-    const glib_owner<GBytes> bytes(g_mapped_file_get_bytes(file.get()));
-    soup_message_body_append_bytes(soup_server_message_get_response_body(request), bytes.get());
-    soup_server_message_set_status(request, SOUP_STATUS_OK, nullptr);
 }
 
-// Runs a verb with a file, and answers the request when it has ended.
+// Runs a verb with a file, and answers the request when it has ended; `note` when that went well.
 void run_and_answer(SoupServerMessage* request, const front_door& door,
-                    const std::vector<std::string>& words) {
+                    const std::vector<std::string>& words, const std::string& note) {
     soup_server_message_pause(request);
     const std::shared_ptr<SoupServerMessage> waiting(
         static_cast<SoupServerMessage*>(g_object_ref(request)),
         [](SoupServerMessage* each) { g_object_unref(each); });
-    door.run(words, [waiting](bool is_done, const std::string& text) {
-        answer(waiting.get(), is_done ? SOUP_STATUS_OK : SOUP_STATUS_CONFLICT, is_done, text);
+    door.run(words, [waiting, note](bool is_done, const std::string& text) {
+        answer(waiting.get(), is_done ? SOUP_STATUS_OK : SOUP_STATUS_CONFLICT, is_done,
+               is_done ? note : text);
         soup_server_message_unpause(waiting.get());
     });
 }
@@ -134,7 +126,6 @@ void keep_body(SoupServerMessage* request, std::unique_ptr<upload> file) {
         std::default_delete<upload>()(static_cast<upload*>(data));
     };
     g_object_set_data_full(G_OBJECT(request), upload_key, file.release(), drop);
-    soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
     g_signal_connect(request, "got-chunk", G_CALLBACK(on_chunk), nullptr);
 }
 
@@ -170,7 +161,9 @@ void begin_upload(const context& server, SoupServerMessage* request, std::string
         refuse(request, SOUP_STATUS_LENGTH_REQUIRED);
         return;
     }
-    if (soup_message_headers_get_content_length(headers) > (is_footage ? footage_max : scene_max)) {
+    // One that is no number, or beyond all numbers, comes as a negative one.
+    const goffset length = soup_message_headers_get_content_length(headers);
+    if (length < 0 || length > (is_footage ? footage_max : scene_max)) {
         refuse(request, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
         return;
     }
@@ -181,6 +174,8 @@ void begin_upload(const context& server, SoupServerMessage* request, std::string
 
 // Before the body comes. A request that has a status by then is answered, and goes no further.
 void begin(const context& server, SoupServerMessage* request, std::string_view path) {
+    // What nobody takes of a body is read and dropped.
+    soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
     SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
     for (const header& each : safety_headers) {
         soup_message_headers_replace(headers, each.name, each.value);
@@ -194,20 +189,22 @@ void begin(const context& server, SoupServerMessage* request, std::string_view p
 
 void serve_page(const context& server, SoupServerMessage* request, std::string_view path) {
     const std::string name{path == "/" ? "index.html" : path.substr(1)};
-    send_file(request, is_plain_name(name) ? server.page.open_file(name) : nullptr, name);
+    send_file(request, is_plain_name(name) ? server.page.open_file(name) : opened_file{}, name);
 }
 
 void serve_media(const context& server, SoupServerMessage* request, std::string_view path) {
     const board_place& board = server.behind.board;
     const std::string below{path.substr(std::min(path.size(), media_path.size()))};
-    const std::string folder = board.media_folder().substr(board.folder().size() + 1);
+    std::string folder = board.media_folder().substr(board.folder().size());
+    folder.erase(0, folder.find_first_not_of('/'));
     const bool is_kind = below.starts_with("video/") || below.starts_with("image/");
     const char* const query = g_uri_get_query(soup_server_message_get_uri(request));
     if (query != nullptr && std::string_view(query) == "download") {
         soup_message_headers_replace(soup_server_message_get_response_headers(request),
                                      "Content-Disposition", "attachment");
     }
-    send_file(request, is_kind ? board.files().open_file(folder + "/" + below) : nullptr, below);
+    const std::string relative = folder.empty() ? below : folder + "/" + below;
+    send_file(request, is_kind ? board.files().open_file(relative) : opened_file{}, below);
 }
 
 void take_footage(const context& server, SoupServerMessage* request, std::string_view path) {
@@ -227,7 +224,9 @@ void take_footage(const context& server, SoupServerMessage* request, std::string
         answer(request, SOUP_STATUS_INSUFFICIENT_STORAGE, false, why);
         return;
     }
-    run_and_answer(request, server.behind.door, {"footage", kept});
+    const std::string kept_name = kept.substr(kept.rfind('/') + 1);
+    run_and_answer(request, server.behind.door, {"footage", kept},
+                   kept_name == name ? "" : "kept as " + kept_name);
 }
 
 void take_scene(const context& server, SoupServerMessage* request, std::string_view /*path*/) {
@@ -237,7 +236,7 @@ void take_scene(const context& server, SoupServerMessage* request, std::string_v
     } else if (!file->why_not().empty()) {
         answer(request, SOUP_STATUS_INSUFFICIENT_STORAGE, false, file->why_not());
     } else {
-        run_and_answer(request, server.behind.door, {"scene", file->path()});
+        run_and_answer(request, server.behind.door, {"scene", file->path()}, "");
     }
 }
 

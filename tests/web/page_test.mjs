@@ -1,7 +1,7 @@
 // The page as a person has it: looks, presses, types and drops, in a browser, with the real daemon.
 import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
-import { existsSync } from 'node:fs';
+import { appendFileSync, existsSync } from 'node:fs';
 import { Bench, until } from './bench.mjs';
 import { difference, hindrances, openBrowser, openPage, pictureWhen, takePicture } from './browser.mjs';
 
@@ -31,6 +31,10 @@ async function command(line) {
     await page.getByRole('combobox', { name: 'Command' }).fill(line);
     await page.keyboard.press('Enter');
 }
+
+// What the on-screen display was told under a key.
+const updates = (key) => bench.text('var/log/overlay.log').split('\n').filter((line) => line.includes(key));
+const lastUpdate = (key) => updates(key).at(-1) ?? '';
 
 // A scene that hides the camera's picture, through the choice of files.
 async function showScene(text) {
@@ -93,7 +97,9 @@ test('a recording plays in the page', async () => {
     await page.keyboard.press('Escape');
 });
 
-test('the camera is pulled: the no-input picture is seen, and the live view comes back', async () => {
+test('the camera is pulled: the no-input picture is seen, and the live view comes back as it was', async () => {
+    await page.getByRole('radio', { name: 'Red' }).check({ force: true });
+    await until('the display is told', () => lastUpdate('COLOR_HEX').includes('#cc2c24'));
     const live = await pictureWhen(page, () => true);
     const cable = page.getByRole('switch', { name: 'Camera cable' });
     await cable.click();
@@ -101,19 +107,25 @@ test('the camera is pulled: the no-input picture is seen, and the live view come
     await page.getByText('Input failed - showing no video indication').waitFor();
     const splash = await pictureWhen(page, (light) => difference(light, live) > OTHER_PICTURE);
     await takePicture(page, 'bench-no-input');
+    const before = updates('COLOR_HEX').length;
     await cable.click();
     await lamp('camera', 'not shown');
     await page.getByRole('button', { name: 'Start live view anew' }).click();
     await lamp('camera', 'live');
     await pictureWhen(page, (light) => difference(light, splash) > OTHER_PICTURE);
+    await until('the display is told again', () => updates('COLOR_HEX').length === before + 1);
+    assert.match(lastUpdate('COLOR_HEX'), /#cc2c24/);
 });
 
 test('the console completes, hints, and shows a bad command\'s error', async () => {
     const line = page.getByRole('combobox', { name: 'Command' });
-    await line.fill('get_zo');
-    await page.getByRole('option', { name: /get_zoom/ }).waitFor();
+    await line.fill('set_r');
+    await page.getByRole('option', { name: /set_reticle_src/ }).waitFor();
     await line.press('Tab');
-    assert.match(await line.inputValue(), /^get_zoom/);
+    assert.equal(await line.inputValue(), 'set_reticle_');
+    await line.fill('get_zo');
+    await line.press('Tab');
+    assert.equal(await line.inputValue(), 'get_zoom');
     await line.press('Enter');
     const transcript = page.getByRole('log', { name: 'Commands and answers' });
     await transcript.getByText('get_zoom').last().waitFor();
@@ -150,21 +162,71 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
     await lamp('monitor', 'none');
 });
 
-test('a scene and footage from outside are shown, and a broken scene is told of', async () => {
+test('a slider keeps what was set last, and what the sight says otherwise', async () => {
+    const volume = page.getByRole('slider', { name: 'Mic volume' });
+    const stored = () => /mic_volume=(.*)/.exec(bench.text('etc/vtrdc.conf'))?.[1];
+    await volume.focus();
+    for (const key of ['Home', ...Array(7).fill('ArrowRight')]) {
+        await volume.press(key);
+    }
+    await until('the last value is stored', () => existsSync(bench.at('etc/vtrdc.conf')) && stored() === '7');
+    assert.equal(await volume.inputValue(), '7');
+
+    const { x, y, width, height } = await volume.boundingBox();
+    await page.mouse.move(x + width / 2, y + height / 2);
+    await page.mouse.down();
+    await page.mouse.move(x + width / 4, y + height / 2);
+    await page.mouse.up();
+    await until('it was let go elsewhere', () => stored() !== '7');
+    const there = await volume.inputValue();
+    await page.mouse.down();
+    await page.mouse.move(x + width / 2, y + height / 2);
+    await page.mouse.move(x + width / 4, y + height / 2);
+    await page.mouse.up();
+    assert.equal(await volume.inputValue(), there);
+    await command('set_mic_volume 100');
+    await until('it follows the command', async () => await volume.inputValue() === '100');
+});
+
+test('a push without a server is no push that runs', async () => {
+    const push = page.getByRole('switch', { name: 'HTTP push' });
+    await push.click();
+    await lamp('http', 'no server');
+    await push.click();
+    await lamp('http', 'off');
+});
+
+test('a scene and footage from outside are shown, and what is broken is told of', async () => {
     const before = await pictureWhen(page, () => true);
+    const uploads = page.locator('#uploads');
     await showScene('color: "white"');
     await pictureWhen(page, (light) => light.every((each) => each > 240));
     await showScene('color: nonsense(');
-    await page.locator('#log-lines').getByText(/main\.qml:2/).first().waitFor();
+    await uploads.getByText(/test\.qml: .*main\.qml:2/).waitFor();
+    await page.getByRole('button', { name: 'Dismiss: test.qml' }).last().click();
     await page.getByRole('button', { name: /stock scene/i }).click();
     await pictureWhen(page, (light) => difference(light, before) < OTHER_PICTURE);
 
     await dropFile('own.avi', 'no video');
     await until('the camera sees it', () => bench.text('dev/video0') === 'no video');
+    await uploads.getByText(/own\.avi: .*can't be played/).waitFor();
     const choice = page.getByRole('combobox', { name: 'Footage' });
     await until('it is the choice', async () => await choice.inputValue() === 'own.avi');
+    await dropFile('own.avi', 'no video either');
+    await uploads.getByText('own-2.avi').waitFor();
     await dropFile('letter.txt', 'neither of the two');
     await page.getByText('is neither a video nor a .qml file').first().waitFor();
+});
+
+test('a long log is followed to its end', async () => {
+    const line = `${'Wed Nov 25 07:34:48 2026 [INFO]: something of little interest\n'.repeat(20_000)}`;
+    for (let part = 0; part < 10; ++part) {
+        appendFileSync(bench.at('var/log/vtrdc.log'), line);
+    }
+    appendFileSync(bench.at('var/log/vtrdc.log'), `${'x'.repeat(8192)}y\nand this is its end\n`);
+    await page.locator('#log-lines').getByText('and this is its end').waitFor();
+    await page.locator('#log-lines').getByText('y', { exact: true }).waitFor();
+    await lamp('camera', 'live'); // of a line that is long gone
 });
 
 test('nonsense from a page does the server no harm', async () => {
@@ -198,10 +260,16 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     bench.signal('SIGCONT');
     await page.locator('body[data-link=up]').waitFor();
 
+    const line = page.getByRole('combobox', { name: 'Command' });
+    await line.fill('get_');
     assert.equal(await bench.stop(), 0);
     await page.getByRole('status').filter({ hasText: 'scripts/sim' }).waitFor();
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isDisabled());
     await takePicture(page, 'bench-gone');
+    await page.keyboard.type('?'); // no key of the page's
+    assert.ok(await line.evaluate((node) => node === document.activeElement));
+    assert.equal(await line.inputValue(), 'get_');
+    assert.equal(await page.getByRole('dialog').count(), 0);
     await bench.start();
     await lamp('camera', 'live');
     await page.locator('body[data-link=up]').waitFor();

@@ -1,8 +1,9 @@
 // The server of the page as whoever wants in from outside sees it.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { mkdirSync, readFileSync, symlinkSync, writeFileSync } from 'node:fs';
-import { request } from 'node:http';
+import { existsSync, mkdirSync, readFileSync, rmSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
+import { get, request } from 'node:http';
+import { connect } from 'node:net';
 import { Bench, until } from './bench.mjs';
 
 const bench = new Bench();
@@ -25,6 +26,18 @@ function ask(path, { method = 'GET', headers = {}, body = null } = {}) {
             }));
         });
         asked.end(body);
+    });
+}
+
+// Bytes as they stand, and the end of what is said; what comes back.
+function send(text) {
+    const { hostname, port } = new URL(bench.address);
+    return new Promise((resolve, reject) => {
+        const parts = [];
+        const socket = connect(Number(port), hostname, () => socket.end(text));
+        socket.on('data', (part) => parts.push(part));
+        socket.on('error', reject);
+        socket.on('close', () => resolve(Buffer.concat(parts).toString()));
     });
 }
 
@@ -92,18 +105,55 @@ test('no path leads out of the board or the page', async () => {
 
 test('a part of a recording is sent as a part', async () => {
     writeFileSync(bench.at('media/video/parts.mp4'), '0123456789');
-    const part = await ask('/media/video/parts.mp4', { headers: { Range: 'bytes=3-5' } });
-    assert.equal(part.status, 206);
-    assert.equal(part.body.toString(), '345');
+    for (const [range, status, body, content] of [
+        ['bytes=3-5', 206, '345', 'bytes 3-5/10'],
+        ['bytes=8-', 206, '89', 'bytes 8-9/10'],
+        ['bytes=8-99', 206, '89', 'bytes 8-9/10'],
+        ['bytes=-4', 206, '6789', 'bytes 6-9/10'],
+        ['bytes=-99', 206, '0123456789', 'bytes 0-9/10'],
+        ['bytes=10-12', 416, '', 'bytes */10'],
+        ['bytes=0-1,4-5', 200, '0123456789', undefined],
+        ['lines=1-2', 200, '0123456789', undefined],
+    ]) {
+        const answer = await ask('/media/video/parts.mp4', { headers: { Range: range } });
+        assert.deepEqual([answer.status, answer.body.toString(), answer.headers['content-range']],
+            [status, body, content], range);
+    }
+    const head = await ask('/media/video/parts.mp4', { method: 'HEAD' });
+    assert.deepEqual([head.status, head.headers['content-length']], [200, '10']);
     const download = await ask('/media/video/parts.mp4?download');
     assert.match(download.headers['content-disposition'], /^attachment/);
     assert.equal((await ask('/media/video/parts.mp4', { method: 'POST', body: 'x' })).status, 405);
 });
 
+test('a recording that is cut short while it is sent ends the connection, and nothing else', async () => {
+    const file = bench.at('media/video/cut.mp4');
+    writeFileSync(file, '');
+    truncateSync(file, 256 * 1024 * 1024); // more than sockets hold
+    await assert.rejects(new Promise((resolve, reject) => {
+        get(`${bench.address}media/video/cut.mp4`, (answer) => {
+            answer.once('data', () => truncateSync(file, 1));
+            answer.on('error', reject);
+            answer.on('end', resolve);
+        });
+    }), { code: 'ECONNRESET' });
+    assert.equal((await ask('/')).status, 200);
+});
+
+test('a media folder that is the board itself is served as well', async () => {
+    mkdirSync(bench.at('video'));
+    writeFileSync(bench.at('video/here.mp4'), 'here');
+    for (const folder of ['/', '']) {
+        writeFileSync(bench.at('etc/vtrdc.conf'), `media_path=${folder}\n`);
+        assert.equal((await ask('/media/video/here.mp4')).body.toString(), 'here');
+    }
+    rmSync(bench.at('etc/vtrdc.conf'));
+});
+
 test('uploads are kept beside each other, and bad ones refused', async () => {
     const footage = (name, body) => ask(`/footage/${name}`, { method: 'POST', body });
     assert.equal((await footage('own.avi', 'first')).status, 200);
-    assert.equal((await footage('own.avi', 'second')).status, 200);
+    assert.match((await footage('own.avi', 'second')).body.toString(), /kept as own-2\.avi/);
     assert.equal(bench.text('footage/own.avi'), 'first');
     assert.equal(bench.text('footage/own-2.avi'), 'second');
     assert.equal(bench.text('dev/video0'), 'second');
@@ -119,6 +169,13 @@ test('uploads are kept beside each other, and bad ones refused', async () => {
         method: 'POST', headers: { 'Transfer-Encoding': 'chunked' }, body: 'without an end',
     });
     assert.equal(endless.status, 411);
+    for (const length of ['-1', '9223372036854775808', '18446744073709551615', '5x']) {
+        const answer = await send(
+            `POST /footage/odd.avi HTTP/1.1\r\nHost: ${new URL(bench.address).host}\r\n` +
+            `Content-Length: ${length}\r\n\r\nhello`);
+        assert.doesNotMatch(answer, /^HTTP\/1.1 2/, length);
+    }
+    assert.equal(existsSync(bench.at('footage/odd.avi')), false);
 });
 
 test('a scene from outside takes the place of the one before, which is kept', async () => {

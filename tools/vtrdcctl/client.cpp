@@ -13,9 +13,6 @@ namespace {
 // The daemon tells nobody when an output has ended, so there is nothing else to wait for.
 constexpr std::chrono::milliseconds RETRY_INTERVAL{100};
 
-// Most refused arguments leave nothing in the log.
-constexpr const char* NO_REASON = "failed without a reason; the daemon's log may have one";
-
 void print_json(const client_command& command, const reply& answer) {
     using nlohmann::ordered_json;
     ordered_json object;

@@ -12,6 +12,9 @@ enum exit_status : int {
     STATUS_OUTPUT_LOST = 74 // answers could not be written
 };
 
+// For an error reply without a text. Most refused arguments leave nothing in the log either.
+inline constexpr const char* NO_REASON = "failed without a reason; the daemon's log may have one";
+
 // Nothing was sent, because the daemon would take it for something else.
 class usage_error : public std::runtime_error {
 public:

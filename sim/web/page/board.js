@@ -1,6 +1,6 @@
 // Acts on the board: cables, a failing thermal core, what the camera sees, the scene on the display.
 import { byId, el, setText } from './dom.js';
-import { action, fileChoice, perform, toggle } from './fields.js';
+import { action, fileChoice, follow, set, toggle } from './fields.js';
 import { sendFootage, sendScene } from './upload.js';
 
 function plugs(link) {
@@ -23,7 +23,7 @@ function plugs(link) {
 
 function footage(link) {
     const select = el('select', { id: 'footage-choice', 'aria-label': 'Footage' });
-    select.addEventListener('change', () => perform(link, select, { act: 'footage', name: select.value }));
+    select.addEventListener('change', () => set(link, select, { act: 'footage', name: select.value }));
     let last = { choices: [], chosen: null };
     const show = () => {
         const other = last.chosen === null ? [el('option', { value: '', disabled: true }, 'another')] : [];
@@ -34,7 +34,7 @@ function footage(link) {
         last = now;
         show();
     });
-    link.on('state', () => {
+    follow(link, select, () => {
         select.value = last.chosen ?? '';
     });
     byId('footage').append(

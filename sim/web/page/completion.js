@@ -16,6 +16,11 @@ export function explain({ arguments: count, help }) {
     return { needs, text, marks: [...marks].map((mark) => MARKS[mark]) };
 }
 
+function commonBegin(one, other) {
+    const end = [...one].findIndex((letter, index) => letter !== other[index]);
+    return end < 0 ? one : one.slice(0, end);
+}
+
 function option(command, index) {
     const { needs, text } = explain(command);
     return el('li', { role: 'option', id: `command-${index}`, 'aria-selected': 'false' },
@@ -53,9 +58,13 @@ export class Completion {
         return this.#shown[this.#active]?.name ?? null;
     }
 
-    /** What Tab completes to: the chosen, else the first. */
-    get best() {
-        return this.chosen ?? this.#shown[0]?.name ?? null;
+    /** What follows from what is typed: the chosen or only command, else null and what all begin with. */
+    wayOn(typed) {
+        const names = this.#shown.map(({ name }) => name);
+        const begins = names.filter((name) => name.startsWith(typed));
+        const left = begins.length > 0 ? begins : names;
+        const name = this.chosen ?? (left.length === 1 ? left[0] : null);
+        return { name, begin: begins.length > 0 ? begins.reduce(commonBegin) : typed };
     }
 
     /** Shows the commands that begin with what is typed, then those that hold it. */

@@ -87,10 +87,13 @@ class Console {
     }
 
     #take(event) {
+        if (this.#input.readOnly) {
+            return;
+        }
         const handle = {
             ArrowDown: () => this.#arrow(1, event.altKey),
             ArrowUp: () => this.#arrow(-1, event.altKey),
-            Tab: () => !event.shiftKey && this.#complete(this.#completion.best),
+            Tab: () => !event.shiftKey && this.#tab(),
             Enter: () => this.#complete(this.#completion.chosen),
             Escape: () => this.#escape(),
         }[event.key];
@@ -114,6 +117,21 @@ class Console {
         return true;
     }
 
+    /** As in a shell: as far as it is the only way on. */
+    #tab() {
+        if (!this.#completion.isOpen) {
+            return false;
+        }
+        const { name, begin } = this.#completion.wayOn(this.#input.value);
+        if (name !== null) {
+            this.#accept(name);
+        } else {
+            this.#input.value = begin;
+            this.#suggest();
+        }
+        return true;
+    }
+
     #complete(name) {
         if (!this.#completion.isOpen || name === null) {
             return false;
@@ -132,7 +150,7 @@ class Console {
 
     #send() {
         const line = this.#input.value.trim();
-        if (line !== '') {
+        if (line !== '' && !this.#input.readOnly) {
             this.#history.add(line);
             this.#write('');
             this.#link.act(command(line));

@@ -1,5 +1,6 @@
 // The controls' building blocks. Each shows what the sight says, never what was only asked for: a
-// control changes when the next state does, and one whose act failed goes back.
+// control changes when the next state does, and one whose act failed goes back. One that a value is
+// set with shows that value while it is held or its act is on its way.
 import { el, icon, setText } from './dom.js';
 
 /** Where a group of controls says what its last act came to; failures only. */
@@ -12,22 +13,69 @@ function answerPlace(group) {
     return place;
 }
 
-/**
- * Performs an act for a control: busy until the answer is there. A failure is shown in the control's
- * group (the transcript reads it out), and all controls show the last known state again.
- */
-export async function perform(link, control, message) {
-    if (control.getAttribute('aria-busy') === 'true') {
-        return;
-    }
-    const place = answerPlace(control.closest('fieldset'));
-    control.setAttribute('aria-busy', 'true');
-    const { ok, text } = await link.act(message);
-    control.removeAttribute('aria-busy');
-    setText(place, ok ? '' : text || 'failed');
-    if (!ok && link.state !== null) {
+const isBusy = (control) => control.getAttribute('aria-busy') === 'true';
+
+function showStateAgain(link) {
+    if (link.state !== null) {
         link.tell('state', link.state);
     }
+}
+
+/** True when it went well. A failure is shown in the control's group; the transcript reads it out. */
+async function actFor(link, control, message) {
+    const { ok, text } = await link.act(message);
+    setText(answerPlace(control.closest('fieldset')), ok ? '' : text || 'failed');
+    return ok;
+}
+
+/**
+ * Performs an act for a button or switch: busy until the answer is there, and deaf meanwhile. After
+ * a failure all controls show the last known state again.
+ */
+export async function perform(link, control, message) {
+    if (isBusy(control)) {
+        return;
+    }
+    control.setAttribute('aria-busy', 'true');
+    const ok = await actFor(link, control, message);
+    control.removeAttribute('aria-busy');
+    if (!ok) {
+        showStateAgain(link);
+    }
+}
+
+// A state that tells of a change comes a moment after the answer; one that is late by more than
+// this tells that there was none.
+const SETTLE_MS = 1000;
+
+/** The act that each control wants next; null when it only waits for an answer. */
+const wanted = new WeakMap();
+
+/** Performs an act for a control with a value. Of values that are set meanwhile the last is sent. */
+export async function set(link, control, message) {
+    const wasBusy = isBusy(control);
+    wanted.set(control, message);
+    if (wasBusy) {
+        return;
+    }
+    control.setAttribute('aria-busy', 'true');
+    let ok = true;
+    while (wanted.get(control) !== null) {
+        const next = wanted.get(control);
+        wanted.set(control, null);
+        ok = await actFor(link, control, next);
+    }
+    control.removeAttribute('aria-busy');
+    setTimeout(() => showStateAgain(link), ok ? SETTLE_MS : 0);
+}
+
+/** Has a control with a value show each state, unless it is held or its act is on its way. */
+export function follow(link, control, show, isHeld = () => false) {
+    link.on('state', (state) => {
+        if (!isHeld() && !isBusy(control)) {
+            show(state);
+        }
+    });
 }
 
 export const command = (line) => ({ act: 'command', line });
@@ -73,8 +121,8 @@ export function choice(link, { id, name, choices, read, ask, className = '' }) {
         return el('label', { title: text }, input, face);
     });
     const row = el('div', { className: `choice ${className}`, id, role: 'radiogroup', 'aria-label': name }, ...keys);
-    row.addEventListener('change', ({ target }) => perform(link, row, ask(Number(target.value))));
-    link.on('state', (state) => {
+    row.addEventListener('change', ({ target }) => set(link, row, ask(Number(target.value))));
+    follow(link, row, (state) => {
         const chosen = read(state);
         inputs.forEach((input, index) => {
             input.checked = index === chosen;
@@ -88,15 +136,15 @@ export function choice(link, { id, name, choices, read, ask, className = '' }) {
 export function list(link, { id, name, choices, read, ask }) {
     const select = el('select', { id },
         ...choices.map((text, index) => el('option', { value: String(index) }, text)));
-    select.addEventListener('change', () => perform(link, select, ask(Number(select.value))));
-    link.on('state', (state) => {
+    select.addEventListener('change', () => set(link, select, ask(Number(select.value))));
+    follow(link, select, (state) => {
         const chosen = read(state);
         select.value = chosen === null ? '' : String(chosen);
     });
     return el('div', { className: 'control' }, el('label', { className: 'control-name', htmlFor: id }, name), select);
 }
 
-/** A number from a range; it is sent when it is let go. A state that comes meanwhile waits. */
+/** A number from a range; it is sent when it is let go. */
 export function slider(link, { id, name, max, step, read, ask, text }) {
     const input = el('input', { type: 'range', id, min: '0', max: String(max), step: String(step), value: '0' });
     const shown = el('output', { className: 'number', htmlFor: id }, '--');
@@ -111,15 +159,25 @@ export function slider(link, { id, name, max, step, read, ask, text }) {
     });
     input.addEventListener('change', () => {
         isHeld = false;
-        perform(link, input, ask(Number(input.value)));
+        set(link, input, ask(Number(input.value)));
     });
-    link.on('state', (state) => {
+    // One that is let go where it was taken up has not changed.
+    const letGo = () => setTimeout(() => {
+        if (isHeld) {
+            isHeld = false;
+            showStateAgain(link);
+        }
+    });
+    for (const end of ['pointerup', 'pointercancel', 'keyup', 'blur']) {
+        input.addEventListener(end, letGo);
+    }
+    follow(link, input, (state) => {
         const value = read(state);
-        if (value !== null && !isHeld) {
+        if (value !== null) {
             input.value = String(value);
             showText();
         }
-    });
+    }, () => isHeld);
     return el('div', { className: 'control' },
         el('label', { className: 'control-name', htmlFor: id }, name),
         el('div', { className: 'slider' }, input, shown));

@@ -21,6 +21,12 @@ function output(isOn, address) {
     return isOn ? { ...lamp, text: shortAddress(address) || 'on', title: address } : lamp;
 }
 
+/** Without a server at its address it goes on trying. */
+function push(state) {
+    const lamp = output(state.http_stream, httpAddress(state));
+    return state.http_stream && state.push_fails ? { ...lamp, tone: 'warn', text: 'no server' } : lamp;
+}
+
 function luminance({ luminance: { index, level } }) {
     return level === null ? UNKNOWN
         : { tone: 'on', text: `${level}  ${index + 1}/${LUMINANCE_LEVELS.length}` };
@@ -54,10 +60,14 @@ function recording(state, began) {
         : onOff(state.recording, 'record');
 }
 
+function handedOver({ handed_over: flag }) {
+    return flag === null ? UNKNOWN : flag ? { tone: 'warn', text: 'yes' } : { tone: 'off', text: 'no' };
+}
+
 const LAMPS = [
     { id: 'recording', name: 'Recording', read: recording },
     { id: 'tcp', name: 'TCP stream', read: (state) => output(state.tcp_stream, tcpAddress(state)) },
-    { id: 'http', name: 'HTTP push', read: (state) => output(state.http_stream, httpAddress(state)) },
+    { id: 'http', name: 'HTTP push', read: push },
     { id: 'zoom', name: 'Zoom', read: zoom },
     { id: 'pip', name: 'PIP', read: inset },
     { id: 'luminance', name: 'Luminance', read: luminance },
@@ -68,7 +78,7 @@ const LAMPS = [
         read: ({ monitor }) => (monitor ? { tone: 'on', text: 'plugged' } : { tone: 'off', text: 'none' }) },
     { id: 'broker', name: 'Broker', read: ({ broker }) => BROKER[broker] ?? UNKNOWN },
     { id: 'handed-over', name: 'Handed over',
-        read: (state) => (state.handed_over ? { tone: 'warn', text: 'yes' } : { tone: 'off', text: 'no' }) },
+        read: handedOver },
 ];
 
 function build(lamp) {

@@ -52,8 +52,11 @@ export class Link extends EventTarget {
         });
     }
 
+    /** Gives the function that ends it. */
     on(type, listener) {
-        this.addEventListener(type, ({ detail }) => listener(detail));
+        const listen = ({ detail }) => listener(detail);
+        this.addEventListener(type, listen);
+        return () => this.removeEventListener(type, listen);
     }
 
     tell(type, detail) {

@@ -1,6 +1,7 @@
 // The panel's live picture, as bright as the panel shows it.
 import { byId, memory, setText } from './dom.js';
 import { condition, keepSocket } from './link.js';
+import { restartLiveView } from './live_view.js';
 import { clockText } from './values.js';
 
 // The live picture comes thirty times a second; one that stands this long stands still.
@@ -124,19 +125,6 @@ export function toggleFullScreen() {
     }
 }
 
-/** The no-input picture stays until these have been run, also when the cable is back. */
-async function restartLiveView(link) {
-    const button = byId('live-view');
-    button.setAttribute('aria-busy', 'true');
-    for (const line of ['kill_pipe 6', 'create_pipe 0', 'create_pipe 1']) {
-        const { ok } = await link.act({ act: 'command', line });
-        if (!ok) {
-            break;
-        }
-    }
-    button.removeAttribute('aria-busy');
-}
-
 /** Shows the rate; and that a picture stands still is known by the clock alone. */
 function eachSecond(pictures, show) {
     let counted = 0;
@@ -171,6 +159,6 @@ export function startPicture(link) {
     });
     followPointer();
     byId('full-screen').addEventListener('click', toggleFullScreen);
-    byId('live-view').addEventListener('click', () => restartLiveView(link));
+    byId('live-view').addEventListener('click', () => restartLiveView(link, byId('live-view')));
     pictures.open();
 }

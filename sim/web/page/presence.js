@@ -28,7 +28,14 @@ function switchNeeds(now) {
     const hasServer = now !== 'lost' && now !== 'connecting';
     const hasDaemon = now === 'up' || now === 'silent';
     for (const node of document.querySelectorAll('[data-needs]')) {
-        node.disabled = node.dataset.needs === 'daemon' ? !hasDaemon : !hasServer;
+        const isUsable = node.dataset.needs === 'daemon' ? hasDaemon : hasServer;
+        if (node.type === 'text') {
+            // It keeps the focus: what is typed on must not become keys of the sight.
+            node.readOnly = !isUsable;
+            node.setAttribute('aria-disabled', String(!isUsable));
+        } else {
+            node.disabled = !isUsable;
+        }
     }
     // It scrolls, and then holds nothing else that could be focused.
     byId('rail').tabIndex = hasServer ? -1 : 0;

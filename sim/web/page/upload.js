@@ -5,15 +5,20 @@ import { sizeText } from './values.js';
 // As the server has it.
 const SCENE_MAX_BYTES = 1024 * 1024;
 
-// How long an upload that went well stays on the page.
+// How long an upload that went well stays on the page: what takes the file may still complain.
 const DONE_SHOWN_MS = 6000;
+
+// What the daemon's log has of it then, by the element that takes the file.
+const complaintOf = (element) => new RegExp(`from element \\S*${element}\\S*: (.*)`);
 
 /** A row on the page for an upload. */
 class UploadRow {
     constructor(file, onCancel) {
         this.text = el('p', { className: 'upload-text' }, `Sending ${file.name}`);
         this.bar = el('progress', { max: 1, value: 0, 'aria-label': `Sending ${file.name}` });
-        this.end = el('button', { type: 'button', className: 'tool' }, 'Cancel');
+        this.name = file.name;
+        this.end = el('button', { type: 'button', className: 'tool' });
+        this.#nameEnd('Cancel');
         this.node = el('div', { className: 'upload' }, this.text, this.bar, this.end);
         this.end.addEventListener('click', () => {
             onCancel();
@@ -22,14 +27,25 @@ class UploadRow {
         byId('uploads').append(this.node);
     }
 
+    get isShown() {
+        return this.node.isConnected;
+    }
+
     finish(ok, text) {
         setText(this.text, text);
-        this.node.classList.add(ok ? 'done' : 'failed');
+        this.node.classList.toggle('done', ok);
+        this.node.classList.toggle('failed', !ok);
         this.bar.remove();
-        setText(this.end, 'Dismiss');
+        this.#nameEnd('Dismiss');
+        clearTimeout(this.removal);
         if (ok) {
-            setTimeout(() => this.node.remove(), DONE_SHOWN_MS);
+            this.removal = setTimeout(() => this.node.remove(), DONE_SHOWN_MS);
         }
+    }
+
+    #nameEnd(does) {
+        setText(this.end, does);
+        this.end.setAttribute('aria-label', `${does}: ${this.name}`);
     }
 }
 
@@ -44,37 +60,63 @@ function answerOf(request) {
     }
 }
 
-function finish(link, row, file, words, { ok, text }) {
-    link.tell('answered', { message: { act: 'upload', words }, ok, text });
-    row.finish(ok, ok ? `${file.name} (${sizeText(file.size)}) is in use` : `${file.name}: ${text}`);
+/** Ends, by element, the heed that is given to complaints of the file it has. */
+const enders = new Map();
+
+/** Turns a row that went well into a failed one when the log complains of the file. */
+function heedComplaints(link, row, { file, element }) {
+    const pattern = complaintOf(element);
+    const stop = link.on('log', ({ lines }) => {
+        const complaint = lines.map((line) => line.match(pattern)).find(Boolean);
+        if (!row.isShown || complaint !== undefined) {
+            stop();
+        }
+        if (row.isShown && complaint !== undefined) {
+            row.finish(false, `${file.name}: ${complaint[1]}`);
+        }
+    });
+    enders.set(element, stop);
 }
 
-function send(link, file, path, words) {
+function finish(link, row, sent, { ok, text }) {
+    const { file, use, words } = sent;
+    link.tell('answered', { message: { act: 'upload', words }, ok, text });
+    if (!ok) {
+        row.finish(false, `${file.name}: ${text}`);
+        return;
+    }
+    row.finish(true, [`${file.name} (${sizeText(file.size)}) ${use}`, text].filter(Boolean).join(', '));
+    heedComplaints(link, row, sent);
+}
+
+function send(link, path, sent) {
+    const { file } = sent;
+    enders.get(sent.element)?.();
     const request = new XMLHttpRequest();
     const row = new UploadRow(file, () => request.abort());
     request.upload.onprogress = ({ loaded, total }) => {
         row.bar.value = total > 0 ? loaded / total : 1;
     };
-    request.onload = () => finish(link, row, file, words, answerOf(request));
-    request.onerror = () => finish(link, row, file, words, { ok: false, text: 'the connection ended' });
+    request.onload = () => finish(link, row, sent, answerOf(request));
+    request.onerror = () => finish(link, row, sent, { ok: false, text: 'the connection ended' });
     request.open('POST', path);
     request.send(file);
 }
 
 /** Keeps a video on the board and shows it to the camera. */
 export function sendFootage(link, file) {
-    send(link, file, `footage/${encodeURIComponent(file.name)}`, `footage ${file.name}`);
+    send(link, `footage/${encodeURIComponent(file.name)}`,
+        { file, words: `footage ${file.name}`, use: 'is what the camera sees', element: 'SimCamera' });
 }
 
 /** Makes a text of QML the on-screen display. */
 export function sendScene(link, file) {
-    const words = `scene ${file.name}`;
     if (file.size > SCENE_MAX_BYTES) {
-        const row = new UploadRow(file, () => {});
-        finish(link, row, file, words, { ok: false, text: 'a scene has at most 1 MiB' });
+        refuseFile(link, file, 'a scene has at most 1 MiB');
         return;
     }
-    send(link, file, 'scene', words);
+    send(link, 'scene',
+        { file, words: `scene ${file.name}`, use: 'is the on-screen display', element: 'SimQtOverlay' });
 }
 
 /** Says why a file is not sent at all. */

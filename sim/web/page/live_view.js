@@ -1,0 +1,41 @@
+// Starts the live view anew after the camera was lost, with all that the display showed before.
+
+// The no-input picture stays until these have been run, also when the cable is back.
+const START = ['kill_pipe 6', 'create_pipe 0', 'create_pipe 1'];
+
+// The display's scene is loaded anew, with its own defaults, and is told of changes only. These send
+// also what didn't change.
+const SETTINGS = [
+    ['set_lum', 'luminance'],
+    ['enable_reticle', 'reticle'],
+    ['enable_dot', 'red_dot'],
+    ['set_reticle_src', 'reticle_source'],
+    ['set_reticle_color', 'reticle_color'],
+    ['set_reticle_opacity', 'reticle_opacity'],
+];
+
+/** Factor, place and size come with steps of the zoom, the inset's frame when it is switched. */
+function zoomSteps({ pip, zoom }) {
+    const inset = pip.on ? ['enable_pip 1'] : [];
+    const index = (pip.on ? pip.index : zoom.index) ?? 0;
+    return ['enable_pip 0', ...inset, ...Array(index).fill('kbd_zoom')];
+}
+
+/** None where an outside controller tells the display itself. */
+function repetition(state) {
+    if (state.handed_over || state.settings === null) {
+        return [];
+    }
+    return [...SETTINGS.map(([name, key]) => `${name} ${state.settings[key]}`), ...zoomSteps(state)];
+}
+
+export async function restartLiveView(link, button) {
+    button.setAttribute('aria-busy', 'true');
+    for (const line of [...START, ...repetition(link.state)]) {
+        const { ok } = await link.act({ act: 'command', line });
+        if (!ok) {
+            break;
+        }
+    }
+    button.removeAttribute('aria-busy');
+}
