@@ -1,6 +1,7 @@
 // A bench for a test: a board folder of its own, the daemon on it, and its page's server.
 import { spawn, execFileSync } from 'node:child_process';
 import { mkdtempSync, rmSync, readFileSync } from 'node:fs';
+import { connect } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
@@ -70,6 +71,11 @@ export class Bench {
     /** Waits for a line of the daemon's log. */
     async logged(text) {
         return until(`"${text}" in the log`, () => this.log.find((line) => line.includes(text)));
+    }
+
+    /** Another client's request. */
+    ask(request) {
+        connect(this.at('run/vtrdc.socket')).end(request);
     }
 
     signal(name) {
