@@ -1,7 +1,7 @@
 // The state at a glance: a lamp each, and always a text beside its colour.
 import { byId, el, setText } from './dom.js';
 import { condition } from './link.js';
-import { LUMINANCE_LEVELS, beginningOf, durationText } from './values.js';
+import { beginningOf, durationText } from './values.js';
 
 const UNKNOWN = { tone: 'unknown', text: '--' };
 const OFF = { tone: 'off', text: 'off' };
@@ -27,9 +27,8 @@ function push(state) {
     return state.http_stream && state.push_fails ? { ...lamp, tone: 'warn', text: 'no server' } : lamp;
 }
 
-function luminance({ luminance: { index, level } }) {
-    return level === null ? UNKNOWN
-        : { tone: 'on', text: `${level}  ${index + 1}/${LUMINANCE_LEVELS.length}` };
+function luminance({ luminance: { level } }) {
+    return level === null ? UNKNOWN : { tone: 'on', text: String(level) };
 }
 
 function camera({ camera: { plugged, shown } }) {
