@@ -214,9 +214,12 @@ test('a scene and footage from outside are shown, and what is broken is told of'
     const choice = page.getByRole('combobox', { name: 'Footage' });
     await until('it is the choice', async () => await choice.inputValue() === 'own.avi');
     await dropFile('own.avi', 'no video either');
-    await uploads.getByText('own-2.avi').waitFor();
+    await page.getByRole('log', { name: 'Commands and answers' }).getByText('kept as own-2.avi').waitFor();
     await dropFile('letter.txt', 'neither of the two');
     await page.getByText('is neither a video nor a .qml file').first().waitFor();
+    for (const row of await uploads.getByRole('button', { name: /^Dismiss/ }).all()) {
+        await row.click();
+    }
 });
 
 test('a long log is followed to its end', async () => {
@@ -271,10 +274,12 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     assert.ok(await line.evaluate((node) => node === document.activeElement));
     assert.equal(await line.inputValue(), 'get_');
     assert.equal(await page.getByRole('dialog').count(), 0);
+    await page.getByRole('listbox').waitFor({ state: 'hidden' });
     await bench.start();
     await lamp('camera', 'live');
     await page.locator('body[data-link=up]').waitFor();
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isEnabled());
+    await line.fill('');
 });
 
 test('everything fits from a telephone to a large screen, and leaves nobody out', async () => {

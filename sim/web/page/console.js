@@ -44,6 +44,9 @@ class Console {
         this.#input.addEventListener('input', () => this.#suggest());
         this.#input.addEventListener('keydown', (event) => this.#take(event));
         this.#input.addEventListener('blur', () => this.#completion.close());
+        for (const news of ['presence', 'state']) {
+            link.on(news, () => this.#input.readOnly && this.#completion.close());
+        }
         byId('prompt').addEventListener('submit', (event) => {
             event.preventDefault();
             this.#send();
