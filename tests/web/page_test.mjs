@@ -217,9 +217,7 @@ test('a scene and footage from outside are shown, and what is broken is told of'
     await page.getByRole('log', { name: 'Commands and answers' }).getByText('kept as own-2.avi').waitFor();
     await dropFile('letter.txt', 'neither of the two');
     await page.getByText('is neither a video nor a .qml file').first().waitFor();
-    for (const row of await uploads.getByRole('button', { name: /^Dismiss/ }).all()) {
-        await row.click();
-    }
+    await uploads.evaluate((node) => node.querySelectorAll('button').forEach((each) => each.click()));
 });
 
 test('a long log is followed to its end', async () => {
