@@ -1,9 +1,11 @@
 // The bench behind its pages: the board, the daemon and what a page is told of them, put together.
 #include "desk.h"
 
+#include "util/global.h"
 #include "vtrdcctl/requests.h"
 
 #include <cstdlib>
+#include <filesystem>
 
 namespace sim {
 namespace {
@@ -21,6 +23,17 @@ std::string front_door_name() {
     return name != nullptr && *name != '\0' ? name : "scripts/sim";
 }
 
+// What commands choose from by index.
+json choices() {
+    json images = json::array();
+    for (const reticle_src& each : reticle_srcs) {
+        images.push_back(std::filesystem::path(each.path).stem());
+    }
+    return {{"luminance", lum_values},
+            {"reticle_images", images},
+            {"reticle_colors", reticle_colors}};
+}
+
 json hello(const std::string& board) {
     json commands = json::array();
     for (const client_command& each : all_commands()) {
@@ -30,7 +43,8 @@ json hello(const std::string& board) {
     return {{"type", "hello"},
             {"board", board},
             {"front_door", front_door_name()},
-            {"commands", commands}};
+            {"commands", commands},
+            {"choices", choices()}};
 }
 
 json log_message(bool is_fresh, const std::deque<std::string>& lines) {

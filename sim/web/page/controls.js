@@ -2,7 +2,7 @@
 import { byId } from './dom.js';
 import { action, choice, command, list, slider, toggle } from './fields.js';
 import { httpAddress, tcpAddress } from './lamps.js';
-import { ENCODING_TYPES, LUMINANCE_LEVELS, RETICLE_COLORS, RETICLE_IMAGES, settingNumber } from './values.js';
+import { ENCODING_TYPES, colorName, settingNumber } from './values.js';
 
 /** The act for a command that takes a flag. */
 const flag = (name) => (isOn) => command(`${name} ${isOn ? 1 : 0}`);
@@ -30,10 +30,10 @@ function outputs(link) {
     );
 }
 
-function display(link) {
+function display(link, { luminance: levels }) {
     byId('display').append(
         choice(link, {
-            id: 'luminance', name: 'Luminance', choices: LUMINANCE_LEVELS.map((text) => ({ text })),
+            id: 'luminance', name: 'Luminance', choices: levels.map((level) => ({ text: String(level) })),
             read: ({ luminance }) => luminance.index, ask: index('set_lum'), className: 'number',
         }),
         toggle(link, {
@@ -43,7 +43,7 @@ function display(link) {
     );
 }
 
-function reticle(link) {
+function reticle(link, { reticle_images: images, reticle_colors: colors }) {
     byId('reticle').append(
         toggle(link, {
             id: 'reticle-on', name: 'Reticle', drawing: 'sight',
@@ -54,12 +54,12 @@ function reticle(link) {
             read: ({ dot }) => dot, ask: flag('enable_dot'),
         }),
         list(link, {
-            id: 'reticle-image', name: 'Image', choices: RETICLE_IMAGES,
+            id: 'reticle-image', name: 'Image', choices: images,
             read: setting('reticle_source'), ask: index('set_reticle_src'),
         }),
         choice(link, {
             id: 'reticle-color', name: 'Colour', className: 'swatches',
-            choices: RETICLE_COLORS.map(({ name, color }) => ({ text: name, color })),
+            choices: colors.map((color) => ({ text: colorName(color), color })),
             read: setting('reticle_color'), ask: index('set_reticle_color'),
         }),
         slider(link, {
@@ -82,9 +82,13 @@ function sound(link) {
     );
 }
 
+/** What there is to choose from is the sight's own, and comes before its first state. */
 export function startControls(link) {
-    outputs(link);
-    display(link);
-    reticle(link);
-    sound(link);
+    const stop = link.on('hello', ({ choices }) => {
+        stop();
+        outputs(link);
+        display(link, choices);
+        reticle(link, choices);
+        sound(link);
+    });
 }

@@ -2,7 +2,7 @@
 import { byId, el, memory } from './dom.js';
 import { toggleFullScreen } from './panel.js';
 
-const press = (id) => () => byId(id).click();
+const press = (id) => () => byId(id)?.click(); // none before there is anything to press
 const focus = (id) => () => {
     byId(id).focus();
     byId(id).select();

@@ -1,19 +1,18 @@
-// The sight's value tables, as docs/protocol.md has them, and how values read.
+// How the sight's values read.
 
-export const LUMINANCE_LEVELS = ['75', '130', '185', '220'];
+const COLOR_NAMES = {
+    '#000000': 'Black',
+    '#ffffff': 'White',
+    '#c8c8c7': 'Grey',
+    '#cc2c24': 'Red',
+    '#008351': 'Green',
+    '#f67828': 'Orange',
+    '#0089b6': 'Blue',
+};
 
-export const RETICLE_IMAGES = ['Mil-dot', '5.56 × 45', '7.62 × 39', '7.62 × 51', '7.62 × 54'];
+export const colorName = (color) => COLOR_NAMES[color] ?? color;
 
-export const RETICLE_COLORS = [
-    { name: 'Black', color: '#000000' },
-    { name: 'White', color: '#ffffff' },
-    { name: 'Grey', color: '#c8c8c7' },
-    { name: 'Red', color: '#cc2c24' },
-    { name: 'Green', color: '#008351' },
-    { name: 'Orange', color: '#f67828' },
-    { name: 'Blue', color: '#0089b6' },
-];
-
+/** In the order of the types' numbers. */
 export const ENCODING_TYPES = ['Video and sound', 'Video only', 'Sound only'];
 
 /** A setting as a number; null when it isn't known. */
