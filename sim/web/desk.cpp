@@ -29,9 +29,8 @@ json choices() {
     for (const reticle_src& each : reticle_srcs) {
         images.push_back(std::filesystem::path(each.path).stem());
     }
-    return {{"luminance", lum_values},
-            {"reticle_images", images},
-            {"reticle_colors", reticle_colors}};
+    return {
+        {"luminance", lum_values}, {"reticle_images", images}, {"reticle_colors", reticle_colors}};
 }
 
 json hello(const std::string& board) {
