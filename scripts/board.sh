@@ -62,14 +62,34 @@ daemon_on_board() {
     return 1
 }
 
+die_of_use() {
+    die 1 "this board is in use: $1 (another board: --board DIR)"
+}
+
 # Two daemons would draw on one panel and take each other's socket.
 refuse_board_in_use() {
     local pid
-    ! pid=$(daemon_on_board) ||
-        die 1 "this board is in use: its daemon has process id $pid (another board: --board DIR)"
+    ! pid=$(daemon_on_board) || die_of_use "its daemon has process id $pid"
 }
 
-# Lets one at a time put files in place on this board, until the script ends.
+# Opens what a daemon's keeper holds locked as long as the daemon lives, as descriptor `hold`, and locks it:
+# of two that start at the same moment neither sees the other's daemon yet. The keeper of a daemon that has
+# just ended lets go a little later.
+take_hold() {
+    local patience=10
+    exec {hold}<"$board/run"
+    until flock --timeout 1 "$hold"; do
+        refuse_board_in_use
+        ((--patience > 0)) || die_of_use "another daemon is on its way"
+    done
+}
+
+# For whoever starts the daemon: the keeper still holds.
+let_go_of_hold() {
+    exec {hold}<&-
+}
+
+# Lets one at a time put files in place on this board, until the shell ends.
 take_turns() {
     local turn
     exec {turn}<"$board"
@@ -140,8 +160,11 @@ copy_missing_files() {
     done < <(find "$source" -type f -printf '%P\0')
 }
 
-layout() {
-    local panel=$board/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024
+# In turns, since of two at once each would make what the other doesn't see yet.
+layout() (
+    mkdir -p "$board"
+    take_turns
+    panel=$board/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024
     mkdir -p "$board"/{dev/input,etc,home/root,media,run,tmp,usr/bin} \
         "$board"/var/{run,log,lib/vtrcore} "$panel" "$(dirname "$cable_state")"
     copy_missing_files
@@ -153,7 +176,7 @@ layout() {
     make_footage
     # A camera whose cable was pulled stays without it.
     is_there "$camera.unplugged" || plug_camera
-}
+)
 
 # Lets the thermal core forget what was asked of it: the sight powers it up along with the daemon, which
 # relies on its being at rest. A fault that somebody set stays.

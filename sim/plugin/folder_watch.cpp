@@ -18,25 +18,47 @@ namespace fs = std::filesystem;
 namespace sim {
 namespace {
 
-constexpr unsigned events_on_the_way = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
-constexpr unsigned events_in_folder = events_on_the_way | IN_CLOSE_WRITE;
+// A file that is a link's target, missing at first, lies in a folder that is only on the way.
+constexpr unsigned events_on_the_way =
+    IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE;
 
 // As many as the kernel follows.
 constexpr int max_links = 40;
 
-// A new file counts when it is closed. One that has a second name was complete before.
+unsigned events_in_folder(folder_watch::counting what) {
+    switch (what) {
+    case folder_watch::counting::every_touch:
+        return events_on_the_way | IN_MODIFY | IN_ATTRIB;
+    case folder_watch::counting::every_write:
+        return events_on_the_way | IN_MODIFY;
+    case folder_watch::counting::whole_files:
+        break;
+    }
+    return events_on_the_way;
+}
+
+// One that has a second name was complete before.
 bool is_being_written(const fs::path& created) {
     std::error_code gone;
     return fs::is_regular_file(fs::symlink_status(created, gone)) &&
            fs::hard_link_count(created, gone) == 1;
 }
 
+bool is_kept_beside(std::string_view name) {
+    return name.starts_with('.') || name.ends_with('~');
+}
+
 } // namespace
 
+folder_watch::folder_watch(counting what)
+    : what_(what), notify_fd_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+
 folder_watch::folder_watch(fs::path folder, std::vector<fs::path> others)
-    : paths_(std::move(others)), notify_fd_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-    paths_.push_back(std::move(folder));
-    watch_paths();
+    : folder_watch(counting::whole_files) {
+    for (fs::path& other : others) {
+        add(std::move(other));
+    }
+    add(std::move(folder));
 }
 
 folder_watch::~folder_watch() {
@@ -45,7 +67,11 @@ folder_watch::~folder_watch() {
     }
 }
 
-void folder_watch::watch_paths() {
+void folder_watch::add(fs::path path) {
+    watch(*paths_.insert(std::move(path)).first);
+}
+
+void folder_watch::watch_anew() {
     const auto before = std::exchange(folders_, {});
     for (const fs::path& path : paths_) {
         watch(path);
@@ -61,8 +87,9 @@ void folder_watch::watch(const fs::path& path) {
     const fs::path end = watch_way(path);
     std::error_code missing;
     const bool is_file = fs::is_regular_file(end, missing);
-    if (auto* const folder = add(is_file ? end.parent_path() : end, events_in_folder)) {
-        folder->whole = true;
+    if (auto* const folder =
+            watch_folder(is_file ? end.parent_path() : end, events_in_folder(what_))) {
+        folder->ends.insert(path);
     }
 }
 
@@ -82,8 +109,8 @@ fs::path folder_watch::watch_way(const fs::path& path) {
         } else if (name == "..") {
             done = done.parent_path();
         } else if (!name.empty() && name != ".") {
-            if (auto* const folder = add(done, events_on_the_way)) {
-                folder->names.insert(name);
+            if (auto* const folder = watch_folder(done, events_on_the_way)) {
+                folder->names[name].insert(path);
             }
             done /= name;
             const fs::path target = fs::read_symlink(done, error);
@@ -97,7 +124,7 @@ fs::path folder_watch::watch_way(const fs::path& path) {
 }
 
 // None when there is no such folder, or it can't be read.
-folder_watch::watched_folder* folder_watch::add(const fs::path& folder, unsigned events) {
+folder_watch::watched_folder* folder_watch::watch_folder(const fs::path& folder, unsigned events) {
     const int number =
         inotify_add_watch(notify_fd_, folder.c_str(), events | IN_MASK_ADD | IN_ONLYDIR);
     if (number < 0) {
@@ -108,47 +135,67 @@ folder_watch::watched_folder* folder_watch::add(const fs::path& folder, unsigned
     return &watched;
 }
 
-bool folder_watch::changed() {
-    bool any = false;
+std::vector<folder_watch::change> folder_watch::changes() {
+    std::vector<change> told;
     alignas(inotify_event) std::array<char, 4096> events{};
     ssize_t size = 0;
     while ((size = read(notify_fd_, events.data(), events.size())) > 0) {
-        const bool counts = take_events(std::span(events).first(static_cast<std::size_t>(size)));
-        any = any || counts;
+        take_events(std::span(events).first(static_cast<std::size_t>(size)), told);
     }
-    if (any) {
-        watch_paths();
+    if (std::exchange(is_other_way_, false)) {
+        watch_anew();
     }
-    return any;
+    return told;
 }
 
-// True when one of them counts.
-bool folder_watch::take_events(std::span<const char> events) const {
-    bool any = false;
+void folder_watch::take_events(std::span<const char> events, std::vector<change>& told) {
     while (!events.empty()) {
         const auto* const event = reinterpret_cast<const inotify_event*>(events.data());
-        any = any || counts(*event);
+        take(*event, told);
         events = events.subspan(sizeof *event + event->len);
     }
-    return any;
 }
 
-bool folder_watch::counts(const inotify_event& event) const {
+void folder_watch::take(const inotify_event& event, std::vector<change>& told) {
     if ((event.mask & IN_Q_OVERFLOW) != 0) {
-        return true; // whatever was lost
+        take_other_way(paths_, told); // whatever was lost
+        return;
     }
     const auto found = folders_.find(event.wd);
     if (found == folders_.end()) {
-        return false; // of a folder that is no longer watched
-    }
-    if (event.len == 0) {
-        return true; // the folder itself is gone
+        return; // of a folder that is no longer watched
     }
     const watched_folder& folder = found->second;
-    const std::string_view name = event.name;
-    const bool is_kept_beside = name.starts_with('.') || name.ends_with('~');
-    return ((folder.whole && !is_kept_beside) || folder.names.contains(event.name)) &&
-           !((event.mask & IN_CREATE) != 0 && is_being_written(folder.path / name));
+    if (event.len == 0) { // the folder itself
+        take_other_way(folder.ends, told);
+        for (const auto& [name, paths] : folder.names) {
+            take_other_way(paths, told);
+        }
+        return;
+    }
+    if (is_left_out(folder, event)) {
+        return;
+    }
+    if (const auto on_the_way = folder.names.find(event.name); on_the_way != folder.names.end()) {
+        take_other_way(on_the_way->second, told);
+    }
+    if (what_ != counting::whole_files || !is_kept_beside(event.name)) {
+        for (const fs::path& end : folder.ends) {
+            told.push_back({end, event.name});
+        }
+    }
+}
+
+bool folder_watch::is_left_out(const watched_folder& folder, const inotify_event& event) const {
+    return what_ == counting::whole_files && (event.mask & IN_CREATE) != 0 &&
+           is_being_written(folder.path / event.name);
+}
+
+void folder_watch::take_other_way(const path_set& paths, std::vector<change>& told) {
+    is_other_way_ = true;
+    for (const fs::path& path : paths) {
+        told.push_back({path, {}});
+    }
 }
 
 } // namespace sim

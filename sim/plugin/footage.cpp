@@ -61,7 +61,7 @@ void footage::open(const std::string& path, GstClockTime time) {
     live_ = kind == footage_kind::camera;
     if (live_ || kind == footage_kind::video) {
         play(path);
-        loop_start_ = time;
+        begin_loop(time);
     }
 }
 
@@ -100,6 +100,23 @@ grey_picture footage::at(GstClockTime time) {
     return grey_picture(picture_.data(), sensor_pixels);
 }
 
+void footage::begin_loop(GstClockTime time) {
+    loop_start_ = time;
+    first_stamp_ = GST_CLOCK_TIME_NONE;
+}
+
+// Stamps count from the loop's first picture on: a recording's may begin at any time.
+GstClockTime footage::due_time(const GstBuffer* picture) {
+    if (!GST_BUFFER_PTS_IS_VALID(picture)) {
+        return loop_start_;
+    }
+    const GstClockTime stamp = GST_BUFFER_PTS(picture);
+    if (!GST_CLOCK_TIME_IS_VALID(first_stamp_)) {
+        first_stamp_ = stamp;
+    }
+    return loop_start_ + (std::max(stamp, first_stamp_) - first_stamp_);
+}
+
 // Takes every picture that is due; one that is not stays in `next_`.
 void footage::pull_until(GstClockTime time) {
     for (;;) {
@@ -110,9 +127,7 @@ void footage::pull_until(GstClockTime time) {
             begin_again(time);
             return;
         }
-        const GstBuffer* const buffer = gst_sample_get_buffer(next_.get());
-        const GstClockTime due = loop_start_ + GST_BUFFER_PTS(buffer);
-        if (!live_ && GST_BUFFER_PTS_IS_VALID(buffer) && due > time) {
+        if (!live_ && due_time(gst_sample_get_buffer(next_.get())) > time) {
             return;
         }
         take(next_.get());
@@ -125,7 +140,7 @@ void footage::begin_again(GstClockTime time) {
         give_up("it is no video that is known here");
         close();
     } else if (!live_ && gst_app_sink_is_eos(GST_APP_SINK(sink_.get())) != FALSE) {
-        loop_start_ = time;
+        begin_loop(time);
         gst_element_seek_simple(
             player_.get(), GST_FORMAT_TIME,
             static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_KEY_UNIT), 0);

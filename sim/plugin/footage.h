@@ -38,6 +38,8 @@ public:
 private:
     void play(const std::string& path);
     void close();
+    void begin_loop(GstClockTime time);
+    [[nodiscard]] GstClockTime due_time(const GstBuffer* picture);
     void pull_until(GstClockTime time);
     void begin_again(GstClockTime time);
     [[nodiscard]] bool has_failed();
@@ -51,6 +53,7 @@ private:
     gst_owner<GstElement> sink_;
     gst_owner<GstSample> next_; // decoded already, not due yet
     GstClockTime loop_start_ = 0;
+    GstClockTime first_stamp_ = GST_CLOCK_TIME_NONE; // of the loop's first picture
     bool live_ = false; // a real camera: its latest picture is the one to show
     std::vector<std::uint8_t> picture_;
 };

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -21,9 +21,11 @@ constexpr std::uint8_t shutter_level = 128;
 constexpr std::uint8_t border_level = 255; // white
 constexpr int border = 2;
 
+// Empty also where a folder is in the file's place: reading one fails, and an iterator would throw.
 std::string content_of(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    content << std::ifstream(path).rdbuf();
+    return content.str();
 }
 
 // Takes a number off the front of the text. Not strtod: it would follow the process's locale.

@@ -1,7 +1,8 @@
 // The simulated board's buttons: a FIFO that carries input events in place of the event device.
 //
-// press writes a press and a release. keep stays beside the daemon and holds the FIFO open for
-// writing as long as the daemon lives, also after it detached, so that opening it never waits.
+// press writes a press and a release. keep stays beside the daemon and holds two things open as
+// long as the daemon lives, also after it detached: the FIFO for writing, so that opening it never
+// waits, and its own standard input, on which its starter took a lock for the daemon.
 #include "daemon_life.h"
 
 #include <array>
@@ -13,6 +14,7 @@
 #include <linux/input.h>
 #include <optional>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -84,11 +86,21 @@ int press(std::string_view name, const char* fifo) {
     return 2;
 }
 
+// A real event device that somebody put in the FIFO's place needs nobody to hold it.
+bool hold_open(const char* fifo) {
+    struct stat status {};
+    if (stat(fifo, &status) != 0 || !S_ISFIFO(status.st_mode)) {
+        return true;
+    }
+    // Read and write: opening one direction alone would wait for the other.
+    return open(fifo, O_RDWR | O_CLOEXEC) >= 0;
+}
+
+// What it holds open it leaves to its end to close.
 int keep(const char* fifo, const daemon_marks& marks, pid_t starter) {
     close_range(STDERR_FILENO + 1, ~0U, 0);
-    // Read and write: opening one direction alone would wait for the other.
-    const int held = open(fifo, O_RDWR | O_CLOEXEC);
-    if (held < 0) {
+    // A second descriptor of the input, since the standard streams are let go of.
+    if (!hold_open(fifo) || fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) < 0) {
         std::fprintf(stderr, "keep: %s: %s\n", fifo, std::strerror(errno));
         return EXIT_FAILURE;
     }

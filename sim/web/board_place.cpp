@@ -108,6 +108,7 @@ std::optional<std::string> board_place::first_line(std::string_view on_the_sight
 
 bool is_plain_name(std::string_view name) {
     return !name.empty() && name.size() <= name_max && !name.starts_with('.') &&
+           g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr) != FALSE &&
            std::ranges::none_of(
                name, [](unsigned char byte) { return byte == '/' || std::iscntrl(byte) != 0; });
 }

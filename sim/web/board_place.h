@@ -58,8 +58,8 @@ private:
     const contained_folder files_;
 };
 
-// The name can be that of a new file: not empty, no path, not hidden, without control
-// characters, not too long to be numbered.
+// The name can be that of a new file: not empty, no path, not hidden, UTF-8 without
+// control characters, not too long to be numbered.
 [[nodiscard]] bool is_plain_name(std::string_view name);
 
 } // namespace sim

@@ -33,7 +33,7 @@ json choices() {
         {"luminance", lum_values}, {"reticle_images", images}, {"reticle_colors", reticle_colors}};
 }
 
-json hello(const std::string& board) {
+json hello(const std::string& board, const std::string& start) {
     json commands = json::array();
     for (const client_command& each : all_commands()) {
         commands.push_back(
@@ -42,6 +42,7 @@ json hello(const std::string& board) {
     return {{"type", "hello"},
             {"board", board},
             {"front_door", front_door_name()},
+            {"start_command", start},
             {"commands", commands},
             {"choices", choices()}};
 }
@@ -53,7 +54,7 @@ json log_message(bool is_fresh, const std::deque<std::string>& lines) {
 } // namespace
 
 desk::desk(const desk_options& options)
-    : board_(options.board), door_(options.front_door, options.board),
+    : board_(options.board), start_(options.start), door_(options.front_door, options.board),
       daemon_(board_.socket_path(), [this] { state_.refresh(); }),
       pages_({.greet = [this] { return greeting(); },
               .on_audience = [this](bool has_pages) { follow_board(has_pages); },
@@ -71,7 +72,7 @@ desk::desk(const desk_options& options)
                .on_picture_page = [this](SoupWebsocketConnection* page) { panel_.add(page); }}) {}
 
 std::vector<json> desk::greeting() const {
-    std::vector<json> messages{hello(board_.folder())};
+    std::vector<json> messages{hello(board_.folder(), start_)};
     for (const json* const each : {&state_.message(), &lists_.media(), &lists_.footage()}) {
         if (!each->is_null()) {
             messages.push_back(*each);

@@ -24,6 +24,7 @@ struct desk_options {
     std::string page;       // folder of the page's files
     std::string log;        // the daemon's, of this run
     std::string front_door; // the program whose verbs act on the board
+    std::string start;      // the command that starts this board's daemon, for a person
 };
 
 class desk {
@@ -41,6 +42,7 @@ private:
     void take_facts();
 
     const board_place board_;
+    const std::string start_;
     const front_door door_;
     std::optional<log_facts> facts_;
     daemon_link daemon_;

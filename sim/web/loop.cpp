@@ -3,21 +3,9 @@
 
 #include <glib-unix.h>
 
-#include <array>
-#include <sys/inotify.h>
-#include <unistd.h>
 #include <utility>
 
 namespace sim {
-namespace {
-
-constexpr std::chrono::seconds folder_retry{1};
-
-// A log is written to bit by bit: what is written counts before its file is closed.
-constexpr unsigned watched_events = IN_MODIFY | IN_CLOSE_WRITE | IN_CREATE | IN_DELETE |
-                                    IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF;
-
-} // namespace
 
 void timer::once(std::chrono::milliseconds after, std::function<void()> task) {
     start(after, std::move(task), false);
@@ -76,57 +64,21 @@ gboolean descriptor_watch::on_ready(gint /*descriptor*/, GIOCondition /*conditio
 file_watch::file_watch(std::function<void(const std::string&, const std::string&)> task,
                        touches touched)
     : task_(std::move(task)),
-      events_wanted_(touched == touches::told ? watched_events | IN_ATTRIB : watched_events),
-      notify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-    events_.start(notify_.number(), G_IO_IN, [this] { read_events(); });
+      folders_(touched == touches::told ? folder_watch::counting::every_touch
+                                        : folder_watch::counting::every_write) {
+    events_.start(folders_.descriptor(), G_IO_IN, [this] { tell_changes(); });
 }
 
 void file_watch::add(const std::string& folder) {
-    wanted_.try_emplace(folder, false);
-    try_folders();
+    folders_.add(folder);
+    task_(folder, {}); // whatever may be in there by now
 }
 
-void file_watch::try_folders() {
-    bool all = true;
-    for (auto& [folder, watched] : wanted_) {
-        if (watched) {
-            continue;
-        }
-        const int number = inotify_add_watch(notify_.number(), folder.c_str(), events_wanted_);
-        watched = number >= 0;
-        all = all && watched;
-        if (watched) {
-            folders_[number] = folder;
-            task_(folder, {}); // whatever may be in there by now
-        }
-    }
-    if (!all) {
-        retry_.once(folder_retry, [this] { try_folders(); });
-    }
-}
-
-void file_watch::read_events() {
-    alignas(inotify_event) std::array<char, 16384> events{};
-    for (;;) {
-        const ssize_t size = read(notify_.number(), events.data(), events.size());
-        if (size <= 0) {
-            return;
-        }
-        for (ssize_t at = 0; at < size;) {
-            const auto* const event = reinterpret_cast<const inotify_event*>(events.data() + at);
-            at += static_cast<ssize_t>(sizeof *event + event->len);
-            const auto folder = folders_.find(event->wd);
-            if (folder == folders_.end()) {
-                continue;
-            }
-            const std::string path = folder->second;
-            if ((event->mask & (IN_IGNORED | IN_MOVE_SELF)) != 0) {
-                folders_.erase(folder);
-                wanted_[path] = false;
-                retry_.once(folder_retry, [this] { try_folders(); });
-            }
-            task_(path, event->len > 0 ? event->name : "");
-        }
+void file_watch::tell_changes() {
+    // A copy, since the task may end the watch.
+    const auto task = task_;
+    for (const folder_watch::change& each : folders_.changes()) {
+        task(each.folder, each.name);
     }
 }
 

@@ -2,13 +2,12 @@
 // object lives; all are of the main thread.
 #pragma once
 
-#include "descriptor.h"
+#include "folder_watch.h"
 
 #include <glib.h>
 
 #include <chrono>
 #include <functional>
-#include <map>
 #include <string>
 
 namespace sim {
@@ -58,8 +57,8 @@ private:
 // mapping, which tells nobody, and then its file is touched, thirty times a second.
 enum class touches { ignored, told };
 
-// Calls with a folder and the name in it of each file that came, went or was written to.
-// A folder that is missing, or goes, is looked for once a second.
+// Calls with a folder and the name in it of each file that came, went or was written to, also while
+// it is written to. The name is empty when the folder is added, comes, goes, or is another one.
 class file_watch {
 public:
     explicit file_watch(
@@ -71,16 +70,11 @@ public:
     void add(const std::string& folder);
 
 private:
-    void try_folders();
-    void read_events();
+    void tell_changes();
 
     const std::function<void(const std::string&, const std::string&)> task_;
-    const unsigned events_wanted_; // as inotify has them
-    const descriptor notify_;
-    std::map<int, std::string> folders_; // by inotify's number
-    std::map<std::string, bool> wanted_; // whether it is watched
+    folder_watch folders_;
     descriptor_watch events_;
-    timer retry_;
 };
 
 } // namespace sim

@@ -12,8 +12,11 @@ constexpr std::array<std::string_view, 2> loopback_names{"127.0.0.1", "localhost
 
 constexpr std::string_view scheme = "http://";
 
+// The scheme's own port, which an address goes without.
+constexpr unsigned default_port = 80;
+
 bool is_loopback(std::string_view host, unsigned port) {
-    const std::string ending = ":" + std::to_string(port);
+    const std::string ending = port == default_port ? "" : ":" + std::to_string(port);
     return std::ranges::any_of(loopback_names, [&](std::string_view name) {
         return host.size() == name.size() + ending.size() && host.starts_with(name) &&
                host.ends_with(ending);
@@ -34,7 +37,7 @@ bool is_own_origin(const request_origin& from, unsigned port) {
         return false;
     }
     return from.fetch_site.empty() || from.fetch_site == "same-origin" ||
-           from.fetch_site == "none" || from.fetch_mode == "navigate";
+           from.fetch_site == "none" || from.is_navigation;
 }
 
 } // namespace sim

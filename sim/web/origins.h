@@ -11,7 +11,7 @@ struct request_origin {
     std::string_view host;       // Host
     std::string_view origin;     // Origin
     std::string_view fetch_site; // Sec-Fetch-Site
-    std::string_view fetch_mode; // Sec-Fetch-Mode
+    bool is_navigation = false;  // Sec-Fetch-Mode: a link is followed, and nothing sent
 };
 
 // True when the request was sent to a name of the loopback at that port, and neither comes from

@@ -18,11 +18,20 @@ void send(SoupWebsocketConnection* page, const std::string& text) {
     }
 }
 
+// False when the other side has left so much unread that the system takes no more.
+bool takes_more(SoupWebsocketConnection* page) {
+    GIOStream* const stream = soup_websocket_connection_get_io_stream(page);
+    GOutputStream* const output = g_io_stream_get_output_stream(stream);
+    return g_pollable_output_stream_is_writable(G_POLLABLE_OUTPUT_STREAM(output)) != FALSE;
+}
+
+constexpr std::chrono::seconds catch_up_interval{1};
+
 } // namespace
 
 page_events::~page_events() {
-    for (const page_owner& each : pages_) {
-        g_signal_handlers_disconnect_by_data(each.get(), this);
+    for (const audience& each : pages_) {
+        g_signal_handlers_disconnect_by_data(each.connection.get(), this);
     }
 }
 
@@ -31,18 +40,39 @@ void page_events::add(SoupWebsocketConnection* page) {
     if (pages_.empty()) {
         told_.on_audience(true);
     }
-    pages_.emplace_back(static_cast<SoupWebsocketConnection*>(g_object_ref(page)), glib_release{});
+    pages_.push_back(
+        {page_owner(static_cast<SoupWebsocketConnection*>(g_object_ref(page)), glib_release{})});
     g_signal_connect(page, "message", G_CALLBACK(on_message), this);
     g_signal_connect(page, "closed", G_CALLBACK(on_closed), this);
+    greet(page);
+}
+
+void page_events::greet(SoupWebsocketConnection* page) const {
     for (const nlohmann::json& message : told_.greet()) {
         send(page, text_of(message));
     }
 }
 
-void page_events::tell(const nlohmann::json& message) const {
+void page_events::tell(const nlohmann::json& message) {
     const std::string text = text_of(message);
-    for (const page_owner& each : std::vector(pages_)) {
-        send(each.get(), text);
+    for (audience& each : pages_) {
+        each.is_behind = each.is_behind || !takes_more(each.connection.get());
+        if (!each.is_behind) {
+            send(each.connection.get(), text);
+        } else if (!catch_up_.is_waiting()) {
+            catch_up_.once(catch_up_interval, [this] { catch_up(); });
+        }
+    }
+}
+
+void page_events::catch_up() {
+    for (audience& each : pages_) {
+        if (each.is_behind && takes_more(each.connection.get())) {
+            each.is_behind = false;
+            greet(each.connection.get());
+        } else if (each.is_behind) {
+            catch_up_.once(catch_up_interval, [this] { catch_up(); });
+        }
     }
 }
 
@@ -50,7 +80,7 @@ void page_events::on_message(SoupWebsocketConnection* page, int type, GBytes* te
                              gpointer self) noexcept {
     auto* const events = static_cast<page_events*>(self);
     const auto known = std::ranges::find_if(
-        events->pages_, [page](const page_owner& each) { return each.get() == page; });
+        events->pages_, [page](const audience& each) { return each.connection.get() == page; });
     if (type != SOUP_WEBSOCKET_DATA_TEXT || known == events->pages_.end()) {
         return;
     }
@@ -58,7 +88,7 @@ void page_events::on_message(SoupWebsocketConnection* page, int type, GBytes* te
     const auto* const bytes = static_cast<const char*>(g_bytes_get_data(text, &size));
     const nlohmann::json message = nlohmann::json::parse(bytes, bytes + size, nullptr, false);
     if (message.is_object()) {
-        events->take(page_owner{*known}, message);
+        events->take(page_owner{known->connection}, message);
     }
 }
 
@@ -76,7 +106,7 @@ void page_events::take(const page_owner& page, const nlohmann::json& message) {
 void page_events::on_closed(SoupWebsocketConnection* page, gpointer self) noexcept {
     auto* const events = static_cast<page_events*>(self);
     g_signal_handlers_disconnect_by_data(page, self);
-    std::erase_if(events->pages_, [page](const page_owner& each) { return each.get() == page; });
+    std::erase_if(events->pages_, [page](const audience& each) { return each.connection.get() == page; });
     if (events->pages_.empty()) {
         events->told_.on_audience(false);
     }

@@ -3,6 +3,7 @@
 
 #include "acts.h"
 #include "glib_owners.h"
+#include "loop.h"
 
 #include <nlohmann/json.hpp>
 
@@ -32,19 +33,28 @@ public:
 
     [[nodiscard]] bool has_pages() const { return !pages_.empty(); }
 
-    // Tells all pages.
-    void tell(const nlohmann::json& message) const;
+    // Tells all pages. One that doesn't read is left out, and greeted anew when it does again: what
+    // waits for it must not fill the memory.
+    void tell(const nlohmann::json& message);
 
 private:
     using page_owner = std::shared_ptr<SoupWebsocketConnection>;
+
+    struct audience {
+        page_owner connection;
+        bool is_behind = false;
+    };
 
     static void on_message(SoupWebsocketConnection* page, int type, GBytes* text,
                            gpointer self) noexcept;
     static void on_closed(SoupWebsocketConnection* page, gpointer self) noexcept;
     void take(const page_owner& page, const nlohmann::json& message);
+    void greet(SoupWebsocketConnection* page) const;
+    void catch_up();
 
     const listener told_;
-    std::vector<page_owner> pages_;
+    std::vector<audience> pages_;
+    timer catch_up_;
 };
 
 } // namespace sim

@@ -7,7 +7,6 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <utility>
 
@@ -61,9 +60,11 @@ template <typename Value> json or_null(const std::optional<Value>& value) {
     return value ? json(*value) : json();
 }
 
+// Empty also where there is a folder in the file's place.
 std::string whole_text(const std::string& path) {
-    std::ifstream file{path, std::ios::binary};
-    return {std::istreambuf_iterator<char>{file}, {}};
+    std::ostringstream text;
+    text << std::ifstream{path, std::ios::binary}.rdbuf();
+    return text.str();
 }
 
 bool is_there(const std::string& path) {
@@ -226,7 +227,8 @@ void sight_state::add_board(json& state) const {
     state["broker"] = !has_broker ? "none" : is_connected ? "connected" : "there";
     state["core_fails"] = core_failure_status();
     const json light = level.is_null() ? json() : json(level.get<double>() / luminance_max);
-    state["panel"] = {{"on", number_in(panel_display) != 0}, {"light", light}};
+    state["panel"] = {
+        {"on", number_in(panel_display) != 0}, {"level", level}, {"light", light}};
     state["scene"] = whole_text(board_.scene_path()) == whole_text(stock_scene_) ? "stock" : "own";
 }
 

@@ -74,8 +74,16 @@ bool has_method(SoupServerMessage* request, std::string_view method) {
     return soup_server_message_get_method(request) == method;
 }
 
+// The library keeps a connection that its other side has closed while it waits for a next request,
+// and each holds a descriptor. So there is one request to a connection.
+void close_after(SoupServerMessage* request) {
+    soup_message_headers_replace(soup_server_message_get_response_headers(request), "Connection",
+                                 "close");
+}
+
 void refuse(SoupServerMessage* request, guint status) {
     soup_server_message_set_status(request, status, nullptr);
+    close_after(request);
 }
 
 void answer(SoupServerMessage* request, guint status, bool is_done, const std::string& text) {
@@ -133,7 +141,8 @@ request_origin origin_of(SoupServerMessage* request) {
     return {.host = header_of(request, "Host"),
             .origin = header_of(request, "Origin"),
             .fetch_site = header_of(request, "Sec-Fetch-Site"),
-            .fetch_mode = header_of(request, "Sec-Fetch-Mode")};
+            .is_navigation = header_of(request, "Sec-Fetch-Mode") == "navigate" &&
+                             (has_method(request, "GET") || has_method(request, "HEAD"))};
 }
 
 } // namespace
@@ -179,6 +188,9 @@ void begin(const context& server, SoupServerMessage* request, std::string_view p
     SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
     for (const header& each : safety_headers) {
         soup_message_headers_replace(headers, each.name, each.value);
+    }
+    if (header_of(request, "Upgrade").empty()) {
+        close_after(request);
     }
     if (!is_own_origin(origin_of(request), server.port)) {
         refuse(request, SOUP_STATUS_FORBIDDEN);

@@ -5,10 +5,12 @@
 #include "support/file_watch.h"
 #include "support/temp_folder.h"
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -271,6 +273,38 @@ TEST_F(SimDoorTest, RefusesASecondDaemonBeforeItTouchesTheBoard) {
     EXPECT_EQ(become_daemon({}).status, 7); // a tool that outlived its daemon is none
     kill(tool, SIGKILL);
     wait_for_exit(tool, WAIT_LIMIT);
+}
+
+// On a new board and on one that has just been let go of.
+TEST_F(SimDoorTest, OfTwoThatStartAtOnceOneBecomesTheDaemon) {
+    fs::copy_file("/usr/bin/sleep", at("build/vtrdc"), fs::copy_options::overwrite_existing);
+    const std::vector<std::string> assignments{"VTRDC_BUILD_DIR=" + at("build")};
+    for (int round = 0; round < 6; ++round) {
+        SCOPED_TRACE(round);
+        const std::string board = at("b" + std::to_string(round / 2));
+        const auto start = [&](const std::string& output) {
+            return spawn(front_door("scripts/sim",
+                                    {"--no-build", "--headless", "--board", board, "--", "1000"}),
+                         environment_with(assignments), at(output));
+        };
+        const std::string number = std::to_string(round);
+        std::array<std::pair<pid_t, std::string>, 2> racers{
+            std::pair{start("first" + number), at("first" + number)},
+            std::pair{start("second" + number), at("second" + number)}};
+        // Either may be the one to give up.
+        constexpr std::chrono::milliseconds between_looks{5};
+        for (auto left = WAIT_LIMIT / between_looks;
+             left > 0 && !has_ended(racers[0].first, between_looks); --left) {
+            std::swap(racers[0], racers[1]);
+        }
+        const auto& [loser, said] = racers[0];
+        EXPECT_EQ(wait_for_exit(loser, WAIT_LIMIT), 1);
+        EXPECT_EQ(read_text(said), "sim: this board is in use: its daemon has process id " +
+                                       std::to_string(racers[1].first) +
+                                       " (another board: --board DIR)\n");
+        EXPECT_EQ(kill(racers[1].first, SIGKILL), 0);
+        EXPECT_EQ(wait_for_exit(racers[1].first, WAIT_LIMIT), 128 + SIGKILL);
+    }
 }
 
 TEST_F(SimDoorTest, PowersTheThermalCoreUpAndKeepsItsFault) {

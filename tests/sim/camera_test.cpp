@@ -19,13 +19,13 @@ protected:
                " ! appsink name=out sync=false wait-on-eos=false";
     }
     // Writes footage of ten pictures a second, each of one of these grey levels.
-    static bool write_footage(const std::string& path, const std::vector<std::uint8_t>& levels) {
+    static bool write_footage(const std::string& path, const std::vector<std::uint8_t>& levels,
+                              const std::string& container = "avimux", GstClockTime start = 0) {
         test_pipeline writer{"appsrc name=in format=time caps=video/x-raw,format=I420,width=64,"
-                             "height=48,framerate=10/1 ! capsfilter ! mux.video_0 avimux name=mux "
-                             "! filesink location=" +
-                             path};
+                             "height=48,framerate=10/1 ! capsfilter ! mux.video_0 " +
+                             container + " name=mux ! filesink location=" + path};
         writer.play();
-        GstClockTime time = 0;
+        GstClockTime time = start;
         for (const std::uint8_t level : levels) {
             GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, 64 * 72, nullptr);
             gst_buffer_memset(buffer, 0, level, 64 * 48);
@@ -94,6 +94,19 @@ TEST_F(CameraTest, PlaysFootageInALoopAtItsOwnSpeed) {
     }
     std::ranges::nth_element(seen, seen.begin() + 5, {}, &run::length);
     EXPECT_EQ(seen[5].length, 3) << "ten pictures a second, shown thirty times a second";
+}
+
+TEST_F(CameraTest, PlaysFootageWhoseStampsBeginLate) {
+    constexpr GstClockTime hour = 3600 * GST_SECOND;
+    ASSERT_TRUE(write_footage(device, {40, 40, 200, 200}, "matroskamux", hour));
+    test_pipeline camera{play(device)};
+    camera.play();
+    for (int change = 0; change < 4; ++change) {
+        const bool waits_for_bright = change % 2 != 0;
+        for (int i = 0; (next_level(camera) > 180) != waits_for_bright; ++i) {
+            ASSERT_LT(i, 10 * sim::sensor_rate) << "the footage does not go on";
+        }
+    }
 }
 
 TEST_F(CameraTest, DrawsASceneInPlaceOfWhatIsNoFile) {

@@ -209,6 +209,12 @@ constexpr std::array folder_changes{
                       move(in, "one", "old");
                       move(in, "two", "one");
                   }},
+    folder_change{"SceneIsALinkWhoseTargetIsWrittenLater",
+                  [](const temp_folder& in) {
+                      std::filesystem::create_directory(in.path() / "two");
+                      link(in, "../../two/main.qml", "board/qml/main.qml");
+                  },
+                  nullptr, [](const temp_folder& in) { write_scene(in, "two", "blue"); }},
     folder_change{
         "AFolderIsMadeInIt",
         [](const temp_folder& in) { in.write("board/qml/main.qml", scene_with_picture); }, nullptr,

@@ -114,6 +114,14 @@ TEST(ThermalCore, StateFilesThatMakeNoSenseAreDefaults) {
         folder.write("origin", bad);
         EXPECT_TRUE(is_default()) << bad;
     }
+    for (const char* name : {"zoom", "pip", "origin", "nuc"}) {
+        std::filesystem::remove(folder.path() / name);
+        std::filesystem::create_directory(folder.path() / name);
+    }
+    EXPECT_TRUE(is_default()) << "folders";
+    for (const char* name : {"zoom", "pip", "origin"}) {
+        std::filesystem::remove(folder.path() / name);
+    }
     folder.write("zoom", "4\n");
     folder.write("pip", " 2");
     folder.write("origin", "435 355\n");

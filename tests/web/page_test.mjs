@@ -1,7 +1,7 @@
 // The page as a person has it: looks, presses, types and drops, in a browser, with the real daemon.
 import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
-import { appendFileSync, existsSync } from 'node:fs';
+import { appendFileSync, existsSync, mkdirSync, readlinkSync, renameSync, rmdirSync, writeFileSync } from 'node:fs';
 import { Bench, until } from './bench.mjs';
 import { difference, hindrances, openBrowser, openPage, pictureWhen, takePicture } from './browser.mjs';
 
@@ -123,6 +123,8 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
     await page.getByRole('option', { name: /set_reticle_src/ }).waitFor();
     await line.press('Tab');
     assert.equal(await line.inputValue(), 'set_reticle_');
+    await line.press('Tab');
+    assert.ok(await line.evaluate((node) => node !== document.activeElement), 'there is a way on from here');
     await line.fill('get_zo');
     await line.press('Tab');
     assert.equal(await line.inputValue(), 'get_zoom');
@@ -187,6 +189,34 @@ test('a slider keeps what was set last, and what the sight says otherwise', asyn
     assert.equal(await volume.inputValue(), there);
     bench.ask('c:set_mic_volume:i:100'); // while the slider has the focus
     await until('it follows the command', async () => await volume.inputValue() === '100');
+});
+
+test('the footage that was chosen last is shown', async () => {
+    const names = ['f1.avi', 'f2.avi', 'f3.avi', 'f4.avi', 'f5.avi'];
+    for (const name of names) {
+        writeFileSync(bench.at(`footage/${name}`), '');
+    }
+    const choice = page.getByRole('combobox', { name: 'Footage' });
+    await until('all are listed', async () => await choice.locator('option[value="f5.avi"]').count() === 1);
+    await choice.selectOption('f1.avi');
+    for (let step = 1; step < names.length; ++step) {
+        await choice.press('ArrowDown');
+        assert.equal(await choice.inputValue(), names[step]);
+    }
+    await until('the last is shown', () => readlinkSync(bench.at('dev/video0')) === '../footage/f5.avi');
+    assert.equal(await choice.inputValue(), 'f5.avi');
+    await choice.selectOption('pedestrians.avi');
+});
+
+test('a luminance that is only stored is told of', async () => {
+    await page.getByRole('switch', { name: 'Monitor cable' }).click();
+    await lamp('monitor', 'plugged');
+    await page.getByRole('radio', { name: '220' }).check({ force: true });
+    await lamp('luminance', '220 stored');
+    await page.getByRole('switch', { name: 'Monitor cable' }).click();
+    await lamp('monitor', 'none');
+    await page.getByRole('radio', { name: '130' }).check({ force: true });
+    await lamp('luminance', /^130$/);
 });
 
 test('a push without a server is no push that runs', async () => {
@@ -255,6 +285,16 @@ test('nonsense from a page does the server no harm', async () => {
     assert.deepEqual(answers, [[null, false], [1, false], [2, false]]);
 });
 
+test('a folder in place of the scene is nothing to fall over', async () => {
+    const scene = bench.at('opt/okr/osd_okr/qml/main.qml');
+    renameSync(scene, `${scene}.kept`);
+    mkdirSync(scene);
+    await page.getByText('Your own scene.').waitFor();
+    rmdirSync(scene);
+    renameSync(`${scene}.kept`, scene);
+    await page.getByText('The stock scene.').waitFor();
+});
+
 test('a daemon that is silent, gone and back is shown as it is', async () => {
     bench.signal('SIGSTOP');
     await command('get_zoom');
@@ -265,7 +305,8 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     const line = page.getByRole('combobox', { name: 'Command' });
     await line.fill('get_');
     assert.equal(await bench.stop(), 0);
-    await page.getByRole('status').filter({ hasText: 'scripts/sim' }).waitFor();
+    await page.getByRole('status').filter({ hasText: `scripts/sim --board ${bench.board}` }).waitFor();
+    await page.locator('#media-lists[inert]').waitFor(); // who served them went, too
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isDisabled());
     await takePicture(page, 'bench-gone');
     await page.keyboard.type('?'); // no key of the page's

@@ -1,8 +1,8 @@
 // The server of the page as whoever wants in from outside sees it.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { existsSync, mkdirSync, readFileSync, rmSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
-import { get, request } from 'node:http';
+import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
+import { Agent, get, request } from 'node:http';
 import { connect } from 'node:net';
 import { Bench, until } from './bench.mjs';
 
@@ -41,6 +41,15 @@ function send(text) {
     });
 }
 
+function isServer(pid) {
+    try {
+        const words = readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0');
+        return words[0].endsWith('/vtrdc-sim-web') && words.includes(bench.board);
+    } catch {
+        return false; // it has ended meanwhile
+    }
+}
+
 const socket_headers = {
     Connection: 'Upgrade',
     Upgrade: 'websocket',
@@ -71,6 +80,10 @@ test('only the page itself is served', async () => {
         const scene = await ask('/scene', { method: 'POST', headers, body: 'Item {}' });
         assert.equal(scene.status, 403, `a scene with ${JSON.stringify(headers)}`);
     }
+    // A link from elsewhere may be followed, a form from elsewhere not sent.
+    const navigation = { 'Sec-Fetch-Site': 'cross-site', 'Sec-Fetch-Mode': 'navigate' };
+    assert.equal((await ask('/', { headers: navigation })).status, 200);
+    assert.equal((await ask('/scene', { method: 'POST', headers: navigation, body: 'Item {}' })).status, 403);
     for (const path of ['/events', '/picture']) {
         const answer = await ask(path, { headers: { ...socket_headers, Origin: own } });
         assert.equal(answer.status, 101, path);
@@ -150,6 +163,20 @@ test('a media folder that is the board itself is served as well', async () => {
     rmSync(bench.at('etc/vtrdc.conf'));
 });
 
+test('a visitor that goes leaves nothing behind', async () => {
+    const server = readdirSync('/proc').find((pid) => /^\d+$/.test(pid) && isServer(pid));
+    const descriptors = () => readdirSync(`/proc/${server}/fd`).length;
+    await ask('/');
+    const before = descriptors();
+    for (let visit = 0; visit < 30; ++visit) {
+        await new Promise((resolve) => {
+            get(`${bench.address}main.js`, { agent: new Agent({ keepAlive: true }) }, (answer) =>
+                answer.once('data', () => answer.destroy()).once('close', resolve));
+        });
+    }
+    await until('all is closed', () => descriptors() <= before);
+});
+
 test('uploads are kept beside each other, and bad ones refused', async () => {
     const footage = (name, body) => ask(`/footage/${name}`, { method: 'POST', body });
     assert.equal((await footage('own.avi', 'first')).status, 200);
@@ -157,7 +184,7 @@ test('uploads are kept beside each other, and bad ones refused', async () => {
     assert.equal(bench.text('footage/own.avi'), 'first');
     assert.equal(bench.text('footage/own-2.avi'), 'second');
     assert.equal(bench.text('dev/video0'), 'second');
-    for (const name of ['.hidden', '..', '%2e%2e%2fout.avi', 'x'.repeat(201), '']) {
+    for (const name of ['.hidden', '..', '%2e%2e%2fout.avi', '%ff%fe.avi', 'x'.repeat(201), '']) {
         const { status } = await footage(name, 'x');
         assert.ok(status === 400 || status === 405, `${name}: ${status}`);
     }

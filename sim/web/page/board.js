@@ -1,6 +1,6 @@
 // Acts on the board: cables, a failing thermal core, what the camera sees, the scene on the display.
 import { byId, el, setText } from './dom.js';
-import { action, fileChoice, follow, set, toggle } from './fields.js';
+import { action, fileChoice, follow, isBusy, set, toggle } from './fields.js';
 import { sendFootage, sendScene } from './upload.js';
 
 function plugs(link) {
@@ -24,19 +24,27 @@ function plugs(link) {
 function footage(link) {
     const select = el('select', { id: 'footage-choice', 'aria-label': 'Footage' });
     select.addEventListener('change', () => set(link, select, { act: 'footage', name: select.value }));
-    let last = { choices: [], chosen: null };
+    const other = el('option', { value: '', disabled: true }, 'another');
+    let chosen = null;
+    let listed = null;
     const show = () => {
-        const other = last.chosen === null ? [el('option', { value: '', disabled: true }, 'another')] : [];
-        select.replaceChildren(...other, ...last.choices.map((name) => el('option', { value: name }, name)));
-        select.value = last.chosen ?? '';
+        other.hidden = chosen !== null;
+        select.value = chosen ?? '';
     };
     link.on('footage', (now) => {
-        last = now;
-        show();
+        chosen = now.chosen;
+        const names = now.choices.join('/'); // which is in none of them
+        if (names !== listed) { // else an open list would close
+            listed = names;
+            const { value } = select;
+            select.replaceChildren(other, ...now.choices.map((name) => el('option', { value: name }, name)));
+            select.value = value;
+        }
+        if (!isBusy(select)) {
+            show();
+        }
     });
-    follow(link, select, () => {
-        select.value = last.chosen ?? '';
-    });
+    follow(link, select, show);
     byId('footage').append(
         el('div', { className: 'control' }, select),
         fileChoice({

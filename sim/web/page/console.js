@@ -63,6 +63,9 @@ class Console {
     }
 
     #accept(name) {
+        if (this.#input.readOnly) {
+            return;
+        }
         const { arguments: count } = this.#completion.commands.find((each) => each.name === name);
         this.#write(count > 0 ? `${name} ` : name);
         this.#input.focus();
@@ -126,6 +129,9 @@ class Console {
             return false;
         }
         const { name, begin } = this.#completion.wayOn(this.#input.value);
+        if (name === null && begin === this.#input.value) {
+            return false; // there is none, so that the key means what it means elsewhere
+        }
         if (name !== null) {
             this.#accept(name);
         } else {

@@ -41,6 +41,13 @@ export function setText(node, text) {
     }
 }
 
+/** A text that is broken after a slash where it is too long. */
+export function showAddress(node, text) {
+    if (node.textContent !== text) {
+        node.replaceChildren(...text.split(/(?<=\/)/).flatMap((part) => [part, el('wbr')]));
+    }
+}
+
 /** What is remembered from visit to visit; a browser that refuses to store just forgets. */
 export const memory = {
     get(key) {

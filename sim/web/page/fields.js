@@ -1,7 +1,7 @@
 // The controls' building blocks. Each shows what the sight says, never what was only asked for: a
 // control changes when the next state does, and one whose act failed goes back. One that a value is
 // set with shows that value while it is held or its act is on its way.
-import { el, icon, setText } from './dom.js';
+import { el, icon, setText, showAddress } from './dom.js';
 
 /** Where a group of controls says what its last act came to; failures only. */
 function answerPlace(group) {
@@ -13,7 +13,14 @@ function answerPlace(group) {
     return place;
 }
 
-const isBusy = (control) => control.getAttribute('aria-busy') === 'true';
+export const isBusy = (control) => control.getAttribute('aria-busy') === 'true';
+
+/** What an act of an earlier daemon came to says nothing of this one. */
+export function forgetAnswers() {
+    for (const place of document.querySelectorAll('.answer')) {
+        setText(place, '');
+    }
+}
 
 function showStateAgain(link) {
     if (link.state !== null) {
@@ -99,7 +106,7 @@ export function toggle(link, { id, name, drawing = null, read, ask, note = null 
         button.setAttribute('aria-checked', String(isOn === true));
         setText(words, isOn === null ? '--' : isOn ? 'on' : 'off');
         if (below !== null) {
-            setText(below, note(state));
+            showAddress(below, note(state));
         }
     });
     return el('div', { className: 'control' }, button, ...(below === null ? [] : [below]));

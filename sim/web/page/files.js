@@ -102,8 +102,19 @@ class FileList {
     }
 }
 
+/** Who serves them goes with the daemon. */
+function followServer(link) {
+    const away = el('p', { className: 'note', hidden: true }, 'To be had again when the daemon is back.');
+    byId('media-lists').before(away);
+    link.on('presence', (presence) => {
+        away.hidden = presence === 'there';
+        byId('media-lists').inert = presence !== 'there';
+    });
+}
+
 export function startMedia(link) {
-    const view = startViewer(downloadUrl);
+    followServer(link);
+    const view = startViewer(link, downloadUrl);
     const recordings = new FileList(byId('recordings'), (file) => recordingRow(file, view));
     const snapshots = new FileList(byId('snapshots'), (file) => snapshotTile(file, view));
     link.on('media', (media) => {

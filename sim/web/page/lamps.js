@@ -27,8 +27,13 @@ function push(state) {
     return state.http_stream && state.push_fails ? { ...lamp, tone: 'warn', text: 'no server' } : lamp;
 }
 
-function luminance({ luminance: { level } }) {
-    return level === null ? UNKNOWN : { tone: 'on', text: String(level) };
+/** While a monitor is plugged in, the panel keeps its light and the level is only stored. */
+function luminance({ luminance: { level }, panel: { level: ofPanel } }) {
+    if (level === null) {
+        return UNKNOWN;
+    }
+    return ofPanel === null || ofPanel === level ? { tone: 'on', text: String(level) }
+        : { tone: 'ready', text: `${level} stored`, title: `The panel is at ${ofPanel}` };
 }
 
 function camera({ camera: { plugged, shown } }) {

@@ -34,8 +34,9 @@ export class Link extends EventTarget {
     state = null;
     /** 'connecting' until the first connection, then 'there' or 'lost'. */
     presence = 'connecting';
-    /** The program that a person starts the sight with. */
+    /** The program that a person acts on the board with, and how this board's daemon is started. */
     frontDoor = 'scripts/sim';
+    startCommand = 'scripts/sim';
 
     open() {
         keepSocket('events', {
@@ -91,6 +92,7 @@ export class Link extends EventTarget {
             this.state = message;
         } else if (message.type === 'hello') {
             this.frontDoor = message.front_door;
+            this.startCommand = message.start_command;
         }
         this.tell(message.type, message);
     }

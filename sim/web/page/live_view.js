@@ -1,5 +1,7 @@
 // Starts the live view anew after the camera was lost, with all that the display showed before.
 
+import { isBusy } from './fields.js';
+
 // The no-input picture stays until these have been run, also when the cable is back.
 const START = ['kill_pipe 6', 'create_pipe 0', 'create_pipe 1'];
 
@@ -30,6 +32,9 @@ function repetition(state) {
 }
 
 export async function restartLiveView(link, button) {
+    if (isBusy(button)) {
+        return;
+    }
     button.setAttribute('aria-busy', 'true');
     for (const line of [...START, ...repetition(link.state)]) {
         const { ok } = await link.act({ act: 'command', line });

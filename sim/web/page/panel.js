@@ -83,7 +83,11 @@ function showNote(note) {
     byId('picture-note').hidden = note === null;
     byId('bezel').classList.toggle('old', note?.isOld === true);
     byId('bezel').classList.toggle('off', note?.isOff === true);
+    const hasFocus = document.activeElement === byId('live-view');
     byId('live-view').hidden = note?.hasWayOut !== true;
+    if (hasFocus && byId('live-view').hidden) {
+        byId('full-light').focus(); // else it would be nowhere
+    }
     setText(byId('picture-note-text'), note?.text ?? '');
 }
 

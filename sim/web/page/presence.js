@@ -1,5 +1,6 @@
 // Whether server and daemon are there: banner, title, and what can be used meanwhile.
 import { byId, el, setText } from './dom.js';
+import { forgetAnswers } from './fields.js';
 import { condition } from './link.js';
 
 const LINK_TEXTS = {
@@ -14,7 +15,7 @@ function bannerFor(link, now) {
     switch (now) {
     case 'lost':
     case 'gone':
-        return ['The daemon is not running: start it with ', el('code', {}, link.frontDoor),
+        return ['The daemon is not running: start it with ', el('code', {}, link.startCommand),
             '. This page comes back by itself.'];
     case 'silent':
         return ['The daemon runs, but does not answer. What is shown may be out of date.'];
@@ -23,10 +24,14 @@ function bannerFor(link, now) {
     }
 }
 
+// What had the focus when it could no longer be used: there it belongs when it can again.
+let focused = null;
+
 /** Switches what needs the daemon (data-needs="daemon") or only the server ("server"). */
 function switchNeeds(now) {
     const hasServer = now !== 'lost' && now !== 'connecting';
     const hasDaemon = now === 'up' || now === 'silent';
+    focused = document.activeElement === document.body ? focused : document.activeElement;
     for (const node of document.querySelectorAll('[data-needs]')) {
         const isUsable = node.dataset.needs === 'daemon' ? hasDaemon : hasServer;
         if (node.type === 'text') {
@@ -39,6 +44,9 @@ function switchNeeds(now) {
     }
     // It scrolls, and then holds nothing else that could be focused.
     byId('rail').tabIndex = hasServer ? -1 : 0;
+    if (document.activeElement === document.body && focused?.matches(':enabled')) {
+        focused.focus({ preventScroll: true });
+    }
 }
 
 function showBanner(link, now) {
@@ -66,6 +74,9 @@ export function startPresence(link) {
         setText(byId('link-text'), LINK_TEXTS[now]);
         showBanner(link, now);
         switchNeeds(now);
+        if (now === 'lost' || now === 'gone') {
+            forgetAnswers();
+        }
     };
     link.on('presence', show);
     link.on('state', show);

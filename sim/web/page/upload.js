@@ -63,50 +63,71 @@ function answerOf(request) {
 /** Ends, by element, the heed that is given to complaints of the file it has. */
 const enders = new Map();
 
-/** Turns a row that went well into a failed one when the log complains of the file. */
-function heedComplaints(link, row, { file, element }) {
+/** Tells of the first complaint in the log from now on, until another file comes for the element. */
+function heed(link, element, onComplaint) {
     const pattern = complaintOf(element);
-    const stop = link.on('log', ({ lines }) => {
-        const complaint = lines.map((line) => line.match(pattern)).find(Boolean);
-        if (!row.isShown || complaint !== undefined) {
+    const stop = link.on('log', ({ fresh, lines }) => {
+        const complaint = fresh ? undefined : lines.map((line) => line.match(pattern)).find(Boolean);
+        if (complaint !== undefined) {
             stop();
-        }
-        if (row.isShown && complaint !== undefined) {
-            row.finish(false, `${file.name}: ${complaint[1]}`);
+            onComplaint(complaint[1]);
         }
     });
+    enders.get(element)?.();
     enders.set(element, stop);
 }
 
-function finish(link, row, sent, { ok, text }) {
-    const { file, use, words } = sent;
-    link.tell('answered', { message: { act: 'upload', words }, ok, text });
-    if (!ok) {
-        row.finish(false, `${file.name}: ${text}`);
-        return;
+/** A file on its way to an element. The log's complaint may come before the server's answer. */
+class Sending {
+    #link;
+    #sent;
+    #row;
+    #request = new XMLHttpRequest();
+    #complaint = null;
+    #isTaken = false;
+
+    constructor(link, path, sent) {
+        this.#link = link;
+        this.#sent = sent;
+        this.#row = new UploadRow(sent.file, () => this.#request.abort());
+        const { upload } = this.#request;
+        upload.onprogress = ({ loaded, total }) => {
+            this.#row.bar.value = total > 0 ? loaded / total : 1;
+        };
+        upload.onload = () => heed(link, sent.element, (text) => {
+            this.#complaint = text;
+            this.#judge();
+        });
+        this.#request.onload = () => this.#finish(answerOf(this.#request));
+        this.#request.onerror = () => this.#finish({ ok: false, text: 'the connection ended' });
+        this.#request.open('POST', path);
+        this.#request.send(sent.file);
     }
-    row.finish(true, [`${file.name} (${sizeText(file.size)}) ${use}`, text].filter(Boolean).join(', '));
-    heedComplaints(link, row, sent);
+
+    #finish({ ok, text }) {
+        const { file, words, use } = this.#sent;
+        this.#link.tell('answered', { message: { act: 'upload', words }, ok, text });
+        this.#isTaken = ok;
+        this.#row.finish(ok, ok
+            ? [`${file.name} (${sizeText(file.size)}) ${use(this.#link.state)}`, text].filter(Boolean).join(', ')
+            : `${file.name}: ${text}`);
+        this.#judge();
+    }
+
+    #judge() {
+        if (this.#isTaken && this.#complaint !== null && this.#row.isShown) {
+            this.#row.finish(false, `${this.#sent.file.name}: ${this.#complaint}`);
+        }
+    }
 }
 
-function send(link, path, sent) {
-    const { file } = sent;
-    enders.get(sent.element)?.();
-    const request = new XMLHttpRequest();
-    const row = new UploadRow(file, () => request.abort());
-    request.upload.onprogress = ({ loaded, total }) => {
-        row.bar.value = total > 0 ? loaded / total : 1;
-    };
-    request.onload = () => finish(link, row, sent, answerOf(request));
-    request.onerror = () => finish(link, row, sent, { ok: false, text: 'the connection ended' });
-    request.open('POST', path);
-    request.send(file);
-}
+const footageUse = (state) => (state?.camera?.plugged === false
+    ? 'is for the camera when its cable is in' : 'is what the camera sees');
 
 /** Keeps a video on the board and shows it to the camera. */
 export function sendFootage(link, file) {
-    send(link, `footage/${encodeURIComponent(file.name)}`,
-        { file, words: `footage ${file.name}`, use: 'is what the camera sees', element: 'SimCamera' });
+    new Sending(link, `footage/${encodeURIComponent(file.name)}`,
+        { file, words: `footage ${file.name}`, use: footageUse, element: 'SimCamera' });
 }
 
 /** Makes a text of QML the on-screen display. */
@@ -115,8 +136,8 @@ export function sendScene(link, file) {
         refuseFile(link, file, 'a scene has at most 1 MiB');
         return;
     }
-    send(link, 'scene',
-        { file, words: `scene ${file.name}`, use: 'is the on-screen display', element: 'SimQtOverlay' });
+    new Sending(link, 'scene',
+        { file, words: `scene ${file.name}`, use: () => 'is the on-screen display', element: 'SimQtOverlay' });
 }
 
 /** Says why a file is not sent at all. */

@@ -1,7 +1,8 @@
 // Shows a snapshot, or plays a recording, in a dialog.
 import { byId, el } from './dom.js';
 
-const FAILED = 'This file can’t be shown: it is gone, or was not ended properly.';
+const FAILED = 'This file can’t be shown: it is gone, was not ended properly, or lies outside of the board.';
+const AWAY = 'This file can’t be reached while the daemon is away.';
 
 function content(kind, { name, url }, onFail) {
     const node = kind === 'img' ? el('img', { src: url, alt: `Snapshot ${name}` })
@@ -11,7 +12,7 @@ function content(kind, { name, url }, onFail) {
 }
 
 /** Gives the function that shows a file as 'img', 'video' or 'audio'. */
-export function startViewer(downloadUrl) {
+export function startViewer(link, downloadUrl) {
     const dialog = byId('viewer');
     const body = byId('viewer-body');
     byId('viewer-close').addEventListener('click', () => dialog.close());
@@ -22,7 +23,7 @@ export function startViewer(downloadUrl) {
         byId('viewer-download').href = downloadUrl(file.url);
         byId('viewer-download').download = file.name;
         body.replaceChildren(content(kind, file, () => body.replaceChildren(
-            el('p', { className: 'viewer-failed', role: 'alert' }, FAILED))));
+            el('p', { className: 'viewer-failed', role: 'alert' }, link.presence === 'there' ? FAILED : AWAY))));
         dialog.showModal();
     };
 }
