@@ -1,35 +1,10 @@
 // The log as it grows: by level and text, at its end unless somebody reads further up.
 import { byId, el, memory, setText } from './dom.js';
+import { Follower } from './follower.js';
 import { Blocks, LINES_MAX } from './log_blocks.js';
 import { LEVELS, parseLine } from './log_lines.js';
 
 const FILTER_DELAY_MS = 120;
-
-/** Keeps the end in view until somebody scrolls up, and again from when somebody is back there. */
-class Follower {
-    #box;
-    #top = 0;
-    isOn = true;
-
-    constructor(box, onChange) {
-        this.#box = box;
-        box.addEventListener('scroll', () => {
-            const isAtEnd = box.scrollHeight - box.scrollTop - box.clientHeight < 16;
-            const isUp = box.scrollTop < this.#top;
-            this.#top = box.scrollTop;
-            this.isOn = isAtEnd || (this.isOn && !isUp);
-            onChange();
-        });
-        // Another size is no scrolling up.
-        new ResizeObserver(() => this.isOn && this.toEnd()).observe(box);
-    }
-
-    toEnd() {
-        this.isOn = true;
-        this.#box.scrollTop = this.#box.scrollHeight;
-        this.#top = this.#box.scrollTop;
-    }
-}
 
 class Log {
     #box = byId('log-lines');

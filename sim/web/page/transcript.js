@@ -1,6 +1,7 @@
 // What was asked for and what came of it, from the console and from every control: who clicks sees
 // the command behind it.
 import { byId, el } from './dom.js';
+import { Follower } from './follower.js';
 
 const ENTRIES_MAX = 200;
 
@@ -33,11 +34,12 @@ function entry(frontDoor, { message, ok, text }) {
 
 export function startTranscript(link) {
     const transcript = byId('transcript');
+    const follower = new Follower(transcript);
     link.on('answered', (answered) => {
         transcript.append(entry(link.frontDoor, answered));
         while (transcript.childElementCount > ENTRIES_MAX) {
             transcript.firstElementChild.remove();
         }
-        transcript.scrollTop = transcript.scrollHeight;
+        follower.toEnd();
     });
 }
