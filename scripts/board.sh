@@ -1,5 +1,5 @@
 # The folder that stands for a board, and acts on its hardware; sourced by sim, after lib.sh and with the
-# folder in `board`.
+# folder in `board`. What every start goes through starts few programs: tests start hundreds of daemons.
 # shellcheck shell=bash
 
 # Most characters of a socket's path: sun_path of the kernel's sockaddr_un less its terminator.
@@ -33,11 +33,11 @@ socket_path() {
 }
 
 refuse_unusable_folder() {
-    local path
+    local path LC_ALL=C # bytes, not characters
     [[ $board != / ]] || die 2 "this machine's own root is no board"
     [[ $board != *:* ]] || die 2 "the board folder's path has a colon, which PATH can't hold: $board"
     path=$(socket_path)
-    [[ $(printf %s "$path" | wc -c) -le $SOCKET_PATH_MAX ]] ||
+    [[ ${#path} -le $SOCKET_PATH_MAX ]] ||
         die 2 "the board folder's path is too long: $path has more than $SOCKET_PATH_MAX bytes"
 }
 
@@ -55,7 +55,8 @@ daemon_on_board() {
     environments=$(grep -lzxF -- "VTRDC_SYSROOT=$board" /proc/[0-9]*/environ 2>/dev/null) || true
     for environment in $environments; do
         if grep -qE '/vtrdc( \(deleted\))?$' "${environment%/environ}/maps" 2>/dev/null; then
-            basename "${environment%/environ}"
+            environment=${environment#/proc/}
+            printf '%s\n' "${environment%/environ}"
             return
         fi
     done
@@ -114,7 +115,7 @@ replace_keeping() {
 
 make_footage() {
     local folder=$board/footage
-    mkdir -p "$folder"
+    [[ -d $folder ]] || mkdir -p "$folder"
     if [[ -r $FOOTAGE ]] && ! is_there "$folder/$STOCK_FOOTAGE"; then
         ln -s "$FOOTAGE" "$folder/$STOCK_FOOTAGE"
     fi
@@ -151,22 +152,22 @@ make_empty_files() {
 
 # Copies, so that a person can change them on the board.
 copy_missing_files() {
-    local source=$VTRDC_SOURCE_DIR/sim/board file
-    while IFS= read -r -d '' file; do
-        if ! is_there "$board/$file"; then
-            mkdir -p "$board/${file%/*}"
-            cp "$source/$file" "$board/$file"
-        fi
-    done < <(find "$source" -type f -printf '%P\0')
+    local file missing=()
+    cd "$VTRDC_SOURCE_DIR/sim/board" || exit
+    shopt -s dotglob globstar
+    for file in **; do
+        [[ -d $file ]] || is_there "$board/$file" || missing+=("$file")
+    done
+    [[ ${#missing[@]} -eq 0 ]] || cp --parents -t "$board" -- "${missing[@]}"
 }
 
 # In turns, since of two at once each would make what the other doesn't see yet.
 layout() (
-    mkdir -p "$board"
+    [[ -d $board ]] || mkdir -p "$board"
     take_turns
     panel=$board/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024
     mkdir -p "$board"/{dev/input,etc,home/root,media,run,tmp,usr/bin} \
-        "$board"/var/{run,log,lib/vtrcore} "$panel" "$(dirname "$cable_state")"
+        "$board"/var/{run,log,lib/vtrcore} "$panel" "${cable_state%/*}"
     copy_missing_files
     make_empty_files "$panel"/attr_{luminance,display_on,pon,pattern}
     is_there "$board/dev/fb0" || truncate -s "$PANEL_BYTES" "$board/dev/fb0"
@@ -181,7 +182,11 @@ layout() (
 # Lets the thermal core forget what was asked of it: the sight powers it up along with the daemon, which
 # relies on its being at rest. A fault that somebody set stays.
 power_core_up() {
-    rm -f -- "$board"/var/lib/vtrcore/{zoom,pip,origin,nuc,shutter}
+    local file asked=()
+    for file in "$board"/var/lib/vtrcore/{zoom,pip,origin,nuc,shutter}; do
+        ! is_there "$file" || asked+=("$file")
+    done
+    [[ ${#asked[@]} -eq 0 ]] || rm -f -- "${asked[@]}"
 }
 
 verb_camera() {

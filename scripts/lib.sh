@@ -1,7 +1,7 @@
 # What the front doors share; sourced by them.
 # shellcheck shell=bash
 
-VTRDC_SOURCE_DIR=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+VTRDC_SOURCE_DIR=$(cd "${BASH_SOURCE[0]%/*}/.." && pwd)
 
 # Says a line on standard error, so that standard output stays the program's own.
 say() {
