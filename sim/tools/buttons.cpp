@@ -3,6 +3,7 @@
 // press writes a press and a release. keep stays beside the daemon and holds two things open as
 // long as the daemon lives, also after it detached: the FIFO for writing, so that opening it never
 // waits, and its own standard input, on which its starter took a lock for the daemon.
+#include "button_rows.h"
 #include "daemon_life.h"
 
 #include <array>
@@ -18,18 +19,6 @@
 #include <unistd.h>
 
 namespace {
-
-struct button_row {
-    std::string_view name;
-    std::uint16_t key;
-};
-
-// The keys that the sight's three buttons send.
-constexpr button_row button_rows[] = {
-    {"zoom", KEY_HOMEPAGE},
-    {"nuc", KEY_BACK},
-    {"pol", KEY_MENU},
-};
 
 constexpr int VALUE_PRESSED = 1;
 constexpr int VALUE_RELEASED = 0;

@@ -1,6 +1,7 @@
 // What a page can ask for: commands of the daemon, and acts on the board.
 #include "acts.h"
 
+#include "button_rows.h"
 #include "glib_owners.h"
 
 #include "vtrdcctl/requests.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace sim {
 namespace {
@@ -17,8 +19,6 @@ using json = nlohmann::json;
 struct gstrv_release {
     void operator()(gchar** words) const noexcept { g_strfreev(words); }
 };
-
-constexpr std::array<std::string_view, 3> buttons{"zoom", "nuc", "pol"};
 
 std::string text_in(const json& message, const char* key) {
     const auto found = message.find(key);
@@ -61,7 +61,7 @@ void act_command(const act_tools& tools, const json& message, const act_end& on_
 // Whatever else a page says must not become an option of the verb.
 void act_press(const act_tools& tools, const json& message, const act_end& on_end) {
     const std::string button = text_in(message, "button");
-    if (std::ranges::find(buttons, button) == buttons.end()) {
+    if (std::ranges::find(button_rows, button, &button_row::name) == std::end(button_rows)) {
         throw usage_error{"no such button"};
     }
     tools.door.run({"press", button}, on_end);

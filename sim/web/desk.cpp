@@ -39,12 +39,8 @@ json hello(const std::string& board, const std::string& start) {
         commands.push_back(
             {{"name", each.name}, {"arguments", each.argument_count}, {"help", each.help}});
     }
-    return {{"type", "hello"},
-            {"board", board},
-            {"front_door", front_door_name()},
-            {"start_command", start},
-            {"commands", commands},
-            {"choices", choices()}};
+    return {{"type", "hello"},        {"board", board},       {"front_door", front_door_name()},
+            {"start_command", start}, {"commands", commands}, {"choices", choices()}};
 }
 
 json log_message(bool is_fresh, const std::deque<std::string>& lines) {

@@ -83,11 +83,7 @@ void send_more(SoupServerMessage* request, gpointer data) noexcept {
 }
 
 void start_body(SoupServerMessage* request, std::unique_ptr<file_body> from) {
-    const auto drop = [](gpointer data) noexcept {
-        std::default_delete<file_body>()(static_cast<file_body*>(data));
-    };
-    file_body* const lasting = from.release();
-    g_object_set_data_full(G_OBJECT(request), body_key, lasting, drop);
+    file_body* const lasting = give_to_request(request, body_key, std::move(from));
     soup_message_body_set_accumulate(soup_server_message_get_response_body(request), FALSE);
     g_signal_connect(request, "wrote-chunk", G_CALLBACK(send_more), lasting);
     send_more(request, lasting);

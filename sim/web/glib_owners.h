@@ -22,4 +22,15 @@ struct glib_release {
 // One counted reference (or one allocation); empty means "none".
 template <typename T> using glib_owner = std::unique_ptr<T, glib_release>;
 
+// Gives an object to a request, with which it goes; under that key it is found again.
+template <typename T>
+T* give_to_request(SoupServerMessage* request, const char* key, std::unique_ptr<T> object) {
+    const auto drop = [](gpointer data) noexcept {
+        std::default_delete<T>()(static_cast<T*>(data));
+    };
+    T* const given = object.release();
+    g_object_set_data_full(G_OBJECT(request), key, given, drop);
+    return given;
+}
+
 } // namespace sim

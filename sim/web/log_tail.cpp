@@ -2,6 +2,7 @@
 #include "log_tail.h"
 
 #include <algorithm>
+#include <array>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -75,14 +76,17 @@ bool log_tail::read_slice() {
     if (!file_) {
         return false;
     }
-    std::string bytes(slice_max, '\0');
-    const ssize_t size = pread(file_.number(), bytes.data(), bytes.size(), position_);
-    if (size <= 0) {
-        return false;
+    std::array<char, 65536> bytes; // filled just below
+    for (std::size_t taken = 0; taken < slice_max;) {
+        const ssize_t size = pread(file_.number(), bytes.data(), bytes.size(), position_);
+        if (size <= 0) {
+            return false;
+        }
+        position_ += size;
+        taken += static_cast<std::size_t>(size);
+        take_bytes({bytes.data(), static_cast<std::size_t>(size)});
     }
-    position_ += size;
-    take_bytes(std::string_view(bytes).substr(0, static_cast<std::size_t>(size)));
-    return static_cast<std::size_t>(size) == bytes.size();
+    return true;
 }
 
 void log_tail::take_bytes(std::string_view bytes) {

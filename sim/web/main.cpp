@@ -36,7 +36,8 @@ void describe(CLI::App& parser, command_line& line) {
     parser.add_option("--log", line.desk.log, "The daemon's log file")->required();
     parser.add_option("--front-door", line.desk.front_door, "Acts on the board by its verbs")
         ->required();
-    parser.add_option("--start", line.desk.start, "The command that a person starts the daemon with")
+    parser
+        .add_option("--start", line.desk.start, "The command that a person starts the daemon with")
         ->required();
     parser.add_option("--daemon", line.daemon, "The daemon's program, to know it by")->required();
     parser.add_option("--port", line.port, "Port of the loopback")->check(CLI::Range(1, 65535));

@@ -106,7 +106,8 @@ void page_events::take(const page_owner& page, const nlohmann::json& message) {
 void page_events::on_closed(SoupWebsocketConnection* page, gpointer self) noexcept {
     auto* const events = static_cast<page_events*>(self);
     g_signal_handlers_disconnect_by_data(page, self);
-    std::erase_if(events->pages_, [page](const audience& each) { return each.connection.get() == page; });
+    std::erase_if(events->pages_,
+                  [page](const audience& each) { return each.connection.get() == page; });
     if (events->pages_.empty()) {
         events->told_.on_audience(false);
     }

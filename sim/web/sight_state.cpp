@@ -227,8 +227,7 @@ void sight_state::add_board(json& state) const {
     state["broker"] = !has_broker ? "none" : is_connected ? "connected" : "there";
     state["core_fails"] = core_failure_status();
     const json light = level.is_null() ? json() : json(level.get<double>() / luminance_max);
-    state["panel"] = {
-        {"on", number_in(panel_display) != 0}, {"level", level}, {"light", light}};
+    state["panel"] = {{"on", number_in(panel_display) != 0}, {"level", level}, {"light", light}};
     state["scene"] = whole_text(board_.scene_path()) == whole_text(stock_scene_) ? "stock" : "own";
 }
 

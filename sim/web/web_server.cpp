@@ -130,10 +130,7 @@ void on_chunk(SoupServerMessage* request, GBytes* chunk, gpointer /*data*/) noex
 
 // Has the request's body written as it comes; what is not kept goes with the request.
 void keep_body(SoupServerMessage* request, std::unique_ptr<upload> file) {
-    const auto drop = [](gpointer data) noexcept {
-        std::default_delete<upload>()(static_cast<upload*>(data));
-    };
-    g_object_set_data_full(G_OBJECT(request), upload_key, file.release(), drop);
+    give_to_request(request, upload_key, std::move(file));
     g_signal_connect(request, "got-chunk", G_CALLBACK(on_chunk), nullptr);
 }
 

@@ -233,6 +233,7 @@ test('a scene and footage from outside are shown, and what is broken is told of'
     await showScene('color: "white"');
     await pictureWhen(page, (light) => light.every((each) => each > 240));
     await showScene('color: nonsense(');
+    await page.locator('#log-lines').getByText(/main\.qml:2/).first().waitFor();
     await uploads.getByText(/test\.qml: .*main\.qml:2/).waitFor();
     await page.getByRole('button', { name: 'Dismiss: test.qml' }).last().click();
     await page.getByRole('button', { name: /stock scene/i }).click();

@@ -180,7 +180,9 @@ test('a visitor that goes leaves nothing behind', async () => {
 test('uploads are kept beside each other, and bad ones refused', async () => {
     const footage = (name, body) => ask(`/footage/${name}`, { method: 'POST', body });
     assert.equal((await footage('own.avi', 'first')).status, 200);
-    assert.match((await footage('own.avi', 'second')).body.toString(), /kept as own-2\.avi/);
+    const second = await footage('own.avi', 'second');
+    assert.equal(second.status, 200);
+    assert.match(second.body.toString(), /kept as own-2\.avi/);
     assert.equal(bench.text('footage/own.avi'), 'first');
     assert.equal(bench.text('footage/own-2.avi'), 'second');
     assert.equal(bench.text('dev/video0'), 'second');
