@@ -22,16 +22,42 @@ export async function openBrowser() {
     return chromium.launch(OPTIONS);
 }
 
-/** A page that is connected; what its scripts complain of goes into `complaints`. */
-export async function openPage(browser, bench, complaints) {
+/**
+ * Keeps the answers to a page's acts back, though not what else it is told of. To be asked for before the
+ * page is opened; gives the function that lets the answers go, those to come as well.
+ */
+export async function keepAnswersBack(page) {
+    let kept = [];
+    await page.routeWebSocket(/\/events$/, (socket) => {
+        const server = socket.connectToServer();
+        server.onMessage((text) => {
+            if (kept !== null && JSON.parse(text).type === 'answer') {
+                kept.push(() => socket.send(text));
+            } else {
+                socket.send(text);
+            }
+        });
+    });
+    return () => {
+        kept.forEach((send) => send());
+        kept = null;
+    };
+}
+
+/** An empty page; what its scripts complain of goes into `complaints`. */
+export async function newPage(browser, complaints) {
     const context = await browser.newContext({ viewport: { width: 1440, height: 900 }, colorScheme: 'dark' });
     const page = await context.newPage();
     page.setDefaultTimeout(PATIENCE_MS);
     page.on('pageerror', (error) => complaints.push(error.stack));
+    return page;
+}
+
+/** Opens a bench's page, and waits until it is connected and shows a picture. */
+export async function openBench(page, bench) {
     await page.goto(bench.address);
     await page.locator('body[data-link=up]').waitFor();
     await pictureWhen(page, (light) => light.some((each) => each > 0));
-    return page;
 }
 
 /** Light of the panel's picture on a grid of 32 x 24 points, line by line, 0 to 255. */

@@ -3,7 +3,9 @@ import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
 import { appendFileSync, existsSync, mkdirSync, readlinkSync, renameSync, rmdirSync, writeFileSync } from 'node:fs';
 import { Bench, until } from './bench.mjs';
-import { difference, hindrances, openBrowser, openPage, pictureWhen, takePicture } from './browser.mjs';
+import {
+    difference, hindrances, keepAnswersBack, newPage, openBench, openBrowser, pictureWhen, takePicture,
+} from './browser.mjs';
 
 // Two pictures of the same thing differ by noise and movement, of different things by far more.
 const OTHER_PICTURE = 8;
@@ -17,7 +19,8 @@ before(async () => {
     await bench.start();
     await bench.logged('Display Pipeline set to playing');
     browser = await openBrowser();
-    page = await openPage(browser, bench, complaints);
+    page = await newPage(browser, complaints);
+    await openBench(page, bench);
 });
 after(async () => {
     await browser?.close();
@@ -30,6 +33,15 @@ const lamp = (name, text) => page.locator(`#lamp-${name}`, { hasText: text }).wa
 async function command(line) {
     await page.getByRole('combobox', { name: 'Command' }).fill(line);
     await page.keyboard.press('Enter');
+}
+
+// Gives a command, and waits for what is said to it.
+async function answered(line, said) {
+    const asked = page.locator('.asked').getByText(`> ${line}`, { exact: true });
+    const entries = page.locator('#transcript > div', { has: asked });
+    const before = await entries.count();
+    await command(line);
+    await entries.nth(before).getByText(said).waitFor();
 }
 
 // What the on-screen display was told under a key.
@@ -129,8 +141,7 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
     await line.press('Tab');
     assert.equal(await line.inputValue(), 'get_zoom');
     await line.press('Enter');
-    const transcript = page.getByRole('log', { name: 'Commands and answers' });
-    await transcript.getByText('get_zoom').last().waitFor();
+    await page.getByRole('log', { name: 'Commands and answers' }).getByText('get_zoom').waitFor();
     await line.fill('set_lum ');
     await page.locator('#command-hint', { hasText: 'luminance array' }).waitFor();
     await takePicture(page, 'bench-console');
@@ -139,8 +150,7 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
         ['set_lum', 'takes 1 argument, not 0'],
         ['set_lum 99', 'failed'],
     ]) {
-        await command(bad);
-        await transcript.getByText(error).last().waitFor();
+        await answered(bad, error);
     }
     await line.press('ArrowUp');
     assert.equal(await line.inputValue(), 'set_lum 99');
@@ -151,8 +161,7 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
     const fault = page.getByRole('switch', { name: 'Thermal core fails' });
     await fault.click();
     await until('the fault is set', () => existsSync(bench.at('var/lib/vtrcore/fail')));
-    await command('kbd_zoom');
-    await page.getByRole('log', { name: 'Commands and answers' }).getByText('failed').last().waitFor();
+    await answered('kbd_zoom', 'failed');
     await fault.click();
     await until('the fault is over', () => !existsSync(bench.at('var/lib/vtrcore/fail')));
     await lamp('luminance', '75');
@@ -162,6 +171,25 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
     await lamp('monitor', 'plugged');
     await page.getByRole('switch', { name: 'Monitor cable' }).click();
     await lamp('monitor', 'none');
+});
+
+test('a switch does what was wanted last, though the answers are late', async () => {
+    const other = await newPage(browser, complaints);
+    const letGo = await keepAnswersBack(other);
+    await openBench(other, bench);
+    const fault = other.getByRole('switch', { name: 'Thermal core fails' });
+    await fault.evaluate((node) => {
+        node.click();
+        node.click(); // out of impatience
+    });
+    await fault.and(other.getByRole('switch', { checked: true })).waitFor();
+    await fault.click();
+    letGo();
+    await fault.and(other.getByRole('switch', { checked: false })).waitFor();
+    assert.ok(!existsSync(bench.at('var/lib/vtrcore/fail')));
+    assert.deepEqual(await other.locator('#transcript .asked').allInnerTexts(),
+        ['scripts/sim core fail', 'scripts/sim core work']);
+    await other.context().close();
 });
 
 test('a slider keeps what was set last, and what the sight says otherwise', async () => {

@@ -1,6 +1,6 @@
 // The controls' building blocks. Each shows what the sight says, never what was only asked for: a
-// control changes when the next state does, and one whose act failed goes back. One that a value is
-// set with shows that value while it is held or its act is on its way.
+// control changes when the next state does, and one whose act failed goes back. One that a number is
+// set with, or one of several, shows what was set while it is held or its act is on its way.
 import { el, icon, setText, showAddress } from './dom.js';
 
 /** Where a group of controls says what its last act came to; failures only. */
@@ -36,8 +36,8 @@ async function actFor(link, control, message) {
 }
 
 /**
- * Performs an act for a button or switch: busy until the answer is there, and deaf meanwhile. After
- * a failure all controls show the last known state again.
+ * Performs an act for a button: busy until the answer is there, and deaf meanwhile. After a failure all
+ * controls show the last known state again.
  */
 export async function perform(link, control, message) {
     if (isBusy(control)) {
@@ -58,7 +58,7 @@ const SETTLE_MS = 1000;
 /** The act that each control wants next; null when it only waits for an answer. */
 const wanted = new WeakMap();
 
-/** Performs an act for a control with a value. Of values that are set meanwhile the last is sent. */
+/** Performs an act for a control with a value, be it on or off. Of values that are set meanwhile the last is sent. */
 export async function set(link, control, message) {
     const wasBusy = isBusy(control);
     wanted.set(control, message);
@@ -87,7 +87,10 @@ export function follow(link, control, show, isHeld = () => false) {
 
 export const command = (line) => ({ act: 'command', line });
 
-/** A switch. `read` gives true, false or null from the state; `ask` the act for on or off. */
+/**
+ * A switch. `read` gives true, false or null from the state; `ask` the act for on or off. Who presses it
+ * wants the other of what it shows; that is asked for once, however often it is pressed until it shows.
+ */
 export function toggle(link, { id, name, drawing = null, read, ask, note = null }) {
     const words = el('span', { className: 'switch-text' }, '--');
     const button = el('button', { type: 'button', id, className: 'switch', role: 'switch', 'aria-checked': 'false' },
@@ -95,8 +98,14 @@ export function toggle(link, { id, name, drawing = null, read, ask, note = null 
         el('span', { className: 'switch-name' }, name),
         el('span', { className: 'switch-track', 'aria-hidden': 'true' }), words);
     words.setAttribute('aria-hidden', 'true');
-    button.addEventListener('click', () =>
-        perform(link, button, ask(button.getAttribute('aria-checked') !== 'true')));
+    let asked = null;
+    button.addEventListener('click', () => {
+        const isOn = button.getAttribute('aria-checked') !== 'true';
+        if (!isBusy(button) || isOn !== asked) {
+            asked = isOn;
+            set(link, button, ask(isOn));
+        }
+    });
     const below = note === null ? null : el('p', { className: 'note number', id: `${id}-note` });
     if (below !== null) {
         button.setAttribute('aria-describedby', below.id);
