@@ -9,8 +9,9 @@ target_include_directories(vtrdc_flags INTERFACE "${PROJECT_SOURCE_DIR}/src")
 
 if(VTRDC_SANITIZE)
   # Optimising well what is instrumented takes the compiler three times as long, and finds nothing more.
+  # Of debug information, reports need the lines.
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
-                      -fno-omit-frame-pointer -O1
+                      -fno-omit-frame-pointer -O1 -g1
                       # Instrumented library code (std::regex) looks uninitialised to the compiler.
                       -Wno-maybe-uninitialized)
   add_link_options(-fsanitize=address,undefined)
@@ -32,4 +33,11 @@ macro(vtrdc_leave_sanitized_unoptimised)
   if(VTRDC_SANITIZE)
     add_compile_options(-O0)
   endif()
+endmacro()
+
+# For a folder whose headers take the compiler longer than its own code: several of its files are compiled
+# as one, so that what they keep to themselves has to have different names.
+macro(vtrdc_compile_together)
+  set(CMAKE_UNITY_BUILD ON)
+  set(CMAKE_UNITY_BUILD_BATCH_SIZE 5)
 endmacro()

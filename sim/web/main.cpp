@@ -1,8 +1,8 @@
 // vtrdc-sim-web: serves the simulated board's page, the bench in a browser, on loopback.
+#include "command_line.h"
 #include "daemon_life.h"
 #include "desk.h"
 
-#include <CLI/CLI.hpp>
 #include <array>
 #include <fcntl.h>
 #include <filesystem>
@@ -22,28 +22,6 @@ constexpr unsigned ports_tried = 10;
 
 // The daemon and the browser come first.
 constexpr int niceness = 5;
-
-struct command_line {
-    sim::desk_options desk;
-    std::string daemon;
-    std::optional<unsigned> port;
-    std::optional<pid_t> beside; // becomes the daemon
-};
-
-void describe(CLI::App& parser, command_line& line) {
-    parser.add_option("--board", line.desk.board, "The board folder")->required();
-    parser.add_option("--page", line.desk.page, "Folder of the page's files")->required();
-    parser.add_option("--log", line.desk.log, "The daemon's log file")->required();
-    parser.add_option("--front-door", line.desk.front_door, "Acts on the board by its verbs")
-        ->required();
-    parser
-        .add_option("--start", line.desk.start, "The command that a person starts the daemon with")
-        ->required();
-    parser.add_option("--daemon", line.daemon, "The daemon's program, to know it by")->required();
-    parser.add_option("--port", line.port, "Port of the loopback")->check(CLI::Range(1, 65535));
-    parser.add_option("--beside", line.beside,
-                      "Go into the background, and end with the daemon that this process becomes");
-}
 
 bool listen(sim::web_server& server, std::optional<unsigned> port, std::string& why) {
     if (port) {
@@ -72,7 +50,7 @@ gboolean stop_listening(gpointer server) noexcept {
 }
 
 // Waits on a thread of its own; what it waits for outlives the main loop only when that ends first.
-void quit_with_daemon(GMainLoop* loop, sim::web_server& server, const command_line& line) {
+void quit_with_daemon(GMainLoop* loop, sim::web_server& server, const sim::command_line& line) {
     const daemon_marks marks = marks_of_daemon(line.daemon, line.desk.board);
     std::thread([loop, &server, marks, starter = *line.beside] {
         wait_for_daemon_end(marks, starter);
@@ -102,7 +80,7 @@ void raise_descriptor_limit() {
     }
 }
 
-int serve(const command_line& line, const report& tell) {
+int serve(const sim::command_line& line, const report& tell) {
     setpriority(PRIO_PROCESS, 0, niceness);
     raise_descriptor_limit();
     sim::desk desk{line.desk};
@@ -143,7 +121,7 @@ bool pass_report_on(int input) {
 }
 
 // The starter waits until the page is served; what serves it belongs to nobody.
-int serve_in_background(const command_line& line) {
+int serve_in_background(const sim::command_line& line) {
     close_range(STDERR_FILENO + 1, ~0U, 0); // whoever waits for the end of an inherited pipe
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
@@ -166,9 +144,9 @@ int serve_in_background(const command_line& line) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    command_line line;
-    CLI::App parser{"Serves the simulated board's page on loopback.", "vtrdc-sim-web"};
-    describe(parser, line);
-    CLI11_PARSE(parser, argc, argv);
-    return line.beside ? serve_in_background(line) : serve(line, write_report);
+    const std::optional<sim::command_line> line = sim::read_command_line(argc, argv);
+    if (!line) {
+        return EXIT_FAILURE;
+    }
+    return line->beside ? serve_in_background(*line) : serve(*line, write_report);
 }

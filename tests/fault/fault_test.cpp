@@ -13,7 +13,7 @@
 namespace {
 
 // Each call that can fail, or one of so many.
-std::size_t sample_of = 20;
+std::size_t sample_of = 40;
 
 #ifdef VTRDC_TEST_LEAVE_MEMORY
 constexpr bool MEMORY_FAILS = false;

@@ -13,15 +13,15 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr GstClockTime second = GST_SECOND;
+constexpr GstClockTime one_second = GST_SECOND;
 
-std::string producer_text(const std::string& options = "") {
+std::string stamps_producer(const std::string& options = "") {
     return "appsrc name=in format=time caps=application/x-test ! "
            "interpipesink name=stamps sync=false async=false " +
            options;
 }
 
-std::string listener_text(const std::string& options = "") {
+std::string stamps_listener(const std::string& options = "") {
     return "interpipesrc name=src listen-to=stamps " + options +
            " ! appsink name=out sync=false async=false";
 }
@@ -98,13 +98,13 @@ private:
 class InterpipeStampsTest : public GstTest {
 protected:
     void start(const std::string& options, const std::string& sink_options = "") {
-        producer = std::make_unique<test_pipeline>(producer_text(sink_options));
-        listener = std::make_unique<test_pipeline>(listener_text(options));
+        producer = std::make_unique<test_pipeline>(stamps_producer(sink_options));
+        listener = std::make_unique<test_pipeline>(stamps_listener(options));
         GstClock* const clock = gst_system_clock_obtain();
         const GstClockTime now = gst_clock_get_time(clock);
         gst_object_unref(clock);
-        play_from(*listener, now - 2 * second);
-        play_from(*producer, now - 4 * second);
+        play_from(*listener, now - 2 * one_second);
+        play_from(*producer, now - 4 * one_second);
     }
     // Without a start time a pipeline leaves the base time as it is set.
     static void play_from(test_pipeline& pipeline, GstClockTime base_time) {
@@ -115,8 +115,8 @@ protected:
     // What the producer is asked for when the listening pipe wants a key unit at four seconds.
     GstClockTime requested_time() {
         const request_probe requests((*producer)["in"]);
-        gst_element_send_event((*listener)["out"],
-                               gst_video_event_new_upstream_force_key_unit(4 * second, TRUE, 1));
+        gst_element_send_event((*listener)["out"], gst_video_event_new_upstream_force_key_unit(
+                                                       4 * one_second, TRUE, 1));
         return requests.running_time();
     }
     std::unique_ptr<test_pipeline> producer;
@@ -125,48 +125,48 @@ protected:
 
 TEST_F(InterpipeStampsTest, PassThroughWithStreamSync0) {
     start("stream-sync=0");
-    push(*producer, {.value = 1, .pts = 1 * second});
-    EXPECT_EQ(next_pts(*listener), 1 * second);
-    EXPECT_EQ(requested_time(), 4 * second);
+    push(*producer, {.value = 1, .pts = 1 * one_second});
+    EXPECT_EQ(next_pts(*listener), 1 * one_second);
+    EXPECT_EQ(requested_time(), 4 * one_second);
 }
 
 TEST_F(InterpipeStampsTest, AreCompensatedWithStreamSync1AndWhatIsOlderIsDropped) {
     start("stream-sync=1");
-    push(*producer, {.value = 1, .pts = 1 * second});
-    push(*producer, {.value = 2, .pts = 5 * second});
-    EXPECT_EQ(next_pts(*listener), 3 * second);
-    EXPECT_EQ(requested_time(), 6 * second);
+    push(*producer, {.value = 1, .pts = 1 * one_second});
+    push(*producer, {.value = 2, .pts = 5 * one_second});
+    EXPECT_EQ(next_pts(*listener), 3 * one_second);
+    EXPECT_EQ(requested_time(), 6 * one_second);
 }
 
 TEST_F(InterpipeStampsTest, OfAnotherPipeDoNotStallASynchronisedSink) {
     start("stream-sync=0", "sync=true");
-    push(*producer, {.value = 1, .pts = 3600 * second});
-    EXPECT_EQ(next_pts(*listener), 3600 * second);
+    push(*producer, {.value = 1, .pts = 3600 * one_second});
+    EXPECT_EQ(next_pts(*listener), 3600 * one_second);
 }
 
 TEST_F(InterpipeStampsTest, ArriveInRunningTime) {
-    constexpr GstClockTime far_start = 1000 * 3600 * second; // where x264enc begins
+    constexpr GstClockTime far_start = 1000 * 3600 * one_second; // where x264enc begins
     start("stream-sync=0");
     g_object_set((*producer)["in"], "handle-segment-change", TRUE, nullptr);
     GstSegment segment;
     gst_segment_init(&segment, GST_FORMAT_TIME);
     segment.start = segment.time = far_start;
-    GstBuffer* const buffer = make_buffer({.value = 1, .pts = far_start + second});
+    GstBuffer* const buffer = make_buffer({.value = 1, .pts = far_start + one_second});
     GstCaps* const caps = gst_caps_from_string("application/x-test");
     const sample_owner sent(gst_sample_new(buffer, caps, &segment, nullptr));
     gst_caps_unref(caps);
     gst_buffer_unref(buffer);
     gst_app_src_push_sample(GST_APP_SRC((*producer)["in"]), sent.get());
-    EXPECT_EQ(next_pts(*listener), second);
+    EXPECT_EQ(next_pts(*listener), one_second);
 }
 
 class InterpipeQueueTest : public GstTest {};
 
 TEST_F(InterpipeQueueTest, FullOneDropsUpToAKeyUnitAndBlocksNobody) {
-    test_pipeline producer{producer_text("max-buffers=2")};
-    test_pipeline stalled{listener_text()};
+    test_pipeline producer{stamps_producer("max-buffers=2")};
+    test_pipeline stalled{stamps_listener()};
     gst_element_set_state(stalled.get(), GST_STATE_PAUSED); // live: nothing before it plays
-    test_pipeline witness{listener_text()};
+    test_pipeline witness{stamps_listener()};
     witness.play();
     producer.play();
     // One at a time, as the witness must not overflow as well. It was added later, so what it has
@@ -187,15 +187,15 @@ TEST_F(InterpipeQueueTest, FullOneDropsUpToAKeyUnitAndBlocksNobody) {
 }
 
 TEST_F(InterpipeQueueTest, AnotherProducerTakesOverAtAKeyUnit) {
-    test_pipeline listener{listener_text()};
+    test_pipeline listener{stamps_listener()};
     listener.play();
     {
-        test_pipeline producer{producer_text()};
+        test_pipeline producer{stamps_producer()};
         producer.play();
         push(producer, {.value = 1});
         ASSERT_THAT(pull_values(listener, 1), ElementsAre(1));
     }
-    test_pipeline next{producer_text()};
+    test_pipeline next{stamps_producer()};
     next.play();
     push(next, {.value = 2, .delta = true});
     push(next, {.value = 3});
@@ -203,8 +203,8 @@ TEST_F(InterpipeQueueTest, AnotherProducerTakesOverAtAKeyUnit) {
 }
 
 TEST_F(InterpipeQueueTest, PausedListenerEndsOnceItPlaysAndRunsAgainAfterwards) {
-    test_pipeline listener{listener_text()};
-    test_pipeline producer{producer_text()};
+    test_pipeline listener{stamps_listener()};
+    test_pipeline producer{stamps_producer()};
     producer.play();
     gst_element_set_state(listener.get(), GST_STATE_PAUSED);
     listener.end();

@@ -137,8 +137,8 @@ struct folder_change {
     void (*last)(const temp_folder&);   // makes the scene blue
 };
 
-void PrintTo(const folder_change& change, std::ostream* out) {
-    *out << change.name;
+void PrintTo(const folder_change& change, std::ostream* stream) {
+    *stream << change.name;
 }
 
 void write_scene(const temp_folder& in, const std::string& folder, const std::string& colour) {

@@ -14,11 +14,13 @@ namespace {
 constexpr int panel_width = 1024;
 constexpr int panel_height = 768;
 
-using pixel = std::array<std::uint8_t, 4>;
-constexpr pixel dark{0, 0, 0, 0};
-
 class PanelTest : public GstTest {
 protected:
+    using pixel = std::array<std::uint8_t, 4>;
+    static constexpr pixel dark{0, 0, 0, 0};
+    static constexpr pixel picture{9, 9, 9, 9};
+    static constexpr pixel marked{1, 1, 1, 1};
+
     // A pipe that shows a picture which the test pushes.
     [[nodiscard]] std::string show(int width, int height) const {
         return "appsrc name=in format=time caps=video/x-raw,format=RGBA,framerate=30/1,width=" +
@@ -46,9 +48,6 @@ protected:
     temp_folder folder;
     std::string framebuffer = folder.path() / "fb0";
 };
-
-constexpr pixel picture{9, 9, 9, 9};
-constexpr pixel marked{1, 1, 1, 1};
 
 TEST_F(PanelTest, CentresSmallPicturesAndCropsLargeOnes) {
     test_pipeline small{show(1000, 700)};

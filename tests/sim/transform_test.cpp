@@ -21,9 +21,9 @@ TEST_F(TransformTest, ConvertsFormatSizeAndRateAtOnce) {
         for (int i = 0; i < 2; ++i) {
             const sample_owner sample = pipeline.pull();
             ASSERT_TRUE(sample) << from;
-            std::uint8_t white = 0;
-            gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, &white, 1);
-            EXPECT_GE(white, 250) << from;
+            std::uint8_t level = 0;
+            gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, &level, 1);
+            EXPECT_GE(level, 250) << from;
         }
         EXPECT_FALSE(pipeline.pull()) << from;
     }

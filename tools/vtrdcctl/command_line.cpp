@@ -82,8 +82,7 @@ std::vector<std::string> words_of(const CLI::App& command) {
     return words;
 }
 
-} // namespace
-
+// Adds options and commands. What is parsed goes to the record, which must outlive the parser.
 void describe(CLI::App& parser, command_line& line) {
     parser.name("vtrdcctl");
     parser.description("Asks vtrdc, the daemon of the sight, to run a command.");
@@ -110,4 +109,34 @@ void parse(CLI::App& parser, command_line& line, int argc, const char* const* ar
         throw usage_error{"name one command, or - for commands from standard input; "
                           "--help shows them"};
     }
+}
+
+} // namespace
+
+std::optional<command_line> read_command_line(int argc, const char* const* argv) {
+    CLI::App parser;
+    command_line line;
+    describe(parser, line);
+    try {
+        parse(parser, line, argc, argv);
+    } catch (const CLI::Success& wish) {
+        parser.exit(wish); // writes the help, or the version
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw usage_error{error.what()};
+    }
+    return line;
+}
+
+std::vector<std::string> option_names() {
+    CLI::App parser;
+    command_line line;
+    describe(parser, line);
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : parser.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+    return names;
 }

@@ -3,7 +3,7 @@
 
 #include "vtrdcctl/client.h"
 
-#include <CLI/App.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,9 +16,9 @@ struct command_line {
     std::vector<std::string> words;
 };
 
-// Adds options and commands. What is parsed goes to the record, which must outlive the parser.
-void describe(CLI::App& parser, command_line& line);
+// Reads the command line. None when it asked for help or the version, which are written then; a
+// usage_error when it can't be read, or does not ask for exactly one thing.
+[[nodiscard]] std::optional<command_line> read_command_line(int argc, const char* const* argv);
 
-// Reads the command line. A usage_error when it does not ask for exactly one thing; a
-// CLI::ParseError when it can't be read at all, or asks for help.
-void parse(CLI::App& parser, command_line& line, int argc, const char* const* argv);
+// The options there are: "--socket" and the others, without their short names.
+[[nodiscard]] std::vector<std::string> option_names();

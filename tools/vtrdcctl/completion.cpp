@@ -1,7 +1,7 @@
 // Completion of vtrdcctl's command line in a shell.
 #include "vtrdcctl/completion.h"
 
-#include <CLI/CLI.hpp>
+#include "vtrdcctl/requests.h"
 
 namespace {
 
@@ -30,18 +30,17 @@ complete -F _vtrdcctl vtrdcctl
 
 } // namespace
 
-std::string bash_completion(const CLI::App& parser) {
-    std::string options;
-    for (const CLI::Option* const option : parser.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            options += " --" + name;
-        }
+std::string bash_completion(std::span<const std::string> options) {
+    std::string names;
+    for (const std::string& name : options) {
+        names += " " + name;
     }
     std::string commands;
-    for (const CLI::App* const command : parser.get_subcommands({})) {
-        commands += " " + command->get_name();
+    for (const client_command& command : all_commands()) {
+        commands += " ";
+        commands += command.name;
     }
     return "# Completion for vtrdcctl, written by vtrdcctl --completion bash.\n"
            "_vtrdcctl_options='" +
-           options + "'\n_vtrdcctl_commands='" + commands + "'\n" + FUNCTION;
+           names + "'\n_vtrdcctl_commands='" + commands + "'\n" + FUNCTION;
 }

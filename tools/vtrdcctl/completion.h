@@ -1,8 +1,8 @@
 // Completion of vtrdcctl's command line in a shell.
 #pragma once
 
-#include <CLI/App.hpp>
+#include <span>
 #include <string>
 
-// Code for bash that completes the parser's options and commands.
-[[nodiscard]] std::string bash_completion(const CLI::App& parser);
+// Code for bash that completes these options, and the commands there are.
+[[nodiscard]] std::string bash_completion(std::span<const std::string> options);

@@ -3,15 +3,14 @@
 #include "vtrdcctl/completion.h"
 #include "vtrdcctl/script.h"
 
-#include <CLI/CLI.hpp>
 #include <iostream>
 #include <span>
 
 namespace {
 
-exit_status run(const CLI::App& parser, const command_line& line) {
+exit_status run(const command_line& line) {
     if (!line.completion.empty()) {
-        std::cout << bash_completion(parser);
+        std::cout << bash_completion(option_names());
         return STATUS_DONE;
     }
     client client{line.client};
@@ -28,17 +27,9 @@ exit_status failed(const std::exception& error, exit_status status) {
 }
 
 exit_status run_command_line(int argc, const char* const* argv) {
-    command_line line;
-    CLI::App parser;
     try {
-        describe(parser, line);
-        parse(parser, line, argc, argv);
-        return run(parser, line);
-    } catch (const CLI::Success& wish) {
-        parser.exit(wish); // writes the help, or the version
-        return STATUS_DONE;
-    } catch (const CLI::ParseError& error) {
-        return failed(error, STATUS_USAGE);
+        const std::optional<command_line> line = read_command_line(argc, argv);
+        return line ? run(*line) : STATUS_DONE;
     } catch (const usage_error& error) {
         return failed(error, STATUS_USAGE);
     } catch (const no_answer& error) {

@@ -1,0 +1,23 @@
+// The command line of vtrdc-sim-web, which scripts/sim starts.
+#pragma once
+
+#include "desk.h"
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+namespace sim {
+
+struct command_line {
+    desk_options desk;
+    std::string daemon;           // its program, to know it by
+    std::optional<unsigned> port; // of the loopback; else the first free one is found
+    std::optional<pid_t>
+        beside; // goes into the background, and ends with the daemon that this becomes
+};
+
+// Reads the command line; none when something is wrong with it, which is said then.
+[[nodiscard]] std::optional<command_line> read_command_line(int argc, char* argv[]);
+
+} // namespace sim
