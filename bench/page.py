@@ -76,11 +76,8 @@ class Viewer:
 def looked_at(bench, board):
     """Somebody looks at the board's page until the block ends."""
     port = free_port()
-    words = [bench.build / "sim/web/vtrdc-sim-web", "--board", board.folder,
-             "--page", bench.source / "sim/web/page", "--log", board.at("daemon.out"),
-             "--front-door", bench.source / "scripts/sim", "--start", "scripts/sim",
-             "--daemon", bench.build / "vtrdc", "--port", port]
-    with Process(words, board.at("web.out")), Viewer(port) as viewer:
+    words, environment = bench.front_door(board.folder, "page", "--port", port)
+    with Process(words, board.at("web.out"), environment), Viewer(port) as viewer:
         wait_until(lambda: viewer.pictures > 0, "a picture in the page")
         yield viewer
 

@@ -71,6 +71,11 @@ class Bench:
     def program(self, name):
         return self.build / "bench" / name
 
+    def front_door(self, folder, *words):
+        """The words that act on a board, and their environment."""
+        return ([self.source / "scripts/sim", *words, "--board", folder],
+                os.environ | {"VTRDC_BUILD_DIR": str(self.build)})
+
     def plugin_environment(self):
         """Where GStreamer finds the stand-ins and the tracer, and keeps what it knows of them."""
         return {"GST_PLUGIN_PATH": f"{self.build}/sim/plugins:{self.build}/bench/plugins",
@@ -181,8 +186,8 @@ class Board:
 
     def __init__(self, bench, name, settings=""):
         self.folder = bench.work / name
-        subprocess.run([bench.source / "scripts/sim", "layout", "--board", self.folder], check=True,
-                       env=os.environ | {"VTRDC_BUILD_DIR": str(bench.build)})
+        words, environment = bench.front_door(self.folder, "layout")
+        subprocess.run(words, check=True, env=environment)
         (self.folder / "etc/vtrdc.conf").write_text(settings)
         # Held open, the buttons' FIFO can be opened without waiting.
         self._fifo = os.open(self.folder / "dev/input/event1", os.O_RDWR | os.O_CLOEXEC)

@@ -9,7 +9,7 @@ import { createInterface } from 'node:readline';
 const FRONT_DOOR = new URL('../../scripts/sim', import.meta.url).pathname;
 
 // How long anything may take that takes a moment, on a loaded machine.
-export const PATIENCE_MS = 30_000;
+export const PATIENCE_MS = 60_000;
 
 /** Waits until `probe` gives something true, and gives that; fails with `what` when it never does. */
 export async function until(what, probe) {
