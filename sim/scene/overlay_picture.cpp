@@ -1,6 +1,7 @@
 // What the overlay draws, and how to lay it over a frame.
 #include "overlay_picture.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -71,11 +72,8 @@ void blend_run(const rgba_pixel* above, std::uint8_t* frame, std::size_t length)
 
 } // namespace
 
-overlay_picture::overlay_picture(std::span<const std::uint32_t> bgra) {
-    pixels_.reserve(bgra.size());
-    for (const std::uint32_t pixel : bgra) {
-        pixels_.push_back(to_rgba(pixel));
-    }
+overlay_picture::overlay_picture(std::span<const std::uint32_t> bgra) : pixels_(bgra.size()) {
+    std::ranges::transform(bgra, pixels_.begin(), to_rgba);
     for (std::size_t line = 0; line < overlay_height; ++line) {
         append_line_runs(pixels_, line, runs_);
     }
