@@ -5,7 +5,6 @@
 #include <array>
 #include <charconv>
 #include <getopt.h>
-#include <iostream>
 #include <limits>
 #include <string_view>
 
@@ -68,18 +67,18 @@ bool is_complete(command_line& line) {
 
 } // namespace
 
-std::optional<command_line> read_command_line(int argc, char* argv[]) {
+std::optional<command_line> read_command_line(int argc, char* argv[], std::string& why) {
     command_line line;
     int which = 0;
     while ((which = getopt_long(argc, argv, "", options.data(), nullptr)) != -1) {
         if (!apply_option(line, which)) {
-            std::cerr << "the page can't be served: bad command line\n";
+            why = "bad command line";
             return std::nullopt;
         }
     }
     if (optind < argc || !is_complete(line)) {
-        std::cerr << "the page can't be served: it takes each of --board, --page, --log, "
-                     "--front-door, --start and --daemon, and no more than --port and --beside\n";
+        why = "it takes each of --board, --page, --log, --front-door, --start and --daemon, "
+              "and no more than --port and --beside";
         return std::nullopt;
     }
     return line;

@@ -144,8 +144,10 @@ int serve_in_background(const sim::command_line& line) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    const std::optional<sim::command_line> line = sim::read_command_line(argc, argv);
+    std::string why;
+    const std::optional<sim::command_line> line = sim::read_command_line(argc, argv, why);
     if (!line) {
+        write_report(false, why);
         return EXIT_FAILURE;
     }
     return line->beside ? serve_in_background(*line) : serve(*line, write_report);

@@ -58,7 +58,10 @@ const SETTLE_MS = 1000;
 /** The act that each control wants next; null when it only waits for an answer. */
 const wanted = new WeakMap();
 
-/** Performs an act for a control with a value, be it on or off. Of values that are set meanwhile the last is sent. */
+/**
+ * Performs an act for a control with a value, be it on or off. Of values that are set meanwhile the last
+ * is sent.
+ */
 export async function set(link, control, message) {
     const wasBusy = isBusy(control);
     wanted.set(control, message);

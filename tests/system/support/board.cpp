@@ -8,20 +8,11 @@
 
 namespace fs = std::filesystem;
 
-namespace {
-
-void show(const board& board, const char* footage) {
-    const fs::path camera = board.at("/dev/video0");
-    fs::remove(camera);
-    fs::create_symlink(fs::path{"../footage"} / footage, camera);
-}
-
-} // namespace
-
 board::board(const std::string& settings) {
     EXPECT_EQ(sim({"layout"}), 0);
     // It is there sooner than footage: to load the libraries of a decoder takes a fifth of a start.
-    show(*this, "drawn-scene");
+    fs::remove(at("/dev/video0"));
+    fs::create_symlink("../footage/drawn-scene", at("/dev/video0"));
     if (!settings.empty()) {
         std::ofstream{at("/etc/vtrdc.conf")} << settings;
     }
