@@ -42,15 +42,33 @@ bool is_written(int level) {
     return level >= (log_verbose != 0 ? LEVEL_DEBUG : LEVEL_INFO) && level <= LEVEL_ERROR;
 }
 
+FILE* stream() {
+    if (log_stream == nullptr) {
+        log_stream = stdout;
+    }
+    return log_stream;
+}
+
 void write_line(int level, const char* message, int error_number) {
     constexpr std::array labels{"DEBUG", "INFO", "WARN"};
     const stamp_text stamp = time_stamp();
     if (level == LEVEL_ERROR) {
-        std::fprintf(log_stream, "%s [ERROR][errno=%d]: %s\n", stamp.data(), error_number, message);
+        std::fprintf(stream(), "%s [ERROR][errno=%d]: %s\n", stamp.data(), error_number, message);
     } else {
-        std::fprintf(log_stream, "%s [%s]: %s\n", stamp.data(),
+        std::fprintf(stream(), "%s [%s]: %s\n", stamp.data(),
                      labels.at(static_cast<std::size_t>(level)), message);
     }
+}
+
+void write_message(int level, int error_number, const char* format, std::va_list arguments) {
+    std::array<char, MESSAGE_SIZE> message; // filled just below
+    std::vsnprintf(message.data(), message.size(), format, arguments);
+    write_line(level, message.data(), error_number);
+}
+
+// Streaming threads may still run: nothing with a static destructor may exist in here.
+[[noreturn]] void end_process() {
+    std::exit(1);
 }
 
 } // namespace
@@ -74,21 +92,24 @@ void log_close() {
 
 int log_message(int level, const char* format, ...) {
     const int error_number = errno;
-    if (log_stream == nullptr) {
-        log_stream = stdout;
-    }
     if (is_written(level)) {
-        std::array<char, MESSAGE_SIZE> message; // filled just below
         std::va_list arguments;
         va_start(arguments, format);
-        std::vsnprintf(message.data(), message.size(), format, arguments);
+        write_message(level, error_number, format, arguments);
         va_end(arguments);
-        write_line(level, message.data(), error_number);
     }
     if (level == LEVEL_ERROR) {
-        // Streaming threads may still run: nothing with a static destructor may exist in here.
-        std::exit(1);
+        end_process();
     }
     // Nearly always there is nothing to flush, and asking costs less.
-    return __fpending(log_stream) == 0 ? 0 : std::fflush(log_stream);
+    return __fpending(stream()) == 0 ? 0 : std::fflush(stream());
+}
+
+void log_fatal(const char* format, ...) {
+    const int error_number = errno;
+    std::va_list arguments;
+    va_start(arguments, format);
+    write_message(LEVEL_ERROR, error_number, format, arguments);
+    va_end(arguments);
+    end_process();
 }

@@ -22,3 +22,6 @@ void log_close();
 // Writes one line: time stamp, label, message (at most 1023 characters of it). The ERROR line also
 // shows errno as it was at the call. Returns the result of flushing the stream, 0 on success.
 [[gnu::format(printf, 2, 3)]] int log_message(int level, const char* format, ...);
+
+// Writes the line at ERROR and ends the process with status 1, without any clean-up.
+[[noreturn, gnu::format(printf, 1, 2)]] void log_fatal(const char* format, ...);
