@@ -1,10 +1,10 @@
 // What a snapshot costs without the daemon: the panel's picture as JPEG, in a file, on storage.
-#include <gst/gst.h>
+#include "video/gst_owned.h"
+
 #include <gst/video/video.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -12,31 +12,23 @@ namespace {
 constexpr const char* PICTURE_CAPS =
     "video/x-raw, width=1024, height=768, framerate=30/1, format=RGBA";
 
-struct sample_release {
-    void operator()(GstSample* sample) const noexcept { gst_sample_unref(sample); }
-};
-using sample_owner = std::unique_ptr<GstSample, sample_release>;
-
 // What the panel's file holds. Red and blue are the other way round there: JPEG doesn't care.
-sample_owner picture_of(const char* panel) {
+gst_owned<GstSample> picture_of(const char* panel) {
     gchar* bytes = nullptr;
     gsize size = 0;
     if (g_file_get_contents(panel, &bytes, &size, nullptr) == FALSE) {
         std::perror(panel);
         std::exit(EXIT_FAILURE);
     }
-    GstBuffer* const buffer = gst_buffer_new_wrapped(bytes, size);
-    GstCaps* const caps = gst_caps_from_string(PICTURE_CAPS);
-    sample_owner sample{gst_sample_new(buffer, caps, nullptr, nullptr)};
-    gst_caps_unref(caps);
-    gst_buffer_unref(buffer);
-    return sample;
+    const gst_owned<GstBuffer> buffer{gst_buffer_new_wrapped(bytes, size)};
+    const gst_owned<GstCaps> caps{gst_caps_from_string(PICTURE_CAPS)};
+    return gst_owned<GstSample>{gst_sample_new(buffer.get(), caps.get(), nullptr, nullptr)};
 }
 
 bool write_jpeg(GstSample* picture, const char* path) {
-    GstCaps* const caps = gst_caps_from_string("image/jpeg");
-    const sample_owner jpeg{gst_video_convert_sample(picture, caps, GST_CLOCK_TIME_NONE, nullptr)};
-    gst_caps_unref(caps);
+    const gst_owned<GstCaps> caps{gst_caps_from_string("image/jpeg")};
+    const gst_owned<GstSample> jpeg{
+        gst_video_convert_sample(picture, caps.get(), GST_CLOCK_TIME_NONE, nullptr)};
     GstMapInfo bytes{};
     if (!jpeg || gst_buffer_map(gst_sample_get_buffer(jpeg.get()), &bytes, GST_MAP_READ) == FALSE) {
         return false;
@@ -58,7 +50,7 @@ int main(int argc, char** argv) {
     }
     gst_init(nullptr, nullptr);
     while (std::getchar() != EOF) {
-        const sample_owner picture = picture_of(argv[1]);
+        const gst_owned<GstSample> picture = picture_of(argv[1]);
         const gint64 start_us = g_get_monotonic_time();
         if (!write_jpeg(picture.get(), argv[2])) {
             std::fprintf(stderr, "can't write %s\n", argv[2]);

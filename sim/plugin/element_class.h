@@ -1,7 +1,8 @@
 // What the class set-up of every stand-in element has in common.
 #pragma once
 
-#include <gst/gst.h>
+#include "video/gst_owned.h"
+
 #include <string>
 
 namespace sim {
@@ -21,11 +22,10 @@ inline void describe(GstElementClass* klass, const char* name, const char* kind,
 
 // Adds an always-present pad of the name that base classes expect ("src" or "sink").
 inline void add_pad(GstElementClass* klass, GstPadDirection direction, const char* caps_text) {
-    GstCaps* caps = gst_caps_from_string(caps_text);
+    const gst_owned<GstCaps> caps{gst_caps_from_string(caps_text)};
     const char* name = direction == GST_PAD_SRC ? "src" : "sink";
-    gst_element_class_add_pad_template(klass,
-                                       gst_pad_template_new(name, direction, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
+    gst_element_class_add_pad_template(
+        klass, gst_pad_template_new(name, direction, GST_PAD_ALWAYS, caps.get()));
 }
 
 // A logging category that carries the element's factory name.

@@ -2,7 +2,7 @@
 #include "encoder_bin.h"
 
 #include "element_class.h"
-#include "gst_owners.h"
+#include "video/gst_owned.h"
 
 G_DEFINE_ABSTRACT_TYPE(SimEncoderBin, sim_encoder_bin, GST_TYPE_BIN)
 
@@ -22,7 +22,7 @@ void add_ghost_pad(SimEncoderBin* self, GstElement* chain, const char* name) {
         gst_element_class_get_pad_template(GST_ELEMENT_GET_CLASS(self), name);
     GstPad* const ghost = gst_ghost_pad_new_no_target_from_template(name, form);
     if (chain != nullptr) {
-        const sim::gst_owner<GstPad> target(gst_element_get_static_pad(chain, name));
+        const gst_owned<GstPad> target(gst_element_get_static_pad(chain, name));
         gst_ghost_pad_set_target(GST_GHOST_PAD(ghost), target.get());
     }
     gst_element_add_pad(GST_ELEMENT(self), ghost);
@@ -34,7 +34,7 @@ GstElement* add_chain(SimEncoderBin* self) {
         kind_of(self).chain, TRUE, nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &self->failure);
     if (chain != nullptr) {
         gst_bin_add(GST_BIN(self), chain);
-        const sim::gst_owner<GstElement> encoder(gst_bin_get_by_name(GST_BIN(chain), "encoder"));
+        const gst_owned<GstElement> encoder(gst_bin_get_by_name(GST_BIN(chain), "encoder"));
         self->encoder = encoder.get();
     }
     return chain;

@@ -69,14 +69,13 @@ void footage::play(const std::string& path) {
     const std::string description =
         std::string(live_ ? "v4l2src name=file" : "filesrc name=file ! decodebin") + conversion;
     GError* problem = nullptr;
-    player_.reset(gst_parse_launch(description.c_str(), &problem));
-    const gst_owner<GError> owned_problem(problem);
+    player_ = own_floating(gst_parse_launch(description.c_str(), &problem));
+    const g_error_owned owned_problem(problem);
     if (!player_) {
         give_up(problem->message);
         return;
     }
-    gst_object_ref_sink(player_.get());
-    const gst_owner<GstElement> file(gst_bin_get_by_name(GST_BIN(player_.get()), "file"));
+    const gst_owned<GstElement> file(gst_bin_get_by_name(GST_BIN(player_.get()), "file"));
     g_object_set(file.get(), live_ ? "device" : "location", path.c_str(), nullptr);
     sink_.reset(gst_bin_get_by_name(GST_BIN(player_.get()), "sink"));
     gst_element_set_state(player_.get(), GST_STATE_PLAYING);
@@ -153,8 +152,8 @@ void footage::give_up(const char* why) {
 }
 
 bool footage::has_failed() {
-    const gst_owner<GstBus> bus(gst_element_get_bus(player_.get()));
-    const gst_owner<GstMessage> error(gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR));
+    const gst_owned<GstBus> bus(gst_element_get_bus(player_.get()));
+    const gst_owned<GstMessage> error(gst_bus_pop_filtered(bus.get(), GST_MESSAGE_ERROR));
     return error != nullptr;
 }
 

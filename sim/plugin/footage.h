@@ -2,8 +2,8 @@
 // from a scene of its own where a file can't be played.
 #pragma once
 
-#include "gst_owners.h"
 #include "pixels.h"
+#include "video/gst_owned.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -49,9 +49,9 @@ private:
     void give_up(const char* why);
 
     GstElement* const camera_;
-    gst_owner<GstElement> player_; // empty: the own scene
-    gst_owner<GstElement> sink_;
-    gst_owner<GstSample> next_; // decoded already, not due yet
+    gst_owned<GstElement> player_; // empty: the own scene
+    gst_owned<GstElement> sink_;
+    gst_owned<GstSample> next_; // decoded already, not due yet
     GstClockTime loop_start_ = 0;
     GstClockTime first_stamp_ = GST_CLOCK_TIME_NONE; // of the loop's first picture
     bool live_ = false; // a real camera: its latest picture is the one to show

@@ -21,7 +21,7 @@ std::size_t size_of(const flow_item& item) {
 
 // The same item for one more listener.
 flow_item copy_of(const flow_item& item) {
-    return {share(item.buffer.get()), item.caps ? share(item.caps.get()) : nullptr,
+    return {own_shared(item.buffer.get()), item.caps ? own_shared(item.caps.get()) : nullptr,
             item.producer_base_time};
 }
 
@@ -138,9 +138,9 @@ bool channel::publish(const GstElement* producer, const flow_item& item, std::si
     return ask;
 }
 
-gst_owner<GstElement> channel::producer() {
+gst_owned<GstElement> channel::producer() {
     const std::scoped_lock lock(mutex_);
-    return producer_ != nullptr ? share(producer_) : nullptr;
+    return producer_ != nullptr ? own_shared(producer_) : nullptr;
 }
 
 std::shared_ptr<channel> find_channel(const std::string& name) {

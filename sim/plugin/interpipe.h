@@ -2,8 +2,8 @@
 // one producer (an interpipesink) to any number of listeners (an interpipesrc each).
 #pragma once
 
-#include "gst_owners.h"
 #include "source_gate.h"
+#include "video/gst_owned.h"
 
 #include <cstddef>
 #include <deque>
@@ -16,8 +16,8 @@ namespace sim {
 
 // A buffer on its way: the memory is shared, only time stamps are a copy of their own.
 struct flow_item {
-    gst_owner<GstBuffer> buffer;       // stamped in running time of the producer's pipe
-    gst_owner<GstCaps> caps;           // the caps that hold from this buffer on; may be none
+    gst_owned<GstBuffer> buffer;       // stamped in running time of the producer's pipe
+    gst_owned<GstCaps> caps;           // the caps that hold from this buffer on; may be none
     GstClockTime producer_base_time{}; // of the producer's pipe, in clock time
 };
 
@@ -59,7 +59,7 @@ public:
     [[nodiscard]] bool publish(const GstElement* producer, const flow_item& item,
                                std::size_t max_buffers);
     // The present producer, or none.
-    [[nodiscard]] gst_owner<GstElement> producer();
+    [[nodiscard]] gst_owned<GstElement> producer();
 
 private:
     std::mutex mutex_;

@@ -13,7 +13,6 @@
 
 using sim::channel;
 using sim::flow_item;
-using sim::gst_owner;
 
 namespace {
 
@@ -22,7 +21,7 @@ enum property : guint { prop_max_buffers = 1 };
 struct sink_state {
     std::atomic<guint> max_buffers = 0;
     std::mutex mutex; // caps and wiring: state changes and the streaming thread
-    gst_owner<GstCaps> caps;
+    gst_owned<GstCaps> caps;
     std::shared_ptr<channel> out;
 };
 
@@ -60,13 +59,13 @@ GstClockTime to_running_time(const GstSegment& segment, GstClockTime stamp) {
 }
 
 // The same memory under running-time stamps; the very buffer where they are the same.
-gst_owner<GstBuffer> in_running_time(const GstSegment& segment, GstBuffer* buffer) {
+gst_owned<GstBuffer> in_running_time(const GstSegment& segment, GstBuffer* buffer) {
     const GstClockTime pts = to_running_time(segment, GST_BUFFER_PTS(buffer));
     const GstClockTime dts = to_running_time(segment, GST_BUFFER_DTS(buffer));
     if (pts == GST_BUFFER_PTS(buffer) && dts == GST_BUFFER_DTS(buffer)) {
-        return sim::share(buffer);
+        return own_shared(buffer);
     }
-    gst_owner<GstBuffer> stamped(gst_buffer_copy(buffer));
+    gst_owned<GstBuffer> stamped(gst_buffer_copy(buffer));
     GST_BUFFER_PTS(stamped.get()) = pts;
     GST_BUFFER_DTS(stamped.get()) = dts;
     return stamped;
@@ -74,7 +73,7 @@ gst_owner<GstBuffer> in_running_time(const GstSegment& segment, GstBuffer* buffe
 
 gboolean start(GstBaseSink* base) noexcept {
     sink_state& state = self_of(base)->state;
-    const gst_owner<gchar> name(gst_object_get_name(GST_OBJECT(base)));
+    const g_text name(gst_object_get_name(GST_OBJECT(base)));
     const std::scoped_lock lock(state.mutex);
     state.out = sim::find_channel(name.get());
     state.out->attach(GST_ELEMENT(base));
@@ -93,7 +92,7 @@ gboolean stop(GstBaseSink* base) noexcept {
 gboolean set_caps(GstBaseSink* base, GstCaps* caps) noexcept {
     sink_state& state = self_of(base)->state;
     const std::scoped_lock lock(state.mutex);
-    state.caps = sim::share(caps);
+    state.caps = own_shared(caps);
     return TRUE;
 }
 
@@ -104,7 +103,7 @@ GstFlowReturn render(GstBaseSink* base, GstBuffer* buffer) noexcept {
     std::shared_ptr<channel> out;
     {
         const std::scoped_lock lock(state.mutex);
-        item.caps = state.caps ? sim::share(state.caps.get()) : nullptr;
+        item.caps = state.caps ? own_shared(state.caps.get()) : nullptr;
         out = state.out;
     }
     if (out && out->publish(GST_ELEMENT(base), item, state.max_buffers)) {

@@ -16,7 +16,6 @@ GST_DEBUG_CATEGORY_STATIC(interpipesrc_debug);
 
 using sim::channel;
 using sim::flow_item;
-using sim::gst_owner;
 using sim::wake;
 
 namespace {
@@ -147,7 +146,7 @@ GstClockTime shifted(GstClockTime stamp, GstClockTimeDiff offset) {
 
 // False when the buffer is older than this pipe. Clamping its time instead would pile up what was
 // recorded before the start on the first moment.
-bool restamp(GstClockTimeDiff offset, gst_owner<GstBuffer>& buffer) {
+bool restamp(GstClockTimeDiff offset, gst_owned<GstBuffer>& buffer) {
     const GstClockTime pts = shifted(GST_BUFFER_PTS(buffer.get()), offset);
     if (GST_BUFFER_PTS_IS_VALID(buffer.get()) && !GST_CLOCK_TIME_IS_VALID(pts)) {
         return false;
@@ -161,7 +160,7 @@ bool restamp(GstClockTimeDiff offset, gst_owner<GstBuffer>& buffer) {
 }
 
 bool apply_caps(GstBaseSrc* base, GstCaps* caps) {
-    const gst_owner<GstCaps> now(gst_pad_get_current_caps(GST_BASE_SRC_PAD(base)));
+    const gst_owned<GstCaps> now(gst_pad_get_current_caps(GST_BASE_SRC_PAD(base)));
     if (caps == nullptr || (now && gst_caps_is_equal(now.get(), caps))) {
         return true;
     }
@@ -199,7 +198,7 @@ gboolean request_key_unit(SimInterpipeSrc* self, GstEvent* event) {
         const std::scoped_lock lock(self->state.mutex);
         from = self->state.from;
     }
-    const gst_owner<GstElement> producer = from ? from->producer() : nullptr;
+    const gst_owned<GstElement> producer = from ? from->producer() : nullptr;
     if (!producer) {
         return FALSE;
     }
@@ -209,7 +208,7 @@ gboolean request_key_unit(SimInterpipeSrc* self, GstEvent* event) {
     gst_video_event_parse_upstream_force_key_unit(event, &running_time, &all_headers, &count);
     running_time =
         shifted(running_time, -offset_from(self, gst_element_get_base_time(producer.get())));
-    const gst_owner<GstPad> pad(gst_element_get_static_pad(producer.get(), "sink"));
+    const gst_owned<GstPad> pad(gst_element_get_static_pad(producer.get(), "sink"));
     return gst_pad_push_event(
         pad.get(), gst_video_event_new_upstream_force_key_unit(running_time, all_headers, count));
 }

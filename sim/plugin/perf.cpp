@@ -1,7 +1,7 @@
 // perf: passes everything on and counts frames; tells rate and load when asked to.
 #include "element_class.h"
 #include "elements.h"
-#include "gst_owners.h"
+#include "video/gst_owned.h"
 
 #include <gst/base/gstbasetransform.h>
 
@@ -52,9 +52,9 @@ void report(SimPerf* self, double seconds) {
     }
     const double load = 100.0 * static_cast<double>(std::clock() - self->count.processor_since) /
                         CLOCKS_PER_SEC / seconds;
-    const sim::gst_owner<gchar> text(g_strdup_printf(
-        "%s: %.2f frames a second, processor load %.0f %%", GST_OBJECT_NAME(self), fps, load));
-    const sim::gst_owner<GError> info(
+    const g_text text(g_strdup_printf("%s: %.2f frames a second, processor load %.0f %%",
+                                      GST_OBJECT_NAME(self), fps, load));
+    const g_error_owned info(
         g_error_new_literal(GST_CORE_ERROR, GST_CORE_ERROR_FAILED, text.get()));
     gst_element_post_message(GST_ELEMENT(self),
                              gst_message_new_info(GST_OBJECT(self), info.get(), nullptr));

@@ -54,10 +54,9 @@ public:
 
 private:
     void post(const std::string& text) {
-        auto* const element = static_cast<GstElement*>(g_weak_ref_get(&element_));
-        if (element != nullptr) {
-            GST_ELEMENT_WARNING(element, RESOURCE, FAILED, ("%s", text.c_str()), (nullptr));
-            gst_object_unref(element);
+        const gst_owned<GstElement> element{static_cast<GstElement*>(g_weak_ref_get(&element_))};
+        if (element) {
+            GST_ELEMENT_WARNING(element.get(), RESOURCE, FAILED, ("%s", text.c_str()), (nullptr));
         }
     }
 

@@ -6,7 +6,7 @@
 // state change pending that never returns. Sources therefore take such events through here.
 #pragma once
 
-#include <gst/gst.h>
+#include "video/gst_owned.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -40,8 +40,8 @@ public:
         if (GST_EVENT_TYPE(event) != GST_EVENT_EOS) {
             return false;
         }
+        const gst_owned<GstEvent> taken{event};
         end();
-        gst_event_unref(event);
         return true;
     }
 

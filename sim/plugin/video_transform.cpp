@@ -2,7 +2,7 @@
 #include "video_transform.h"
 
 #include "element_class.h"
-#include "gst_owners.h"
+#include "video/gst_owned.h"
 
 #include <algorithm>
 
@@ -23,7 +23,7 @@ constexpr const char* free_fields[] = {
 // The same picture as the other side may have it: identity first, so that it is preferred.
 GstCaps* transform_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps,
                         GstCaps* filter) noexcept {
-    sim::gst_owner<GstCaps> any(gst_caps_copy(caps));
+    gst_owned<GstCaps> any(gst_caps_copy(caps));
     for (guint i = 0; i < gst_caps_get_size(any.get()); ++i) {
         for (const char* field : free_fields) {
             gst_structure_remove_field(gst_caps_get_structure(any.get(), i), field);
@@ -33,14 +33,14 @@ GstCaps* transform_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps,
     if (filter == nullptr) {
         return merged;
     }
-    const sim::gst_owner<GstCaps> unfiltered(merged);
+    const gst_owned<GstCaps> unfiltered(merged);
     return gst_caps_intersect_full(filter, unfiltered.get(), GST_CAPS_INTERSECT_FIRST);
 }
 
 // What is left open stays as near to the input as the other side allows.
 GstCaps* fixate_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps, GstCaps* other) noexcept {
     GstStructure* const wanted = gst_caps_get_structure(caps, 0);
-    sim::gst_owner<GstCaps> result(gst_caps_make_writable(gst_caps_truncate(other)));
+    gst_owned<GstCaps> result(gst_caps_make_writable(gst_caps_truncate(other)));
     GstStructure* const open = gst_caps_get_structure(result.get(), 0);
     gint number = 0;
     gint denominator = 1;

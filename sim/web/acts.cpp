@@ -2,8 +2,8 @@
 #include "acts.h"
 
 #include "button_rows.h"
-#include "glib_owners.h"
 
+#include "util/glib_owned.h"
 #include "vtrdcctl/requests.h"
 #include "vtrdcctl/status.h"
 
@@ -15,10 +15,6 @@ namespace sim {
 namespace {
 
 using json = nlohmann::json;
-
-struct gstrv_release {
-    void operator()(gchar** words) const noexcept { g_strfreev(words); }
-};
 
 std::string text_in(const json& message, const char* key) {
     const auto found = message.find(key);
@@ -40,8 +36,8 @@ std::vector<std::string> words_of(const std::string& line) {
     gchar** parsed = nullptr;
     GError* failed = nullptr;
     g_shell_parse_argv(line.c_str(), &count, &parsed, &failed);
-    const std::unique_ptr<gchar*, gstrv_release> words(parsed);
-    const glib_owner<GError> error(failed);
+    const g_owned<gchar*> words(parsed);
+    const g_error_owned error(failed);
     if (error) {
         throw usage_error{error->message};
     }

@@ -1,7 +1,7 @@
 // What the page lists: recordings and snapshots, and the footage that the camera can be shown.
 #include "board_lists.h"
 
-#include "glib_owners.h"
+#include "util/glib_owned.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -20,7 +20,7 @@ constexpr const char* camera = "video0";
 constexpr const char* unplugged_camera = "video0.unplugged";
 
 std::string url_of(const char* kind, const std::string& name) {
-    const glib_owner<gchar> escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
+    const g_text escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
     return std::string("/media/") + kind + "/" + escaped.get();
 }
 

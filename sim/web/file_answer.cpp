@@ -1,7 +1,7 @@
 // A file as the answer to a request.
 #include "file_answer.h"
 
-#include "glib_owners.h"
+#include "soup_owned.h"
 
 #include <algorithm>
 #include <memory>
@@ -70,7 +70,7 @@ void send_more(SoupServerMessage* request, gpointer data) noexcept {
         soup_message_body_complete(body);
         return;
     }
-    glib_owner<gchar> bytes(static_cast<gchar*>(g_malloc(wanted)));
+    g_text bytes(static_cast<gchar*>(g_malloc(wanted)));
     const ssize_t size = pread(from->file.number(), bytes.get(), wanted, from->position);
     if (size <= 0) {
         give_up(request);
@@ -78,7 +78,7 @@ void send_more(SoupServerMessage* request, gpointer data) noexcept {
         return;
     }
     from->position += size;
-    const glib_owner<GBytes> chunk(g_bytes_new_take(bytes.release(), static_cast<gsize>(size)));
+    const g_owned<GBytes> chunk(g_bytes_new_take(bytes.release(), static_cast<gsize>(size)));
     soup_message_body_append_bytes(body, chunk.get());
 }
 

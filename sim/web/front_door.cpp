@@ -1,7 +1,7 @@
 // Acts on the board, by the verbs of scripts/sim.
 #include "front_door.h"
 
-#include "glib_owners.h"
+#include "soup_owned.h"
 
 #include <memory>
 #include <string_view>
@@ -22,8 +22,8 @@ void on_ended(GObject* process, GAsyncResult* result, gpointer data) noexcept {
     GError* failed = nullptr;
     auto* const ended = G_SUBPROCESS(process);
     g_subprocess_communicate_utf8_finish(ended, result, nullptr, &said, &failed);
-    const glib_owner<gchar> words(said);
-    const glib_owner<GError> error(failed);
+    const g_text words(said);
+    const g_error_owned error(failed);
     const bool is_done = error == nullptr && g_subprocess_get_successful(ended) != FALSE;
     (*on_end)(is_done, error ? error->message : complaint(said != nullptr ? said : ""));
 }
@@ -39,9 +39,9 @@ void front_door::run(const std::vector<std::string>& words, act_end on_end) cons
     GError* failed = nullptr;
     const auto flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDERR_PIPE |
                                                      G_SUBPROCESS_FLAGS_STDOUT_SILENCE);
-    const glib_owner<GSubprocess> process(g_subprocess_newv(arguments.data(), flags, &failed));
+    const soup_owned<GSubprocess> process(g_subprocess_newv(arguments.data(), flags, &failed));
     if (!process) {
-        const glib_owner<GError> error(failed);
+        const g_error_owned error(failed);
         on_end(false, error->message);
         return;
     }

@@ -90,7 +90,7 @@ int serve(const sim::command_line& line, const report& tell) {
         return EXIT_FAILURE;
     }
     tell(true, desk.server().address());
-    const sim::glib_owner<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
+    const g_owned<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
     g_unix_signal_add(SIGINT, quit, loop.get());
     g_unix_signal_add(SIGTERM, quit, loop.get());
     if (line.beside) {

@@ -40,8 +40,7 @@ void page_events::add(SoupWebsocketConnection* page) {
     if (pages_.empty()) {
         told_.on_audience(true);
     }
-    pages_.push_back(
-        {page_owner(static_cast<SoupWebsocketConnection*>(g_object_ref(page)), glib_release{})});
+    pages_.push_back({own_shared(page)});
     g_signal_connect(page, "message", G_CALLBACK(on_message), this);
     g_signal_connect(page, "closed", G_CALLBACK(on_closed), this);
     greet(page);

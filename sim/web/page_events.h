@@ -2,8 +2,8 @@
 #pragma once
 
 #include "acts.h"
-#include "glib_owners.h"
 #include "loop.h"
+#include "soup_owned.h"
 
 #include <nlohmann/json.hpp>
 

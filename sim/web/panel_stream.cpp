@@ -18,7 +18,7 @@ struct jpeg_release {
     void operator()(unsigned char* picture) const noexcept { tjFree(picture); }
 };
 
-glib_owner<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
+g_owned<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
     static void* const compressor = tjInitCompress(); // lives as long as the process
     unsigned char* picture = nullptr;
     unsigned long size = 0;
@@ -26,13 +26,13 @@ glib_owner<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
         tjCompress2(compressor, pixels.data(), panel_width, 0, panel_height, TJPF_BGRX, &picture,
                     &size, TJSAMP_444, jpeg_quality, TJFLAG_FASTDCT);
     const std::unique_ptr<unsigned char, jpeg_release> owner(picture);
-    return glib_owner<GBytes>(status == 0 ? g_bytes_new(picture, size) : nullptr);
+    return g_owned<GBytes>(status == 0 ? g_bytes_new(picture, size) : nullptr);
 }
 
 } // namespace
 
 struct panel_stream::viewer {
-    glib_owner<SoupWebsocketConnection> page;
+    soup_owned<SoupWebsocketConnection> page;
     std::uint64_t seen = 0; // serial of the last picture it got
     bool is_waiting = false;
 };
@@ -47,8 +47,7 @@ panel_stream::~panel_stream() {
 }
 
 void panel_stream::add(SoupWebsocketConnection* page) {
-    viewers_.push_back({glib_owner<SoupWebsocketConnection>(
-        static_cast<SoupWebsocketConnection*>(g_object_ref(page)))});
+    viewers_.push_back({own_shared(page)});
     g_signal_connect(page, "message", G_CALLBACK(on_message), this);
     g_signal_connect(page, "closed", G_CALLBACK(on_closed), this);
     if (watch_) {

@@ -1,8 +1,8 @@
 // The panel's live picture for the pages: a JPEG for each that asks, whenever there is a new one.
 #pragma once
 
-#include "glib_owners.h"
 #include "loop.h"
+#include "soup_owned.h"
 
 #include <memory>
 #include <optional>
@@ -36,7 +36,7 @@ private:
     const std::string panel_;
     std::uint64_t serial_ = 1;         // of what the panel shows
     std::uint64_t encoded_serial_ = 0; // of `encoded_`
-    glib_owner<GBytes> encoded_;
+    g_owned<GBytes> encoded_;
     std::vector<std::uint8_t> pixels_;
     std::vector<viewer> viewers_;
     std::optional<file_watch> watch_; // while anybody looks

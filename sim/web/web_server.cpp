@@ -108,9 +108,7 @@ void send_file(SoupServerMessage* request, opened_file file, std::string_view na
 void run_and_answer(SoupServerMessage* request, const front_door& door,
                     const std::vector<std::string>& words, const std::string& note) {
     soup_server_message_pause(request);
-    const std::shared_ptr<SoupServerMessage> waiting(
-        static_cast<SoupServerMessage*>(g_object_ref(request)),
-        [](SoupServerMessage* each) { g_object_unref(each); });
+    const std::shared_ptr<SoupServerMessage> waiting = own_shared(request);
     door.run(words, [waiting, note](bool is_done, const std::string& text) {
         answer(waiting.get(), is_done ? SOUP_STATUS_OK : SOUP_STATUS_CONFLICT, is_done,
                is_done ? note : text);
@@ -148,7 +146,7 @@ request_origin origin_of(SoupServerMessage* request) {
 struct web_server::context {
     services behind;
     contained_folder page;
-    glib_owner<SoupServer> server;
+    soup_owned<SoupServer> server;
     unsigned port = 0;
 };
 
@@ -283,7 +281,7 @@ constexpr auto routes = std::to_array<route>({
 web_server::web_server(const std::string& page, services behind)
     : context_(new context{.behind = std::move(behind),
                            .page = contained_folder{page},
-                           .server = glib_owner<SoupServer>(
+                           .server = soup_owned<SoupServer>(
                                soup_server_new("server-header", "vtrdc-sim-web", nullptr))}) {
     SoupServer* const server = context_->server.get();
     for (const route& each : routes) {
@@ -312,7 +310,7 @@ bool web_server::listen(unsigned port, std::string& why) {
     GError* failed = nullptr;
     if (soup_server_listen_local(context_->server.get(), port, SOUP_SERVER_LISTEN_IPV4_ONLY,
                                  &failed) == FALSE) {
-        why = glib_owner<GError>(failed)->message;
+        why = g_error_owned(failed)->message;
         return false;
     }
     GSList* const addresses = soup_server_get_uris(context_->server.get());

@@ -3,7 +3,7 @@
 
 #include "board_place.h"
 #include "front_door.h"
-#include "glib_owners.h"
+#include "soup_owned.h"
 
 #include <functional>
 #include <memory>

@@ -1,17 +1,39 @@
-// Owners for what GStreamer and GLib hand out.
+// Owners for what GStreamer hands out; those for GLib's own types are in util/glib_owned.h.
 //
 // Floating references: gst_element_factory_make and friends return an object whose first reference
 // belongs to nobody yet; own_floating takes it, and a bin that the element is added to then takes
 // another of its own. Handles to elements that pipelines own are kept weak (video/handles.h).
 #pragma once
 
-#include <gst/gst.h>
-#include <memory>
+#include "util/glib_owned.h"
 
-struct gst_object_deleter {
-    void operator()(void* object) const noexcept { gst_object_unref(object); }
+#include <gst/gst.h>
+
+// Objects and mini objects count references apart. A type that is missing here doesn't compile.
+struct gst_release {
+    void operator()(GstBus* bus) const noexcept { gst_object_unref(bus); }
+    void operator()(GstBufferPool* pool) const noexcept { gst_object_unref(pool); }
+    void operator()(GstClock* clock) const noexcept { gst_object_unref(clock); }
+    void operator()(GstElement* element) const noexcept { gst_object_unref(element); }
+    void operator()(GstElementFactory* factory) const noexcept { gst_object_unref(factory); }
+    void operator()(GstObject* object) const noexcept { gst_object_unref(object); }
+    void operator()(GstPad* pad) const noexcept { gst_object_unref(pad); }
+    void operator()(GstPadTemplate* pad_template) const noexcept { gst_object_unref(pad_template); }
+
+    void operator()(GstBuffer* buffer) const noexcept { gst_buffer_unref(buffer); }
+    void operator()(GstCaps* caps) const noexcept { gst_caps_unref(caps); }
+    void operator()(GstEvent* event) const noexcept { gst_event_unref(event); }
+    void operator()(GstIterator* iterator) const noexcept { gst_iterator_free(iterator); }
+    void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
+    void operator()(GstSample* sample) const noexcept { gst_sample_unref(sample); }
 };
-template <class Object> using gst_owned = std::unique_ptr<Object, gst_object_deleter>;
+
+// One counted reference; empty means "none".
+template <class T> using gst_owned = std::unique_ptr<T, gst_release>;
+using gst_caps_owned = gst_owned<GstCaps>;
+using gst_iterator_owned = gst_owned<GstIterator>;
+using gst_message_owned = gst_owned<GstMessage>;
+using gst_sample_owned = gst_owned<GstSample>;
 
 template <class Object> [[nodiscard]] gst_owned<Object> own_floating(Object* object) {
     if (object != nullptr) {
@@ -20,40 +42,13 @@ template <class Object> [[nodiscard]] gst_owned<Object> own_floating(Object* obj
     return gst_owned<Object>{object};
 }
 
-struct g_free_deleter {
-    void operator()(void* block) const noexcept { g_free(block); }
-};
-using g_text = std::unique_ptr<char, g_free_deleter>;
-
-struct g_error_deleter {
-    void operator()(GError* error) const noexcept { g_error_free(error); }
-};
-using g_error_owned = std::unique_ptr<GError, g_error_deleter>;
-
-struct gst_mini_object_deleter {
-    void operator()(GstCaps* caps) const noexcept { gst_caps_unref(caps); }
-    void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
-    void operator()(GstSample* sample) const noexcept { gst_sample_unref(sample); }
-};
-using gst_caps_owned = std::unique_ptr<GstCaps, gst_mini_object_deleter>;
-using gst_message_owned = std::unique_ptr<GstMessage, gst_mini_object_deleter>;
-using gst_sample_owned = std::unique_ptr<GstSample, gst_mini_object_deleter>;
-
-struct gst_iterator_deleter {
-    void operator()(GstIterator* iterator) const noexcept { gst_iterator_free(iterator); }
-};
-using gst_iterator_owned = std::unique_ptr<GstIterator, gst_iterator_deleter>;
-
-// A GValue that is unset at the end of its scope.
-class g_value {
-public:
-    g_value() = default;
-    explicit g_value(GType type) { g_value_init(&value_, type); }
-    g_value(const g_value&) = delete;
-    g_value& operator=(const g_value&) = delete;
-    ~g_value() { g_value_unset(&value_); }
-    [[nodiscard]] GValue* get() { return &value_; }
-
-private:
-    GValue value_ = G_VALUE_INIT;
-};
+// One more reference to what is borrowed.
+[[nodiscard]] inline gst_owned<GstBuffer> own_shared(GstBuffer* buffer) {
+    return gst_owned<GstBuffer>{gst_buffer_ref(buffer)};
+}
+[[nodiscard]] inline gst_owned<GstCaps> own_shared(GstCaps* caps) {
+    return gst_owned<GstCaps>{gst_caps_ref(caps)};
+}
+[[nodiscard]] inline gst_owned<GstElement> own_shared(GstElement* element) {
+    return gst_owned<GstElement>{GST_ELEMENT(gst_object_ref(element))};
+}

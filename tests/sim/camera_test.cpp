@@ -40,7 +40,7 @@ protected:
     }
     // The level of the next picture's first pixel, -1 when none comes.
     static int next_level(const test_pipeline& camera) {
-        const sample_owner sample = camera.pull();
+        const gst_owned<GstSample> sample = camera.pull();
         std::uint8_t level = 0;
         return sample && gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, &level, 1) == 1
                    ? level
@@ -49,7 +49,7 @@ protected:
     // How far apart the darkest and the brightest place of the next picture are, -1 when none
     // comes.
     static int next_contrast(const test_pipeline& camera) {
-        const sample_owner sample = camera.pull();
+        const gst_owned<GstSample> sample = camera.pull();
         if (!sample) {
             return -1;
         }

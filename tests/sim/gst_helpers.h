@@ -2,20 +2,12 @@
 #pragma once
 
 #include "support/stand_ins.h"
+#include "video/gst_owned.h"
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
 
-#include <gst/gst.h>
 #include <gtest/gtest.h>
-#include <memory>
 #include <string>
-
-struct sample_deleter {
-    void operator()(GstSample* sample) const noexcept { gst_sample_unref(sample); }
-    void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
-};
-using sample_owner = std::unique_ptr<GstSample, sample_deleter>;
-using message_owner = std::unique_ptr<GstMessage, sample_deleter>;
 
 // Time that anything a test waits for may take.
 inline constexpr GstClockTime patience = 20 * GST_SECOND;
@@ -25,52 +17,47 @@ class test_pipeline {
 public:
     explicit test_pipeline(const std::string& description) {
         GError* error = nullptr;
-        pipeline_ = gst_parse_launch(description.c_str(), &error);
+        pipeline_ = own_floating(gst_parse_launch(description.c_str(), &error));
+        const g_error_owned owned_error{error};
         EXPECT_EQ(error, nullptr) << (error != nullptr ? error->message : "");
-        if (GST_IS_PIPELINE(pipeline_) == FALSE) {
-            GstElement* const only = pipeline_;
-            pipeline_ = gst_pipeline_new(nullptr);
-            gst_bin_add(GST_BIN(pipeline_), only);
+        if (GST_IS_PIPELINE(get()) == FALSE) {
+            const gst_owned<GstElement> only = std::move(pipeline_);
+            pipeline_ = own_floating(gst_pipeline_new(nullptr));
+            gst_bin_add(GST_BIN(get()), only.get());
         }
-        gst_object_ref_sink(pipeline_);
     }
     test_pipeline(const test_pipeline&) = delete;
     test_pipeline& operator=(const test_pipeline&) = delete;
-    ~test_pipeline() {
-        gst_element_set_state(pipeline_, GST_STATE_NULL);
-        gst_object_unref(pipeline_);
-    }
+    ~test_pipeline() { stop(); }
 
-    GstStateChangeReturn play() { return gst_element_set_state(pipeline_, GST_STATE_PLAYING); }
-    void stop() { gst_element_set_state(pipeline_, GST_STATE_NULL); }
-    void end() { gst_element_send_event(pipeline_, gst_event_new_eos()); }
+    GstStateChangeReturn play() { return gst_element_set_state(get(), GST_STATE_PLAYING); }
+    void stop() { gst_element_set_state(get(), GST_STATE_NULL); }
+    void end() { gst_element_send_event(get(), gst_event_new_eos()); }
 
     // An element by name, borrowed from the pipeline.
     [[nodiscard]] GstElement* operator[](const char* name) const {
-        GstElement* const element = gst_bin_get_by_name(GST_BIN(pipeline_), name);
+        const gst_owned<GstElement> element{gst_bin_get_by_name(GST_BIN(get()), name)};
         EXPECT_NE(element, nullptr) << name;
-        gst_object_unref(element);
-        return element;
+        return element.get();
     }
 
     // The next sample of the appsink called "out"; none when the stream has ended.
-    [[nodiscard]] sample_owner pull() const {
-        return sample_owner{gst_app_sink_try_pull_sample(GST_APP_SINK((*this)["out"]), patience)};
+    [[nodiscard]] gst_owned<GstSample> pull() const {
+        return gst_owned<GstSample>{
+            gst_app_sink_try_pull_sample(GST_APP_SINK((*this)["out"]), patience)};
     }
 
     // The next message of these types; none when there is none in time.
-    [[nodiscard]] message_owner wait_for(GstMessageType types,
-                                         GstClockTime timeout = patience) const {
-        GstBus* const bus = gst_element_get_bus(pipeline_);
-        message_owner message{gst_bus_timed_pop_filtered(bus, timeout, types)};
-        gst_object_unref(bus);
-        return message;
+    [[nodiscard]] gst_owned<GstMessage> wait_for(GstMessageType types,
+                                                 GstClockTime timeout = patience) const {
+        const gst_owned<GstBus> bus{gst_element_get_bus(get())};
+        return gst_owned<GstMessage>{gst_bus_timed_pop_filtered(bus.get(), timeout, types)};
     }
 
-    [[nodiscard]] GstElement* get() const { return pipeline_; }
+    [[nodiscard]] GstElement* get() const { return pipeline_.get(); }
 
 private:
-    GstElement* pipeline_ = nullptr;
+    gst_owned<GstElement> pipeline_;
 };
 
 inline void set(GstElement* element, const char* property, const std::string& value) {

@@ -50,7 +50,7 @@ void push(const test_pipeline& to, const packet& content) {
 std::vector<int> pull_values(const test_pipeline& from, std::size_t count) {
     std::vector<int> values;
     while (values.size() < count) {
-        const sample_owner sample = from.pull();
+        const gst_owned<GstSample> sample = from.pull();
         std::uint8_t value = 0;
         if (!sample || gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, &value, 1) != 1) {
             break;
@@ -61,7 +61,7 @@ std::vector<int> pull_values(const test_pipeline& from, std::size_t count) {
 }
 
 GstClockTime next_pts(const test_pipeline& from) {
-    const sample_owner sample = from.pull();
+    const gst_owned<GstSample> sample = from.pull();
     return sample ? GST_BUFFER_PTS(gst_sample_get_buffer(sample.get())) : GST_CLOCK_TIME_NONE;
 }
 
@@ -153,7 +153,7 @@ TEST_F(InterpipeStampsTest, ArriveInRunningTime) {
     segment.start = segment.time = far_start;
     GstBuffer* const buffer = make_buffer({.value = 1, .pts = far_start + one_second});
     GstCaps* const caps = gst_caps_from_string("application/x-test");
-    const sample_owner sent(gst_sample_new(buffer, caps, &segment, nullptr));
+    const gst_owned<GstSample> sent(gst_sample_new(buffer, caps, &segment, nullptr));
     gst_caps_unref(caps);
     gst_buffer_unref(buffer);
     gst_app_src_push_sample(GST_APP_SRC((*producer)["in"]), sent.get());

@@ -45,11 +45,11 @@ public:
     }
 };
 
-const GstMemory* memory_of(const sample_owner& sample) {
+const GstMemory* memory_of(const gst_owned<GstSample>& sample) {
     return gst_buffer_peek_memory(gst_sample_get_buffer(sample.get()), 0);
 }
 
-int width_of(const sample_owner& sample) {
+int width_of(const gst_owned<GstSample>& sample) {
     int width = 0;
     gst_structure_get_int(gst_caps_get_structure(gst_sample_get_caps(sample.get()), 0), "width",
                           &width);
@@ -63,8 +63,8 @@ TEST_F(InterpipeTest, MemoryIsSharedAndReachesEveryListener) {
     first.play();
     second.play();
     const GstMemory* const sent = from.push();
-    const sample_owner at_first = first.pull();
-    const sample_owner at_second = second.pull();
+    const gst_owned<GstSample> at_first = first.pull();
+    const gst_owned<GstSample> at_second = second.pull();
     ASSERT_TRUE(at_first && at_second);
     EXPECT_EQ(memory_of(at_first), sent);
     EXPECT_EQ(memory_of(at_second), sent);
@@ -82,7 +82,7 @@ TEST_F(InterpipeTest, CapsChangeTravelsWithTheBuffers) {
         from.push();
     }
     for (int i = 0; i < 10; ++i) {
-        const sample_owner sample = to.pull();
+        const gst_owned<GstSample> sample = to.pull();
         ASSERT_TRUE(sample);
         EXPECT_EQ(width_of(sample), i < 5 ? 16 : 32) << i;
     }
@@ -107,8 +107,8 @@ TEST_F(InterpipeTest, LateListenerBeginsAtAKeyUnitAndAsksForOne) {
     from.push(true);
     const GstMemory* const key = from.push();
     const GstMemory* const delta = from.push(true);
-    const sample_owner first = to.pull();
-    const sample_owner second = to.pull();
+    const gst_owned<GstSample> first = to.pull();
+    const gst_owned<GstSample> second = to.pull();
     ASSERT_TRUE(first && second);
     EXPECT_EQ(memory_of(first), key);
     EXPECT_EQ(memory_of(second), delta);

@@ -21,7 +21,7 @@ protected:
 };
 
 // How much the luma of a picture varies.
-int luma_range(const sample_owner& sample) {
+int luma_range(const gst_owned<GstSample>& sample) {
     GstMapInfo map;
     EXPECT_TRUE(gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ));
     const auto [least, most] = std::minmax_element(map.data, map.data + 640 * 480);
@@ -37,7 +37,7 @@ TEST_F(LiveViewElementsTest, CameraPacesItsPicturesAndEndsWhenTheCableIsPulled) 
     pipeline.play();
     GstClockTime previous = GST_CLOCK_TIME_NONE;
     for (int i = 0; i < 10; ++i) {
-        const sample_owner sample = pipeline.pull();
+        const gst_owned<GstSample> sample = pipeline.pull();
         ASSERT_TRUE(sample);
         const GstClockTime pts = GST_BUFFER_PTS(gst_sample_get_buffer(sample.get()));
         if (GST_CLOCK_TIME_IS_VALID(previous)) {
@@ -79,7 +79,7 @@ TEST_F(LiveViewElementsTest, CameraLoopsShortFootageAndDrawsWhereThereIsNone) {
         pipeline.play();
         // The clip is over after nine of them; before the first is decoded there is grey.
         for (int with_content = 0, all = 0; with_content < 20; ++all) {
-            const sample_owner sample = pipeline.pull();
+            const gst_owned<GstSample> sample = pipeline.pull();
             ASSERT_TRUE(sample && all < 600) << device;
             with_content += luma_range(sample) > 50 ? 1 : 0;
         }
@@ -93,7 +93,7 @@ TEST_F(LiveViewElementsTest, EndSentToTheTransformItselfGoesDownstream) {
         "video/x-raw,format=RGBA,width=128,height=96,framerate=30/1 ! "
         "appsink name=out sync=false max-buffers=2"};
     pipeline.play();
-    const sample_owner sample = pipeline.pull();
+    const gst_owned<GstSample> sample = pipeline.pull();
     ASSERT_TRUE(sample);
     EXPECT_EQ(gst_buffer_get_size(gst_sample_get_buffer(sample.get())), 128U * 96U * 4U);
     EXPECT_TRUE(gst_element_send_event(pipeline["g2d"], gst_event_new_eos()));
@@ -119,8 +119,7 @@ TEST_F(LiveViewElementsTest, PanelHoldsBlueGreenRedInMemory) {
     }
     GstSample* last = nullptr;
     g_object_get(pipeline["sink"], "last-sample", &last, nullptr);
-    EXPECT_NE(last, nullptr);
-    gst_sample_unref(last);
+    EXPECT_NE(gst_owned<GstSample>{last}, nullptr);
 }
 
 TEST_F(LiveViewElementsTest, PanelThatCannotBeOpenedIsAnError) {
@@ -137,7 +136,7 @@ TEST_F(LiveViewElementsTest, ProfilerSpeaksOnlyWhenAsked) {
                                "fakesink"};
         set(pipeline["perf"], "print-cpu-load", asked ? "true" : "false");
         pipeline.play();
-        const message_owner message =
+        const gst_owned<GstMessage> message =
             pipeline.wait_for(static_cast<GstMessageType>(GST_MESSAGE_INFO | GST_MESSAGE_EOS));
         ASSERT_TRUE(message);
         EXPECT_EQ(GST_MESSAGE_TYPE(message.get()), asked ? GST_MESSAGE_INFO : GST_MESSAGE_EOS);

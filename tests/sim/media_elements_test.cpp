@@ -22,15 +22,15 @@ std::string pictures(int count) {
            "video/x-raw,format=NV12,width=320,height=240,framerate=30/1 ! ";
 }
 
-GstBuffer* buffer_of(const sample_owner& sample) {
+GstBuffer* buffer_of(const gst_owned<GstSample>& sample) {
     return gst_sample_get_buffer(sample.get());
 }
 
-bool is_key(const sample_owner& sample) {
+bool is_key(const gst_owned<GstSample>& sample) {
     return !GST_BUFFER_FLAG_IS_SET(buffer_of(sample), GST_BUFFER_FLAG_DELTA_UNIT);
 }
 
-template <typename Content> Content content_of(const sample_owner& sample) {
+template <typename Content> Content content_of(const gst_owned<GstSample>& sample) {
     const gsize bytes = gst_buffer_get_size(buffer_of(sample));
     Content content(bytes / sizeof(content[0]), {});
     gst_buffer_extract(buffer_of(sample), 0, content.data(), bytes);
@@ -38,17 +38,18 @@ template <typename Content> Content content_of(const sample_owner& sample) {
 }
 
 // At most `count` samples, all that come by default.
-std::vector<sample_owner> pull_all(const test_pipeline& from, std::size_t count = SIZE_MAX) {
-    std::vector<sample_owner> samples;
-    for (sample_owner sample; samples.size() < count && (sample = from.pull());) {
+std::vector<gst_owned<GstSample>> pull_all(const test_pipeline& from,
+                                           std::size_t count = SIZE_MAX) {
+    std::vector<gst_owned<GstSample>> samples;
+    for (gst_owned<GstSample> sample; samples.size() < count && (sample = from.pull());) {
         samples.push_back(std::move(sample));
     }
     return samples;
 }
 
-double kilobits_of(const std::vector<sample_owner>& samples) {
+double kilobits_of(const std::vector<gst_owned<GstSample>>& samples) {
     gsize bytes = 0;
-    for (const sample_owner& sample : samples) {
+    for (const gst_owned<GstSample>& sample : samples) {
         bytes += gst_buffer_get_size(buffer_of(sample));
     }
     return static_cast<double>(bytes) * 8 / 1000;
@@ -65,7 +66,7 @@ TEST_F(MediaElementsTest, KeyFramesComeAsOftenAsAsked) {
     for (const auto& [options, distance] : cases) {
         test_pipeline pipeline{pictures(40) + "imxvpuenc_h264 " + options + out};
         pipeline.play();
-        const std::vector<sample_owner> samples = pull_all(pipeline);
+        const std::vector<gst_owned<GstSample>> samples = pull_all(pipeline);
         ASSERT_EQ(samples.size(), 40U) << options;
         const GstClockTime first = GST_BUFFER_PTS(buffer_of(samples[0]));
         for (guint i = 0; i < samples.size(); ++i) {
@@ -144,7 +145,7 @@ TEST_F(MediaElementsTest, SoundIsMp3OfTheNearestBitRate) {
                                            "imxmp3audioenc bitrate="} +
                                asked + " ! mpegaudioparse ! audio/mpeg,rate=48000" + out};
         pipeline.play();
-        const std::vector<sample_owner> samples = pull_all(pipeline);
+        const std::vector<gst_owned<GstSample>> samples = pull_all(pipeline);
         // A frame is 24 ms, so a second has 41 2/3; LAME adds some to get its delay out.
         const auto frames = static_cast<double>(samples.size());
         EXPECT_NEAR(frames, 43, 1) << asked;
@@ -158,7 +159,7 @@ TEST_F(MediaElementsTest, MicrophoneHearsASoftToneWithoutGaps) {
     std::vector<gint16> sound;
     GstClockTime next = GST_CLOCK_TIME_NONE;
     while (sound.size() < 24000) { // half a second
-        const sample_owner sample = pipeline.pull();
+        const gst_owned<GstSample> sample = pipeline.pull();
         ASSERT_TRUE(sample);
         GstBuffer* const buffer = buffer_of(sample);
         EXPECT_TRUE(sound.empty() || GST_BUFFER_PTS(buffer) == next);
@@ -189,7 +190,7 @@ TEST_F(MediaElementsTest, MicrophoneLosesOnlyWhatItsCardCanNotHold) {
         gst_element_set_base_time(mic, gst_element_get_base_time(mic) - stall);
         const GstClockTime now = gst_element_get_current_running_time(mic);
         GstClockTime lost = 0;
-        for (sample_owner sample; end < now && (sample = pipeline.pull());) {
+        for (gst_owned<GstSample> sample; end < now && (sample = pipeline.pull());) {
             GstBuffer* const buffer = buffer_of(sample);
             const bool gap = end == 0 || GST_BUFFER_PTS(buffer) != end;
             EXPECT_EQ(GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT), gap);

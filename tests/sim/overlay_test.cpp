@@ -113,7 +113,7 @@ void count_picture(GstDebugCategory* category, GstDebugLevel, const gchar*, cons
 
 using rgb = std::array<int, 3>;
 
-rgb pixel(const sample_owner& sample, int x, int y) {
+rgb pixel(const gst_owned<GstSample>& sample, int x, int y) {
     GstMapInfo map;
     EXPECT_TRUE(gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ));
     const guint8* const at =
@@ -240,7 +240,7 @@ protected:
     // Pulls frames until one has this colour there.
     static bool wait_for_pixel(const test_pipeline& pipeline, int x, int y, const rgb& colour) {
         for (int i = 0; i < 300; ++i) {
-            const sample_owner sample = pipeline.pull();
+            const gst_owned<GstSample> sample = pipeline.pull();
             if (!sample || pixel(sample, x, y) == colour) {
                 return sample != nullptr;
             }
@@ -254,15 +254,15 @@ protected:
     }
     // The text of the next warning.
     static std::string next_warning(const test_pipeline& pipeline) {
-        const message_owner message = pipeline.wait_for(GST_MESSAGE_WARNING);
+        const gst_owned<GstMessage> message = pipeline.wait_for(GST_MESSAGE_WARNING);
         if (!message) {
             return "no warning";
         }
         GError* error = nullptr;
         gst_message_parse_warning(message.get(), &error, nullptr);
-        std::string text = error->message;
-        g_error_free(error);
-        return text;
+        return g_error_owned {
+            error
+            } -> message;
     }
 
     temp_folder folder_;
@@ -272,7 +272,7 @@ TEST_F(OverlayTest, SceneIsBlendedOntoFrames) {
     test_pipeline pipeline{over_white(folder_.write("scene.qml", scene))};
     pipeline.play();
     ASSERT_TRUE(wait_for_pixel(pipeline, 505, 55, blue)); // found below the system root
-    const sample_owner sample = pipeline.pull();
+    const gst_owned<GstSample> sample = pipeline.pull();
     EXPECT_EQ(pixel(sample, 100, 50), red);
     EXPECT_EQ(pixel(sample, 109, 59), red);
     EXPECT_EQ(pixel(sample, 99, 50), white);
@@ -365,7 +365,7 @@ TEST_F(OverlayTest, EditedSceneIsBroughtToThePresentState) {
 
     save("Part.qml", part("#0000ff"));
     ASSERT_TRUE(wait_for_pixel(pipeline, 505, 505, blue));
-    const sample_owner sample = pipeline.pull();
+    const gst_owned<GstSample> sample = pipeline.pull();
     EXPECT_EQ(pixel(sample, 399, 55), white);
     EXPECT_EQ(pixel(sample, 400, 55), red);
     EXPECT_EQ(pixel(sample, 419, 55), red);

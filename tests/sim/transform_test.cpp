@@ -19,7 +19,7 @@ TEST_F(TransformTest, ConvertsFormatSizeAndRateAtOnce) {
                                "framerate=30/1,format=RGBA ! appsink name=out sync=false"};
         pipeline.play();
         for (int i = 0; i < 2; ++i) {
-            const sample_owner sample = pipeline.pull();
+            const gst_owned<GstSample> sample = pipeline.pull();
             ASSERT_TRUE(sample) << from;
             std::uint8_t level = 0;
             gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, &level, 1);
@@ -35,7 +35,7 @@ TEST_F(TransformTest, KeepsWhatNobodyAsksItToChange) {
                            "imxg2dvideotransform ! video/x-raw,width=320,height=240 ! "
                            "appsink name=out sync=false"};
     pipeline.play();
-    const sample_owner sample = pipeline.pull();
+    const gst_owned<GstSample> sample = pipeline.pull();
     ASSERT_TRUE(sample);
     GstVideoInfo info;
     ASSERT_TRUE(gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())));

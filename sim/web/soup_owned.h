@@ -1,5 +1,7 @@
-// Owners for what GLib and libsoup hand out: each releases it with the call that fits its type.
+// Owners for what libsoup and GIO hand out; those for GLib's own types are in util/glib_owned.h.
 #pragma once
+
+#include "util/glib_owned.h"
 
 #include <libsoup/soup.h>
 
@@ -7,20 +9,23 @@
 
 namespace sim {
 
-struct glib_release {
-    void operator()(GBytes* bytes) const noexcept { g_bytes_unref(bytes); }
-    void operator()(GError* error) const noexcept { g_error_free(error); }
-    void operator()(GMainLoop* loop) const noexcept { g_main_loop_unref(loop); }
+// Releases each type with the call that fits it.
+struct soup_release {
     void operator()(GSubprocess* process) const noexcept { g_object_unref(process); }
     void operator()(SoupServer* server) const noexcept { g_object_unref(server); }
+    void operator()(SoupServerMessage* request) const noexcept { g_object_unref(request); }
     void operator()(SoupWebsocketConnection* connection) const noexcept {
         g_object_unref(connection);
     }
-    void operator()(gchar* text) const noexcept { g_free(text); }
 };
 
-// One counted reference (or one allocation); empty means "none".
-template <typename T> using glib_owner = std::unique_ptr<T, glib_release>;
+// One counted reference; empty means "none".
+template <typename T> using soup_owned = std::unique_ptr<T, soup_release>;
+
+// One more reference to what is borrowed.
+template <typename T> [[nodiscard]] soup_owned<T> own_shared(T* object) {
+    return soup_owned<T>{static_cast<T*>(g_object_ref(object))};
+}
 
 // Gives an object to a request, with which it goes; under that key it is found again.
 template <typename T>
