@@ -1,7 +1,7 @@
 // The bench behind its pages: the board, the daemon and what a page is told of them, put together.
 #include "desk.h"
 
-#include "util/global.h"
+#include "util/value_tables.h"
 #include "vtrdcctl/requests.h"
 
 #include <cstdlib>

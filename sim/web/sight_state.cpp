@@ -1,7 +1,7 @@
 // The sight's state at a glance.
 #include "sight_state.h"
 
-#include "util/global.h"
+#include "util/value_tables.h"
 
 #include <array>
 #include <charconv>

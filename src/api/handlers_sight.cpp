@@ -4,7 +4,7 @@
 #include "config/cfg.h"
 #include "control/actions_media.h"
 #include "control/actions_sight.h"
-#include "util/global.h"
+#include "util/value_tables.h"
 
 int user_cmd_disable_kbd(char* /*data*/, malloc_text& /*reply*/) {
     return ac_disable_kbd();

@@ -2,9 +2,9 @@
 #include "config/cfg.h"
 
 #include "core/log.h"
-#include "util/global.h"
 #include "util/sysroot.h"
 #include "util/text_buffer.h"
+#include "util/value_tables.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -6,7 +6,8 @@
 #include "control/reticle_geometry.h"
 #include "core/log.h"
 #include "osd/overlay.h"
-#include "util/global.h"
+#include "util/process_state.h"
+#include "util/value_tables.h"
 
 #include <cmath>
 

@@ -4,9 +4,13 @@
 #include "config/cfg.h"
 #include "control/reticle_geometry.h"
 #include "core/log.h"
+#include "devices/monitor.h"
 #include "devices/uoled.h"
 #include "osd/overlay.h"
-#include "util/global.h"
+#include "util/numbers.h"
+#include "util/process_state.h"
+#include "util/tools.h"
+#include "util/value_tables.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "config/cfg.h"
 #include "core/log.h"
-#include "util/global.h"
+#include "util/value_tables.h"
 
 #include <cmath>
 

@@ -4,8 +4,10 @@
 #include "config/cfg.h"
 #include "control/actions_media.h"
 #include "core/log.h"
+#include "osd/notices.h"
 #include "osd/redis_message_broker.h"
-#include "util/global.h"
+#include "util/files.h"
+#include "util/tools.h"
 #include "video/recording.h"
 
 #include <algorithm>

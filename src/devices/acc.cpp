@@ -4,7 +4,8 @@
 #include "core/imem.h"
 #include "core/log.h"
 #include "osd/overlay.h"
-#include "util/global.h"
+#include "util/files.h"
+#include "util/numbers.h"
 #include "util/sysroot.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 #include "devices/uoled.h"
 
 #include "core/log.h"
-#include "util/global.h"
+#include "util/files.h"
 
 #include <array>
 #include <cstdio>

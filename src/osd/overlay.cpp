@@ -3,7 +3,8 @@
 
 #include "core/imem.h"
 #include "core/log.h"
-#include "util/global.h"
+#include "util/numbers.h"
+#include "util/value_tables.h"
 #include "video/controls.h"
 
 #include <array>

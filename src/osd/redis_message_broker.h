@@ -5,7 +5,7 @@
 #pragma once
 
 #include "core/imem.h"
-#include "util/global.h"
+#include "osd/notices.h"
 
 // Connects to the server's Unix socket. 0 for a new connection; 1 when there is one already, or
 // with a warning when it failed.

@@ -2,7 +2,7 @@
 #include "video/diagnostics.h"
 
 #include "core/log.h"
-#include "util/global.h"
+#include "util/files.h"
 #include "video/pipe_slots.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include "video/media_branches.h"
 
 #include "core/log.h"
-#include "util/global.h"
+#include "util/tools.h"
 #include "video/pipe_slots.h"
 #include "video/transport.h"
 

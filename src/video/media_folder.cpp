@@ -2,7 +2,7 @@
 #include "video/media_folder.h"
 
 #include "core/imem.h"
-#include "util/global.h"
+#include "util/files.h"
 #include "util/sysroot.h"
 
 #include <dirent.h>

@@ -2,9 +2,10 @@
 #include "api/api.h"
 #include "api/handlers.h"
 #include "config/cfg.h"
+#include "osd/notices.h"
 #include "osd/redis_message_broker.h"
 #include "support/temp_folder.h"
-#include "util/global.h"
+#include "util/value_tables.h"
 #include "video/registry.h"
 
 #include <gmock/gmock.h>

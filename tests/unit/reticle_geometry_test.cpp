@@ -1,7 +1,8 @@
 // The reticle's geometry: worked values to the printed digits, and what holds for any input.
 #include "config/cfg.h"
 #include "control/reticle_geometry.h"
-#include "util/global.h"
+#include "util/numbers.h"
+#include "util/value_tables.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

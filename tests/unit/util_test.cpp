@@ -1,7 +1,9 @@
 // The helpers that reach the operating system, on real files.
 #include "core/log.h"
 #include "support/temp_folder.h"
-#include "util/global.h"
+#include "util/files.h"
+#include "util/text.h"
+#include "util/tools.h"
 #include "video/media_folder.h"
 
 #include <cinttypes>

@@ -1,0 +1,8 @@
+// The external monitor's plug.
+#include "devices/monitor.h"
+
+#include "util/files.h"
+
+int is_hdmi_connected() {
+    return is_file_created(HDMI_CABLE_STATE);
+}

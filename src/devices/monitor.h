@@ -1,0 +1,9 @@
+// The external monitor's plug.
+#pragma once
+
+// Attribute of the monitor driver; it exists while a cable is plugged.
+inline constexpr const char* HDMI_CABLE_STATE =
+    "/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state";
+
+// 1 while a monitor is plugged in, else 0.
+[[nodiscard]] int is_hdmi_connected();
