@@ -60,10 +60,10 @@ file(CREATE_LINK "${CMAKE_INSTALL_FULL_SBINDIR}/vtrdc" "${PROJECT_BINARY_DIR}/pa
 install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc"
   DESTINATION "${vtrdc_sim_lib}" COMPONENT simulated-board)
 
-# The page in the browser; no target where its libraries are not.
-if(TARGET vtrdc-sim-web)
-  install(TARGETS vtrdc-sim-web
-    DESTINATION "${vtrdc_sim_lib}/sim/web" COMPONENT simulated-board)
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/web/page"
-    DESTINATION "${vtrdc_sim_share}/sim/web" COMPONENT simulated-board)
+# The control page and its server; no target where its libraries are not.
+if(TARGET vtrdc-web)
+  install(TARGETS vtrdc-web
+    DESTINATION "${vtrdc_sim_lib}/web" COMPONENT simulated-board)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/web/page"
+    DESTINATION "${vtrdc_sim_share}/web" COMPONENT simulated-board)
 endif()

@@ -9,6 +9,7 @@ readonly FOOTAGE=/usr/share/doc/opencv-doc/examples/data/vtest.avi
 readonly STOCK_FOOTAGE=pedestrians.avi
 readonly DRAWN_SCENE=drawn-scene
 readonly STOCK_SCENE=/opt/okr/osd_okr/qml/main.qml
+readonly STOCK_SCENE_FILE=$VTRDC_SOURCE_DIR/sim/board$STOCK_SCENE
 readonly PANEL_BYTES=$((1024 * 768 * 4))
 
 : "${board:?}"
@@ -249,7 +250,7 @@ verb_scene() {
     local from=$1 scene passing
     take_turns
     scene=$(configured_path qml_file "$STOCK_SCENE")
-    [[ $from != stock ]] || from=$VTRDC_SOURCE_DIR/sim/board$STOCK_SCENE
+    [[ $from != stock ]] || from=$STOCK_SCENE_FILE
     [[ -f $from && -r $from ]] || die 1 "there is no scene $1 that can be read"
     ! cmp -s -- "$from" "$scene" || return 0
     passing=$(dirname -- "$scene")/.scene.$$

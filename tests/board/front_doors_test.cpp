@@ -147,7 +147,7 @@ protected:
 
     // A server of the page that writes down how it was called.
     void serve_page_with(const std::string& script) const {
-        make_program("build/sim/web/vtrdc-sim-web",
+        make_program("build/web/vtrdc-web",
                      "echo \"$*\" >>'" + at("calls") + "'\n" + script);
     }
 

@@ -1,0 +1,109 @@
+// What the page lists: recordings and snapshots, and the footage that the camera can be shown.
+#include "board_lists.h"
+
+#include "util/glib_owned.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace web {
+namespace {
+
+// A recording that grows is written to all the time.
+constexpr std::chrono::milliseconds gathering{500};
+
+// The camera's video, while its cable is in and while it is not.
+constexpr const char* camera = "video0";
+constexpr const char* unplugged_camera = "video0.unplugged";
+
+std::string url_of(const char* kind, const std::string& name) {
+    const g_text escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
+    return std::string("/media/") + kind + "/" + escaped.get();
+}
+
+nlohmann::json entries(const std::vector<board_file>& files, const char* kind) {
+    nlohmann::json list = nlohmann::json::array();
+    for (const board_file& file : files) {
+        list.push_back({{"name", file.name},
+                        {"bytes", file.bytes},
+                        {"time", file.time},
+                        {"url", url_of(kind, file.name)}});
+    }
+    return list;
+}
+
+} // namespace
+
+board_lists::board_lists(const board_place& board,
+                         std::function<void(const nlohmann::json&)> on_change)
+    : board_(board), on_change_(std::move(on_change)) {}
+
+void board_lists::open() {
+    watch_.emplace([this](const std::string& /*folder*/, const std::string& /*name*/) {
+        if (!soon_.is_waiting()) {
+            soon_.once(gathering, [this] { look(); });
+        }
+    });
+    watch_->add(board_.media_folder() + "/video");
+    watch_->add(board_.media_folder() + "/image");
+    watch_->add(board_.footage_folder());
+    watch_->add(board_.path("/dev"));
+    look();
+}
+
+void board_lists::shut() {
+    watch_.reset();
+    soon_.stop();
+}
+
+void board_lists::take_recording(bool is_recording) {
+    if (std::exchange(is_recording_, is_recording) != is_recording && watch_) {
+        look();
+    }
+}
+
+void board_lists::look() {
+    const auto tell = [this](nlohmann::json& list, nlohmann::json now) {
+        if (list != now) {
+            list = std::move(now);
+            on_change_(list);
+        }
+    };
+    tell(media_, list_media());
+    tell(footage_, list_footage());
+}
+
+nlohmann::json board_lists::list_media() const {
+    nlohmann::json recordings =
+        entries(board_place::files_in(board_.media_folder() + "/video"), "video");
+    for (nlohmann::json& each : recordings) {
+        each["growing"] = is_recording_ && &each == &recordings.front();
+    }
+    return {
+        {"type", "media"},
+        {"recordings", recordings},
+        {"snapshots", entries(board_place::files_in(board_.media_folder() + "/image"), "image")}};
+}
+
+nlohmann::json board_lists::list_footage() const {
+    const std::vector<std::string> names = board_place::names_in(board_.footage_folder());
+    std::error_code failed;
+    const fs::path devices = board_.path("/dev");
+    fs::path shown = fs::read_symlink(devices / camera, failed);
+    if (failed) {
+        shown = fs::read_symlink(devices / unplugged_camera, failed);
+    }
+    const std::string name = shown.filename();
+    // A link that stands in the folder of devices starts there; a whole path doesn't.
+    const bool is_choice =
+        std::ranges::find(names, name) != names.end() &&
+        fs::equivalent(devices / shown.parent_path(), board_.footage_folder(), failed);
+    return {{"type", "footage"},
+            {"choices", names},
+            {"chosen", is_choice ? nlohmann::json(name) : nlohmann::json()}};
+}
+
+} // namespace web

@@ -1,0 +1,46 @@
+// What the page lists: recordings and snapshots, and the footage that the camera can be shown.
+#pragma once
+
+#include "board_place.h"
+#include "loop.h"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <optional>
+
+namespace web {
+
+class board_lists {
+public:
+    // `on_change` gets each list that differs from the one before.
+    board_lists(const board_place& board, std::function<void(const nlohmann::json&)> on_change);
+    board_lists(const board_lists&) = delete;
+    board_lists& operator=(const board_lists&) = delete;
+
+    // Follows the folders from now on, until shut.
+    void open();
+    void shut();
+
+    // A recording runs: the latest file can't be played yet.
+    void take_recording(bool is_recording);
+
+    // As the page's protocol has them.
+    [[nodiscard]] const nlohmann::json& media() const { return media_; }
+    [[nodiscard]] const nlohmann::json& footage() const { return footage_; }
+
+private:
+    void look();
+    [[nodiscard]] nlohmann::json list_media() const;
+    [[nodiscard]] nlohmann::json list_footage() const;
+
+    const board_place& board_;
+    const std::function<void(const nlohmann::json&)> on_change_;
+    bool is_recording_ = false;
+    nlohmann::json media_;
+    nlohmann::json footage_;
+    std::optional<file_watch> watch_;
+    timer soon_;
+};
+
+} // namespace web

@@ -1,0 +1,116 @@
+// The board folder as the page's server uses it.
+#include "board_place.h"
+
+#include "config/cfg.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <glib.h>
+#include <sys/stat.h>
+#include <tuple>
+#include <utility>
+
+namespace fs = std::filesystem;
+
+namespace web {
+namespace {
+
+constexpr const char* settings_file = "/etc/vtrdc.conf";
+
+constexpr settings defaults;
+
+// Leaves room for a number before the 255 bytes of a file's name are full.
+constexpr std::size_t name_max = 200;
+
+} // namespace
+
+board_place::board_place(std::string folder) : folder_(std::move(folder)), files_(folder_) {}
+
+std::string board_place::path(std::string_view on_the_sight) const {
+    return folder_ + std::string(on_the_sight);
+}
+
+// A relative path is the daemon's own affair: no folder comes in front of it.
+std::string board_place::socket_path() const {
+    const std::string configured = setting("socket_file", defaults.socket_file);
+    return configured.starts_with('/') ? path(configured) : configured;
+}
+
+std::string board_place::media_folder() const {
+    std::string configured = path(setting("media_path", defaults.media_path));
+    while (configured.ends_with('/')) {
+        configured.pop_back();
+    }
+    return configured;
+}
+
+std::string board_place::broker_socket_path() const {
+    return path(defaults.redis_socket_file);
+}
+
+std::string board_place::footage_folder() const {
+    return path("/footage");
+}
+
+std::string board_place::scene_path() const {
+    return path(setting("qml_file", defaults.qml_file));
+}
+
+// As the daemon has it, the last line with a key counts.
+std::string board_place::setting(std::string_view key, std::string_view standard) const {
+    std::string value{standard};
+    std::ifstream file{path(settings_file)};
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(key) && line.substr(key.size()).starts_with('=')) {
+            value = line.substr(key.size() + 1);
+        }
+    }
+    return value;
+}
+
+std::vector<std::string> board_place::names_in(const std::string& folder) {
+    std::vector<std::string> names;
+    std::error_code failed;
+    for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end;
+         entry.increment(failed)) {
+        std::string name = entry->path().filename();
+        // One that is hidden is no finished file, one that is no UTF-8 can't be told of.
+        if (!name.starts_with('.') && g_utf8_validate(name.c_str(), -1, nullptr) != FALSE) {
+            names.push_back(std::move(name));
+        }
+    }
+    std::ranges::sort(names);
+    return names;
+}
+
+std::vector<board_file> board_place::files_in(const std::string& folder) {
+    std::vector<board_file> found;
+    for (std::string& name : names_in(folder)) {
+        struct stat status {};
+        if (lstat((folder + "/" + name).c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            found.push_back({std::move(name), status.st_size, status.st_mtime});
+        }
+    }
+    // Names hold the time, which also tells those of one second apart.
+    std::ranges::sort(found, [](const board_file& one, const board_file& other) {
+        return std::tie(one.time, one.name) > std::tie(other.time, other.name);
+    });
+    return found;
+}
+
+std::optional<std::string> board_place::first_line(std::string_view on_the_sight) const {
+    std::ifstream file{path(on_the_sight)};
+    std::string line;
+    return std::getline(file, line) ? std::optional{line} : std::nullopt;
+}
+
+bool is_plain_name(std::string_view name) {
+    return !name.empty() && name.size() <= name_max && !name.starts_with('.') &&
+           g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr) != FALSE &&
+           std::ranges::none_of(
+               name, [](unsigned char byte) { return byte == '/' || std::iscntrl(byte) != 0; });
+}
+
+} // namespace web

@@ -1,0 +1,36 @@
+// A folder whose files can be opened by a path that comes from outside.
+#include "contained_folder.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <utility>
+
+namespace web {
+namespace {
+
+// By number, since the C library has no name for the call yet. The kernel itself refuses whatever
+// leads out, also a link that somebody swaps in meanwhile.
+int open_beneath(int folder, const std::string& path) {
+    open_how how{};
+    how.flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+    return static_cast<int>(syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how));
+}
+
+} // namespace
+
+contained_folder::contained_folder(const std::string& folder)
+    : folder_(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+
+opened_file contained_folder::open_file(const std::string& path) const {
+    descriptor file(open_beneath(folder_.number(), path));
+    struct stat status {};
+    if (!file || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return {};
+    }
+    return {std::move(file), status.st_size};
+}
+
+} // namespace web

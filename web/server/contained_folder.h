@@ -1,0 +1,32 @@
+// A folder whose files can be opened by a path that comes from outside: no path leads out of it.
+#pragma once
+
+#include "descriptor.h"
+
+#include <string>
+#include <sys/types.h>
+
+namespace web {
+
+// An ordinary file, open for reading, and its size then. None: without a descriptor.
+struct opened_file {
+    descriptor file;
+    off_t bytes = 0;
+};
+
+class contained_folder {
+public:
+    // Nothing can be opened in a folder that isn't there.
+    explicit contained_folder(const std::string& folder);
+    contained_folder(const contained_folder&) = delete;
+    contained_folder& operator=(const contained_folder&) = delete;
+
+    // `path` is relative to the folder. None when there is no such ordinary file, or when a link,
+    // or "..", leads out.
+    [[nodiscard]] opened_file open_file(const std::string& path) const;
+
+private:
+    const descriptor folder_;
+};
+
+} // namespace web

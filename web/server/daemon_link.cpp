@@ -1,0 +1,137 @@
+// The connection to the daemon's command socket.
+#include "daemon_link.h"
+
+#include "vtrdcctl/status.h"
+
+#include <array>
+#include <cerrno>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <utility>
+
+namespace web {
+namespace {
+
+constexpr std::chrono::milliseconds retry_interval{500};
+
+// A descriptor, or -1. Connecting to a local socket never waits: it succeeds or fails.
+int connect_to(const std::string& path) {
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (descriptor >= 0 && !connect_socket(descriptor, path)) {
+        close(descriptor);
+        return -1;
+    }
+    return descriptor;
+}
+
+reply failure(const std::string& why) {
+    return {.is_done = false, .has_data = true, .data = why};
+}
+
+} // namespace
+
+daemon_link::daemon_link(std::string socket_path, std::function<void()> on_presence)
+    : socket_path_(std::move(socket_path)), on_presence_(std::move(on_presence)) {}
+
+daemon_link::~daemon_link() {
+    close_descriptor();
+}
+
+void daemon_link::open() {
+    if (!std::exchange(is_open_, true)) {
+        connect_or_retry();
+    }
+}
+
+void daemon_link::shut() {
+    is_open_ = false;
+    retry_.stop();
+    lose("the page was closed");
+}
+
+void daemon_link::connect_or_retry() {
+    descriptor_ = connect_to(socket_path_);
+    if (descriptor_ < 0) {
+        retry_.once(retry_interval, [this] { connect_or_retry(); });
+        return;
+    }
+    readable_.start(descriptor_, G_IO_IN, [this] { receive(); });
+    change_presence(daemon_presence::up);
+}
+
+void daemon_link::ask(std::string text, answer on_answer) {
+    if (descriptor_ < 0) {
+        on_answer(failure("the daemon is not running"));
+        return;
+    }
+    queue_.push_back({std::move(text), std::move(on_answer)});
+    send_next();
+}
+
+void daemon_link::send_next() {
+    if (is_asking_ || queue_.empty()) {
+        return;
+    }
+    const std::string& text = queue_.front().text;
+    // A request is short, and the socket is empty: it goes at once or not at all.
+    if (send(descriptor_, text.data(), text.size(), MSG_NOSIGNAL) < 0) {
+        lose("the daemon takes no request");
+        return;
+    }
+    is_asking_ = true;
+    patience_.once(daemon_patience, [this] { change_presence(daemon_presence::silent); });
+}
+
+void daemon_link::receive() {
+    std::array<char, REPLY_SIZE> text; // filled just below
+    const ssize_t length = recv(descriptor_, text.data(), text.size(), 0);
+    if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return;
+    }
+    if (length <= 0) {
+        lose("the daemon has ended");
+        return;
+    }
+    if (!is_asking_) {
+        return; // nobody asked
+    }
+    is_asking_ = false;
+    patience_.stop();
+    const request answered = std::move(queue_.front());
+    queue_.pop_front();
+    change_presence(daemon_presence::up);
+    try {
+        answered.on_answer(decode_reply({text.data(), static_cast<std::size_t>(length)}));
+    } catch (const no_answer& error) {
+        answered.on_answer(failure(error.what()));
+    }
+    send_next();
+}
+
+void daemon_link::lose(const std::string& why) {
+    close_descriptor();
+    patience_.stop();
+    is_asking_ = false;
+    if (is_open_) {
+        retry_.once(retry_interval, [this] { connect_or_retry(); });
+    }
+    change_presence(daemon_presence::gone);
+    for (const request& each : std::exchange(queue_, {})) {
+        each.on_answer(failure(why));
+    }
+}
+
+void daemon_link::change_presence(daemon_presence presence) {
+    if (std::exchange(presence_, presence) != presence) {
+        on_presence_();
+    }
+}
+
+void daemon_link::close_descriptor() {
+    readable_.stop();
+    if (descriptor_ >= 0) {
+        close(std::exchange(descriptor_, -1));
+    }
+}
+
+} // namespace web

@@ -1,0 +1,52 @@
+// Acts on the board, by the verbs of scripts/sim.
+#include "front_door.h"
+
+#include "soup_owned.h"
+
+#include <memory>
+#include <string_view>
+
+namespace web {
+namespace {
+
+// The complaint's first line, without the program's name before it.
+std::string complaint(std::string_view said) {
+    said = said.substr(0, said.find('\n'));
+    const std::size_t colon = said.find(": ");
+    return std::string(colon == std::string_view::npos ? said : said.substr(colon + 2));
+}
+
+void on_ended(GObject* process, GAsyncResult* result, gpointer data) noexcept {
+    const std::unique_ptr<act_end> on_end(static_cast<act_end*>(data));
+    gchar* said = nullptr;
+    GError* failed = nullptr;
+    auto* const ended = G_SUBPROCESS(process);
+    g_subprocess_communicate_utf8_finish(ended, result, nullptr, &said, &failed);
+    const g_text words(said);
+    const g_error_owned error(failed);
+    const bool is_done = error == nullptr && g_subprocess_get_successful(ended) != FALSE;
+    (*on_end)(is_done, error ? error->message : complaint(said != nullptr ? said : ""));
+}
+
+} // namespace
+
+void front_door::run(const std::vector<std::string>& words, act_end on_end) const {
+    std::vector<const gchar*> arguments{program_.c_str()};
+    for (const std::string& word : words) {
+        arguments.push_back(word.c_str());
+    }
+    arguments.insert(arguments.end(), {"--board", board_.c_str(), nullptr});
+    GError* failed = nullptr;
+    const auto flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDERR_PIPE |
+                                                     G_SUBPROCESS_FLAGS_STDOUT_SILENCE);
+    const soup_owned<GSubprocess> process(g_subprocess_newv(arguments.data(), flags, &failed));
+    if (!process) {
+        const g_error_owned error(failed);
+        on_end(false, error->message);
+        return;
+    }
+    g_subprocess_communicate_utf8_async(process.get(), nullptr, nullptr, on_ended,
+                                        std::make_unique<act_end>(std::move(on_end)).release());
+}
+
+} // namespace web

@@ -1,0 +1,125 @@
+// Follows the daemon's log file as it grows.
+#include "log_tail.h"
+
+#include <algorithm>
+#include <array>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace web {
+namespace {
+
+using std::chrono::milliseconds;
+
+// Together in one message to the pages: a debug log has hundreds of lines a second.
+constexpr milliseconds gathering{100};
+
+constexpr std::size_t lines_kept = 2000;
+
+// A line without an end must not fill the memory.
+constexpr std::size_t line_max = 8192;
+
+// Of a log that is long already is read so much at once, and then comes who else has waited.
+constexpr std::size_t slice_max = 1024 * 1024;
+
+} // namespace
+
+log_tail::log_tail(std::filesystem::path path, listeners told)
+    : path_(std::move(path)), told_(std::move(told)),
+      watch_([this](const std::string& /*folder*/, const std::string& name) {
+          if (name.empty() || name == path_.filename()) {
+              read_soon(gathering);
+          }
+      }) {
+    watch_.add(path_.parent_path());
+}
+
+void log_tail::read_soon(milliseconds after) {
+    if (!soon_.is_waiting()) {
+        soon_.once(after, [this] { read_more(); });
+    }
+}
+
+// Another file may have the name now, or this one was cut.
+void log_tail::reopen_when_begun_anew() {
+    struct stat named {};
+    if (stat(path_.c_str(), &named) != 0) {
+        return;
+    }
+    struct stat opened {};
+    if (file_ && fstat(file_.number(), &opened) == 0 && opened.st_ino == named.st_ino &&
+        opened.st_dev == named.st_dev && opened.st_size >= position_) {
+        return;
+    }
+    file_ = descriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    position_ = 0;
+    unfinished_.clear();
+    last_lines_.clear();
+    untold_ = 0;
+    is_fresh_ = true;
+    told_.on_begin();
+}
+
+void log_tail::read_more() {
+    reopen_when_begun_anew();
+    if (read_slice()) {
+        read_soon(milliseconds{0});
+    } else if (is_fresh_ || untold_ > 0) {
+        tell_news();
+    }
+}
+
+// True when there may be more.
+bool log_tail::read_slice() {
+    if (!file_) {
+        return false;
+    }
+    std::array<char, 65536> bytes; // filled just below
+    for (std::size_t taken = 0; taken < slice_max;) {
+        const ssize_t size = pread(file_.number(), bytes.data(), bytes.size(), position_);
+        if (size <= 0) {
+            return false;
+        }
+        position_ += size;
+        taken += static_cast<std::size_t>(size);
+        take_bytes({bytes.data(), static_cast<std::size_t>(size)});
+    }
+    return true;
+}
+
+void log_tail::take_bytes(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const std::size_t room = line_max - unfinished_.size();
+        const std::size_t end = bytes.substr(0, room + 1).find('\n');
+        const bool is_whole = end != std::string_view::npos;
+        const std::size_t length = std::min({end, room, bytes.size()});
+        unfinished_ += bytes.substr(0, length);
+        bytes.remove_prefix(is_whole ? length + 1 : length);
+        if (is_whole || room == 0) {
+            end_line();
+        }
+    }
+}
+
+void log_tail::end_line() {
+    last_lines_.push_back(std::exchange(unfinished_, {}));
+    told_.on_line(last_lines_.back());
+    ++untold_;
+    if (last_lines_.size() > lines_kept) {
+        last_lines_.pop_front();
+    }
+}
+
+void log_tail::tell_news() {
+    const std::size_t untold = std::exchange(untold_, 0);
+    if (std::exchange(is_fresh_, false) || untold >= last_lines_.size()) {
+        told_.on_news(true, last_lines_);
+        return;
+    }
+    told_.on_news(false,
+                  {last_lines_.end() - static_cast<std::ptrdiff_t>(untold), last_lines_.end()});
+}
+
+} // namespace web

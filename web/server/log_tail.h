@@ -1,0 +1,55 @@
+// Follows the daemon's log file as it grows, and keeps its last lines for pages that come later.
+#pragma once
+
+#include "descriptor.h"
+#include "loop.h"
+
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace web {
+
+class log_tail {
+public:
+    struct listeners {
+        // The file was begun anew: all lines of before are history.
+        std::function<void()> on_begin;
+        // Each line, in order.
+        std::function<void(std::string_view)> on_line;
+        // At most ten times a second, after lines came. `lines` are those since the last time; with
+        // `is_fresh` they are all there is to show, and take the place of what was shown before.
+        std::function<void(bool is_fresh, const std::deque<std::string>& lines)> on_news;
+    };
+
+    log_tail(std::filesystem::path path, listeners told);
+    log_tail(const log_tail&) = delete;
+    log_tail& operator=(const log_tail&) = delete;
+
+    [[nodiscard]] const std::deque<std::string>& last_lines() const { return last_lines_; }
+
+private:
+    void read_soon(std::chrono::milliseconds after);
+    void read_more();
+    void reopen_when_begun_anew();
+    [[nodiscard]] bool read_slice();
+    void take_bytes(std::string_view bytes);
+    void end_line();
+    void tell_news();
+
+    const std::filesystem::path path_;
+    const listeners told_;
+    descriptor file_;
+    off_t position_ = 0;
+    std::string unfinished_; // of a line, so far
+    std::deque<std::string> last_lines_;
+    std::size_t untold_ = 0; // lines at the end of those
+    bool is_fresh_ = false;  // what is told next
+    timer soon_;
+    file_watch watch_;
+};
+
+} // namespace web

@@ -1,0 +1,80 @@
+// What waits in the main loop: timers, descriptors, and changes of files. Each waits as long as its
+// object lives; all are of the main thread.
+#pragma once
+
+#include "folder_watch.h"
+
+#include <glib.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace web {
+
+// A call after a while, or again and again.
+class timer {
+public:
+    timer() = default;
+    timer(const timer&) = delete;
+    timer& operator=(const timer&) = delete;
+    ~timer() { stop(); }
+
+    // Forgets what it waited for before.
+    void once(std::chrono::milliseconds after, std::function<void()> task);
+    void every(std::chrono::milliseconds interval, std::function<void()> task);
+    void stop();
+    [[nodiscard]] bool is_waiting() const { return source_ != 0; }
+
+private:
+    void start(std::chrono::milliseconds interval, std::function<void()> task, bool repeats);
+    static gboolean on_time(gpointer self) noexcept;
+
+    guint source_ = 0;
+    bool repeats_ = false;
+    std::function<void()> task_;
+};
+
+// Calls whenever a borrowed descriptor is ready for `condition`, or hung up.
+class descriptor_watch {
+public:
+    descriptor_watch() = default;
+    descriptor_watch(const descriptor_watch&) = delete;
+    descriptor_watch& operator=(const descriptor_watch&) = delete;
+    ~descriptor_watch() { stop(); }
+
+    void start(int descriptor, GIOCondition condition, std::function<void()> task);
+    void stop();
+
+private:
+    static gboolean on_ready(gint descriptor, GIOCondition condition, gpointer self) noexcept;
+
+    guint source_ = 0;
+    std::function<void()> task_;
+};
+
+// Whether a file that is only touched is told of: a picture of the panel is written through a
+// mapping, which tells nobody, and then its file is touched, thirty times a second.
+enum class touches { ignored, told };
+
+// Calls with a folder and the name in it of each file that came, went or was written to, also while
+// it is written to. The name is empty when the folder is added, comes, goes, or is another one.
+class file_watch {
+public:
+    explicit file_watch(
+        std::function<void(const std::string& folder, const std::string& name)> task,
+        touches touched = touches::ignored);
+    file_watch(const file_watch&) = delete;
+    file_watch& operator=(const file_watch&) = delete;
+
+    void add(const std::string& folder);
+
+private:
+    void tell_changes();
+
+    const std::function<void(const std::string&, const std::string&)> task_;
+    sim::folder_watch folders_;
+    descriptor_watch events_;
+};
+
+} // namespace web

@@ -1,0 +1,154 @@
+// vtrdc-web: serves the simulated board's page, the bench in a browser, on loopback.
+#include "command_line.h"
+#include "daemon_life.h"
+#include "desk.h"
+
+#include <array>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <glib-unix.h>
+#include <iostream>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+// A second board's page finds another place.
+constexpr unsigned first_port = 8040;
+constexpr unsigned ports_tried = 10;
+
+// The daemon and the browser come first.
+constexpr int niceness = 5;
+
+bool listen(web::web_server& server, std::optional<unsigned> port, std::string& why) {
+    if (port) {
+        return server.listen(*port, why);
+    }
+    for (unsigned offset = 0; offset < ports_tried; ++offset) {
+        if (server.listen(first_port + offset, why)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+gboolean quit(gpointer loop) noexcept {
+    g_main_loop_quit(static_cast<GMainLoop*>(loop));
+    return G_SOURCE_CONTINUE;
+}
+
+// The daemon's last lines still pass through its log then, and on to the pages.
+constexpr guint last_words_ms = 500;
+
+// The next daemon's page shall find the port free.
+gboolean stop_listening(gpointer server) noexcept {
+    static_cast<web::web_server*>(server)->stop_listening();
+    return G_SOURCE_REMOVE;
+}
+
+// Waits on a thread of its own; what it waits for outlives the main loop only when that ends first.
+void quit_with_daemon(GMainLoop* loop, web::web_server& server, const web::command_line& line) {
+    const daemon_marks marks = marks_of_daemon(line.daemon, line.desk.board);
+    std::thread([loop, &server, marks, starter = *line.beside] {
+        wait_for_daemon_end(marks, starter);
+        g_idle_add(stop_listening, &server);
+        g_timeout_add(last_words_ms, quit, loop);
+    }).detach();
+}
+
+// Told once: the address that is served, or why none is.
+using report = std::function<void(bool is_served, const std::string& text)>;
+
+void write_report(bool is_served, const std::string& text) {
+    if (is_served) {
+        std::cout << text << std::endl;
+    } else {
+        std::cerr << "the page can't be served: " << text << std::endl;
+    }
+}
+
+// Each page takes two descriptors, each file that is sent one more. A server that has none left
+// takes nobody in again.
+void raise_descriptor_limit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+int serve(const web::command_line& line, const report& tell) {
+    setpriority(PRIO_PROCESS, 0, niceness);
+    raise_descriptor_limit();
+    web::desk desk{line.desk};
+    std::string why;
+    if (!listen(desk.server(), line.port, why)) {
+        tell(false, why);
+        return EXIT_FAILURE;
+    }
+    tell(true, desk.server().address());
+    const g_owned<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
+    g_unix_signal_add(SIGINT, quit, loop.get());
+    g_unix_signal_add(SIGTERM, quit, loop.get());
+    if (line.beside) {
+        quit_with_daemon(loop.get(), desk.server(), line);
+    }
+    g_main_loop_run(loop.get());
+    return EXIT_SUCCESS;
+}
+
+// The first byte says which of the two it is.
+void send_report(int output, bool is_served, const std::string& text) {
+    const std::string message = (is_served ? "1" : "0") + text;
+    if (write(output, message.data(), message.size()) < 0) {
+        // Whoever asked is gone; the page is served all the same.
+    }
+    close(output);
+}
+
+bool pass_report_on(int input) {
+    std::string message;
+    char byte = 0;
+    while (read(input, &byte, 1) == 1) {
+        message += byte;
+    }
+    const bool is_served = message.starts_with('1');
+    write_report(is_served, message.empty() ? "it ended early" : message.substr(1));
+    return is_served;
+}
+
+// The starter waits until the page is served; what serves it belongs to nobody.
+int serve_in_background(const web::command_line& line) {
+    close_range(STDERR_FILENO + 1, ~0U, 0); // whoever waits for the end of an inherited pipe
+    std::array<int, 2> pipe{};
+    if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        return EXIT_FAILURE;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        close(pipe[0]);
+        leave_parent();
+        return serve(line, [output = pipe[1]](bool is_served, const std::string& text) {
+            send_report(output, is_served, text);
+        });
+    }
+    close(pipe[1]);
+    const bool is_served = pass_report_on(pipe[0]);
+    waitpid(child, nullptr, 0);
+    return is_served ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    std::string why;
+    const std::optional<web::command_line> line = web::read_command_line(argc, argv, why);
+    if (!line) {
+        write_report(false, why);
+        return EXIT_FAILURE;
+    }
+    return line->beside ? serve_in_background(*line) : serve(*line, write_report);
+}

@@ -1,0 +1,45 @@
+// The panel's live picture for the pages: a JPEG for each that asks, whenever there is a new one.
+#pragma once
+
+#include "loop.h"
+#include "soup_owned.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace web {
+
+class panel_stream {
+public:
+    // `devices` is the board's folder of devices, where the panel's file stands.
+    explicit panel_stream(std::string devices);
+    panel_stream(const panel_stream&) = delete;
+    panel_stream& operator=(const panel_stream&) = delete;
+    ~panel_stream();
+
+    // Serves this page until its connection closes. Each message from it asks for one picture that
+    // is newer than the last it got.
+    void add(SoupWebsocketConnection* page);
+
+private:
+    struct viewer;
+
+    static void on_message(SoupWebsocketConnection* page, int type, GBytes* text,
+                           gpointer self) noexcept;
+    static void on_closed(SoupWebsocketConnection* page, gpointer self) noexcept;
+    void show_those_who_wait();
+    [[nodiscard]] GBytes* picture();
+
+    const std::string devices_;
+    const std::string panel_;
+    std::uint64_t serial_ = 1;         // of what the panel shows
+    std::uint64_t encoded_serial_ = 0; // of `encoded_`
+    g_owned<GBytes> encoded_;
+    std::vector<std::uint8_t> pixels_;
+    std::vector<viewer> viewers_;
+    std::optional<file_watch> watch_; // while anybody looks
+};
+
+} // namespace web

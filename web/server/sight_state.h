@@ -1,0 +1,67 @@
+// The sight's state at a glance: what the daemon says of itself, what its log tells, and what
+// stands in the board folder.
+#pragma once
+
+#include "board_place.h"
+#include "daemon_link.h"
+#include "log_facts.h"
+#include "loop.h"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace web {
+
+class sight_state {
+public:
+    // `stock_scene` is the simulated board's own scene file. `on_change` is told of each state that
+    // differs from the one before.
+    sight_state(const board_place& board, daemon_link& daemon, std::string stock_scene,
+                std::function<void()> on_change);
+    sight_state(const sight_state&) = delete;
+    sight_state& operator=(const sight_state&) = delete;
+
+    // Follows the sight from now on, until shut.
+    void open();
+    void shut();
+
+    // Looks anew, soon, if it follows the sight.
+    void refresh();
+    void take_facts(std::optional<log_facts> facts);
+
+    // As the page's protocol has it: what isn't known is null.
+    [[nodiscard]] const nlohmann::json& message() const { return state_; }
+
+private:
+    void watch_files();
+    void take_push_failures(unsigned count);
+    void ask_daemon();
+    void take_zoom(const reply& answer);
+    void take_settings(const reply& answer);
+    void compose();
+    [[nodiscard]] nlohmann::json fact(bool log_facts::*which) const;
+    void add_outputs(nlohmann::json& state) const;
+    void add_sight(nlohmann::json& state) const;
+    void add_board(nlohmann::json& state) const;
+    [[nodiscard]] nlohmann::json core_failure_status() const;
+    [[nodiscard]] nlohmann::json number_in(const char* on_the_sight) const;
+
+    const board_place& board_;
+    daemon_link& daemon_;
+    const std::string stock_scene_;
+    const std::function<void()> on_change_;
+    std::optional<log_facts> facts_;
+    unsigned push_failures_ = 0;
+    std::optional<std::size_t> factor_index_;
+    nlohmann::json settings_; // null until the daemon has told
+    nlohmann::json state_;
+    std::optional<file_watch> watch_;
+    timer soon_;
+    timer push_fails_; // waits while it does
+    timer heartbeat_;
+};
+
+} // namespace web
