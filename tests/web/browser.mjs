@@ -1,9 +1,9 @@
-// A browser that looks at a bench's page.
+// A browser that looks at a board's page.
 import { chromium } from 'playwright-core';
 import { mkdirSync, readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
-import { PATIENCE_MS, until } from './bench.mjs';
+import { PATIENCE_MS, until } from './board.mjs';
 
 // Where pictures for the documentation go; none are taken without it.
 const PICTURES = process.env.VTRDC_PICTURES;
@@ -53,9 +53,9 @@ export async function newPage(browser, complaints) {
     return page;
 }
 
-/** Opens a bench's page, and waits until it is connected and shows a picture. */
-export async function openBench(page, bench) {
-    await page.goto(bench.address);
+/** Opens a board's page, and waits until it is connected and shows a picture. */
+export async function openPage(page, board) {
+    await page.goto(board.address);
     await page.locator('body[data-link=up]').waitFor();
     await pictureWhen(page, (light) => light.some((each) => each > 0));
 }

@@ -2,29 +2,29 @@
 import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
 import { appendFileSync, existsSync, mkdirSync, readlinkSync, renameSync, rmdirSync, writeFileSync } from 'node:fs';
-import { Bench, until } from './bench.mjs';
+import { SimulatedBoard, until } from './board.mjs';
 import {
-    difference, hindrances, keepAnswersBack, newPage, openBench, openBrowser, pictureWhen, takePicture,
+    difference, hindrances, keepAnswersBack, newPage, openPage, openBrowser, pictureWhen, takePicture,
 } from './browser.mjs';
 
 // Two pictures of the same thing differ by noise and movement, of different things by far more.
 const OTHER_PICTURE = 8;
 
-const bench = new Bench();
+const board = new SimulatedBoard();
 const complaints = [];
 let browser;
 let page;
 
 before(async () => {
-    await bench.start();
-    await bench.logged('Display Pipeline set to playing');
+    await board.start();
+    await board.logged('Display Pipeline set to playing');
     browser = await openBrowser();
     page = await newPage(browser, complaints);
-    await openBench(page, bench);
+    await openPage(page, board);
 });
 after(async () => {
     await browser?.close();
-    await bench.remove();
+    await board.remove();
 });
 afterEach(() => assert.deepEqual(complaints, []));
 
@@ -45,7 +45,7 @@ async function answered(line, said) {
 }
 
 // What the on-screen display was told under a key.
-const updates = (key) => bench.text('var/log/overlay.log').split('\n').filter((line) => line.includes(key));
+const updates = (key) => board.text('var/log/overlay.log').split('\n').filter((line) => line.includes(key));
 const lastUpdate = (key) => updates(key).at(-1) ?? '';
 
 // A scene that hides the camera's picture, through the choice of files.
@@ -69,7 +69,7 @@ async function dropFile(name, text) {
 }
 
 test('a press of zoom changes the picture', async () => {
-    await takePicture(page, 'bench');
+    await takePicture(page, 'page');
     const footage = page.getByRole('combobox', { name: 'Footage' });
     await footage.selectOption('drawn-scene');
     await lamp('zoom', '× 1');
@@ -77,7 +77,7 @@ test('a press of zoom changes the picture', async () => {
     await page.getByRole('button', { name: 'Zoom' }).click();
     await lamp('zoom', '× 2');
     await pictureWhen(page, (light) => difference(light, wide) > OTHER_PICTURE);
-    await takePicture(page, 'bench-zoom');
+    await takePicture(page, 'page-zoom');
     await page.locator('body').press('z');
     await lamp('zoom', '× 4');
     await page.locator('body').press('z');
@@ -92,7 +92,7 @@ test('a recording plays in the page', async () => {
     await row.waitFor();
     assert.ok(await row.getByRole('button').isDisabled(), 'what grows can not be played yet');
     await lamp('recording', /0:0[2-9]/);
-    await takePicture(page, 'bench-recording');
+    await takePicture(page, 'page-recording');
     await record.click();
     await lamp('recording', 'off');
     await page.getByRole('button', { name: 'Take a snapshot' }).click();
@@ -102,7 +102,7 @@ test('a recording plays in the page', async () => {
     await until('the recording plays', () => video.evaluate((each) => each.currentTime > 0.5));
     assert.deepEqual(await video.evaluate((each) => [each.videoWidth, each.videoHeight, each.error]),
         [1024, 768, null]);
-    await takePicture(page, 'bench-playback');
+    await takePicture(page, 'page-playback');
     const [download] = await Promise.all([
         page.waitForEvent('download'), page.locator('dialog[open]').getByRole('link').click()]);
     assert.match(download.suggestedFilename(), /^video_\d{14}_00\.mp4$/);
@@ -118,11 +118,11 @@ test('the camera is pulled: the no-input picture is seen, and the live view come
     await lamp('camera', 'unplugged');
     await page.getByText('Input failed - showing no video indication').waitFor();
     const splash = await pictureWhen(page, (light) => difference(light, live) > OTHER_PICTURE);
-    await takePicture(page, 'bench-no-input');
+    await takePicture(page, 'page-no-input');
     const before = updates('COLOR_HEX').length;
     await cable.click();
     await lamp('camera', 'not shown');
-    await page.getByRole('button', { name: 'Start live view anew' }).click();
+    await page.getByRole('button', { name: 'Restart live view' }).click();
     await lamp('camera', 'live');
     await pictureWhen(page, (light) => difference(light, splash) > OTHER_PICTURE);
     await until('the display is told again', () => updates('COLOR_HEX').length === before + 1);
@@ -144,7 +144,7 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
     await page.getByRole('log', { name: 'Commands and answers' }).getByText('get_zoom').waitFor();
     await line.fill('set_lum ');
     await page.locator('#command-hint', { hasText: 'luminance array' }).waitFor();
-    await takePicture(page, 'bench-console');
+    await takePicture(page, 'page-console');
     for (const [bad, error] of [
         ['dance', 'no such command: dance'],
         ['set_lum', 'takes 1 argument, not 0'],
@@ -160,10 +160,10 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
 test('the core fails, buttons and cables act, as the sight has it', async () => {
     const fault = page.getByRole('switch', { name: 'Thermal core fails' });
     await fault.click();
-    await until('the fault is set', () => existsSync(bench.at('var/lib/vtrcore/fail')));
+    await until('the fault is set', () => existsSync(board.at('var/lib/vtrcore/fail')));
     await answered('kbd_zoom', 'failed');
     await fault.click();
-    await until('the fault is over', () => !existsSync(bench.at('var/lib/vtrcore/fail')));
+    await until('the fault is over', () => !existsSync(board.at('var/lib/vtrcore/fail')));
     await lamp('luminance', '75');
     await page.getByRole('button', { name: 'Pol' }).click();
     await lamp('luminance', '130');
@@ -176,7 +176,7 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
 test('a switch does what was wanted last, though the answers are late', async () => {
     const other = await newPage(browser, complaints);
     const letGo = await keepAnswersBack(other);
-    await openBench(other, bench);
+    await openPage(other, board);
     const fault = other.getByRole('switch', { name: 'Thermal core fails' });
     await fault.evaluate((node) => {
         node.click();
@@ -186,7 +186,7 @@ test('a switch does what was wanted last, though the answers are late', async ()
     await fault.click();
     letGo();
     await fault.and(other.getByRole('switch', { checked: false })).waitFor();
-    assert.ok(!existsSync(bench.at('var/lib/vtrcore/fail')));
+    assert.ok(!existsSync(board.at('var/lib/vtrcore/fail')));
     assert.deepEqual(await other.locator('#transcript .asked').allInnerTexts(),
         ['scripts/sim core fail', 'scripts/sim core work']);
     await other.context().close();
@@ -194,13 +194,13 @@ test('a switch does what was wanted last, though the answers are late', async ()
 
 test('a slider keeps what was set last, and what the sight says otherwise', async () => {
     const volume = page.getByRole('slider', { name: 'Mic volume' });
-    const stored = () => /mic_volume=(.*)/.exec(bench.text('etc/vtrdc.conf'))?.[1];
-    bench.signal('SIGSTOP'); // no answer comes before the last step
+    const stored = () => /mic_volume=(.*)/.exec(board.text('etc/vtrdc.conf'))?.[1];
+    board.signal('SIGSTOP'); // no answer comes before the last step
     for (const key of ['Home', ...Array(7).fill('ArrowRight')]) {
         await volume.press(key);
     }
-    bench.signal('SIGCONT');
-    await until('the last value is stored', () => existsSync(bench.at('etc/vtrdc.conf')) && stored() === '7');
+    board.signal('SIGCONT');
+    await until('the last value is stored', () => existsSync(board.at('etc/vtrdc.conf')) && stored() === '7');
     assert.equal(await volume.inputValue(), '7');
 
     const { x, y, width, height } = await volume.boundingBox();
@@ -215,14 +215,14 @@ test('a slider keeps what was set last, and what the sight says otherwise', asyn
     await page.mouse.move(x + width / 4, y + height / 2);
     await page.mouse.up();
     assert.equal(await volume.inputValue(), there);
-    bench.ask('c:set_mic_volume:i:100'); // while the slider has the focus
+    board.ask('c:set_mic_volume:i:100'); // while the slider has the focus
     await until('it follows the command', async () => await volume.inputValue() === '100');
 });
 
 test('the footage that was chosen last is shown', async () => {
     const names = ['f1.avi', 'f2.avi', 'f3.avi', 'f4.avi', 'f5.avi'];
     for (const name of names) {
-        writeFileSync(bench.at(`footage/${name}`), '');
+        writeFileSync(board.at(`footage/${name}`), '');
     }
     const choice = page.getByRole('combobox', { name: 'Footage' });
     await until('all are listed', async () => await choice.locator('option[value="f5.avi"]').count() === 1);
@@ -231,7 +231,7 @@ test('the footage that was chosen last is shown', async () => {
         await choice.press('ArrowDown');
         assert.equal(await choice.inputValue(), names[step]);
     }
-    await until('the last is shown', () => readlinkSync(bench.at('dev/video0')) === '../footage/f5.avi');
+    await until('the last is shown', () => readlinkSync(board.at('dev/video0')) === '../footage/f5.avi');
     assert.equal(await choice.inputValue(), 'f5.avi');
     await choice.selectOption('pedestrians.avi');
 });
@@ -268,7 +268,7 @@ test('a scene and footage from outside are shown, and what is broken is told of'
     await pictureWhen(page, (light) => difference(light, before) < OTHER_PICTURE);
 
     await dropFile('own.avi', 'no video');
-    await until('the camera sees it', () => bench.text('dev/video0') === 'no video');
+    await until('the camera sees it', () => board.text('dev/video0') === 'no video');
     await uploads.getByText(/own\.avi: .*can't be played/).waitFor();
     const choice = page.getByRole('combobox', { name: 'Footage' });
     await until('it is the choice', async () => await choice.inputValue() === 'own.avi');
@@ -282,9 +282,9 @@ test('a scene and footage from outside are shown, and what is broken is told of'
 test('a long log is followed to its end', async () => {
     const line = `${'Wed Nov 25 07:34:48 2026 [INFO]: something of little interest\n'.repeat(20_000)}`;
     for (let part = 0; part < 10; ++part) {
-        appendFileSync(bench.at('var/log/vtrdc.log'), line);
+        appendFileSync(board.at('var/log/vtrdc.log'), line);
     }
-    appendFileSync(bench.at('var/log/vtrdc.log'), `${'x'.repeat(8192)}y\nand this is its end\n`);
+    appendFileSync(board.at('var/log/vtrdc.log'), `${'x'.repeat(8192)}y\nand this is its end\n`);
     await page.locator('#log-lines').getByText('and this is its end').waitFor();
     await page.locator('#log-lines').getByText('y', { exact: true }).waitFor();
     await lamp('camera', 'live'); // of a line that is long gone
@@ -315,7 +315,7 @@ test('nonsense from a page does the server no harm', async () => {
 });
 
 test('a folder in place of the scene is nothing to fall over', async () => {
-    const scene = bench.at('opt/okr/osd_okr/qml/main.qml');
+    const scene = board.at('opt/okr/osd_okr/qml/main.qml');
     renameSync(scene, `${scene}.kept`);
     mkdirSync(scene);
     await page.getByText('Your own scene.').waitFor();
@@ -325,25 +325,25 @@ test('a folder in place of the scene is nothing to fall over', async () => {
 });
 
 test('a daemon that is silent, gone and back is shown as it is', async () => {
-    bench.signal('SIGSTOP');
+    board.signal('SIGSTOP');
     await command('get_zoom');
     await page.getByRole('status').filter({ hasText: /does(n.t| not) answer/ }).waitFor();
-    bench.signal('SIGCONT');
+    board.signal('SIGCONT');
     await page.locator('body[data-link=up]').waitFor();
 
     const line = page.getByRole('combobox', { name: 'Command' });
     await line.fill('get_');
-    assert.equal(await bench.stop(), 0);
-    await page.getByRole('status').filter({ hasText: `scripts/sim --board ${bench.board}` }).waitFor();
+    assert.equal(await board.stop(), 0);
+    await page.getByRole('status').filter({ hasText: `scripts/sim --board ${board.folder}` }).waitFor();
     await page.locator('#media-lists[inert]').waitFor(); // who served them went, too
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isDisabled());
-    await takePicture(page, 'bench-gone');
+    await takePicture(page, 'page-gone');
     await page.keyboard.type('?'); // no key of the page's
     assert.ok(await line.evaluate((node) => node === document.activeElement));
     assert.equal(await line.inputValue(), 'get_');
     assert.equal(await page.getByRole('dialog').count(), 0);
     await page.getByRole('listbox').waitFor({ state: 'hidden' });
-    await bench.start();
+    await board.start();
     await lamp('camera', 'live');
     await page.locator('body[data-link=up]').waitFor();
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isEnabled());
@@ -359,7 +359,7 @@ test('everything fits from a telephone to a large screen, and leaves nobody out'
         const overflow = await page.evaluate(
             () => document.documentElement.scrollWidth - document.documentElement.clientWidth);
         assert.equal(overflow, 0, `at ${width} x ${height}`);
-        await takePicture(page, `bench-${width}`);
+        await takePicture(page, `page-${width}`);
         assert.deepEqual(await hindrances(page), [], `at ${width} x ${height}, ${colorScheme}`);
     }
 });

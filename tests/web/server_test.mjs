@@ -4,13 +4,13 @@ import { after, before, test } from 'node:test';
 import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
 import { Agent, get, request } from 'node:http';
 import { connect } from 'node:net';
-import { Bench, until } from './bench.mjs';
+import { SimulatedBoard, until } from './board.mjs';
 
-const bench = new Bench();
+const board = new SimulatedBoard();
 
 // With the path as it stands, which fetch would tidy up.
 function ask(path, { method = 'GET', headers = {}, body = null } = {}) {
-    const { hostname, port } = new URL(bench.address);
+    const { hostname, port } = new URL(board.address);
     return new Promise((resolve, reject) => {
         const asked = request({ hostname, port, path, method, headers, agent: false });
         asked.on('error', reject);
@@ -31,7 +31,7 @@ function ask(path, { method = 'GET', headers = {}, body = null } = {}) {
 
 // Bytes as they stand, and the end of what is said; what comes back.
 function send(text) {
-    const { hostname, port } = new URL(bench.address);
+    const { hostname, port } = new URL(board.address);
     return new Promise((resolve, reject) => {
         const parts = [];
         const socket = connect(Number(port), hostname, () => socket.end(text));
@@ -44,7 +44,7 @@ function send(text) {
 function isServer(pid) {
     try {
         const words = readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0');
-        return words[0].endsWith('/vtrdc-web') && words.includes(bench.board);
+        return words[0].endsWith('/vtrdc-web') && words.includes(board.folder);
     } catch {
         return false; // it has ended meanwhile
     }
@@ -57,11 +57,11 @@ const socket_headers = {
     'Sec-WebSocket-Key': 'dGhlIHNhbXBsZSBub25jZQ==',
 };
 
-before(() => bench.start());
-after(() => bench.remove());
+before(() => board.start());
+after(() => board.remove());
 
 test('only the page itself is served', async () => {
-    const own = bench.address.slice(0, -1);
+    const own = board.address.slice(0, -1);
     const page = await ask('/');
     assert.equal(page.status, 200);
     assert.match(page.headers['content-security-policy'], /default-src 'self'/);
@@ -91,11 +91,11 @@ test('only the page itself is served', async () => {
 });
 
 test('no path leads out of the board or the page', async () => {
-    mkdirSync(bench.at('media/video'), { recursive: true });
-    writeFileSync(bench.at('media/video/here.mp4'), 'here');
-    symlinkSync('here.mp4', bench.at('media/video/link.mp4'));
-    symlinkSync('/etc/hostname', bench.at('media/video/out.mp4'));
-    symlinkSync('../../../../../../../../../../etc', bench.at('media/video/etc'));
+    mkdirSync(board.at('media/video'), { recursive: true });
+    writeFileSync(board.at('media/video/here.mp4'), 'here');
+    symlinkSync('here.mp4', board.at('media/video/link.mp4'));
+    symlinkSync('/etc/hostname', board.at('media/video/out.mp4'));
+    symlinkSync('../../../../../../../../../../etc', board.at('media/video/etc'));
     assert.equal((await ask('/media/video/link.mp4')).body.toString(), 'here');
     for (const path of [
         '/media/video/out.mp4',
@@ -117,7 +117,7 @@ test('no path leads out of the board or the page', async () => {
 });
 
 test('a part of a recording is sent as a part', async () => {
-    writeFileSync(bench.at('media/video/parts.mp4'), '0123456789');
+    writeFileSync(board.at('media/video/parts.mp4'), '0123456789');
     for (const [range, status, body, content] of [
         ['bytes=3-5', 206, '345', 'bytes 3-5/10'],
         ['bytes=8-', 206, '89', 'bytes 8-9/10'],
@@ -140,11 +140,11 @@ test('a part of a recording is sent as a part', async () => {
 });
 
 test('a recording that is cut short while it is sent ends the connection, and nothing else', async () => {
-    const file = bench.at('media/video/cut.mp4');
+    const file = board.at('media/video/cut.mp4');
     writeFileSync(file, '');
     truncateSync(file, 256 * 1024 * 1024); // more than sockets hold
     await assert.rejects(new Promise((resolve, reject) => {
-        get(`${bench.address}media/video/cut.mp4`, (answer) => {
+        get(`${board.address}media/video/cut.mp4`, (answer) => {
             answer.once('data', () => truncateSync(file, 1));
             answer.on('error', reject);
             answer.on('end', resolve);
@@ -154,13 +154,13 @@ test('a recording that is cut short while it is sent ends the connection, and no
 });
 
 test('a media folder that is the board itself is served as well', async () => {
-    mkdirSync(bench.at('video'));
-    writeFileSync(bench.at('video/here.mp4'), 'here');
+    mkdirSync(board.at('video'));
+    writeFileSync(board.at('video/here.mp4'), 'here');
     for (const folder of ['/', '']) {
-        writeFileSync(bench.at('etc/vtrdc.conf'), `media_path=${folder}\n`);
+        writeFileSync(board.at('etc/vtrdc.conf'), `media_path=${folder}\n`);
         assert.equal((await ask('/media/video/here.mp4')).body.toString(), 'here');
     }
-    rmSync(bench.at('etc/vtrdc.conf'));
+    rmSync(board.at('etc/vtrdc.conf'));
 });
 
 test('a visitor that goes leaves nothing behind', async () => {
@@ -170,7 +170,7 @@ test('a visitor that goes leaves nothing behind', async () => {
     const before = descriptors();
     for (let visit = 0; visit < 30; ++visit) {
         await new Promise((resolve) => {
-            get(`${bench.address}main.js`, { agent: new Agent({ keepAlive: true }) }, (answer) =>
+            get(`${board.address}main.js`, { agent: new Agent({ keepAlive: true }) }, (answer) =>
                 answer.once('data', () => answer.destroy()).once('close', resolve));
         });
     }
@@ -183,9 +183,9 @@ test('uploads are kept beside each other, and bad ones refused', async () => {
     const second = await footage('own.avi', 'second');
     assert.equal(second.status, 200);
     assert.match(second.body.toString(), /kept as own-2\.avi/);
-    assert.equal(bench.text('footage/own.avi'), 'first');
-    assert.equal(bench.text('footage/own-2.avi'), 'second');
-    assert.equal(bench.text('dev/video0'), 'second');
+    assert.equal(board.text('footage/own.avi'), 'first');
+    assert.equal(board.text('footage/own-2.avi'), 'second');
+    assert.equal(board.text('dev/video0'), 'second');
     for (const name of ['.hidden', '..', '%2e%2e%2fout.avi', '%ff%fe.avi', 'x'.repeat(201), '']) {
         const { status } = await footage(name, 'x');
         assert.ok(status === 400 || status === 405, `${name}: ${status}`);
@@ -200,27 +200,27 @@ test('uploads are kept beside each other, and bad ones refused', async () => {
     assert.equal(endless.status, 411);
     for (const length of ['-1', '9223372036854775808', '18446744073709551615', '5x']) {
         const answer = await send(
-            `POST /footage/odd.avi HTTP/1.1\r\nHost: ${new URL(bench.address).host}\r\n` +
+            `POST /footage/odd.avi HTTP/1.1\r\nHost: ${new URL(board.address).host}\r\n` +
             `Content-Length: ${length}\r\n\r\nhello`);
         assert.doesNotMatch(answer, /^HTTP\/1.1 2/, length);
     }
-    assert.equal(existsSync(bench.at('footage/odd.avi')), false);
+    assert.equal(existsSync(board.at('footage/odd.avi')), false);
 });
 
 test('a scene from outside takes the place of the one before, which is kept', async () => {
-    const before = bench.text('opt/okr/osd_okr/qml/main.qml');
+    const before = board.text('opt/okr/osd_okr/qml/main.qml');
     const own = 'import QtQuick\nItem {}\n';
     assert.equal((await ask('/scene', { method: 'POST', body: own })).status, 200);
-    assert.equal(bench.text('opt/okr/osd_okr/qml/main.qml'), own);
-    assert.equal(bench.text('opt/okr/osd_okr/qml/main.qml.~1~'), before);
+    assert.equal(board.text('opt/okr/osd_okr/qml/main.qml'), own);
+    assert.equal(board.text('opt/okr/osd_okr/qml/main.qml.~1~'), before);
 });
 
 test('the server ends with the daemon, whose log and status are its own', async () => {
-    await bench.logged('Display Pipeline set to playing');
-    const shown = [...bench.log].filter((line) => line.includes('[INFO]'));
-    const status = await bench.stop();
+    await board.logged('Display Pipeline set to playing');
+    const shown = [...board.log].filter((line) => line.includes('[INFO]'));
+    const status = await board.stop();
     assert.equal(status, 0);
-    const kept = readFileSync(bench.at('var/log/vtrdc.log'), 'utf8');
+    const kept = readFileSync(board.at('var/log/vtrdc.log'), 'utf8');
     for (const line of shown) {
         assert.ok(kept.includes(line), line);
     }

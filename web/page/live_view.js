@@ -1,11 +1,11 @@
-// Starts the live view anew after the camera was lost, with all that the display showed before.
+// Restarts the live view after the camera was lost, with all that the display showed before.
 
 import { isBusy } from './fields.js';
 
 // The no-input picture stays until these have been run, also when the cable is back.
 const START = ['kill_pipe 6', 'create_pipe 0', 'create_pipe 1'];
 
-// The display's scene is loaded anew, with its own defaults, and is told of changes only. These send
+// The display's scene is loaded again, with its own defaults, and is told of changes only. These send
 // also what didn't change.
 const SETTINGS = [
     ['set_lum', 'luminance'],

@@ -1,4 +1,4 @@
-// Puts the bench together.
+// Starts the parts of the page.
 import { startBoard } from './board.js';
 import { startConsole } from './console.js';
 import { startControls } from './controls.js';

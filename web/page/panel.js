@@ -60,7 +60,7 @@ function noteFor(link, pictures, watchedSince) {
     const now = condition(link);
     const last = pictures.lastAt === null ? '' : ` Last picture at ${clockText(pictures.lastAt)}.`;
     if (now === 'connecting') {
-        return { text: 'Connecting to the bench', isOld: true };
+        return { text: 'Connecting', isOld: true };
     }
     if (now === 'lost' || now === 'gone') {
         return { text: `No picture: the daemon is not running.${last}`, isOld: true };

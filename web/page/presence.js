@@ -58,7 +58,7 @@ function showBanner(link, now) {
 function showTitle(link, now) {
     const mark = now === 'up' && link.state.recording ? '● ' : '';
     const words = now === 'up' ? '' : `${LINK_TEXTS[now].toLowerCase()} – `;
-    document.title = `${mark}${words}vtrdc bench`;
+    document.title = `${mark}${words}vtrdc control page`;
 }
 
 export function startPresence(link) {

@@ -1,4 +1,4 @@
-// vtrdc-web: serves the simulated board's page, the bench in a browser, on loopback.
+// vtrdc-web: serves the control page of a simulated board, on loopback.
 #include "command_line.h"
 #include "daemon_life.h"
 #include "desk.h"

@@ -1,4 +1,4 @@
-// A bench for a test: a board folder of its own, the daemon on it, and its page's server.
+// A simulated board for a test: a folder of its own, the daemon on it, and its page's server.
 import { spawn, execFileSync } from 'node:child_process';
 import { mkdtempSync, rmSync, readFileSync } from 'node:fs';
 import { connect } from 'node:net';
@@ -26,18 +26,18 @@ export async function until(what, probe) {
     }
 }
 
-export class Bench {
+export class SimulatedBoard {
     #daemon = null;
     #ended = null;
 
     constructor() {
-        this.board = mkdtempSync(join(tmpdir(), 'vtrdc-web-'));
+        this.folder = mkdtempSync(join(tmpdir(), 'vtrdc-web-'));
         this.address = null;
         this.log = [];
     }
 
     at(path) {
-        return join(this.board, path);
+        return join(this.folder, path);
     }
 
     text(path) {
@@ -46,7 +46,7 @@ export class Bench {
 
     /** A verb of the front door; its status. */
     verb(...words) {
-        execFileSync(FRONT_DOOR, [...words, '--board', this.board], { stdio: 'inherit' });
+        execFileSync(FRONT_DOOR, [...words, '--board', this.folder], { stdio: 'inherit' });
     }
 
     /** Starts the daemon with its page, or, with the verb page, the page alone. */
@@ -55,7 +55,7 @@ export class Bench {
         if (this.address !== null) {
             options.push('--port', new URL(this.address).port);
         }
-        const started = spawn(FRONT_DOOR, [...options, '--board', this.board],
+        const started = spawn(FRONT_DOOR, [...options, '--board', this.folder],
             { stdio: ['ignore', 'pipe', 'inherit'] });
         this.#ended = new Promise((resolve) => started.on('exit', (status, signal) =>
             resolve(status ?? signal)));
@@ -95,6 +95,6 @@ export class Bench {
         if (this.#daemon !== null) {
             await this.stop();
         }
-        rmSync(this.board, { recursive: true, force: true });
+        rmSync(this.folder, { recursive: true, force: true });
     }
 }
