@@ -42,8 +42,7 @@ void answer(client_socket& client, char* request) {
     log_message(LEVEL_DEBUG, "IPC in: %s", request);
     const malloc_text reply = process_ipc(request);
     if (!reply) {
-        log_message(LEVEL_ERROR, "Failed to decode the IPC message");
-        return;
+        log_fatal("Failed to decode the IPC message");
     }
     log_message(LEVEL_DEBUG, "IPC out: %s", reply.get());
     if (socket_send(client, reply.get()) < 1) {
@@ -66,7 +65,7 @@ std::unique_ptr<server_socket> socket_init(int domain, int type) {
 void socket_bind(server_socket& server, const char* path) {
     server.fd = socket(server.domain, server.type | SOCK_CLOEXEC, 0);
     if (server.fd < 0) {
-        log_message(LEVEL_ERROR, "Failed to create server file socket");
+        log_fatal("Failed to create server file socket");
     }
     const std::string file = sysroot_path(path);
     unlink(file.c_str());
@@ -78,14 +77,13 @@ void socket_bind(server_socket& server, const char* path) {
     const int result =
         bind(server.fd, reinterpret_cast<const sockaddr*>(&server.address), sizeof server.address);
     if (result != 0) {
-        log_message(LEVEL_ERROR, "Failed to bind server file socket: ret: %d, errno=%d", result,
-                    errno);
+        log_fatal("Failed to bind server file socket: ret: %d, errno=%d", result, errno);
     }
 }
 
 void socket_listen(server_socket& server) {
     if (listen(server.fd, BACKLOG) != 0) {
-        log_message(LEVEL_ERROR, "Failed to listen to server file socket");
+        log_fatal("Failed to listen to server file socket");
     }
 }
 
@@ -122,30 +120,27 @@ void socket_client_close(client_socket& client) {
     close(client.fd);
 }
 
-int accept_client_connection(server_socket& server) {
+void accept_client_connection(server_socket& server) {
     std::unique_ptr<client_socket> client{new (std::nothrow) client_socket{}};
     if (!client) {
-        log_message(LEVEL_ERROR, "failed to create client sock");
-        return 1;
+        log_fatal("failed to create client sock");
     }
     if (socket_accept(server, *client) <= 0) {
-        log_message(LEVEL_ERROR, "failed to accept client connection");
+        log_fatal("failed to accept client connection");
     }
     const auto user_data = reinterpret_cast<std::uintptr_t>(client.get());
     if (ea_register_event(client->fd, EVENT_TYPE_CLIENT, user_data) != 0) {
-        log_message(LEVEL_ERROR, "failed to register client event");
+        log_fatal("failed to register client event");
     }
     log_message(LEVEL_DEBUG, "registered a new client connection");
     // The aggregator's record refers to it now; it is released with that.
     static_cast<void>(client.release());
-    return 0;
 }
 
 int accept_client_message(client_socket& client) {
     const malloc_text request{static_cast<char*>(std::malloc(REQUEST_SIZE))};
     if (!request) {
-        log_message(LEVEL_ERROR, "failed to malloc");
-        return 1;
+        log_fatal("failed to malloc");
     }
     if (socket_recv(client, request.get(), REQUEST_SIZE) <= 0) {
         socket_client_close(client);

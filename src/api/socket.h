@@ -46,8 +46,8 @@ void socket_close(server_socket& server);
 void socket_client_close(client_socket& client);
 
 // Accepts a connection and registers it with the event aggregator, whose record then holds the new
-// client_socket. Failures are ERRORs; 0.
-int accept_client_connection(server_socket& server);
+// client_socket. Failures are ERRORs.
+void accept_client_connection(server_socket& server);
 
 // Serves one request. 0 when it was answered; 1 when the peer has closed: the caller unregisters
 // the descriptor and releases the record.

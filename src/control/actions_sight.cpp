@@ -110,10 +110,7 @@ int ac_exec_luminance_cmd(int index) {
     if (disable_non_video != 0) {
         return 0;
     }
-    const int level = lum_values.at(static_cast<std::size_t>(index));
-    if (const int status = uoled_set_lum(level); status != 0) {
-        return status;
-    }
+    uoled_set_lum(lum_values.at(static_cast<std::size_t>(index)));
     ov_brigthness_icon(index);
     return 0;
 }

@@ -9,7 +9,7 @@
 malloc_block emalloc(std::size_t size) {
     malloc_block block{std::malloc(size)};
     if (!block) {
-        log_message(LEVEL_ERROR, "malloc of %zu bytes failed:", size);
+        log_fatal("malloc of %zu bytes failed:", size);
     }
     return block;
 }
@@ -22,8 +22,7 @@ malloc_text estrdup(const char* text) {
     const std::size_t size = std::strlen(text) + 1;
     malloc_text copy{static_cast<char*>(std::malloc(size))};
     if (!copy) {
-        log_message(LEVEL_ERROR, "estrdup failed (\"%.20s\") failed:", text);
-        return copy;
+        log_fatal("estrdup failed (\"%.20s\") failed:", text);
     }
     std::memcpy(copy.get(), text, size);
     return copy;
@@ -32,13 +31,12 @@ malloc_text estrdup(const char* text) {
 malloc_block erealloc(malloc_block block, std::size_t size) {
     void* const moved = std::realloc(block.get(), size);
     if (moved == nullptr) {
-        log_message(LEVEL_ERROR, "malloc of %zu bytes failed:", size);
-        return block;
+        log_fatal("malloc of %zu bytes failed:", size);
     }
     static_cast<void>(block.release());
     return malloc_block{moved};
 }
 
 void imem_guard_new() {
-    std::set_new_handler([] { log_message(LEVEL_ERROR, "out of memory"); });
+    std::set_new_handler([] { log_fatal("out of memory"); });
 }

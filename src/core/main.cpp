@@ -70,7 +70,7 @@ void open_log(int signal_fd, int signal_errno) {
     log_message(LEVEL_INFO, "%s", version_banner);
     if (signal_fd < 0) {
         errno = signal_errno;
-        log_message(LEVEL_ERROR, "Failed to set up the signals");
+        log_fatal("Failed to set up the signals");
     }
 }
 
@@ -128,13 +128,13 @@ struct live_view {
 
 live_view start_live_view() {
     if (gstvideo_init(video_settings()) != 0) {
-        log_message(LEVEL_ERROR, "Failed to init gstreamer");
+        log_fatal("Failed to init gstreamer");
     }
     const live_view view{gstvideo_start_video_src(global_config.qml_file),
                          gstvideo_start_display()};
     static_cast<void>(touch_file(global_config.video_ready_file));
     if (view.src.fd < 0 || view.display.fd < 0) {
-        log_message(LEVEL_ERROR, "Failed to init the video pipes");
+        log_fatal("Failed to init the video pipes");
     }
     return view;
 }
@@ -142,7 +142,7 @@ live_view start_live_view() {
 void open_command_socket() {
     s = socket_init(AF_UNIX, SOCK_STREAM).release();
     if (s == nullptr) {
-        log_message(LEVEL_ERROR, "Failed to create the command socket");
+        log_fatal("Failed to create the command socket");
     }
     socket_bind(*s, global_config.socket_file);
     socket_listen(*s);
@@ -196,11 +196,11 @@ void display_no_input() {
     log_message(LEVEL_WARN, "Input failed - showing no video indication");
     const bus_handle splash = gstvideo_start_splash(global_config.qml_file, NO_INPUT_IMAGE);
     if (splash.fd < 0) {
-        log_message(LEVEL_ERROR, "Failed to create no input splash pipe");
+        log_fatal("Failed to create no input splash pipe");
     }
     if (ea_register_event(splash.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(splash.pipe)) !=
         0) {
-        log_message(LEVEL_ERROR, "Failed to register splash pipe in event aggregator");
+        log_fatal("Failed to register splash pipe in event aggregator");
     }
     send_mb_event(NOTICE_NO_INPUT);
 }
@@ -230,7 +230,7 @@ void on_client(const user_event& event) {
         return;
     }
     if (ea_unregister_event(event.fd) != 0) {
-        log_message(LEVEL_ERROR, "failed to unregister client socket");
+        log_fatal("failed to unregister client socket");
     }
     // Nothing refers to it any more.
     const std::unique_ptr<client_socket> released{client};
@@ -242,7 +242,7 @@ void on_bus(const user_event& event) {
         return;
     }
     if (ea_unregister_event(event.fd) != 0) {
-        log_message(LEVEL_ERROR, "failed to unregister gst bus descriptor");
+        log_fatal("failed to unregister gst bus descriptor");
     }
     recover_live_view(pipe);
 }
@@ -259,7 +259,7 @@ void on_kbd(const user_event& event) {
     kbd_event pressed{};
     if (kbd_read(pressed) == 0) {
         if (process_kbd_event(pressed) != 0) {
-            log_message(LEVEL_ERROR, "failed to process kbd input");
+            log_fatal("failed to process kbd input");
         }
     } else if (kbd_is_gone()) {
         drop_dead_buttons(event.fd);

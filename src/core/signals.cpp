@@ -26,7 +26,7 @@ int decode_signal(int signal_fd) {
     signalfd_siginfo info{};
     // The kernel's record has 128 bytes.
     if (read(signal_fd, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) {
-        log_message(LEVEL_ERROR, "failed reading signal event");
+        log_fatal("failed reading signal event");
     }
     const int number = static_cast<int>(info.ssi_signo);
     log_message(LEVEL_DEBUG, "found signal %d:%s", number, strsignal(number));

@@ -55,10 +55,10 @@ void watch_free_space() {
 int timer_init() {
     timerfd = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
     if (timerfd < 0) {
-        log_message(LEVEL_ERROR, "Failed to create timer fd\n");
+        log_fatal("Failed to create timer fd\n");
     }
     if (timerfd_settime(timerfd, 0, &timer_config, nullptr) != 0) {
-        log_message(LEVEL_ERROR, "Could not start timer\n");
+        log_fatal("Could not start timer\n");
     }
     return timerfd;
 }

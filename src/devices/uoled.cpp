@@ -24,40 +24,36 @@ struct panel_control {
     const char* name;
 };
 
-int write_control(const panel_control& control, int value) {
+void write_control(const panel_control& control, int value) {
     std::array<char, VALUE_SIZE> text{};
     std::snprintf(text.data(), text.size(), "%d", value);
     if (write_full_file(control.path, text.data()) != 0) {
-        log_message(LEVEL_ERROR, "Failed to write %s to %s", control.name, control.path);
-        return -1;
+        log_fatal("Failed to write %s to %s", control.name, control.path);
     }
     log_message(LEVEL_DEBUG, "uoled %s set to: %d", control.name, value);
-    return 0;
 }
 
 } // namespace
 
-int uoled_set_lum(int level) {
+void uoled_set_lum(int level) {
     if (level < 0 || level > LUMINANCE_MAX) {
-        log_message(LEVEL_ERROR, "lum value out of the range [0 - 240].");
-        return -1;
+        log_fatal("lum value out of the range [0 - 240].");
     }
-    return write_control({sysfs_luminance, "luminance"}, level);
+    write_control({sysfs_luminance, "luminance"}, level);
 }
 
-int uoled_active(int value) {
-    return write_control({sysfs_active, "active"}, value);
+void uoled_active(int value) {
+    write_control({sysfs_active, "active"}, value);
 }
 
-int uoled_power(int value) {
-    return write_control({sysfs_power, "power"}, value);
+void uoled_power(int value) {
+    write_control({sysfs_power, "power"}, value);
 }
 
-int uoled_pattern(int value) {
-    return write_control({sysfs_pattern, "pattern"}, value);
+void uoled_pattern(int value) {
+    write_control({sysfs_pattern, "pattern"}, value);
 }
 
-int uoled_resolution(int /*resolution*/) {
-    log_message(LEVEL_ERROR, "Not implemented - uoled_resolution");
-    return 1;
+void uoled_resolution(int /*resolution*/) {
+    log_fatal("Not implemented - uoled_resolution");
 }

@@ -72,13 +72,11 @@ TEST_F(LogTest, StandardOutputServesWithoutAFile) {
 }
 
 TEST_F(LogTest, ErrorEndsTheProcessWithErrno) {
-    EXPECT_EXIT(
-        {
-            errno = ENOENT;
-            log_message(LEVEL_ERROR, "no more");
-        },
-        testing::ExitedWithCode(1), "");
+    EXPECT_EXIT((errno = ENOENT, log_fatal("no %s", "more")), testing::ExitedWithCode(1), "");
     EXPECT_THAT(lines(), EndsWith(" [ERROR][errno=2]: no more\n"));
+    EXPECT_EXIT((errno = EIO, log_message(LEVEL_ERROR, "by level")), testing::ExitedWithCode(1),
+                "");
+    EXPECT_THAT(lines(), EndsWith(" [ERROR][errno=5]: by level\n"));
 }
 
 TEST_F(LogTest, FailedAllocationIsAnError) {
