@@ -66,7 +66,7 @@ void write_message(int level, int error_number, const char* format, std::va_list
     write_line(level, message.data(), error_number);
 }
 
-// Streaming threads may still run: nothing with a static destructor may exist in here.
+// Streaming threads may still run: see util/never_destroyed.h.
 [[noreturn]] void end_process() {
     std::exit(1);
 }

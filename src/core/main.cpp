@@ -29,6 +29,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <syslog.h>
 
 namespace {
@@ -40,9 +41,6 @@ cmdline_options options;
 int running = 0;
 // Set by a signal: from then on live-view recovery is suppressed and the loop may end.
 int exit_flag = 0;
-// The listening socket, for the whole run; a plain pointer since nothing static may be destroyed
-// at exit.
-server_socket* s = nullptr;
 
 // --- Start-up --------------------------------------------------------------------------------
 
@@ -139,13 +137,14 @@ live_view start_live_view() {
     return view;
 }
 
-void open_command_socket() {
-    s = socket_init(AF_UNIX, SOCK_STREAM).release();
-    if (s == nullptr) {
+std::unique_ptr<server_socket> open_command_socket() {
+    std::unique_ptr<server_socket> server = socket_init(AF_UNIX, SOCK_STREAM);
+    if (!server) {
         log_fatal("Failed to create the command socket");
     }
-    socket_bind(*s, global_config.socket_file);
-    socket_listen(*s);
+    socket_bind(*server, global_config.socket_file);
+    socket_listen(*server);
+    return server;
 }
 
 // Brings overlay, panel and thermal core into the state that the settings ask for.
@@ -181,8 +180,8 @@ void register_bus(bus_handle handle) {
     register_event(handle.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(handle.pipe));
 }
 
-void register_descriptors(const live_view& view, int signal_fd) {
-    register_event(s->fd, EVENT_TYPE_SERVER, reinterpret_cast<std::uintptr_t>(s));
+void register_descriptors(const live_view& view, const server_socket& server, int signal_fd) {
+    register_event(server.fd, EVENT_TYPE_SERVER, reinterpret_cast<std::uintptr_t>(&server));
     register_bus(view.src);
     register_bus(view.display);
     register_event(kbd_fd, EVENT_TYPE_KBD);
@@ -343,8 +342,8 @@ void run_loop() {
 
 // --- Shutdown --------------------------------------------------------------------------------
 
-void daemon_shutdown() {
-    socket_close(*s);
+void daemon_shutdown(server_socket& server) {
+    socket_close(server);
     kbd_close();
     log_close();
     syslog(LOG_INFO, "Stopped %s", options.app_name);
@@ -367,15 +366,15 @@ int main(int argc, char* argv[]) {
     open_log(signal_fd, errno);
     configure();
     const live_view view = start_live_view();
-    open_command_socket();
+    const std::unique_ptr<server_socket> server = open_command_socket();
     device_start_init();
     open_buttons();
     running = 1;
     tmr_fd = timer_init();
-    register_descriptors(view, signal_fd);
+    register_descriptors(view, *server, signal_fd);
     run_loop();
     gstvideo_destroy();
-    daemon_shutdown();
+    daemon_shutdown(*server);
     rmb_disconnect();
     log_message(LEVEL_INFO, "Goodbye");
     return 0;

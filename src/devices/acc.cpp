@@ -5,6 +5,7 @@
 #include "core/log.h"
 #include "osd/overlay.h"
 #include "util/files.h"
+#include "util/never_destroyed.h"
 #include "util/numbers.h"
 #include "util/sysroot.h"
 
@@ -35,8 +36,7 @@ constexpr unsigned int READING_SHIFT = 4;
 
 int fd = -1;
 double axis_scale = 0.0;
-// Owned while the device is open; a plain pointer since nothing static may be destroyed at exit.
-char* sysfs_path = nullptr;
+constinit never_destroyed<malloc_text> sysfs_path; // while the device is open
 
 using path_buffer = std::array<char, PATH_SIZE>;
 
@@ -126,7 +126,7 @@ int acc_init(const char* device_path, const char* sysfs_directory, int frequency
         close_device();
         return -1;
     }
-    sysfs_path = estrdup(sysfs_directory).release();
+    *sysfs_path = estrdup(sysfs_directory);
     return fd;
 }
 
@@ -147,11 +147,10 @@ void acc_close() {
     if (fd < 0) {
         return;
     }
-    const malloc_text directory{sysfs_path};
-    sysfs_path = nullptr;
     for (const char* file : buffer_en_files) {
-        static_cast<void>(write_attribute(directory.get(), file, "0"));
+        static_cast<void>(write_attribute(sysfs_path->get(), file, "0"));
     }
+    sysfs_path->reset();
     close_device();
 }
 

@@ -2,12 +2,15 @@
 #include "osd/redis_message_broker.h"
 
 #include "core/log.h"
+#include "util/never_destroyed.h"
 #include "util/sysroot.h"
 
 #include <cstdio>
 #include <cstring>
 #include <hiredis/hiredis.h>
+#include <memory>
 #include <sys/time.h>
+#include <utility>
 
 namespace {
 
@@ -19,51 +22,51 @@ constexpr const char* CODE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\", \"code\"
 // Characters of the longest code, its sign included.
 constexpr std::size_t CODE_LENGTH = 11;
 
-// Owned; a plain pointer since nothing static may be destroyed at exit.
-redisContext* connection = nullptr;
+struct context_deleter {
+    void operator()(redisContext* context) const noexcept { redisFree(context); }
+};
+using context_owner = std::unique_ptr<redisContext, context_deleter>;
+
+constinit never_destroyed<context_owner> connection; // none before the hand-over
 
 } // namespace
 
 int rmb_connect(const char* socket_path) {
-    if (connection != nullptr) {
+    if (*connection) {
         return 1;
     }
-    redisContext* const context =
-        redisConnectUnixWithTimeout(sysroot_path(socket_path).c_str(), ANSWER_TIMEOUT);
-    if (context == nullptr) {
+    context_owner context{
+        redisConnectUnixWithTimeout(sysroot_path(socket_path).c_str(), ANSWER_TIMEOUT)};
+    if (!context) {
         log_message(LEVEL_WARN, "Can't allocate redis context");
         return 1;
     }
     if (context->err != 0) {
         log_message(LEVEL_WARN, "Redis connect error: %s", context->errstr);
-        redisFree(context);
         return 1;
     }
-    redisSetTimeout(context, ANSWER_TIMEOUT);
-    connection = context;
+    redisSetTimeout(context.get(), ANSWER_TIMEOUT);
+    *connection = std::move(context);
     return 0;
 }
 
 int rmb_pub_string(const char* channel, const char* message) {
-    if (connection == nullptr || message == nullptr) {
+    if (!*connection || message == nullptr) {
         return 1;
     }
     // None when the server is gone or silent; the notice is lost then.
-    if (void* const reply = redisCommand(connection, "PUBLISH %s %s", channel, message)) {
+    if (void* const reply = redisCommand(connection->get(), "PUBLISH %s %s", channel, message)) {
         freeReplyObject(reply);
     }
     return 0;
 }
 
 void rmb_disconnect() {
-    if (connection != nullptr) {
-        redisFree(connection);
-        connection = nullptr;
-    }
+    connection->reset();
 }
 
 int rmb_is_connected() {
-    return connection != nullptr ? 1 : 0;
+    return *connection ? 1 : 0;
 }
 
 malloc_text construct_json_message(const char* message) {

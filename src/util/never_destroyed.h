@@ -1,0 +1,26 @@
+// A static object that is not destroyed at exit.
+//
+// An ERROR line ends the process by exit() while GStreamer's streaming threads run. They may still
+// use what a static destructor would release, so nothing static in the daemon is destroyed: a
+// static owner stands in this wrapper. An orderly stop releases it by its module's own function.
+#pragma once
+
+#include <utility>
+
+template <class Value> class never_destroyed {
+public:
+    template <class... Arguments>
+    constexpr explicit never_destroyed(Arguments&&... arguments)
+        : value_(std::forward<Arguments>(arguments)...) {}
+    never_destroyed(const never_destroyed&) = delete;
+    never_destroyed& operator=(const never_destroyed&) = delete;
+    ~never_destroyed() {} // a member of a union is left alone
+
+    constexpr Value& operator*() { return value_; }
+    constexpr Value* operator->() { return &value_; }
+
+private:
+    union {
+        Value value_;
+    };
+};
