@@ -2,7 +2,7 @@
 #include "api/handlers.h"
 #include "api/values.h"
 #include "control/actions_media.h"
-#include "core/eventagg.h"
+#include "control/pipe_events.h"
 #include "core/log.h"
 #include "video/diagnostics.h"
 #include "video/registry.h"
@@ -22,10 +22,7 @@ template <class Operation> int on_pipe(const char* data, Operation operation) {
 
 int create_pipe(int pipe) {
     const bus_handle handle = gstvideo_start_pipe(pipe);
-    if (handle.fd <= 0) {
-        return -1;
-    }
-    return ea_register_event(handle.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(handle.pipe));
+    return handle.fd > 0 ? register_bus(handle) : -1;
 }
 
 } // namespace

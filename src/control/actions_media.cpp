@@ -3,6 +3,7 @@
 #include "control/actions_media.h"
 
 #include "config/cfg.h"
+#include "control/pipe_events.h"
 #include "core/eventagg.h"
 #include "core/log.h"
 #include "devices/acc.h"
@@ -43,8 +44,7 @@ int register_pipes(const std::optional<bus_list>& list) {
         if (handle.fd <= 0 || result != 0) {
             break;
         }
-        result =
-            ea_register_event(handle.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(handle.pipe));
+        result = register_bus(handle);
     }
     return result;
 }

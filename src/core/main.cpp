@@ -3,6 +3,7 @@
 #include "config/cfg.h"
 #include "control/actions_reticle.h"
 #include "control/actions_sight.h"
+#include "control/pipe_events.h"
 #include "core/cmdline.h"
 #include "core/daemon.h"
 #include "core/eventagg.h"
@@ -176,14 +177,10 @@ void register_event(int fd, int type, std::uintptr_t user_data = 0) {
     static_cast<void>(ea_register_event(fd, type, user_data));
 }
 
-void register_bus(bus_handle handle) {
-    register_event(handle.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(handle.pipe));
-}
-
 void register_descriptors(const live_view& view, const server_socket& server, int signal_fd) {
     register_event(server.fd, EVENT_TYPE_SERVER, reinterpret_cast<std::uintptr_t>(&server));
-    register_bus(view.src);
-    register_bus(view.display);
+    static_cast<void>(register_bus(view.src));
+    static_cast<void>(register_bus(view.display));
     register_event(kbd_fd, EVENT_TYPE_KBD);
     register_event(signal_fd, EVENT_TYPE_SIGNAL);
     register_event(tmr_fd, EVENT_TYPE_TIMER);
@@ -197,8 +194,7 @@ void display_no_input() {
     if (splash.fd < 0) {
         log_fatal("Failed to create no input splash pipe");
     }
-    if (ea_register_event(splash.fd, EVENT_TYPE_BUS, static_cast<std::uintptr_t>(splash.pipe)) !=
-        0) {
+    if (register_bus(splash) != 0) {
         log_fatal("Failed to register splash pipe in event aggregator");
     }
     send_mb_event(NOTICE_NO_INPUT);
