@@ -152,10 +152,7 @@ int ac_generate_dot_file() {
 }
 
 int ac_disable_kbd() {
-    if (ea_unregister_event(kbd_fd) == 0) {
-        kbd_fd = -1;
-        kbd_close();
-    }
+    kbd_drop();
     if (ea_unregister_event(acc_fd) == 0) {
         acc_fd = -1;
         acc_close();

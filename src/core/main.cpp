@@ -3,6 +3,7 @@
 #include "config/cfg.h"
 #include "control/actions_reticle.h"
 #include "control/actions_sight.h"
+#include "control/buttons.h"
 #include "control/pipe_events.h"
 #include "core/cmdline.h"
 #include "core/daemon.h"
@@ -164,12 +165,13 @@ void device_start_init() {
 }
 
 // A sight whose buttons can't be read still takes commands.
-void open_buttons() {
-    kbd_fd = kbd_init(global_config.kbd_device);
+int open_buttons() {
+    const int kbd_fd = kbd_init(global_config.kbd_device);
     if (kbd_fd < 0) {
         syslog(LOG_ERR, "Can not open kbd event file: %s, error: %s", global_config.kbd_device,
                std::strerror(errno));
     }
+    return kbd_fd;
 }
 
 // A registration that is refused is not fatal here.
@@ -177,13 +179,23 @@ void register_event(int fd, int type, std::uintptr_t user_data = 0) {
     static_cast<void>(ea_register_event(fd, type, user_data));
 }
 
-void register_descriptors(const live_view& view, const server_socket& server, int signal_fd) {
-    register_event(server.fd, EVENT_TYPE_SERVER, reinterpret_cast<std::uintptr_t>(&server));
-    static_cast<void>(register_bus(view.src));
-    static_cast<void>(register_bus(view.display));
-    register_event(kbd_fd, EVENT_TYPE_KBD);
-    register_event(signal_fd, EVENT_TYPE_SIGNAL);
-    register_event(tmr_fd, EVENT_TYPE_TIMER);
+// What the loop waits for from the start.
+struct start_events {
+    live_view view;
+    const server_socket& server;
+    int kbd_fd;
+    int signal_fd;
+    int timer_fd;
+};
+
+void register_events(const start_events& events) {
+    register_event(events.server.fd, EVENT_TYPE_SERVER,
+                   reinterpret_cast<std::uintptr_t>(&events.server));
+    static_cast<void>(register_bus(events.view.src));
+    static_cast<void>(register_bus(events.view.display));
+    register_event(events.kbd_fd, EVENT_TYPE_KBD);
+    register_event(events.signal_fd, EVENT_TYPE_SIGNAL);
+    register_event(events.timer_fd, EVENT_TYPE_TIMER);
 }
 
 // --- Live-view recovery ----------------------------------------------------------------------
@@ -242,22 +254,15 @@ void on_bus(const user_event& event) {
     recover_live_view(pipe);
 }
 
-// A device that is gone would be readable for ever.
-void drop_dead_buttons(int fd) {
-    log_message(LEVEL_WARN, "the button device is gone, buttons are dead");
-    static_cast<void>(ea_unregister_event(fd));
-    kbd_fd = -1;
-    kbd_close();
-}
-
-void on_kbd(const user_event& event) {
+void on_kbd(const user_event& /*event*/) {
     kbd_event pressed{};
-    if (kbd_read(pressed) == 0) {
-        if (process_kbd_event(pressed) != 0) {
-            log_fatal("failed to process kbd input");
-        }
-    } else if (kbd_is_gone()) {
-        drop_dead_buttons(event.fd);
+    const kbd_result result = kbd_read(pressed);
+    if (result == KBD_KEY && process_kbd_event(pressed) != 0) {
+        log_fatal("failed to process kbd input");
+    }
+    if (result == KBD_GONE) {
+        log_message(LEVEL_WARN, "the button device is gone, buttons are dead");
+        kbd_drop();
     }
 }
 
@@ -364,10 +369,13 @@ int main(int argc, char* argv[]) {
     const live_view view = start_live_view();
     const std::unique_ptr<server_socket> server = open_command_socket();
     device_start_init();
-    open_buttons();
+    const int kbd_fd = open_buttons();
     running = 1;
-    tmr_fd = timer_init();
-    register_descriptors(view, *server, signal_fd);
+    register_events({.view = view,
+                     .server = *server,
+                     .kbd_fd = kbd_fd,
+                     .signal_fd = signal_fd,
+                     .timer_fd = timer_init()});
     run_loop();
     gstvideo_destroy();
     daemon_shutdown(*server);

@@ -1,8 +1,7 @@
-// The sight's three buttons: key events of an input device, acted on when a button is released.
+// The sight's three buttons: the key events of an input device.
 #include "devices/kbd.h"
 
-#include "control/actions_sight.h"
-#include "core/log.h"
+#include "core/eventagg.h"
 #include "util/sysroot.h"
 
 #include <cerrno>
@@ -13,65 +12,57 @@
 namespace {
 
 int kbd_file_desc = -1;
-bool gone = false;
 
-struct button_row {
-    int key; // code of the kernel's input subsystem
+struct key_row {
+    int code; // of the kernel's input subsystem
     kbd_action action;
-    int (*run)();
 };
 
-// A button is a row.
-constexpr button_row button_rows[] = {
-    {KEY_BACK, KBD_ACTION_NUC, [] { return ac_exec_nuc_cmd(1); }},
-    {KEY_HOMEPAGE, KBD_ACTION_ZOOM, ac_toggle_zoom},
-    {KEY_MENU, KBD_ACTION_POL, ac_toggle_lum},
+constexpr key_row key_rows[] = {
+    {KEY_BACK, KBD_ACTION_NUC},
+    {KEY_HOMEPAGE, KBD_ACTION_ZOOM},
+    {KEY_MENU, KBD_ACTION_POL},
 };
+
+// errno is that of the read.
+bool is_gone(ssize_t count) {
+    return count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN);
+}
 
 } // namespace
 
 int kbd_init(const char* device_path) {
     kbd_file_desc = open(sysroot_path(device_path).c_str(), O_RDONLY | O_CLOEXEC);
-    gone = false;
     return kbd_file_desc;
 }
 
-int kbd_read(kbd_event& event) {
+kbd_result kbd_read(kbd_event& event) {
     if (kbd_file_desc < 0) {
-        return 1;
+        return KBD_NOTHING;
     }
     input_event record{};
     const ssize_t count = read(kbd_file_desc, &record, sizeof record);
-    gone = count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN);
-    // Less than a whole record is of no use either.
+    if (is_gone(count)) {
+        return KBD_GONE;
+    }
+    // Less than a whole record is of no use.
     if (count != static_cast<ssize_t>(sizeof record) || record.type != EV_KEY) {
-        return 1;
+        return KBD_NOTHING;
     }
     event.released = record.value <= 0 ? 1 : 0;
-    for (const button_row& row : button_rows) {
-        if (row.key == record.code) {
+    for (const key_row& row : key_rows) {
+        if (row.code == record.code) {
             event.action = row.action;
-            return 0;
+            return KBD_KEY;
         }
     }
-    return -1;
+    return KBD_OTHER_KEY;
 }
 
-bool kbd_is_gone() {
-    return gone;
-}
-
-int process_kbd_event(const kbd_event& event) {
-    if (event.released != 1) {
-        return 0;
+void kbd_drop() {
+    if (ea_unregister_event(kbd_file_desc) == 0) {
+        kbd_close();
     }
-    log_message(LEVEL_INFO, "kbd event: %d", event.action);
-    for (const button_row& row : button_rows) {
-        if (row.action == event.action) {
-            return row.run();
-        }
-    }
-    return 1;
 }
 
 void kbd_close() {

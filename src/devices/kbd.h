@@ -1,4 +1,4 @@
-// The sight's three buttons: key events of an input device, acted on when a button is released.
+// The sight's three buttons: the key events of an input device.
 #pragma once
 
 enum kbd_action : int {
@@ -12,19 +12,21 @@ struct kbd_event {
     int action;   // kbd_action
 };
 
+// What reading one record gave.
+enum kbd_result : int {
+    KBD_KEY = 0,        // an event of one of the three keys
+    KBD_NOTHING = 1,    // nothing usable
+    KBD_OTHER_KEY = -1, // `released` is set, `action` is not
+    KBD_GONE = 2,       // the device is gone, and stays readable until it is dropped
+};
+
 // Opens the event device. Its descriptor, owned by this module, or negative with errno set.
 [[nodiscard]] int kbd_init(const char* device_path);
 
-// Reads one record. 0 for one of the three keys; 1 when there was nothing usable; -1 for another
-// key.
-[[nodiscard]] int kbd_read(kbd_event& event);
+[[nodiscard]] kbd_result kbd_read(kbd_event& event);
 
-// True once reading showed that the device is gone: it stays readable for ever then.
-[[nodiscard]] bool kbd_is_gone();
-
-// Runs the action of a released button. 0 when there was nothing to do or it succeeded, else the
-// action's result.
-[[nodiscard]] int process_kbd_event(const kbd_event& event);
+// Takes the device out of the event aggregator and closes it; nothing when it is not in there.
+void kbd_drop();
 
 // Closes the device when it is open.
 void kbd_close();

@@ -9,6 +9,4 @@ inline int pip_index_value = 0;
 // Set once an outside controller has taken over: actions then only record settings.
 inline int disable_non_video = 0;
 // Descriptors as registered with the event aggregator, -1 when closed.
-inline int kbd_fd = -1;
 inline int acc_fd = -1;
-inline int tmr_fd = -1;

@@ -1,0 +1,8 @@
+// What the sight's buttons do.
+#pragma once
+
+#include "devices/kbd.h"
+
+// Runs the action of a released button. 0 when there was nothing to do or it succeeded, else the
+// action's result; 1 for an action that no button has.
+[[nodiscard]] int process_kbd_event(const kbd_event& event);
