@@ -2,8 +2,8 @@
 #include "api/handlers.h"
 #include "api/values.h"
 #include "config/cfg.h"
-#include "control/actions_media.h"
 #include "control/actions_sight.h"
+#include "control/hand_over.h"
 #include "util/value_tables.h"
 
 int user_cmd_disable_kbd(char* /*data*/, malloc_text& /*reply*/) {

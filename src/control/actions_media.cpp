@@ -1,14 +1,10 @@
 // Actions between the client commands and the media: recording, streams, snapshot, encoding, sound,
-// graphs, hand-over.
+// graphs.
 #include "control/actions_media.h"
 
 #include "config/cfg.h"
 #include "control/pipe_events.h"
-#include "core/eventagg.h"
 #include "core/log.h"
-#include "devices/acc.h"
-#include "devices/kbd.h"
-#include "osd/redis_message_broker.h"
 #include "util/files.h"
 #include "util/process_state.h"
 #include "util/text.h"
@@ -147,19 +143,6 @@ int ac_generate_dot_file() {
         }
         // A pipe that doesn't exist has no graph.
         static_cast<void>(gstvideo_generate_dot_file(pipe, path.get()));
-    }
-    return 0;
-}
-
-int ac_disable_kbd() {
-    kbd_drop();
-    if (ea_unregister_event(acc_fd) == 0) {
-        acc_fd = -1;
-        acc_close();
-    }
-    disable_non_video = 1;
-    if (rmb_connect(global_config.redis_socket_file) == 0) {
-        log_message(LEVEL_INFO, "Connected to redis: %s", global_config.redis_socket_file);
     }
     return 0;
 }

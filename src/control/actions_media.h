@@ -1,5 +1,5 @@
 // Actions between the client commands and the media: recording, streams, snapshot, encoding, sound,
-// graphs, hand-over.
+// graphs.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +26,3 @@ inline constexpr std::uint64_t RECORD_BYTES = 117'964'800;
 
 // Writes a graph of every pipe for Graphviz. 0; 1 without a time stamp, -1 without a path.
 [[nodiscard]] int ac_generate_dot_file();
-
-// Hands the sight over to an outside controller for the rest of the run: actions only record
-// settings from then on, and the broker is connected. 0 always.
-[[nodiscard]] int ac_disable_kbd();

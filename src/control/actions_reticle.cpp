@@ -3,6 +3,7 @@
 
 #include "config/cfg.h"
 #include "control/actions_sight.h"
+#include "control/hand_over.h"
 #include "control/reticle_geometry.h"
 #include "core/log.h"
 #include "osd/overlay.h"
@@ -30,7 +31,7 @@ const char* color_text() {
 }
 
 bool may_update_overlay() {
-    return disable_non_video == 0;
+    return !ac_is_handed_over();
 }
 
 } // namespace

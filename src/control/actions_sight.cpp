@@ -2,6 +2,7 @@
 #include "control/actions_sight.h"
 
 #include "config/cfg.h"
+#include "control/hand_over.h"
 #include "control/reticle_geometry.h"
 #include "core/log.h"
 #include "devices/monitor.h"
@@ -15,6 +16,10 @@
 namespace {
 
 constexpr int NUC_TYPE_MAX = 3;
+// Indices into zoom_values and pip_values of what the zoom button applied last.
+int zoom_value_index = 0;
+int pip_index_value = 0;
+
 // The type with which the core's shutter stays still.
 constexpr int NUC_TYPE_SHUTTERLESS = 2;
 
@@ -31,7 +36,7 @@ int send_origin(const point& tcore) {
 } // namespace
 
 int ac_exec_zoom_cmd(int factor) {
-    if (disable_non_video != 0) {
+    if (ac_is_handed_over()) {
         return 0;
     }
     const reticle_geometry geometry = ac_calc_stored_origin(factor);
@@ -77,7 +82,7 @@ int ac_exec_pip_cmd(int factor) {
         global_config.pip_mode = mode;
         update_conf_file = 1;
     }
-    if (disable_non_video != 0) {
+    if (ac_is_handed_over()) {
         return 0;
     }
     if (changed || mode == 0) {
@@ -107,7 +112,7 @@ int ac_exec_luminance_cmd(int index) {
         log_message(LEVEL_WARN, "HDMI connected - skip oled command");
         return 0;
     }
-    if (disable_non_video != 0) {
+    if (ac_is_handed_over()) {
         return 0;
     }
     uoled_set_lum(lum_values.at(static_cast<std::size_t>(index)));
@@ -120,7 +125,7 @@ int ac_toggle_lum() {
 }
 
 int ac_exec_nuc_cmd(int show_icon) {
-    if (disable_non_video != 0) {
+    if (ac_is_handed_over()) {
         return 0;
     }
     if (show_icon != 0) {
@@ -137,7 +142,7 @@ int ac_update_nuc_type(int type) {
         global_config.nuc_type = type;
         update_conf_file = 1;
     }
-    if (disable_non_video != 0) {
+    if (ac_is_handed_over()) {
         return 0;
     }
     return exec_system_cmd("vtrcore shutter-movement %d", type == NUC_TYPE_SHUTTERLESS ? 0 : 1);

@@ -158,8 +158,7 @@ void device_start_init() {
     static_cast<void>(ac_exec_luminance_cmd(luminance));
     log_message(LEVEL_DEBUG, "pip_mode: %d", global_config.pip_mode);
     if (global_config.pip_mode != 0) {
-        static_cast<void>(
-            ac_exec_pip_cmd(pip_values.at(static_cast<std::size_t>(pip_index_value))));
+        static_cast<void>(ac_exec_pip_cmd(pip_values.front()));
         log_message(LEVEL_INFO, "PIP started by default");
     }
 }

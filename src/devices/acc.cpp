@@ -1,6 +1,7 @@
 // The accelerometer: set up through its driver's attributes, read one sample at a time.
 #include "devices/acc.h"
 
+#include "core/eventagg.h"
 #include "core/imem.h"
 #include "core/log.h"
 #include "osd/overlay.h"
@@ -141,6 +142,12 @@ std::unique_ptr<acc_reading> acc_get() {
     reading->z_raw = reading_at(sample, 2);
     scale_reading(*reading);
     return reading;
+}
+
+void acc_drop() {
+    if (ea_unregister_event(fd) == 0) {
+        acc_close();
+    }
 }
 
 void acc_close() {

@@ -24,6 +24,9 @@ struct acc_reading {
 // The next sample; none when no whole one could be read.
 [[nodiscard]] std::unique_ptr<acc_reading> acc_get();
 
+// Takes the device out of the event aggregator and closes it; nothing when it is not in there.
+void acc_drop();
+
 // Ends sampling and closes the device when it is open.
 void acc_close();
 
