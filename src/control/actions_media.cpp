@@ -10,9 +10,8 @@
 #include "util/text.h"
 #include "video/controls.h"
 #include "video/diagnostics.h"
-#include "video/recording.h"
+#include "video/start.h"
 #include "video/registry.h"
-#include "video/streams.h"
 
 namespace {
 

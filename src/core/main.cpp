@@ -19,7 +19,6 @@
 #include "util/process_state.h"
 #include "util/sysroot.h"
 #include "util/value_tables.h"
-#include "video/live_view.h"
 #include "video/registry.h"
 #include "video/start.h"
 

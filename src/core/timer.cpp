@@ -8,7 +8,7 @@
 #include "osd/redis_message_broker.h"
 #include "util/files.h"
 #include "util/tools.h"
-#include "video/recording.h"
+#include "video/start.h"
 
 #include <algorithm>
 #include <array>

@@ -4,9 +4,9 @@
 #include "core/log.h"
 #include "util/sysroot.h"
 #include "video/handles.h"
-#include "video/media_folder.h"
-#include "video/pipe_slots.h"
-#include "video/video_config.h"
+#include "video/settings.h"
+#include "video/slots.h"
+#include "video/storage.h"
 
 #include <cstdio>
 #include <gst/video/video.h>
@@ -30,8 +30,7 @@ gst_sample_owned convert_to_jpeg(GstSample* sample) {
         gst_video_convert_sample(sample, caps.get(), GST_CLOCK_TIME_NONE, &error)};
     const g_error_owned owned_error{error};
     if (!jpeg) {
-        log_message(LEVEL_ERROR, "Error converting frame: %s",
-                    error != nullptr ? error->message : "(NULL)");
+        log_fatal("Error converting frame: %s", error != nullptr ? error->message : "(NULL)");
     }
     return jpeg;
 }
@@ -66,12 +65,11 @@ int gstvideo_takesnapshot(const char* path) {
     }
     gst_sample_owned shown = last_display_sample();
     if (!shown) {
-        log_message(LEVEL_ERROR, "Error getting last sample from display sink");
-        return 1;
+        log_fatal("Error getting last sample from display sink");
     }
     const gst_sample_owned jpeg = convert_to_jpeg(shown.get());
     shown.reset();
-    if (!jpeg || write_sample(jpeg.get(), path) != 0) {
+    if (write_sample(jpeg.get(), path) != 0) {
         return 1;
     }
     flush_folder_of_file(path);

@@ -3,7 +3,7 @@
 
 #include "core/log.h"
 #include "util/files.h"
-#include "video/pipe_slots.h"
+#include "video/slots.h"
 
 namespace {
 

@@ -5,18 +5,10 @@
 
 #include <cstddef>
 
-// Several pipes may set the same handle:
-// it refers to the element that was built last.
+// Several pipes may set the same handle: it refers to the element that was built last.
 enum class element_handle : std::size_t {
     none, // for elements that nobody asks for later
-    source,
-    g2d_xform,
-    g2d_caps,
-    q_before_qt,
     overlay,
-    q_after_qt,
-    src_ipsink,
-    display_ipsrc,
     display_sink,
     ipu_caps,
     audio_amp,

@@ -3,36 +3,17 @@
 
 #include "core/log.h"
 #include "video/forced_end.h"
-#include "video/pipe_slots.h"
-#include "video/record_file.h"
+#include "video/pipes.h"
+#include "video/slots.h"
+#include "video/storage.h"
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace {
 
 // Longest wait for a state change in progress: clients and buttons wait meanwhile.
 constexpr GstClockTime STATE_QUERY_TIMEOUT = GST_SECOND;
-// The splash's still picture is endless: its end is sent in downstream of it, at this element.
-constexpr const char* SPLASH_END_ELEMENT = "g2d-transform";
-
-struct pipe_names {
-    const char* short_name; // in graph file names
-    const char* pipeline_name;
-};
-
-constexpr std::array<pipe_names, PIPE_COUNT> names{{
-    {"src", "src-pipe"},
-    {"display", "display-pipe"},
-    {"record_video_enc", "record-videnc-pipe"},
-    {"audio_enc", "audenc-pipe"},
-    {"tcp-stream", "stream-pipe"},
-    {"record", "record-pipe"},
-    {"splash", "splash-pipe"},
-    {"http_stream", "http-stream-pipe"},
-    {"transformer", "vidtransformer-pipe"},
-    {"stream_vid_enc", "stream-videnc-pipe"},
-}};
 
 // Owned references, in plain arrays since nothing static may be destroyed at exit.
 std::array<GstElement*, PIPE_COUNT> pipes{};
@@ -40,7 +21,6 @@ std::array<GstBus*, PIPE_COUNT> buses{};
 std::array<int, PIPE_COUNT> eos_events{};
 // Set once every pipe was asked to stop: nothing starts from then on.
 bool stopping = false;
-void (*end_observer)(int pipe) = nullptr;
 // Set once a pipe could not be shut down.
 bool is_any_stuck = false;
 
@@ -50,7 +30,7 @@ template <class Array> auto& at(Array& array, int pipe) {
 
 // A microphone would bring a clock of its own, and each pipeline would count from its own start.
 // What is recorded joins pipes that started at different times, and its sources pass stamps on as
-// they are; also, a pipe that was paused would lag behind for ever.
+// they are; also, a pipe that was paused would lag behind forever.
 void share_time(GstElement* pipeline) {
     static const GstClockTime origin = gst_clock_get_time(system_clock().get());
     gst_pipeline_use_clock(GST_PIPELINE(pipeline), system_clock().get());
@@ -58,25 +38,42 @@ void share_time(GstElement* pipeline) {
     gst_element_set_start_time(pipeline, GST_CLOCK_TIME_NONE);
 }
 
-void tell_end_observer(int pipe) {
-    if (end_observer != nullptr && !stopping) {
-        end_observer(pipe);
-    }
-}
-
-// Where end-of-stream goes in: for the splash an element inside the pipeline, else the pipeline.
+// The element or pipeline at which end-of-stream goes in.
 gst_owned<GstElement> end_target(int pipe) {
     GstElement* const pipeline = at(pipes, pipe);
-    if (pipe == PIPE_SPLASH) {
-        GstElement* const inside = gst_bin_get_by_name(GST_BIN(pipeline), SPLASH_END_ELEMENT);
-        if (inside != nullptr) {
+    if (const char* const element = pipe_row_of(pipe).end_element) {
+        if (GstElement* const inside = gst_bin_get_by_name(GST_BIN(pipeline), element)) {
             return gst_owned<GstElement>{inside};
         }
     }
     return gst_owned<GstElement>{GST_ELEMENT(gst_object_ref(pipeline))};
 }
 
-// A paused pipe would keep its end-of-stream for ever.
+bool is_running_output(const pipe_row& row) {
+    return is_output(row) && is_created(row.number) != 0 && !is_ending(row.number);
+}
+
+// The last output takes the branches along, however it ends and whatever the encoding type is by
+// then. Outputs are asked, not counted: so each goes away once, whether it is stopped, stopped
+// again, killed, or ends by itself.
+void end_branches_with_last_output(const pipe_row& ending) {
+    if (stopping || !is_output(ending)) {
+        return;
+    }
+    const auto goes_on = [&ending](const pipe_row& row) {
+        return row.number != ending.number && is_running_output(row);
+    };
+    if (std::ranges::any_of(pipe_rows(), goes_on)) {
+        return;
+    }
+    for (const pipe_row& row : pipe_rows()) {
+        if (is_branch(row)) {
+            gstvideo_stop_pipe(row.number);
+        }
+    }
+}
+
+// A paused pipe would keep its end-of-stream forever.
 void resume_when_paused(GstElement* pipeline) {
     if (GST_STATE_TARGET(pipeline) == GST_STATE_PAUSED) {
         gst_element_set_state(pipeline, GST_STATE_PLAYING);
@@ -108,96 +105,6 @@ void shut_down_by_force(int pipe) {
     }
 }
 
-void destroy_pipe(int pipe, bool is_forced) {
-    log_message(LEVEL_INFO, "Got EoS event on pipe %d", pipe);
-    const bool was_asked = is_ending(pipe);
-    forced_end_disarm(pipe);
-    if (is_forced) {
-        shut_down_by_force(pipe);
-    } else {
-        shut_down(at(pipes, pipe));
-    }
-    gst_object_unref(at(buses, pipe));
-    gst_object_unref(at(pipes, pipe));
-    at(buses, pipe) = nullptr;
-    at(pipes, pipe) = nullptr;
-    if (pipe == PIPE_RECORD) {
-        record_file_finish();
-    }
-    at(eos_events, pipe) = 0;
-    if (!was_asked) {
-        tell_end_observer(pipe);
-    }
-}
-
-// What a bus message says, in its two parts.
-struct report {
-    g_error_owned error;
-    g_text debug;
-};
-
-using message_parser = void (*)(GstMessage*, GError**, gchar**);
-
-report parse_report(GstMessage* message, message_parser parse) {
-    GError* error = nullptr;
-    gchar* debug = nullptr;
-    parse(message, &error, &debug);
-    return {g_error_owned{error}, g_text{debug}};
-}
-
-// A pipe that was asked to end is asked again: its event goes away with the restart, and so may the
-// message that forces its end. That keeps its time, however often the pipe is restarted.
-void restart_pipe(int pipe) {
-    log_message(LEVEL_INFO, "event detected");
-    const bool ending = at(eos_events, pipe) != 0;
-    const GstClockTime due = forced_end_disarm(pipe);
-    gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL);
-    gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
-    if (ending) {
-        gst_element_send_event(at(pipes, pipe), gst_event_new_eos());
-        forced_end_arm(pipe, at(buses, pipe), due);
-    }
-}
-
-struct report_reaction {
-    const char* element; // exact name of the message's source
-    void (*react)(int pipe);
-};
-
-// Elements whose errors, warnings and infos ask for more than a log line.
-constexpr report_reaction report_reactions[] = {
-    {"http-sink", restart_pipe},
-};
-
-const char* source_name(const GstMessage* message) {
-    return GST_MESSAGE_SRC(message) == nullptr ? "(NULL)" : GST_MESSAGE_SRC_NAME(message);
-}
-
-void handle_report(GstMessage* message, const char* path, int pipe, message_parser parse) {
-    const report said = parse_report(message, parse);
-    log_message(LEVEL_WARN, "from element %s: %s", path,
-                said.error ? said.error->message : "(NULL)");
-    for (const report_reaction& row : report_reactions) {
-        if (std::strcmp(source_name(message), row.element) == 0) {
-            row.react(pipe);
-        }
-    }
-    if (said.debug) {
-        log_message(LEVEL_WARN, "%s", said.debug.get());
-    }
-}
-
-struct report_type {
-    GstMessageType type;
-    message_parser parse;
-};
-
-constexpr report_type report_types[] = {
-    {GST_MESSAGE_ERROR, gst_message_parse_error},
-    {GST_MESSAGE_WARNING, gst_message_parse_warning},
-    {GST_MESSAGE_INFO, gst_message_parse_info},
-};
-
 // Runs the change on every created pipe in ascending order, up to the first failure.
 int change_all_pipes(const char* what, int (*change)(int pipe)) {
     log_message(LEVEL_INFO, "Requesting %s of all pipes..", what);
@@ -217,7 +124,7 @@ bool is_pipe_number(int pipe) {
 }
 
 const char* pipe_short_name(int pipe) {
-    return at(names, pipe).short_name;
+    return pipe_row_of(pipe).short_name;
 }
 
 int is_created(int pipe) {
@@ -235,7 +142,8 @@ int create_pipeline(int pipe) {
     if (stopping) {
         return -1;
     }
-    gst_owned<GstElement> pipeline = own_floating(gst_pipeline_new(at(names, pipe).pipeline_name));
+    gst_owned<GstElement> pipeline =
+        own_floating(gst_pipeline_new(pipe_row_of(pipe).pipeline_name));
     if (!pipeline) {
         return -1;
     }
@@ -247,10 +155,6 @@ int create_pipeline(int pipe) {
 
 bool is_ending(int pipe) {
     return is_created(pipe) != 0 && at(eos_events, pipe) != 0;
-}
-
-void observe_ends(void (*about_to_end)(int pipe)) {
-    end_observer = about_to_end;
 }
 
 int get_bus_filefd(GstBus* bus) {
@@ -265,22 +169,6 @@ int gstvideo_process_message(int pipe) {
     }
     const gst_message_owned message{gst_bus_pop(at(buses, pipe))};
     return message ? message_handle(message.get(), pipe) : 0;
-}
-
-int message_handle(GstMessage* message, int pipe) {
-    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
-        destroy_pipe(pipe, forced_end_is(message));
-        return 1;
-    }
-    for (const report_type& row : report_types) {
-        if (GST_MESSAGE_TYPE(message) == row.type) {
-            const bool has_source = GST_MESSAGE_SRC(message) != nullptr;
-            const g_text path{has_source ? gst_object_get_path_string(GST_MESSAGE_SRC(message))
-                                         : nullptr};
-            handle_report(message, path ? path.get() : "(NULL)", pipe, row.parse);
-        }
-    }
-    return 0;
 }
 
 GstStateChangeReturn query_state(GstElement* element, GstState& state) {
@@ -313,12 +201,49 @@ void send_eos(int pipe) {
         log_message(LEVEL_INFO, "EOS to pipe: %d already sent.", pipe);
         return;
     }
-    tell_end_observer(pipe);
+    end_branches_with_last_output(pipe_row_of(pipe));
     log_message(LEVEL_INFO, "Sending eos on pipe: %d", pipe);
     gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
     at(eos_events, pipe) = 1;
     resume_when_paused(at(pipes, pipe));
     forced_end_arm(pipe, at(buses, pipe), forced_end_due_from_now());
+}
+
+void destroy_pipe(int pipe, bool is_forced) {
+    log_message(LEVEL_INFO, "Got EoS event on pipe %d", pipe);
+    const pipe_row& row = pipe_row_of(pipe);
+    const bool was_asked = is_ending(pipe);
+    forced_end_disarm(pipe);
+    if (is_forced) {
+        shut_down_by_force(pipe);
+    } else {
+        shut_down(at(pipes, pipe));
+    }
+    gst_object_unref(at(buses, pipe));
+    gst_object_unref(at(pipes, pipe));
+    at(buses, pipe) = nullptr;
+    at(pipes, pipe) = nullptr;
+    if (row.records) {
+        record_file_finish();
+    }
+    at(eos_events, pipe) = 0;
+    if (!was_asked) {
+        end_branches_with_last_output(row);
+    }
+}
+
+// A pipe that was asked to end is asked again: its event goes away with the restart, and so may the
+// message that forces its end. That keeps its time, however often the pipe is restarted.
+void restart_pipe(int pipe) {
+    log_message(LEVEL_INFO, "event detected");
+    const bool ending = at(eos_events, pipe) != 0;
+    const GstClockTime due = forced_end_disarm(pipe);
+    gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL);
+    gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
+    if (ending) {
+        gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
+        forced_end_arm(pipe, at(buses, pipe), due);
+    }
 }
 
 int gstvideo_stop_pipe(int pipe) {

@@ -6,7 +6,7 @@
 // requires 0..9; is_pipe_number tells.
 #pragma once
 
-// Pipe numbers; clients address pipes by them.
+// Pipe numbers; clients address pipes by them. Each has a row in one of the tables_*.h.
 enum pipe_enum : int {
     PIPE_SRC = 0,
     PIPE_DISPLAY = 1,
@@ -18,8 +18,8 @@ enum pipe_enum : int {
     PIPE_HTTP_STREAM = 7,
     PIPE_TRANSFORMER = 8,
     PIPE_STREAM_VID_ENC = 9,
+    PIPE_COUNT // how many there are
 };
-inline constexpr int PIPE_COUNT = 10;
 
 // Result of starting a pipe. The caller registers the descriptor with the event aggregator as
 // EVENT_TYPE_BUS with the pipe number as user data.

@@ -1,31 +1,133 @@
-// Starting a pipe by its number.
+// Starting and stopping: GStreamer itself, the pipes of the live view, and the media outputs.
 #include "video/start.h"
 
-#include "video/live_view.h"
+#include "core/log.h"
+#include "video/builder.h"
+#include "video/pipes.h"
+#include "video/slots.h"
+#include "video/storage.h"
+
+#include <algorithm>
 
 namespace {
 
-struct start_row {
-    int pipe;
-    bus_handle (*start)();
-};
+void require_known_enc_type() {
+    if (!is_enc_type(configs.enc_type)) {
+        log_fatal("Unknown encoding type");
+    }
+}
 
-// Pipes that can be started one by one, always with the sight's own scene and picture.
-constexpr start_row start_rows[] = {
-    {PIPE_DISPLAY, gstvideo_start_display},
-    {PIPE_SRC, [] { return gstvideo_start_video_src(DEFAULT_OVERLAY_FILE); }},
-    {PIPE_SPLASH, [] { return gstvideo_start_splash(DEFAULT_OVERLAY_FILE, NO_INPUT_IMAGE); }},
-};
+bool is_needed(pipe_enum branch) {
+    return encodes(configs.enc_type, pipe_row_of(branch).carries);
+}
+
+// An output that joined a pipe on its way out would be left without input.
+bool refuse_when_ending(int pipe) {
+    if (is_ending(pipe)) {
+        log_message(LEVEL_WARN, "Pipe %d is still ending, try again in a moment", pipe);
+        return true;
+    }
+    return false;
+}
+
+bool may_start(const pipe_row& output) {
+    return std::ranges::any_of(output.branches, is_needed) && !refuse_when_ending(output.number) &&
+           std::ranges::none_of(output.branches, [](pipe_enum branch) {
+               return is_needed(branch) && refuse_when_ending(branch);
+           });
+}
+
+std::optional<bus_list> start_output(int pipe, const start_arguments& arguments) {
+    const pipe_row& output = pipe_row_of(pipe);
+    require_known_enc_type();
+    if (!may_start(output)) {
+        return std::nullopt;
+    }
+    bus_list list{};
+    auto entry = list.begin();
+    for (const pipe_enum branch : output.branches) {
+        if (is_needed(branch)) {
+            *entry++ = start_pipe(branch);
+        }
+    }
+    *entry = start_pipe(pipe, arguments);
+    const auto failed = [](const bus_handle& handle) { return handle.fd < 0; };
+    if (std::ranges::any_of(list, failed)) {
+        return std::nullopt;
+    }
+    if (output.records) {
+        record_file_set(arguments.location_pattern);
+    }
+    return list;
+}
+
+int stop_output(int pipe) {
+    if (is_created(pipe) != 0) {
+        require_known_enc_type();
+        send_eos(pipe);
+    }
+    return 0;
+}
 
 } // namespace
 
-bus_handle gstvideo_start_pipe(int pipe) {
-    if (gstvideo_is_playing(pipe) == 0) {
-        for (const start_row& row : start_rows) {
-            if (row.pipe == pipe) {
-                return row.start();
-            }
-        }
+int gstvideo_init(const video_config& settings) {
+    if (gst_is_initialized() != FALSE) {
+        return 0;
     }
-    return {-1, pipe};
+    // Unlike gst_init, this does not end the process itself when it fails.
+    gst_init_check(nullptr, nullptr, nullptr);
+    if (gst_is_initialized() == FALSE) {
+        return 1;
+    }
+    const g_text version{gst_version_string()};
+    log_message(LEVEL_INFO, "Gstreamer initialized, verison: %s", version.get());
+    configs = settings;
+    configs.mic_amplification = settings.mic_amplification / mic_scale;
+    return 0;
+}
+
+bus_handle gstvideo_start_video_src(const char* overlay_file) {
+    return start_pipe(PIPE_SRC, {.overlay_file = overlay_file});
+}
+
+bus_handle gstvideo_start_display() {
+    return start_pipe(PIPE_DISPLAY);
+}
+
+bus_handle gstvideo_start_splash(const char* overlay_file, const char* image_path) {
+    return start_pipe(PIPE_SPLASH, {.overlay_file = overlay_file, .image = image_path});
+}
+
+int gstvideo_stop_main_video() {
+    return gstvideo_stop_pipe(PIPE_DISPLAY);
+}
+
+bus_handle gstvideo_start_pipe(int pipe) {
+    const bool may_create = is_created(pipe) == 0 && pipe_row_of(pipe).clients_may_create;
+    return may_create ? start_pipe(pipe) : bus_handle{-1, pipe};
+}
+
+std::optional<bus_list> gstvideo_start_record(const char* location_pattern) {
+    return start_output(PIPE_RECORD, {.location_pattern = location_pattern});
+}
+
+std::optional<bus_list> gstvideo_start_stream(int port) {
+    return start_output(PIPE_TCP_STREAM, {.port = port});
+}
+
+std::optional<bus_list> gstvideo_start_http_stream(const char* url) {
+    return start_output(PIPE_HTTP_STREAM, {.url = url});
+}
+
+int gstvideo_stop_record() {
+    return stop_output(PIPE_RECORD);
+}
+
+int gstvideo_stop_stream() {
+    return stop_output(PIPE_TCP_STREAM);
+}
+
+int gstvideo_stop_http_stream() {
+    return stop_output(PIPE_HTTP_STREAM);
 }

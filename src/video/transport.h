@@ -2,7 +2,7 @@
 // and the plain numbers that the board's elements take.
 #pragma once
 
-#include "video/pipe_builder.h"
+#include "video/pipe_table.h"
 
 // Names of the inter-pipe sinks, for "listen-to".
 inline constexpr const char* VIDEO_SRC_SINK = "vid-src-ipsink";
@@ -15,15 +15,24 @@ inline constexpr int LEAKY_DOWNSTREAM = 2;         // queue: drop the oldest buf
 inline constexpr int STREAM_SYNC_PASS_THROUGH = 0; // interpipesrc: stamps as they are
 inline constexpr int STREAM_SYNC_COMPENSATE = 1;   // interpipesrc: convert between base times
 inline constexpr int FORMAT_TIME = 3;              // GST_FORMAT_TIME
+inline constexpr int NO_LIMIT = 0;                 // interpipesink: of "max-buffers"
 
 // The rows of an inter-pipe source that hears a published stream, format changes included.
 constexpr std::array<property_row, 5> listens_to(std::string_view source, const char* sink,
                                                  int stream_sync) {
     return {{
-        {source, "listen-to", sink},
-        {source, "allow-renegotiation", true},
-        {source, "stream-sync", stream_sync},
-        {source, "format", FORMAT_TIME},
-        {source, "is-live", true},
+        {.element = source, .property = "listen-to", .value = sink},
+        {.element = source, .property = "allow-renegotiation", .value = true},
+        {.element = source, .property = "stream-sync", .value = stream_sync},
+        {.element = source, .property = "format", .value = FORMAT_TIME},
+        {.element = source, .property = "is-live", .value = true},
+    }};
+}
+
+// The rows of a queue that keeps the newest buffer only.
+constexpr std::array<property_row, 2> holds_newest(std::string_view queue) {
+    return {{
+        {.element = queue, .property = "leaky", .value = LEAKY_DOWNSTREAM},
+        {.element = queue, .property = "max-size-buffers", .value = 1},
     }};
 }

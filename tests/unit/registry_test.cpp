@@ -1,8 +1,8 @@
 // The registry's rules with plain elements in place of the sight's.
 #include "core/log.h"
 #include "support/temp_folder.h"
-#include "video/pad_template.h"
-#include "video/pipe_slots.h"
+#include "video/builder.h"
+#include "video/slots.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -20,25 +20,25 @@ protected:
     static void SetUpTestSuite() { gst_init(nullptr, nullptr); }
     RegistryTest() { log_open(log_path_.c_str()); }
     ~RegistryTest() override {
-        gstvideo_stop_pipe(PIPE_TCP_STREAM);
-        if (is_created(PIPE_TCP_STREAM) != 0) {
-            run_until_ended(PIPE_TCP_STREAM);
+        gstvideo_stop_pipe(PIPE_HTTP_STREAM);
+        if (is_created(PIPE_HTTP_STREAM) != 0) {
+            run_until_ended(PIPE_HTTP_STREAM);
         }
         log_close();
     }
 
     // A pipe with one endless source and one sink.
-    static bus_handle start(const char* sink_name = "sink") {
-        return start_pipe(PIPE_TCP_STREAM, [sink_name](GstElement* pipeline) {
-            GstElement* const source = gst_element_factory_make("fakesrc", "source");
-            GstElement* const sink = gst_element_factory_make("fakesink", sink_name);
-            g_object_set(source, "is-live", TRUE, "do-timestamp", TRUE, "format", GST_FORMAT_TIME,
-                         nullptr);
-            g_object_set(sink, "async", FALSE, nullptr);
-            gst_bin_add_many(GST_BIN(pipeline), source, sink, nullptr);
-            gst_element_link(source, sink);
-            return gstvideo_set_state(pipeline, GST_STATE_PLAYING);
-        });
+    static int start(const char* sink_name = "sink") {
+        const int fd = create_pipeline(PIPE_HTTP_STREAM);
+        GstElement* const pipeline = pipe_pipeline(PIPE_HTTP_STREAM);
+        GstElement* const source = gst_element_factory_make("fakesrc", "source");
+        GstElement* const sink = gst_element_factory_make("fakesink", sink_name);
+        g_object_set(source, "is-live", TRUE, "do-timestamp", TRUE, "format", GST_FORMAT_TIME,
+                     nullptr);
+        g_object_set(sink, "async", FALSE, nullptr);
+        gst_bin_add_many(GST_BIN(pipeline), source, sink, nullptr);
+        gst_element_link(source, sink);
+        return gstvideo_set_state(pipeline, GST_STATE_PLAYING) == 0 ? fd : -1;
     }
 
     // Handles messages as the loop does; false when none comes for ten seconds.
@@ -62,38 +62,36 @@ protected:
 
 TEST_F(RegistryTest, PipeLivesFromStartToItsEndOfStream) {
     EXPECT_EQ(gstvideo_are_pipes_closed(), 1);
-    EXPECT_EQ(gstvideo_process_message(PIPE_TCP_STREAM), 1);
-    const bus_handle first = start();
-    ASSERT_GT(first.fd, 0);
-    EXPECT_EQ(gstvideo_is_playing(PIPE_TCP_STREAM), 1);
-    EXPECT_EQ(start().fd, first.fd);
-    EXPECT_EQ(gstvideo_stop_pipe(PIPE_TCP_STREAM), 0);
-    EXPECT_EQ(gstvideo_stop_pipe(PIPE_TCP_STREAM), 0);
-    EXPECT_THAT(log(), HasSubstr("Sending eos on pipe: 4\n"));
-    EXPECT_THAT(log(), HasSubstr("EOS to pipe: 4 already sent.\n"));
-    EXPECT_TRUE(run_until_ended(PIPE_TCP_STREAM));
-    EXPECT_THAT(log(), HasSubstr("Got EoS event on pipe 4\n"));
+    EXPECT_EQ(gstvideo_process_message(PIPE_HTTP_STREAM), 1);
+    const int first = start();
+    ASSERT_GT(first, 0);
+    EXPECT_EQ(gstvideo_is_playing(PIPE_HTTP_STREAM), 1);
+    EXPECT_EQ(start_pipe(PIPE_HTTP_STREAM).fd, first);
+    EXPECT_EQ(gstvideo_stop_pipe(PIPE_HTTP_STREAM), 0);
+    EXPECT_EQ(gstvideo_stop_pipe(PIPE_HTTP_STREAM), 0);
+    EXPECT_THAT(log(), HasSubstr("Sending eos on pipe: 7\n"));
+    EXPECT_THAT(log(), HasSubstr("EOS to pipe: 7 already sent.\n"));
+    EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
+    EXPECT_THAT(log(), HasSubstr("Got EoS event on pipe 7\n"));
     EXPECT_EQ(gstvideo_are_pipes_closed(), 1);
-    EXPECT_EQ(gstvideo_pause_pipe(PIPE_TCP_STREAM), 1);
+    EXPECT_EQ(gstvideo_pause_pipe(PIPE_HTTP_STREAM), 1);
 }
 
 TEST_F(RegistryTest, PausedPipeEndsWhenAsked) {
-    ASSERT_GT(start().fd, 0);
-    ASSERT_EQ(gstvideo_pause_pipe(PIPE_TCP_STREAM), 0);
-    gstvideo_stop_pipe(PIPE_TCP_STREAM);
-    EXPECT_TRUE(run_until_ended(PIPE_TCP_STREAM));
+    ASSERT_GT(start(), 0);
+    ASSERT_EQ(gstvideo_pause_pipe(PIPE_HTTP_STREAM), 0);
+    gstvideo_stop_pipe(PIPE_HTTP_STREAM);
+    EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
 }
 
 TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
     // Nothing in it ever posts end-of-stream.
-    const bus_handle handle = start_pipe(PIPE_TCP_STREAM, [](GstElement* pipeline) {
-        return gst_bin_add(GST_BIN(pipeline), gst_element_factory_make("fakesrc", nullptr)) == TRUE
-                   ? 0
-                   : -1;
-    });
-    ASSERT_GT(handle.fd, 0);
-    gstvideo_stop_pipe(PIPE_TCP_STREAM);
-    EXPECT_TRUE(run_until_ended(PIPE_TCP_STREAM));
+    ASSERT_GT(create_pipeline(PIPE_HTTP_STREAM), 0);
+    ASSERT_EQ(gst_bin_add(GST_BIN(pipe_pipeline(PIPE_HTTP_STREAM)),
+                          gst_element_factory_make("fakesrc", nullptr)),
+              TRUE);
+    gstvideo_stop_pipe(PIPE_HTTP_STREAM);
+    EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
 }
 
 // Tells when a message of that type is posted, before anybody handles it.
@@ -130,8 +128,8 @@ private:
 
 // The restart throws away what is on the bus, the forced end with it.
 TEST_F(RegistryTest, RestartedPipeThatWasAskedToEndEndsAllTheSame) {
-    ASSERT_GT(start("http-sink").fd, 0);
-    GstElement* const pipeline = pipe_pipeline(PIPE_TCP_STREAM);
+    ASSERT_GT(start("http-sink"), 0);
+    GstElement* const pipeline = pipe_pipeline(PIPE_HTTP_STREAM);
     const gst_owned<GstElement> sink{gst_bin_get_by_name(GST_BIN(pipeline), "http-sink")};
     const gst_owned<GstPad> pad{gst_element_get_static_pad(sink.get(), "sink")};
     gst_pad_add_probe(
@@ -144,43 +142,44 @@ TEST_F(RegistryTest, RestartedPipeThatWasAskedToEndEndsAllTheSame) {
     const gst_owned<GstBus> bus{gst_element_get_bus(pipeline)};
     {
         post_watch watch{bus.get()};
-        gstvideo_stop_pipe(PIPE_TCP_STREAM);
+        gstvideo_stop_pipe(PIPE_HTTP_STREAM);
         GST_ELEMENT_ERROR(sink.get(), RESOURCE, WRITE, ("server gone"), (nullptr));
         ASSERT_TRUE(watch.wait_for_end());
     }
-    EXPECT_TRUE(run_until_ended(PIPE_TCP_STREAM));
+    EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
     EXPECT_THAT(log(), HasSubstr("[INFO]: event detected\n"));
 }
 
 TEST_F(RegistryTest, ReportsAreLoggedAndOnlyOneElementRestartsItsPipe) {
     log_verbose = 1;
-    ASSERT_GT(start("http-sink").fd, 0);
+    ASSERT_GT(start("http-sink"), 0);
     const auto report = [](const char* element) {
         const gst_owned<GstElement> source{
-            gst_bin_get_by_name(GST_BIN(pipe_pipeline(PIPE_TCP_STREAM)), element)};
+            gst_bin_get_by_name(GST_BIN(pipe_pipeline(PIPE_HTTP_STREAM)), element)};
         const g_error_owned error{
             g_error_new_literal(GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_WRITE, "gone 100%s")};
         const gst_message_owned message{
             gst_message_new_warning(GST_OBJECT(source.get()), error.get(), "details %d")};
-        return message_handle(message.get(), PIPE_TCP_STREAM);
+        return message_handle(message.get(), PIPE_HTTP_STREAM);
     };
     EXPECT_EQ(report("source"), 0);
-    EXPECT_THAT(log(), HasSubstr("[WARN]: from element /GstPipeline:stream-pipe/GstFakeSrc:source:"
-                                 " gone 100%s\n"));
+    EXPECT_THAT(log(),
+                HasSubstr("[WARN]: from element /GstPipeline:http-stream-pipe/GstFakeSrc:source:"
+                          " gone 100%s\n"));
     EXPECT_THAT(log(), HasSubstr("[WARN]: details %d\n"));
     EXPECT_THAT(log(), testing::Not(HasSubstr("event detected")));
     EXPECT_EQ(report("http-sink"), 0);
     EXPECT_THAT(log(), HasSubstr("[INFO]: event detected\n"));
-    EXPECT_THAT(log(), HasSubstr("Changed state of element stream-pipe to 1\n"));
-    EXPECT_THAT(log(), HasSubstr("Changed state of element stream-pipe to 4\n"));
+    EXPECT_THAT(log(), HasSubstr("Changed state of element http-stream-pipe to 1\n"));
+    EXPECT_THAT(log(), HasSubstr("Changed state of element http-stream-pipe to 4\n"));
     log_verbose = 0;
 }
 
 TEST_F(RegistryTest, StateThatIsThereAlreadyIsNotLogged) {
     log_verbose = 1;
-    ASSERT_GT(start().fd, 0);
+    ASSERT_GT(start(), 0);
     const std::size_t before = log().size();
-    EXPECT_EQ(gstvideo_resume_pipe(PIPE_TCP_STREAM), 0);
+    EXPECT_EQ(gstvideo_resume_pipe(PIPE_HTTP_STREAM), 0);
     EXPECT_EQ(log().size(), before);
     log_verbose = 0;
 }

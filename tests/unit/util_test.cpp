@@ -4,7 +4,7 @@
 #include "util/files.h"
 #include "util/text.h"
 #include "util/tools.h"
-#include "video/media_folder.h"
+#include "video/storage.h"
 
 #include <cinttypes>
 #include <csignal>

@@ -1,12 +1,31 @@
-// Settings of the video core.
+// Settings of the video core, and what its encoding types mean.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
-// What is encoded.
+// The sight's own scene and no-input picture.
+inline constexpr const char* DEFAULT_OVERLAY_FILE = "/opt/okr/osd_okr/qml/main.qml";
+inline constexpr const char* NO_INPUT_IMAGE = "/etc/no-video-input.png";
+
+// What the media branches encode.
+enum class medium { none, video, sound };
+
+// Encoding types, as clients and the settings file name them.
 inline constexpr std::int32_t ENC_TYPE_VIDEO_AND_AUDIO = 0;
 inline constexpr std::int32_t ENC_TYPE_VIDEO = 1;
 inline constexpr std::int32_t ENC_TYPE_AUDIO = 2;
+inline constexpr std::size_t ENC_TYPE_COUNT = 3;
+
+[[nodiscard]] constexpr bool is_enc_type(std::int32_t enc_type) {
+    return enc_type >= 0 && enc_type < static_cast<std::int32_t>(ENC_TYPE_COUNT);
+}
+
+// True when the encoding type includes the medium.
+[[nodiscard]] constexpr bool encodes(std::int32_t enc_type, medium what) {
+    return what == medium::video ? enc_type != ENC_TYPE_AUDIO
+                                 : what == medium::sound && enc_type != ENC_TYPE_VIDEO;
+}
 
 // main fills one from the configuration; gstvideo_init copies it whole.
 struct video_config {
@@ -27,8 +46,8 @@ struct video_config {
     std::int32_t profile = 0;  // non-zero: profiler element in the display pipe
 };
 
-// The video core's own copy, the only one read after gstvideo_init.
-extern video_config configs;
+// The video core's own copy, the only one read after gstvideo_init. Main thread only.
+inline constinit video_config configs;
 
 // Volume that corresponds to an amplification factor of 1.
 inline constexpr double mic_scale = 2.0;

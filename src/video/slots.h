@@ -1,4 +1,4 @@
-// The registry of pipes, as the modules that build pipes see it.
+// The registry of pipes, as the modules that build and end pipes see it.
 //
 // Each slot owns one reference to its pipeline and one to its bus, both released when the pipe is
 // destroyed. A slot is "created" exactly while it holds a pipeline.
@@ -21,17 +21,6 @@
 // Descriptor that is readable while the bus holds messages; the bus owns it.
 [[nodiscard]] int get_bus_filefd(GstBus* bus);
 
-// Starts a pipe: one that exists is returned as it is, else `build` fills the new pipeline and
-// sets it playing, returning 0. A build that fails leaves the slot created.
-template <class Build> [[nodiscard]] bus_handle start_pipe(int pipe, Build build) {
-    const bool existed = is_created(pipe) != 0;
-    const int fd = create_pipeline(pipe);
-    if (fd < 0 || existed) {
-        return {fd, pipe};
-    }
-    return {build(pipe_pipeline(pipe)) == 0 ? fd : -1, pipe};
-}
-
 // Changes an element's state and logs it at DEBUG. 0 when changed or already there; -1 when a
 // change is still in progress after a second, or the last one failed.
 int gstvideo_set_state(GstElement* element, GstState state);
@@ -43,13 +32,14 @@ GstStateChangeReturn query_state(GstElement* element, GstState& state);
 // True for a pipe that was asked to end and has not ended yet.
 [[nodiscard]] bool is_ending(int pipe);
 
-// Has `about_to_end` called with the number of each pipe that is going to end, before it is asked
-// to, or when it ends of its own accord. It may ask other pipes to end. Not called any more once
-// every pipe was asked to stop. One observer at a time.
-void observe_ends(void (*about_to_end)(int pipe));
-
-// Sends end-of-stream to a created pipe, once.
+// Sends end-of-stream to a created pipe, once. The last output takes the branches along.
 void send_eos(int pipe);
+
+// Releases the pipe after its end-of-stream message, by force if that message was our own.
+void destroy_pipe(int pipe, bool is_forced);
+
+// Stops the pipe's elements and sets them playing again. If it was asked to end, it is asked again.
+void restart_pipe(int pipe);
 
 // Handles one bus message. 1 when the pipe has ended, else 0.
 [[nodiscard]] int message_handle(GstMessage* message, int pipe);

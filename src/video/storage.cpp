@@ -1,5 +1,5 @@
 // Getting what was written into a media folder to storage.
-#include "video/media_folder.h"
+#include "video/storage.h"
 
 #include "core/imem.h"
 #include "util/files.h"
@@ -12,6 +12,10 @@
 #include <unistd.h>
 
 namespace {
+
+// Location pattern of the recording that is being written, until its files have reached storage.
+// Owned; a plain pointer since nothing static may be destroyed at exit.
+char* record_file = nullptr;
 
 struct folder_closer {
     void operator()(DIR* folder) const noexcept { closedir(folder); }
@@ -66,4 +70,16 @@ void flush_folder_of_file(const char* path) {
     flush_media_files(folder);
     flush_file(folder);
     sync();
+}
+
+void record_file_set(const char* location_pattern) {
+    const malloc_text previous{record_file};
+    record_file = estrdup(location_pattern).release();
+}
+
+void record_file_finish() {
+    if (const malloc_text finished{record_file}) {
+        record_file = nullptr;
+        flush_folder_of_file(finished.get());
+    }
 }
