@@ -2,13 +2,12 @@
 #include "video/storage.h"
 
 #include "core/imem.h"
+#include "util/file_owners.h"
 #include "util/files.h"
 #include "util/sysroot.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <libgen.h>
-#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -16,10 +15,6 @@ namespace {
 // Location pattern of the recording that is being written, until its files have reached storage.
 // Owned; a plain pointer since nothing static may be destroyed at exit.
 char* record_file = nullptr;
-
-struct folder_closer {
-    void operator()(DIR* folder) const noexcept { closedir(folder); }
-};
 
 // Changes into a folder for its lifetime. The way back is kept as a descriptor, so no length of
 // path is too long for it.
@@ -51,7 +46,7 @@ void flush_media_files(const char* folder_path) {
     if (!inside.entered()) {
         return;
     }
-    const std::unique_ptr<DIR, folder_closer> folder{opendir(".")};
+    const folder_owner folder{opendir(".")};
     if (!folder) {
         return;
     }
