@@ -3,6 +3,7 @@
 
 #include "attribute_memory.h"
 #include "scene_log.h"
+#include "scene_stage.h"
 #include "scene_thread.h"
 #include "scene_watch.h"
 #include "sysroot_urls.h"
@@ -10,15 +11,11 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QGuiApplication>
-#include <QImage>
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQmlProperty>
 #include <QQuickItem>
-#include <QQuickRenderControl>
-#include <QQuickRenderTarget>
-#include <QQuickWindow>
 #include <QTemporaryFile>
 #include <QTimer>
 
@@ -114,7 +111,7 @@ constexpr int warm_up_ms = 2000;
 // A loaded scene; scene thread only.
 class rendered_scene {
 public:
-    explicit rendered_scene(scene_output& output) : output_(output), window_(control_.get()) {
+    explicit rendered_scene(scene_output& output) : output_(output) {
         timer_.setSingleShot(true);
         timer_.setInterval(frame_ms);
         QObject::connect(&timer_, &QTimer::timeout, [this] { render(); });
@@ -123,12 +120,9 @@ public:
                 timer_.start();
             }
         };
-        QObject::connect(control_.get(), &QQuickRenderControl::renderRequested, render_soon);
-        QObject::connect(control_.get(), &QQuickRenderControl::sceneChanged, render_soon);
-        window_.setColor(Qt::transparent);
-        window_.setGeometry(0, 0, overlay_width, overlay_height);
-        window_.contentItem()->setSize(QSizeF(overlay_width, overlay_height));
-        window_.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&image_));
+        QQuickRenderControl* const control = stage_->control();
+        QObject::connect(control, &QQuickRenderControl::renderRequested, &timer_, render_soon);
+        QObject::connect(control, &QQuickRenderControl::sceneChanged, &timer_, render_soon);
         engine_.setOutputWarningsToStandardError(false);
         QObject::connect(&engine_, &QQmlEngine::warnings, [](const QList<QQmlError>& errors) {
             for (const QQmlError& error : errors) {
@@ -137,19 +131,6 @@ public:
         });
         engine_.addUrlInterceptor(&urls_);
         engine_.setNetworkAccessManagerFactory(&files_);
-        image_.fill(Qt::transparent);
-    }
-
-    // Qt Quick wants this order: the items, what renders, the engine last. What was drawn for the
-    // items is released by a frame without them; without that it would be lost, a megabyte a scene.
-    ~rendered_scene() {
-        timer_.stop();
-        root_.reset();
-        control_->polishItems();
-        control_->beginFrame();
-        control_->sync();
-        control_->endFrame();
-        control_.reset();
     }
 
     rendered_scene(const rendered_scene&) = delete;
@@ -192,13 +173,7 @@ public:
     }
 
     void render() {
-        control_->polishItems();
-        control_->beginFrame();
-        control_->sync();
-        control_->render();
-        control_->endFrame();
-        const auto* const pixels = reinterpret_cast<const std::uint32_t*>(image_.constBits());
-        output_.show(std::make_shared<overlay_picture>(std::span(pixels, overlay_pixels)));
+        output_.show(std::make_shared<overlay_picture>(stage_->draw()));
         GST_LOG("rendered");
     }
 
@@ -209,7 +184,7 @@ private:
             output_.warn(error.toString());
         }
         if (auto* const item = qobject_cast<QQuickItem*>(root_.get())) {
-            item->setParentItem(window_.contentItem());
+            item->setParentItem(stage_->floor());
         } else if (root_) {
             output_.warn(component.url().toString() + QStringLiteral(": the scene is no Item"));
         }
@@ -222,10 +197,9 @@ private:
     scene_output& output_;
     sysroot_urls urls_;
     sysroot_files files_{urls_};
-    QImage image_{overlay_width, overlay_height, QImage::Format_ARGB32_Premultiplied};
+    // In the order that Qt Quick wants: the items go first, then what renders, the engine last.
     QQmlEngine engine_;
-    std::unique_ptr<QQuickRenderControl> control_ = std::make_unique<QQuickRenderControl>();
-    QQuickWindow window_;
+    scene_stage_owner stage_ = take_scene_stage();
     QTimer timer_;
     std::unique_ptr<QObject> root_;
 };
@@ -247,6 +221,7 @@ void drop_all_scenes() {
     for (scene_output* output : live_outputs()) {
         drop_scene(*output);
     }
+    drop_idle_scene_stages();
 }
 
 // Whoever looks sees the scene before, until this one is in the state that the texts say.

@@ -18,7 +18,7 @@ constexpr bool MEMORY_COUNTS = false;
 #else
 constexpr bool MEMORY_COUNTS = true;
 #endif
-// Qt, in the simulated overlay, keeps some of each scene: so much is no leak of the daemon's.
+// Raw pictures that happen to be on their way take three megabytes each.
 constexpr long SPARE_MEMORY_KB = 12 * 1024;
 // Of what is held at first.
 constexpr long SPARE_MEMORY_PART = 20;

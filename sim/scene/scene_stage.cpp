@@ -1,0 +1,76 @@
+// What renders scenes, and the stages that wait for the next one.
+#include "scene_stage.h"
+
+#include <QQuickItem>
+#include <QQuickRenderTarget>
+
+#include <vector>
+
+namespace sim {
+namespace {
+
+// Leaked: nothing of Qt is destroyed while the process exits.
+std::vector<std::unique_ptr<scene_stage>>& idle_stages() {
+    static auto* const stages = new std::vector<std::unique_ptr<scene_stage>>;
+    return *stages;
+}
+
+} // namespace
+
+scene_stage::scene_stage() {
+    window_.setColor(Qt::transparent);
+    window_.setGeometry(0, 0, overlay_width, overlay_height);
+    window_.contentItem()->setSize(QSizeF(overlay_width, overlay_height));
+    window_.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&image_));
+    image_.fill(Qt::transparent);
+}
+
+// Qt Quick wants the control to go before its window.
+scene_stage::~scene_stage() {
+    control_.reset();
+}
+
+void scene_stage::frame(bool drawn) {
+    control_->polishItems();
+    control_->beginFrame();
+    control_->sync();
+    if (drawn) {
+        control_->render();
+    }
+    control_->endFrame();
+}
+
+std::span<const std::uint32_t> scene_stage::draw() {
+    frame(true);
+    return {reinterpret_cast<const std::uint32_t*>(image_.constBits()), overlay_pixels};
+}
+
+// The first frame releases what was drawn for the items, the second the textures of pictures that
+// Qt would keep by their names for half a minute.
+void scene_stage::clear() {
+    frame(false);
+    window_.releaseResources();
+    frame(false);
+    image_.fill(Qt::transparent); // what changes is drawn over what is there
+}
+
+void scene_stage_release::operator()(scene_stage* stage) const noexcept {
+    stage->clear();
+    idle_stages().emplace_back(stage);
+}
+
+scene_stage_owner take_scene_stage() {
+    std::vector<std::unique_ptr<scene_stage>>& idle = idle_stages();
+    if (idle.empty()) {
+        return scene_stage_owner{new scene_stage};
+    }
+    scene_stage_owner stage{idle.back().release()};
+    idle.pop_back();
+    return stage;
+}
+
+void drop_idle_scene_stages() {
+    idle_stages().clear();
+}
+
+} // namespace sim
