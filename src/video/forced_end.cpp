@@ -2,6 +2,7 @@
 // own on its bus, so that whoever is asked to end does end.
 #include "video/forced_end.h"
 
+#include "util/never_destroyed.h"
 #include "video/registry.h"
 
 #include <array>
@@ -17,17 +18,23 @@ constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
 // A stop of all pipes may take six seconds in all.
 constexpr std::chrono::milliseconds SHUT_DOWN_TIMEOUT{500};
 
-// A timer on GStreamer's own clock thread.
+struct clock_id_release {
+    void operator()(GstClockID id) const noexcept {
+        gst_clock_id_unschedule(id);
+        gst_clock_id_unref(id);
+    }
+};
+
+// A timer on GStreamer's own clock thread; it is called off when it is destroyed.
 struct end_timer {
-    GstClockID id = nullptr;
+    std::unique_ptr<void, clock_id_release> id;
     GstClockTime due = GST_CLOCK_TIME_NONE;
 };
 
-// Owned identifiers, in a plain array since nothing static may be destroyed at exit.
-std::array<end_timer, PIPE_COUNT> end_timers{};
+constinit never_destroyed<std::array<end_timer, PIPE_COUNT>> end_timers;
 
 end_timer& timer_of(int pipe) {
-    return end_timers.at(static_cast<std::size_t>(pipe));
+    return end_timers->at(static_cast<std::size_t>(pipe));
 }
 
 // Runs on GStreamer's clock thread and so only speaks through the bus, as streaming threads do.
@@ -59,8 +66,9 @@ GstClockTime forced_end_due_from_now() {
 
 void forced_end_arm(int pipe, GstBus* bus, GstClockTime due) {
     end_timer& timer = timer_of(pipe);
-    timer = {gst_clock_new_single_shot_id(system_clock().get(), due), due};
-    gst_clock_id_wait_async(timer.id, post_end, gst_object_ref(bus), gst_object_unref);
+    timer.id.reset(gst_clock_new_single_shot_id(system_clock().get(), due));
+    timer.due = due;
+    gst_clock_id_wait_async(timer.id.get(), post_end, gst_object_ref(bus), gst_object_unref);
 }
 
 // A pipeline's own message names it as the source.
@@ -71,7 +79,7 @@ bool forced_end_is(GstMessage* message) {
 bool forced_end_shut_down(GstElement* pipeline) {
     auto done = std::make_shared<std::promise<void>>();
     const std::future<void> waiting = done->get_future();
-    gst_owned<GstElement> kept{GST_ELEMENT(gst_object_ref(pipeline))};
+    gst_owned<GstElement> kept = own_shared(pipeline);
     std::thread{[done = std::move(done), kept = std::move(kept)]() mutable {
         // Wakes what waits for room or for data.
         gst_element_send_event(kept.get(), gst_event_new_flush_start());
@@ -85,15 +93,10 @@ bool forced_end_shut_down(GstElement* pipeline) {
 }
 
 GstClockTime forced_end_disarm(int pipe) {
-    const end_timer armed = std::exchange(timer_of(pipe), {});
-    if (armed.id != nullptr) {
-        gst_clock_id_unschedule(armed.id);
-        gst_clock_id_unref(armed.id);
-    }
-    return armed.due;
+    return std::exchange(timer_of(pipe), {}).due;
 }
 
 bool forced_end_is_overdue(int pipe) {
     const end_timer& timer = timer_of(pipe);
-    return timer.id != nullptr && gst_clock_get_time(system_clock().get()) > timer.due;
+    return timer.id && gst_clock_get_time(system_clock().get()) > timer.due;
 }

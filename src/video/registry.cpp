@@ -2,6 +2,7 @@
 #include "video/registry.h"
 
 #include "core/log.h"
+#include "util/never_destroyed.h"
 #include "video/forced_end.h"
 #include "video/pipes.h"
 #include "video/slots.h"
@@ -9,23 +10,27 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace {
 
 // Longest wait for a state change in progress: clients and buttons wait meanwhile.
 constexpr GstClockTime STATE_QUERY_TIMEOUT = GST_SECOND;
 
-// Owned references, in plain arrays since nothing static may be destroyed at exit.
-std::array<GstElement*, PIPE_COUNT> pipes{};
-std::array<GstBus*, PIPE_COUNT> buses{};
+constinit never_destroyed<std::array<gst_owned<GstElement>, PIPE_COUNT>> pipes;
+constinit never_destroyed<std::array<gst_owned<GstBus>, PIPE_COUNT>> buses;
 std::array<int, PIPE_COUNT> eos_events{};
 // Set once every pipe was asked to stop: nothing starts from then on.
 bool stopping = false;
 // Set once a pipe could not be shut down.
 bool is_any_stuck = false;
 
-template <class Array> auto& at(Array& array, int pipe) {
-    return array.at(static_cast<std::size_t>(pipe));
+GstBus* bus_of(int pipe) {
+    return buses->at(static_cast<std::size_t>(pipe)).get();
+}
+
+int& eos_event_of(int pipe) {
+    return eos_events.at(static_cast<std::size_t>(pipe));
 }
 
 // A microphone would bring a clock of its own, and each pipeline would count from its own start.
@@ -40,13 +45,13 @@ void share_time(GstElement* pipeline) {
 
 // The element or pipeline at which end-of-stream goes in.
 gst_owned<GstElement> end_target(int pipe) {
-    GstElement* const pipeline = at(pipes, pipe);
+    GstElement* const pipeline = pipe_pipeline(pipe);
     if (const char* const element = pipe_row_of(pipe).end_element) {
         if (GstElement* const inside = gst_bin_get_by_name(GST_BIN(pipeline), element)) {
             return gst_owned<GstElement>{inside};
         }
     }
-    return gst_owned<GstElement>{GST_ELEMENT(gst_object_ref(pipeline))};
+    return own_shared(pipeline);
 }
 
 bool is_running_output(const pipe_row& row) {
@@ -81,11 +86,11 @@ void resume_when_paused(GstElement* pipeline) {
 }
 
 int pause_pipe(int pipe) {
-    return gstvideo_set_state(at(pipes, pipe), GST_STATE_PAUSED);
+    return gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PAUSED);
 }
 
 int resume_pipe(int pipe) {
-    return gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
+    return gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
 }
 
 // A pipeline must not be released in any other state.
@@ -99,7 +104,7 @@ void shut_down(GstElement* pipeline) {
 // comes, and so would whoever shuts it down: the splitting sink that could not open its first file
 // does that.
 void shut_down_by_force(int pipe) {
-    if (!forced_end_shut_down(at(pipes, pipe))) {
+    if (!forced_end_shut_down(pipe_pipeline(pipe))) {
         is_any_stuck = true;
         log_message(LEVEL_WARN, "Pipe %d is stuck, going on without it", pipe);
     }
@@ -128,33 +133,33 @@ const char* pipe_short_name(int pipe) {
 }
 
 int is_created(int pipe) {
-    return at(pipes, pipe) != nullptr ? 1 : 0;
+    return pipe_pipeline(pipe) != nullptr ? 1 : 0;
 }
 
 GstElement* pipe_pipeline(int pipe) {
-    return at(pipes, pipe);
+    return pipes->at(static_cast<std::size_t>(pipe)).get();
 }
 
 int create_pipeline(int pipe) {
     if (is_created(pipe) != 0) {
-        return get_bus_filefd(at(buses, pipe));
+        return get_bus_filefd(bus_of(pipe));
     }
     if (stopping) {
         return -1;
     }
-    gst_owned<GstElement> pipeline =
-        own_floating(gst_pipeline_new(pipe_row_of(pipe).pipeline_name));
+    const pipe_row& row = pipe_row_of(pipe);
+    gst_owned<GstElement> pipeline = own_floating(gst_pipeline_new(row.pipeline_name));
     if (!pipeline) {
         return -1;
     }
-    at(buses, pipe) = gst_pipeline_get_bus(GST_PIPELINE(pipeline.get()));
+    buses->at(row.number).reset(gst_pipeline_get_bus(GST_PIPELINE(pipeline.get())));
     share_time(pipeline.get());
-    at(pipes, pipe) = pipeline.release();
-    return get_bus_filefd(at(buses, pipe));
+    pipes->at(row.number) = std::move(pipeline);
+    return get_bus_filefd(bus_of(pipe));
 }
 
 bool is_ending(int pipe) {
-    return is_created(pipe) != 0 && at(eos_events, pipe) != 0;
+    return is_created(pipe) != 0 && eos_event_of(pipe) != 0;
 }
 
 int get_bus_filefd(GstBus* bus) {
@@ -164,10 +169,10 @@ int get_bus_filefd(GstBus* bus) {
 }
 
 int gstvideo_process_message(int pipe) {
-    if (at(buses, pipe) == nullptr) {
+    if (bus_of(pipe) == nullptr) {
         return 1;
     }
-    const gst_message_owned message{gst_bus_pop(at(buses, pipe))};
+    const gst_message_owned message{gst_bus_pop(bus_of(pipe))};
     return message ? message_handle(message.get(), pipe) : 0;
 }
 
@@ -197,16 +202,16 @@ int gstvideo_set_state(GstElement* element, GstState state) {
 }
 
 void send_eos(int pipe) {
-    if (at(eos_events, pipe) != 0) {
+    if (eos_event_of(pipe) != 0) {
         log_message(LEVEL_INFO, "EOS to pipe: %d already sent.", pipe);
         return;
     }
     end_branches_with_last_output(pipe_row_of(pipe));
     log_message(LEVEL_INFO, "Sending eos on pipe: %d", pipe);
     gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
-    at(eos_events, pipe) = 1;
-    resume_when_paused(at(pipes, pipe));
-    forced_end_arm(pipe, at(buses, pipe), forced_end_due_from_now());
+    eos_event_of(pipe) = 1;
+    resume_when_paused(pipe_pipeline(pipe));
+    forced_end_arm(pipe, bus_of(pipe), forced_end_due_from_now());
 }
 
 void destroy_pipe(int pipe, bool is_forced) {
@@ -217,16 +222,14 @@ void destroy_pipe(int pipe, bool is_forced) {
     if (is_forced) {
         shut_down_by_force(pipe);
     } else {
-        shut_down(at(pipes, pipe));
+        shut_down(pipe_pipeline(pipe));
     }
-    gst_object_unref(at(buses, pipe));
-    gst_object_unref(at(pipes, pipe));
-    at(buses, pipe) = nullptr;
-    at(pipes, pipe) = nullptr;
+    buses->at(row.number).reset();
+    pipes->at(row.number).reset();
     if (row.records) {
         record_file_finish();
     }
-    at(eos_events, pipe) = 0;
+    eos_event_of(pipe) = 0;
     if (!was_asked) {
         end_branches_with_last_output(row);
     }
@@ -236,13 +239,13 @@ void destroy_pipe(int pipe, bool is_forced) {
 // message that forces its end. That keeps its time, however often the pipe is restarted.
 void restart_pipe(int pipe) {
     log_message(LEVEL_INFO, "event detected");
-    const bool ending = at(eos_events, pipe) != 0;
+    const bool ending = eos_event_of(pipe) != 0;
     const GstClockTime due = forced_end_disarm(pipe);
-    gstvideo_set_state(at(pipes, pipe), GST_STATE_NULL);
-    gstvideo_set_state(at(pipes, pipe), GST_STATE_PLAYING);
+    gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_NULL);
+    gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
     if (ending) {
         gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
-        forced_end_arm(pipe, at(buses, pipe), due);
+        forced_end_arm(pipe, bus_of(pipe), due);
     }
 }
 
@@ -292,8 +295,8 @@ int gstvideo_is_playing(int pipe) {
 
 void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle)) {
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
-        while (forced_end_is_overdue(pipe) && gst_bus_have_pending(at(buses, pipe)) != FALSE) {
-            const int fd = get_bus_filefd(at(buses, pipe));
+        while (forced_end_is_overdue(pipe) && gst_bus_have_pending(bus_of(pipe)) != FALSE) {
+            const int fd = get_bus_filefd(bus_of(pipe));
             if (gstvideo_process_message(pipe) != 0) {
                 ended({fd, pipe});
             }

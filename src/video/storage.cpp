@@ -4,17 +4,18 @@
 #include "core/imem.h"
 #include "util/file_owners.h"
 #include "util/files.h"
+#include "util/never_destroyed.h"
 #include "util/sysroot.h"
 
 #include <fcntl.h>
 #include <libgen.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 // Location pattern of the recording that is being written, until its files have reached storage.
-// Owned; a plain pointer since nothing static may be destroyed at exit.
-char* record_file = nullptr;
+constinit never_destroyed<malloc_text> record_file;
 
 // Changes into a folder for its lifetime. The way back is kept as a descriptor, so no length of
 // path is too long for it.
@@ -68,13 +69,11 @@ void flush_folder_of_file(const char* path) {
 }
 
 void record_file_set(const char* location_pattern) {
-    const malloc_text previous{record_file};
-    record_file = estrdup(location_pattern).release();
+    *record_file = estrdup(location_pattern);
 }
 
 void record_file_finish() {
-    if (const malloc_text finished{record_file}) {
-        record_file = nullptr;
+    if (const malloc_text finished = std::move(*record_file)) {
         flush_folder_of_file(finished.get());
     }
 }
