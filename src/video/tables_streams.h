@@ -69,10 +69,10 @@ constexpr std::array http_elements = std::to_array<element_row>({
 });
 
 constexpr std::array http_properties =
-    join_rows(listens_to("http-vid-src", STREAM_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH),
-              std::to_array<property_row>({
+    join_rows(std::to_array<property_row>({
                   {.element = "http-sink", .property = "location", .value = &start_arguments::url},
-              }));
+              }),
+              listens_to("http-vid-src", STREAM_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH));
 
 // --- Pipes -----------------------------------------------------------------------------------
 
