@@ -31,22 +31,27 @@ constexpr std::array tcp_video_elements = std::to_array<element_row>({
     {.factory = "queue", .name = "tcp-vid-queue"},
 });
 
+constexpr std::array<std::string_view, 2> tcp_video_creation{"tcp-vid-queue", "tcp-vid-ipsrc"};
+
 constexpr std::array tcp_video_properties =
-    join_rows(listens_to("tcp-vid-ipsrc", STREAM_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH),
-              holds_newest("tcp-vid-queue"));
+    join_rows(holds_newest("tcp-vid-queue"),
+              listens_to("tcp-vid-ipsrc", STREAM_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH));
 
 constexpr std::array tcp_audio_elements = std::to_array<element_row>({
     {.factory = "interpipesrc", .name = "tcp-aud-ipsrc"},
     {.factory = "queue", .name = "tcp-aud-queue"},
 });
 
+constexpr std::array<std::string_view, 2> tcp_audio_creation{"tcp-aud-queue", "tcp-aud-ipsrc"};
+
 constexpr std::array tcp_audio_properties =
-    join_rows(listens_to("tcp-aud-ipsrc", AUD_ENC_SINK, STREAM_SYNC_PASS_THROUGH),
-              holds_newest("tcp-aud-queue"));
+    join_rows(holds_newest("tcp-aud-queue"),
+              listens_to("tcp-aud-ipsrc", AUD_ENC_SINK, STREAM_SYNC_PASS_THROUGH));
 
 constexpr std::array tcp_inputs = std::to_array<muxer_input>({
     {.carries = medium::video,
      .chain = {.elements = tcp_video_elements,
+               .creation = tcp_video_creation,
                .properties = tcp_video_properties,
                .create_failed = TCP_CREATE_FAILED,
                .link_failed = TCP_LINK_FAILED},
@@ -54,6 +59,7 @@ constexpr std::array tcp_inputs = std::to_array<muxer_input>({
      .pad_failed = "Failed to link video pad of the stream mux.\n"},
     {.carries = medium::sound,
      .chain = {.elements = tcp_audio_elements,
+               .creation = tcp_audio_creation,
                .properties = tcp_audio_properties,
                .create_failed = TCP_CREATE_FAILED,
                .link_failed = TCP_LINK_FAILED},
