@@ -43,6 +43,9 @@ std::optional<bus_list> start_output(int pipe, const start_arguments& arguments)
     if (!may_start(output)) {
         return std::nullopt;
     }
+    if (output.records) {
+        record_file_set(arguments.location_pattern);
+    }
     bus_list list{};
     auto entry = list.begin();
     for (const pipe_enum branch : output.branches) {
@@ -52,13 +55,7 @@ std::optional<bus_list> start_output(int pipe, const start_arguments& arguments)
     }
     *entry = start_pipe(pipe, arguments);
     const auto failed = [](const bus_handle& handle) { return handle.fd < 0; };
-    if (std::ranges::any_of(list, failed)) {
-        return std::nullopt;
-    }
-    if (output.records) {
-        record_file_set(arguments.location_pattern);
-    }
-    return list;
+    return std::ranges::any_of(list, failed) ? std::nullopt : std::optional{list};
 }
 
 int stop_output(int pipe) {
