@@ -78,7 +78,7 @@ struct element_chain {
     std::span<const std::string_view> creation = {}; // names in creation order; empty: as linked
     std::span<const property_row> properties;        // in the order they are set
     const char* create_failed = nullptr;             // ERROR text
-    const char* link_failed = nullptr;               // ERROR text
+    const char* link_failed = nullptr; // ERROR text; null: a single element is linked to none
 };
 
 // Most elements a chain may have.
@@ -96,7 +96,10 @@ constexpr bool is_sound(const element_chain& chain) {
         const auto* const other = std::get_if<element_named>(&row.value);
         return is_there(row.element) && (other == nullptr || is_there(other->name));
     };
-    return std::ranges::all_of(chain.creation, is_there) &&
+    const auto is_linked = [](const element_row& row) { return !row.inside_another; };
+    const bool has_links = std::ranges::count_if(chain.elements, is_linked) > 1;
+    return has_links == (chain.link_failed != nullptr) &&
+           std::ranges::all_of(chain.creation, is_there) &&
            std::ranges::all_of(chain.properties, is_set) &&
            (chain.creation.empty() || chain.creation.size() == chain.elements.size()) &&
            chain.elements.size() <= CHAIN_ELEMENTS_MAX;

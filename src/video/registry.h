@@ -58,9 +58,8 @@ void gstvideo_stop_all_pipes();
 // 1 when the pipe exists, whatever state its elements are in, else 0.
 [[nodiscard]] int gstvideo_is_playing(int pipe);
 
-// Bus descriptors of pipes that were asked to end so long ago that their end was forced. Such a
-// pipe's messages are worth handling even if its bus could not be registered. Ends what can be
-// ended and calls `ended` with the descriptor of each.
+// Handles the messages of pipes whose end is overdue, also of those whose bus could not be
+// registered, and calls `ended` with the bus of each that ends by it.
 void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle));
 
 // Releases GStreamer.

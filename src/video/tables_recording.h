@@ -5,7 +5,6 @@
 #include "video/transport.h"
 
 constexpr const char* RECORD_CREATE_FAILED = "One element could not be created in the record pipe.";
-constexpr const char* RECORD_LINK_FAILED = "Failed to link elements in the record pipe";
 
 // --- Muxer and files -------------------------------------------------------------------------
 
@@ -46,16 +45,14 @@ constexpr std::array record_inputs = std::to_array<muxer_input>({
     {.carries = medium::video,
      .chain = {.elements = record_video_elements,
                .properties = record_video_properties,
-               .create_failed = RECORD_CREATE_FAILED,
-               .link_failed = RECORD_LINK_FAILED},
+               .create_failed = RECORD_CREATE_FAILED},
      .pad_template = "video",
      .pad_name = "video",
      .pad_failed = "Failed to link video pad of the record mux.\n"},
     {.carries = medium::sound,
      .chain = {.elements = record_audio_elements,
                .properties = record_audio_properties,
-               .create_failed = RECORD_CREATE_FAILED,
-               .link_failed = RECORD_LINK_FAILED},
+               .create_failed = RECORD_CREATE_FAILED},
      .pad_template = "audio_%u",
      .pad_name = "audio_%u",
      .pad_failed = "Failed to link audio pad of the record mux.\n"},
@@ -74,8 +71,7 @@ constexpr std::array recording_pipes = std::to_array<pipe_row>({
         .purpose = "recording",
         .chain = {.elements = record_elements,
                   .properties = record_properties,
-                  .create_failed = RECORD_CREATE_FAILED,
-                  .link_failed = RECORD_LINK_FAILED},
+                  .create_failed = RECORD_CREATE_FAILED},
         .creating = "Creating record branch.. ",
         .branches = record_branches,
         .muxer = "vid-sink",
