@@ -25,7 +25,7 @@ struct pipe_row {
     pipe_enum number = PIPE_COUNT;
     const char* short_name = nullptr; // in the names of graph files
     const char* pipeline_name = nullptr;
-    const char* purpose = nullptr; // for people: the documents print it
+    const char* purpose = nullptr; // what it carries, for documents and drawings
     element_chain chain;
 
     // INFO text when building begins; null: none.

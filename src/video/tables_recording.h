@@ -68,7 +68,7 @@ constexpr std::array recording_pipes = std::to_array<pipe_row>({
         .number = PIPE_RECORD,
         .short_name = "record",
         .pipeline_name = "record-pipe",
-        .purpose = "recording",
+        .purpose = "the recording",
         .chain = {.elements = record_elements,
                   .properties = record_properties,
                   .create_failed = RECORD_CREATE_FAILED},

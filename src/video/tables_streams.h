@@ -92,7 +92,7 @@ constexpr std::array stream_pipes = std::to_array<pipe_row>({
         .number = PIPE_TCP_STREAM,
         .short_name = "tcp-stream",
         .pipeline_name = "stream-pipe",
-        .purpose = "TCP stream",
+        .purpose = "the TCP stream",
         .chain = {.elements = tcp_elements,
                   .properties = tcp_properties,
                   .create_failed = TCP_CREATE_FAILED,
@@ -106,7 +106,7 @@ constexpr std::array stream_pipes = std::to_array<pipe_row>({
         .number = PIPE_HTTP_STREAM,
         .short_name = "http_stream",
         .pipeline_name = "http-stream-pipe",
-        .purpose = "HTTP push",
+        .purpose = "the HTTP push",
         .chain = {.elements = http_elements,
                   .properties = http_properties,
                   .create_failed =

@@ -6,7 +6,7 @@
 #include "osd/redis_message_broker.h"
 #include "support/temp_folder.h"
 #include "util/value_tables.h"
-#include "video/registry.h"
+#include "video/pipes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -120,8 +120,10 @@ TEST(ProtocolDocumentTest, ShowsTheValueTables) {
     for (std::size_t i = 0; i < reticle_colors.size(); ++i) {
         EXPECT_THAT(values, HasSubstr(joined("| ", i, " | `", reticle_colors.at(i), "` |")));
     }
-    for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
-        EXPECT_THAT(values, HasSubstr(joined("| ", pipe, " | `", pipe_short_name(pipe), "` |")));
+    for (const pipe_row& row : pipe_rows()) {
+        const int number = row.number;
+        EXPECT_THAT(values, HasSubstr(joined("| ", number, " | `", row.short_name, "` | ",
+                                             row.purpose, " |\n")));
     }
 }
 
