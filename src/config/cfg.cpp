@@ -1,4 +1,4 @@
-// The settings record, its key table, and the configuration file's reader and writer.
+// The settings that apply, and the configuration file's reader and writer.
 #include "config/cfg.h"
 
 #include "core/log.h"
@@ -110,12 +110,30 @@ void append_value(text_buffer& text, const char* key, const char* value) {
     text.append("%s=%s\n", key, value);
 }
 
-void correct_index(const char* key, std::int32_t& index, std::size_t size) {
-    if (index < 0 || static_cast<std::size_t>(index) >= size) {
-        log_message(LEVEL_WARN, "%s=%d selects no entry, using 0", key, static_cast<int>(index));
+void correct_index(const parse_row& row, std::int32_t settings::*field) {
+    std::int32_t& index = global_config.*field;
+    if (row.range.selects_entry && !row.range.holds(index)) {
+        log_message(LEVEL_WARN, "%s=%d selects no entry, using 0", row.key,
+                    static_cast<int>(index));
         index = 0;
     }
 }
+
+constexpr bool is_in(const value_range& range, double value) {
+    return range.holds(value);
+}
+
+constexpr bool is_in(const value_range& /*range*/, const char* /*value*/) {
+    return true;
+}
+
+constexpr bool defaults_are_in_range() {
+    return std::ranges::all_of(parse_table, [](const parse_row& row) {
+        return std::visit([&](auto field) { return is_in(row.range, settings{}.*field); },
+                          row.field);
+    });
+}
+static_assert(defaults_are_in_range());
 
 } // namespace
 
@@ -135,9 +153,11 @@ int cfg_read_config(const char* path) {
 }
 
 void cfg_correct_indices() {
-    correct_index("luminance", global_config.luminance, LUM_VALUE_SIZE);
-    correct_index("reticle_source", global_config.reticle_source, RETICLE_SRCS_SIZE);
-    correct_index("reticle_color", global_config.reticle_color, RETICLE_COLORS_SIZE);
+    for (const parse_row& row : parse_table) {
+        if (const auto* const field = std::get_if<std::int32_t settings::*>(&row.field)) {
+            correct_index(row, *field);
+        }
+    }
 }
 
 int cfg_parse(const char* path) {

@@ -17,7 +17,6 @@ namespace {
 
 // 2.25 MiB, more than a picture of the display takes.
 constexpr std::uint64_t SNAPSHOT_BYTES = 2'359'296;
-constexpr int ENC_TYPE_MAX = 2;
 constexpr const char* GRAPH_FOLDER = "/home/root/";
 
 // The folder of that name in the media folder, created; none when its path can't be built.
@@ -103,7 +102,7 @@ int ac_make_snapshot() {
 }
 
 int ac_set_enc_type(int type) {
-    if (type < 0 || type > ENC_TYPE_MAX) {
+    if (!range_of(&settings::enc_type).holds(type)) {
         return 1;
     }
     if (type == global_config.enc_type) {

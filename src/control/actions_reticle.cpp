@@ -72,7 +72,7 @@ void ac_update_reticle_src(int index) {
 }
 
 int ac_update_reticle_color(int index) {
-    if (index < 0 || static_cast<std::size_t>(index) >= RETICLE_COLORS_SIZE) {
+    if (!range_of(&settings::reticle_color).holds(index)) {
         return 1;
     }
     store(global_config.reticle_color, std::int32_t{index});
@@ -83,8 +83,7 @@ int ac_update_reticle_color(int index) {
 }
 
 int ac_update_reticle_opacity(double opacity) {
-    // Written so that what is no number is refused, too.
-    if (!(opacity >= 0.0 && opacity <= 1.0)) {
+    if (!range_of(&settings::reticle_opacity).holds(opacity)) {
         return 1;
     }
     store(global_config.reticle_opacity, opacity);

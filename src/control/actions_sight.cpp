@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr int NUC_TYPE_MAX = 3;
 // Indices into zoom_values and pip_values of what the zoom button applied last.
 int zoom_value_index = 0;
 int pip_index_value = 0;
@@ -101,7 +100,7 @@ int ac_exec_pip_cmd(int factor) {
 }
 
 int ac_exec_luminance_cmd(int index) {
-    if (index < 0 || static_cast<std::size_t>(index) >= LUM_VALUE_SIZE) {
+    if (!range_of(&settings::luminance).holds(index)) {
         return 1;
     }
     if (index != global_config.luminance) {
@@ -135,7 +134,7 @@ int ac_exec_nuc_cmd(int show_icon) {
 }
 
 int ac_update_nuc_type(int type) {
-    if (type < 0 || type > NUC_TYPE_MAX) {
+    if (!range_of(&settings::nuc_type).holds(type)) {
         return 1;
     }
     if (type != global_config.nuc_type) {

@@ -1,10 +1,12 @@
 // The daemon's command line: options, help text and version banner.
 #pragma once
 
-// What the options said; texts are borrowed from the argument vector, null when not given.
+#include "config/settings.h"
+
+// What the options said; texts are borrowed from the argument vector. Null: not given.
 struct cmdline_options {
     const char* app_name = nullptr; // as the program was invoked
-    const char* conf_file_name = nullptr;
+    const char* conf_file_name = DEFAULT_CONF_FILE;
     const char* log_file_name = nullptr;
     const char* pid_file_name = nullptr;
     bool start_daemonized = false;

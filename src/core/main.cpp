@@ -35,7 +35,6 @@
 
 namespace {
 
-constexpr const char* DEFAULT_CONF_FILE = "/etc/vtrdc.conf";
 constexpr std::int64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
 
 cmdline_options options;
@@ -81,8 +80,7 @@ template <class Call> double processor_seconds(Call call) {
 }
 
 int read_conf_file() {
-    const char* const path =
-        options.conf_file_name != nullptr ? options.conf_file_name : DEFAULT_CONF_FILE;
+    const char* const path = options.conf_file_name;
     log_message(LEVEL_INFO, "Reading file '%s' as configuration..", path);
     const int result = cfg_read_config(path);
     if (result != 0) {

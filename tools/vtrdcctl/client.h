@@ -1,6 +1,7 @@
 // Running commands: asking the daemon, and writing its answers.
 #pragma once
 
+#include "config/settings.h"
 #include "vtrdcctl/connection.h"
 #include "vtrdcctl/requests.h"
 #include "vtrdcctl/status.h"
@@ -12,7 +13,7 @@
 #include <string_view>
 
 struct client_options {
-    std::string socket_path = "/run/vtrdc.socket";
+    std::string socket_path = settings{}.socket_file;
     std::chrono::milliseconds timeout{5000};
     std::chrono::milliseconds retry{0}; // how long to ask again while the reply is an error
     bool is_json = false;

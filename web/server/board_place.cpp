@@ -1,7 +1,7 @@
 // The board folder as the page's server uses it.
 #include "board_place.h"
 
-#include "config/cfg.h"
+#include "config/settings.h"
 
 #include <algorithm>
 #include <cctype>
@@ -16,8 +16,6 @@ namespace fs = std::filesystem;
 
 namespace web {
 namespace {
-
-constexpr const char* settings_file = "/etc/vtrdc.conf";
 
 constexpr settings defaults;
 
@@ -61,7 +59,7 @@ std::string board_place::scene_path() const {
 // As the daemon has it, the last line with a key counts.
 std::string board_place::setting(std::string_view key, std::string_view standard) const {
     std::string value{standard};
-    std::ifstream file{path(settings_file)};
+    std::ifstream file{path(DEFAULT_CONF_FILE)};
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with(key) && line.substr(key.size()).starts_with('=')) {
             value = line.substr(key.size() + 1);
