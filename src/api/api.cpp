@@ -29,8 +29,7 @@ constexpr bool names_are_unique() {
 static_assert(names_are_unique());
 
 malloc_text error_reply(const char* command, const char* text) {
-    const malloc_text data = estrdup(text);
-    return ipc_serialize({.ctype = 'e', .cmd = command, .dtype = 's', .data = data.get()});
+    return ipc_serialize({.ctype = 'e', .cmd = command, .dtype = 's', .data = text});
 }
 
 } // namespace

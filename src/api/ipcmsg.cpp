@@ -70,9 +70,9 @@ int ipc_deserialize(char* text, ipc_msg& message) {
     return valid ? 0 : -1;
 }
 
-malloc_text ipc_serialize(const ipc_msg& message) {
-    const std::string_view command{shown(message.cmd)};
-    const std::string_view data{message.data == nullptr ? "" : message.data};
+malloc_text ipc_serialize(const ipc_reply& reply) {
+    const std::string_view command{shown(reply.cmd)};
+    const std::string_view data{reply.data == nullptr ? "" : reply.data};
     constexpr std::size_t single_characters = 6; // two types, three separators, the terminator
     malloc_text text{
         static_cast<char*>(std::malloc(command.size() + data.size() + single_characters))};
@@ -82,11 +82,11 @@ malloc_text ipc_serialize(const ipc_msg& message) {
     // By hand: a library behind some plug-ins registers a printf conversion of its own, and from
     // then on every printf of the process takes its slow way.
     char* end = text.get();
-    *end++ = message.ctype;
+    *end++ = reply.ctype;
     *end++ = SEPARATOR;
     end = std::ranges::copy(command, end).out;
     *end++ = SEPARATOR;
-    *end++ = message.dtype;
+    *end++ = reply.dtype;
     *end++ = SEPARATOR;
     end = std::ranges::copy(data, end).out;
     *end = '\0';

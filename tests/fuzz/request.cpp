@@ -16,7 +16,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     require(std::strlen(message.cmd) == message.clen && std::strlen(message.data) == message.dlen);
     require(original.ends_with(message.data));
     // What was decoded survives being encoded and decoded again.
-    const malloc_text encoded = ipc_serialize(message);
+    const malloc_text encoded = ipc_serialize(
+        {.ctype = message.ctype, .cmd = message.cmd, .dtype = message.dtype, .data = message.data});
     require(encoded != nullptr);
     ipc_msg again;
     require(ipc_deserialize(encoded.get(), again) == 0);

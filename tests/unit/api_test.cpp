@@ -64,8 +64,7 @@ std::string answer(std::string request) {
 }
 
 TEST(ReplyTest, DataEndsTheMessageAndMayBeAbsent) {
-    std::string data = "a:b";
-    EXPECT_STREQ(ipc_serialize({.ctype = 'r', .cmd = "x", .dtype = 's', .data = data.data()}).get(),
+    EXPECT_STREQ(ipc_serialize({.ctype = 'r', .cmd = "x", .dtype = 's', .data = "a:b"}).get(),
                  "r:x:s:a:b");
     EXPECT_STREQ(ipc_serialize({.ctype = 'e', .cmd = "x", .dtype = 'n'}).get(), "e:x:n:");
 }
