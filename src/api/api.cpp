@@ -1,13 +1,18 @@
 // The client commands: their table, and how a request becomes a reply.
 #include "api/api.h"
 
+#include "api/arguments.h"
 #include "api/handlers.h"
 #include "api/help_legend.h"
 #include "api/ipcmsg.h"
 #include "util/text_buffer.h"
 
+#include <algorithm>
+
+using namespace command_rows;
+
 constexpr std::array<command_row, CMD_LIST_SIZE> cmd_list{{
-#define VTRDC_COMMAND(name, handler, help) {name, handler, help},
+#define VTRDC_COMMAND(name, handler, takes, help) {name, handler, takes, help},
 #include "api/command_list.inc"
 #undef VTRDC_COMMAND
 }};
@@ -28,8 +33,22 @@ constexpr bool names_are_unique() {
 }
 static_assert(names_are_unique());
 
+constexpr bool help_tells_the_counts() {
+    return std::ranges::all_of(cmd_list, [](const command_row& row) {
+        constexpr std::string_view mark = "argc:";
+        const std::string_view help{row.help};
+        return help.starts_with(mark) &&
+               help.at(mark.size()) == static_cast<char>('0' + row.takes.count);
+    });
+}
+static_assert(help_tells_the_counts());
+
 malloc_text error_reply(const char* command, const char* text) {
     return ipc_serialize({.ctype = 'e', .cmd = command, .dtype = 's', .data = text});
+}
+
+argument_list arguments_in(char* data, const command_arguments& taken) {
+    return taken.is_list() ? split_arg_list(data) : argument_list{.arguments = {data}, .count = 1};
 }
 
 } // namespace
@@ -39,24 +58,28 @@ malloc_text process_ipc(char* request) {
     if (ipc_deserialize(request, message) != 0) {
         return error_reply("no_cmd", "Failed to decode the command");
     }
-    const command_handler handler = api_locate_command(message.cmd);
-    if (handler == nullptr) {
+    const command_row* const row = api_locate_command(message.cmd);
+    if (row == nullptr) {
         return error_reply(message.cmd, "Unknown command");
     }
-    malloc_text reply;
-    const int result = handler(message.data, reply);
+    const argument_list list = arguments_in(message.data, row->takes);
+    if (row->takes.is_list() && list.count != row->takes.count) {
+        return error_reply(message.cmd, "Invalid argument count");
+    }
+    malloc_text text;
+    const int result = row->handler(std::span{list.arguments}.first(list.count), text);
     return ipc_serialize({
         .ctype = result == 0 ? 'r' : 'e',
         .cmd = message.cmd,
-        .dtype = reply ? 's' : 'n',
-        .data = reply.get(),
+        .dtype = text ? 's' : 'n',
+        .data = text.get(),
     });
 }
 
-command_handler api_locate_command(std::string_view name) {
+const command_row* api_locate_command(std::string_view name) {
     for (const command_row& row : cmd_list) {
         if (name == row.name) {
-            return row.handler;
+            return &row;
         }
     }
     return nullptr;

@@ -9,7 +9,7 @@
 // argument holds all that is left.
 inline constexpr std::size_t ARGUMENTS_MAX = 10;
 struct argument_list {
-    std::array<char*, ARGUMENTS_MAX> arguments{};
+    std::array<const char*, ARGUMENTS_MAX> arguments{};
     std::size_t count = 0;
 };
 [[nodiscard]] argument_list split_arg_list(char* text);

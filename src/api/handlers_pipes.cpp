@@ -27,35 +27,35 @@ int create_pipe(int pipe) {
 
 } // namespace
 
-int user_cmd_get_pl_state(char* /*data*/, malloc_text& /*reply*/) {
+int user_cmd_get_pl_state(request_arguments /*arguments*/, malloc_text& /*reply*/) {
     gstvideo_print_status();
     return 0;
 }
 
-int user_cmd_create_dot_file(char* /*data*/, malloc_text& /*reply*/) {
+int user_cmd_create_dot_file(request_arguments /*arguments*/, malloc_text& /*reply*/) {
     return ac_generate_dot_file();
 }
 
-int user_cmd_create_pipe(char* data, malloc_text& /*reply*/) {
-    return on_pipe(data, create_pipe);
+int user_cmd_create_pipe(request_arguments arguments, malloc_text& /*reply*/) {
+    return on_pipe(arguments[0], create_pipe);
 }
 
-int user_cmd_destroy_pipe(char* data, malloc_text& /*reply*/) {
-    return on_pipe(data, gstvideo_stop_pipe);
+int user_cmd_destroy_pipe(request_arguments arguments, malloc_text& /*reply*/) {
+    return on_pipe(arguments[0], gstvideo_stop_pipe);
 }
 
-int user_cmd_pause_pipe(char* data, malloc_text& /*reply*/) {
-    return on_pipe(data, gstvideo_pause_pipe);
+int user_cmd_pause_pipe(request_arguments arguments, malloc_text& /*reply*/) {
+    return on_pipe(arguments[0], gstvideo_pause_pipe);
 }
 
-int user_cmd_resume_pipe(char* data, malloc_text& /*reply*/) {
-    return on_pipe(data, gstvideo_resume_pipe);
+int user_cmd_resume_pipe(request_arguments arguments, malloc_text& /*reply*/) {
+    return on_pipe(arguments[0], gstvideo_resume_pipe);
 }
 
-int user_cmd_pause_video(char* /*data*/, malloc_text& /*reply*/) {
+int user_cmd_pause_video(request_arguments /*arguments*/, malloc_text& /*reply*/) {
     return gstvideo_pause_all_pipes();
 }
 
-int user_cmd_resume_video(char* /*data*/, malloc_text& /*reply*/) {
+int user_cmd_resume_video(request_arguments /*arguments*/, malloc_text& /*reply*/) {
     return gstvideo_resume_all_pipes();
 }

@@ -90,8 +90,8 @@ TEST(VtrdcctlScriptTest, BlanksSeparateAndQuotesKeep) {
 
 std::string manual_entry(const client_command& command) {
     std::string arguments;
-    for (std::size_t i = 1; i <= command.argument_count; ++i) {
-        arguments += command.argument_count == 1 ? " number" : " argument" + std::to_string(i);
+    for (std::size_t i = 1; i <= command.takes.count; ++i) {
+        arguments += command.takes.is_list() ? " argument" + std::to_string(i) : " number";
     }
     const std::string name{command.name};
     const std::string heading =

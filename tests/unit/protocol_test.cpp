@@ -1,6 +1,5 @@
 // The protocol's document against what the daemon does: commands, settings and value tables.
 #include "api/api.h"
-#include "api/handlers.h"
 #include "config/cfg.h"
 #include "osd/notices.h"
 #include "osd/redis_message_broker.h"
@@ -8,9 +7,11 @@
 #include "util/value_tables.h"
 #include "video/pipes.h"
 
+#include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iomanip>
+#include <regex>
 #include <sstream>
 
 using testing::AnyOfArray;
@@ -79,6 +80,47 @@ TEST(ProtocolDocumentTest, DescribesEachCommandOnce) {
     EXPECT_THAT(described, UnorderedElementsAreArray(commands));
 }
 
+// The parts as one text, numbers with a fraction as the document shows them.
+template <class... Parts> std::string joined(const Parts&... parts) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(2);
+    (text << ... << parts);
+    return text.str();
+}
+
+// What the column "data" says of a command, without links into the document.
+std::string data_cell(const std::string& row) {
+    const std::size_t start = row.find("` | ") + 4;
+    return std::regex_replace(row.substr(start, row.find(" | ", start) - start),
+                              std::regex{R"(\[([^\]]*)\]\(#values\))"}, "$1");
+}
+
+// A regular expression for that.
+std::string described(const command_arguments& taken) {
+    if (taken.count == 0) {
+        return "none";
+    }
+    if (taken.is_list()) {
+        return joined("list: \\w+(, \\w+){", taken.count - 1, "}");
+    }
+    const auto& [kind, range] = taken.rows.front();
+    if (kind == argument_kind::flag) {
+        return "flag";
+    }
+    const char* const name = kind == argument_kind::integer ? "integer(: pipe number)?" : "number";
+    return std::isfinite(range.most)
+               ? joined(name, ", ", std::lround(range.least), " to ", std::lround(range.most))
+               : joined(name, ", .*");
+}
+
+TEST(ProtocolDocumentTest, TellsWhatEachCommandTakes) {
+    for (const std::string& row : command_rows()) {
+        const command_row* const command = api_locate_command(quoted(row).front());
+        ASSERT_NE(command, nullptr) << row;
+        EXPECT_TRUE(std::regex_match(data_cell(row), std::regex{described(command->takes)})) << row;
+    }
+}
+
 TEST(ProtocolDocumentTest, StoredSettingsHaveKeys) {
     std::vector<std::string> keys;
     for (const parse_row& row : parse_table) {
@@ -88,14 +130,6 @@ TEST(ProtocolDocumentTest, StoredSettingsHaveKeys) {
         const std::string last_cell = row.substr(row.rfind("| ", row.size() - 3));
         EXPECT_THAT(quoted(last_cell), Each(AnyOfArray(keys))) << row;
     }
-}
-
-// The parts as one text, numbers with a fraction as the document shows them.
-template <class... Parts> std::string joined(const Parts&... parts) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(2);
-    (text << ... << parts);
-    return text.str();
 }
 
 std::string row_of(const char* label, const auto& values) {

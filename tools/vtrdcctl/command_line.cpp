@@ -65,9 +65,9 @@ void add_command(CLI::App& parser, const client_command& command) {
     CLI::App* const entry =
         parser.add_subcommand(std::string{command.name}, std::string{command.help});
     entry->group("Commands")->fallthrough();
-    for (std::size_t i = 1; i <= command.argument_count; ++i) {
-        const bool is_only = command.argument_count == 1;
-        const std::string name = is_only ? "number" : "argument" + std::to_string(i);
+    for (std::size_t i = 1; i <= command.takes.count; ++i) {
+        const std::string name =
+            command.takes.is_list() ? "argument" + std::to_string(i) : "number";
         entry->add_option(name)->group(""); // in the usage line only
     }
 }

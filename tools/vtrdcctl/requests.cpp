@@ -9,27 +9,20 @@
 
 namespace {
 
-constexpr std::string_view COUNT_MARK = "argc:";
-
 // What the daemon reads of one request; a longer one would be cut.
 constexpr std::size_t REQUEST_MAX = 2047;
 
-// The help "argc:N, wording" taken apart. Anything else doesn't compile.
-consteval client_command make_command(std::string_view name, std::string_view help) {
-    if (!help.starts_with(COUNT_MARK)) {
-        throw "the help must begin with the number of arguments";
-    }
-    help.remove_prefix(COUNT_MARK.size());
-    const char digit = help.at(0);
-    if (digit < '0' || digit > '9') {
-        throw "the number of arguments must be a digit";
-    }
-    help.remove_prefix(std::min(help.find_first_not_of(", ", 1), help.size()));
-    return {name, static_cast<std::size_t>(digit - '0'), help};
+using namespace command_rows;
+
+// What follows "argc:N, " in the help.
+constexpr std::string_view wording(std::string_view help) {
+    constexpr std::string_view count = "argc:N";
+    help.remove_prefix(count.size());
+    return help.substr(help.find_first_not_of(", "));
 }
 
 constexpr auto commands = std::to_array<client_command>({
-#define VTRDC_COMMAND(name, handler, help) make_command(name, help),
+#define VTRDC_COMMAND(name, handler, takes, help) {name, takes, wording(help)},
 #include "api/command_list.inc"
 #undef VTRDC_COMMAND
 });
@@ -78,8 +71,8 @@ std::string list_data(const client_command& command, std::span<const std::string
 }
 
 std::string data_for(const client_command& command, std::span<const std::string> arguments) {
-    const std::size_t count = command.argument_count;
-    const bool is_ready_list = count > 1 && arguments.size() == 1;
+    const std::size_t count = command.takes.count;
+    const bool is_ready_list = command.takes.is_list() && arguments.size() == 1;
     if (arguments.size() != count && !is_ready_list) {
         throw refusal(command, "takes " + std::to_string(count) +
                                    (count == 1 ? " argument, not " : " arguments, not ") +

@@ -1,14 +1,15 @@
 // The daemon's commands as a client sees them, and requests made from words.
 #pragma once
 
-#include <cstddef>
+#include "api/command_arguments.h"
+
 #include <span>
 #include <string>
 #include <string_view>
 
 struct client_command {
     std::string_view name;
-    std::size_t argument_count;
+    command_arguments takes;
     std::string_view help; // the daemon's wording, without the number of arguments
 };
 

@@ -32,7 +32,7 @@ json hello(const std::string& board, const std::string& start) {
     json commands = json::array();
     for (const client_command& each : all_commands()) {
         commands.push_back(
-            {{"name", each.name}, {"arguments", each.argument_count}, {"help", each.help}});
+            {{"name", each.name}, {"arguments", each.takes.count}, {"help", each.help}});
     }
     return {{"type", "hello"},        {"board", board},       {"front_door", front_door_name()},
             {"start_command", start}, {"commands", commands}, {"choices", choices()}};

@@ -1,0 +1,60 @@
+// What a command takes, as its row in command_list.inc says it.
+#pragma once
+
+#include "config/settings.h"
+#include "video/registry.h"
+
+#include <array>
+#include <cstddef>
+
+// How the text of an argument is read.
+enum class argument_kind { flag, integer, number, text };
+
+struct argument_row {
+    argument_kind kind = argument_kind::text;
+    value_range range{}; // that makes sense; what happens outside is the command's affair
+};
+
+// Most arguments that a row can have.
+inline constexpr std::size_t ARGUMENT_ROWS_MAX = 3;
+
+struct command_arguments {
+    std::array<argument_row, ARGUMENT_ROWS_MAX> rows{};
+    std::size_t count = 0;
+
+    // Several come as a list. A single one is all of a request's data.
+    [[nodiscard]] constexpr bool is_list() const { return count > 1; }
+};
+
+// How the rows of command_list.inc write what they take.
+namespace command_rows {
+
+template <class... Rows> consteval command_arguments takes(Rows... rows) {
+    static_assert(sizeof...(rows) <= ARGUMENT_ROWS_MAX);
+    return {.rows = {rows...}, .count = sizeof...(rows)};
+}
+
+inline constexpr argument_row a_flag{argument_kind::flag, setting_ranges::off_or_on};
+inline constexpr argument_row an_integer{argument_kind::integer, {}};
+inline constexpr argument_row a_pipe{argument_kind::integer,
+                                     setting_ranges::from_to(0, PIPE_COUNT - 1)};
+inline constexpr argument_row a_text{argument_kind::text, {}};
+
+consteval argument_kind kind_of(std::int32_t settings::* /*field*/) {
+    return argument_kind::integer;
+}
+
+consteval argument_kind kind_of(double settings::* /*field*/) {
+    return argument_kind::number;
+}
+
+consteval argument_kind kind_of(const char* settings::* /*field*/) {
+    return argument_kind::text;
+}
+
+// A value of that setting.
+consteval argument_row value_of(auto field) {
+    return {kind_of(field), range_of(field)};
+}
+
+} // namespace command_rows
