@@ -1,6 +1,7 @@
 // Acting on running pipes: snapshot, overlay, microphone factor, encoding type.
 #include "video/controls.h"
 
+#include "config/settings.h"
 #include "core/log.h"
 #include "util/sysroot.h"
 #include "video/handles.h"
@@ -12,8 +13,6 @@
 #include <gst/video/video.h>
 
 namespace {
-
-constexpr int VOLUME_MAX = 100;
 
 gst_sample_owned last_display_sample() {
     GstSample* sample = nullptr;
@@ -92,7 +91,7 @@ int gstvideo_set_qml_param(const char* object, const char* property, const char*
 }
 
 int gstvideo_set_microphone_volume(int volume) {
-    if (volume < 0 || volume > VOLUME_MAX) {
+    if (!range_of(&settings::mic_volume).holds(volume)) {
         log_message(LEVEL_WARN, "Mic vol should be a positive [0-100](was %d), remaining at: %d",
                     volume, static_cast<int>(configs.mic_amplification * mic_scale));
         return 1;
