@@ -2,9 +2,9 @@
 #include "config/cfg.h"
 
 #include "core/log.h"
+#include "util/never_destroyed.h"
 #include "util/sysroot.h"
 #include "util/text_buffer.h"
-#include "util/value_tables.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -28,22 +28,13 @@ struct file_lines {
     std::vector<const char*> lines;
 };
 
-// Entries of the file that was read, in file order. On the heap: nothing static may be destroyed
-// at exit.
-std::vector<raw_entry>* table = nullptr;
-
-std::vector<raw_entry>& make_table() {
-    if (table == nullptr) {
-        table = new std::vector<raw_entry>;
-    }
-    table->clear();
-    return *table;
-}
+// Entries of the file that was read, in file order.
+constinit never_destroyed<std::vector<raw_entry>> table;
 
 // Keeps a text value alive until the process ends, as settings may be borrowed anywhere.
 const char* keep_text(const char* value) {
-    static auto& kept = *new std::vector<malloc_text>;
-    return kept.emplace_back(estrdup(value)).get();
+    static constinit never_destroyed<std::vector<malloc_text>> kept;
+    return kept->emplace_back(estrdup(value)).get();
 }
 
 malloc_text read_whole(FILE* file, std::size_t& size) {
@@ -165,7 +156,7 @@ int cfg_parse(const char* path) {
     if (file.lines.empty()) {
         return -1;
     }
-    std::vector<raw_entry>& entries = make_table();
+    table->clear();
     int number = 0;
     for (const char* line : file.lines) {
         ++number;
@@ -178,9 +169,9 @@ int cfg_parse(const char* path) {
             continue;
         }
         const std::string key{line, equals};
-        entries.push_back({estrdup(key.c_str()), estrdup(equals + 1)});
+        table->push_back({estrdup(key.c_str()), estrdup(equals + 1)});
     }
-    return static_cast<int>(entries.size());
+    return static_cast<int>(table->size());
 }
 
 int try_parse_key(const char* key, const char* value) {
@@ -235,14 +226,11 @@ int cfg_write_config_file(const char* path) {
 }
 
 void cfg_clean() {
-    delete table;
-    table = nullptr;
+    table->clear();
+    table->shrink_to_fit();
 }
 
 int find_key_in_table(const char* key) {
-    if (table == nullptr) {
-        return -1;
-    }
     const auto found = std::find_if(table->begin(), table->end(), [key](const raw_entry& entry) {
         return std::strcmp(entry.key.get(), key) == 0;
     });
@@ -261,10 +249,8 @@ int cfg_get_int(const char* key, std::int32_t& value) {
 
 std::vector<const char*> cfg_get_all_keys() {
     std::vector<const char*> keys;
-    if (table != nullptr) {
-        for (const raw_entry& entry : *table) {
-            keys.push_back(entry.key.get());
-        }
+    for (const raw_entry& entry : *table) {
+        keys.push_back(entry.key.get());
     }
     return keys;
 }
