@@ -85,7 +85,7 @@ def looked_at(bench, board):
 def page(bench):
     """The live view without and with a page that is looked at, in turn."""
     runs = Runs()
-    with Board(bench, "desk") as board, Daemon(bench, board) as daemon:
+    with Board(bench, "page") as board, Daemon(bench, board) as daemon:
         board.wait_for_frame(daemon)
         for _ in range(bench.rounds):
             measure(bench, board, daemon, STATE, WITHOUT, runs)

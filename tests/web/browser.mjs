@@ -23,15 +23,15 @@ export async function openBrowser() {
 }
 
 /**
- * Keeps the answers to a page's acts back, though not what else it is told of. To be asked for before the
- * page is opened; gives the function that lets the answers go, those to come as well.
+ * Holds the responses to a page's requests back, but no other messages. To be called before the page is
+ * opened; gives the function that releases them, those to come as well.
  */
-export async function keepAnswersBack(page) {
+export async function holdResponses(page) {
     let kept = [];
     await page.routeWebSocket(/\/events$/, (socket) => {
         const server = socket.connectToServer();
         server.onMessage((text) => {
-            if (kept !== null && JSON.parse(text).type === 'answer') {
+            if (kept !== null && JSON.parse(text).type === 'response') {
                 kept.push(() => socket.send(text));
             } else {
                 socket.send(text);

@@ -4,7 +4,7 @@ import { after, afterEach, before, test } from 'node:test';
 import { appendFileSync, existsSync, mkdirSync, readlinkSync, renameSync, rmdirSync, writeFileSync } from 'node:fs';
 import { SimulatedBoard, until } from './board.mjs';
 import {
-    difference, hindrances, keepAnswersBack, newPage, openPage, openBrowser, pictureWhen, takePicture,
+    difference, hindrances, holdResponses, newPage, openPage, openBrowser, pictureWhen, takePicture,
 } from './browser.mjs';
 
 // Two pictures of the same thing differ by noise and movement, of different things by far more.
@@ -141,7 +141,7 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
     await line.press('Tab');
     assert.equal(await line.inputValue(), 'get_zoom');
     await line.press('Enter');
-    await page.getByRole('log', { name: 'Commands and answers' }).getByText('get_zoom').waitFor();
+    await page.getByRole('log', { name: 'Commands and replies' }).getByText('get_zoom').waitFor();
     await line.fill('set_lum ');
     await page.locator('#command-hint', { hasText: 'luminance array' }).waitFor();
     await takePicture(page, 'page-console');
@@ -173,9 +173,9 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
     await lamp('monitor', 'none');
 });
 
-test('a switch does what was wanted last, though the answers are late', async () => {
+test('a switch does what was wanted last, though the responses are late', async () => {
     const other = await newPage(browser, complaints);
-    const letGo = await keepAnswersBack(other);
+    const letGo = await holdResponses(other);
     await openPage(other, board);
     const fault = other.getByRole('switch', { name: 'Thermal core fails' });
     await fault.evaluate((node) => {
@@ -195,7 +195,7 @@ test('a switch does what was wanted last, though the answers are late', async ()
 test('a slider keeps what was set last, and what the sight says otherwise', async () => {
     const volume = page.getByRole('slider', { name: 'Mic volume' });
     const stored = () => /mic_volume=(.*)/.exec(board.text('etc/vtrdc.conf'))?.[1];
-    board.signal('SIGSTOP'); // no answer comes before the last step
+    board.signal('SIGSTOP'); // no response comes before the last step
     for (const key of ['Home', ...Array(7).fill('ArrowRight')]) {
         await volume.press(key);
     }
@@ -273,7 +273,7 @@ test('a scene and footage from outside are shown, and what is broken is told of'
     const choice = page.getByRole('combobox', { name: 'Footage' });
     await until('it is the choice', async () => await choice.inputValue() === 'own.avi');
     await dropFile('own.avi', 'no video either');
-    await page.getByRole('log', { name: 'Commands and answers' }).getByText('kept as own-2.avi').waitFor();
+    await page.getByRole('log', { name: 'Commands and replies' }).getByText('kept as own-2.avi').waitFor();
     await dropFile('letter.txt', 'neither of the two');
     await page.getByText('is neither a video nor a .qml file').first().waitFor();
     await uploads.evaluate((node) => node.querySelectorAll('button').forEach((each) => each.click()));
@@ -291,18 +291,18 @@ test('a long log is followed to its end', async () => {
 });
 
 test('nonsense from a page does the server no harm', async () => {
-    const answers = await page.evaluate(() => new Promise((resolve) => {
+    const responses = await page.evaluate(() => new Promise((resolve) => {
         const socket = new WebSocket(new URL('events', location.href).href.replace('http', 'ws'));
         const given = [];
         socket.onopen = () => {
             const deep = '['.repeat(50_000) + ']'.repeat(50_000);
-            for (const text of ['[', `{"id":${deep},"act":"deep"}`, '{"id":1,"act":5}', '{"id":2}']) {
+            for (const text of ['[', `{"id":${deep},"request":"deep"}`, '{"id":1,"request":5}', '{"id":2}']) {
                 socket.send(text);
             }
         };
         socket.onmessage = ({ data }) => {
             const message = JSON.parse(data);
-            if (message.type === 'answer') {
+            if (message.type === 'response') {
                 given.push([message.id, message.ok]);
             }
             if (message.id === 2) {
@@ -311,7 +311,7 @@ test('nonsense from a page does the server no harm', async () => {
             }
         };
     }));
-    assert.deepEqual(answers, [[null, false], [1, false], [2, false]]);
+    assert.deepEqual(responses, [[null, false], [1, false], [2, false]]);
 });
 
 test('a folder in place of the scene is nothing to fall over', async () => {

@@ -1,29 +1,29 @@
-// Acts on the board: cables, a failing thermal core, what the camera sees, the scene on the display.
+// Controls for the board: cables, a failing thermal core, what the camera sees, the scene on the display.
 import { byId, el, setText } from './dom.js';
 import { action, fileChoice, follow, isBusy, set, toggle } from './fields.js';
 import { sendFootage, sendScene } from './upload.js';
 
-function plugs(link) {
+function plugs(server) {
     byId('plugs').append(
-        toggle(link, {
+        toggle(server, {
             id: 'camera-plug', name: 'Camera cable', drawing: 'camera',
-            read: ({ camera }) => camera.plugged, ask: (on) => ({ act: 'camera', on }),
+            read: ({ camera }) => camera.plugged, ask: (on) => ({ request: 'camera', on }),
         }),
-        toggle(link, {
+        toggle(server, {
             id: 'monitor-plug', name: 'Monitor cable', drawing: 'monitor',
-            read: ({ monitor }) => monitor, ask: (on) => ({ act: 'monitor', on }),
+            read: ({ monitor }) => monitor, ask: (on) => ({ request: 'monitor', on }),
         }),
-        toggle(link, {
+        toggle(server, {
             id: 'core-fails', name: 'Thermal core fails', drawing: 'fault',
-            read: (state) => state.core_fails !== null, ask: (fails) => ({ act: 'core', fails }),
+            read: (state) => state.core_fails !== null, ask: (fails) => ({ request: 'core', fails }),
             note: () => 'A button that needs it then ends the daemon, as on the sight.',
         }),
     );
 }
 
-function footage(link) {
+function footage(server) {
     const select = el('select', { id: 'footage-choice', 'aria-label': 'Footage' });
-    select.addEventListener('change', () => set(link, select, { act: 'footage', name: select.value }));
+    select.addEventListener('change', () => set(server, select, { request: 'footage', name: select.value }));
     const other = el('option', { value: '', disabled: true }, 'another');
     let chosen = null;
     let listed = null;
@@ -31,7 +31,7 @@ function footage(link) {
         other.hidden = chosen !== null;
         select.value = chosen ?? '';
     };
-    link.on('footage', (now) => {
+    server.on('footage', (now) => {
         chosen = now.chosen;
         const names = now.choices.join('/'); // which is in none of them
         if (names !== listed) { // else an open list would close
@@ -44,24 +44,24 @@ function footage(link) {
             show();
         }
     });
-    follow(link, select, show);
+    follow(server, select, show);
     byId('footage').append(
         el('div', { className: 'control' }, select),
         fileChoice({
             id: 'footage-file', name: 'Use a video file', accept: 'video/*,.avi,.mkv,.ts',
-            onFile: (file) => sendFootage(link, file),
+            onFile: (file) => sendFootage(server, file),
         }),
         el('p', { className: 'note' }, 'Or drop one anywhere on this page.'),
     );
 }
 
-function scene(link) {
+function scene(server) {
     const shown = el('p', { className: 'note', id: 'scene-shown' }, '--');
-    const back = action(link, {
+    const back = action(server, {
         id: 'scene-stock', name: 'Back to the stock scene', drawing: 'back',
-        ask: () => ({ act: 'scene', stock: true }),
+        ask: () => ({ request: 'scene', stock: true }),
     });
-    link.on('state', (state) => {
+    server.on('state', (state) => {
         setText(shown, state.scene === 'own' ? 'Your own scene.' : 'The stock scene.');
         back.hidden = state.scene !== 'own';
     });
@@ -69,14 +69,14 @@ function scene(link) {
         shown,
         fileChoice({
             id: 'scene-file', name: 'Use a .qml file', accept: '.qml',
-            onFile: (file) => sendScene(link, file),
+            onFile: (file) => sendScene(server, file),
         }),
         back,
     );
 }
 
-export function startBoard(link) {
-    plugs(link);
-    footage(link);
-    scene(link);
+export function startBoard(server) {
+    plugs(server);
+    footage(server);
+    scene(server);
 }

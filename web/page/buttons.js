@@ -4,21 +4,21 @@ import { byId } from './dom.js';
 // The verb presses and releases at once; what the eye sees lasts a little longer.
 const SHOWN_MS = 160;
 
-async function press(link, button) {
+async function press(server, button) {
     if (button.matches(':disabled')) {
         return;
     }
     button.classList.add('pressed');
     const shown = new Promise((resolve) => setTimeout(resolve, SHOWN_MS));
-    await Promise.all([link.act({ act: 'press', button: button.dataset.button }), shown]);
+    await Promise.all([server.request({ request: 'press', button: button.dataset.button }), shown]);
     button.classList.remove('pressed');
 }
 
-export function startButtons(link) {
+export function startButtons(server) {
     for (const button of document.querySelectorAll('.hard')) {
-        button.addEventListener('click', () => press(link, button));
+        button.addEventListener('click', () => press(server, button));
     }
-    link.on('state', ({ handed_over: isHandedOver }) => {
+    server.on('state', ({ handed_over: isHandedOver }) => {
         byId('hand-over-note').hidden = !isHandedOver;
     });
 }

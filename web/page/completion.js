@@ -8,7 +8,7 @@ const MARKS = {
     '%': 'affects the overlay until disable_kbd',
 };
 
-/** The daemon's help, taken apart: the text, and what its marks mean. */
+/** The daemon's help, split into the text and the meaning of its marks. */
 export function explain({ arguments: count, help }) {
     const marks = new Set([...help.matchAll(/\[([@!*%]+)\]/g)].flatMap(([, each]) => [...each]));
     const text = help.replace(/\s*\[[@!*%]+\]/g, '').replace(/^argc:\d+,?\s*(-\s*)?/, '').replace(/,\s*$/, '');
@@ -58,7 +58,7 @@ export class Completion {
         return this.#shown[this.#active]?.name ?? null;
     }
 
-    /** What follows from what is typed: the chosen or only command, else null and what all begin with. */
+    /** What completes the typed text: the chosen or only command, else null and the common beginning. */
     wayOn(typed) {
         const names = this.#shown.map(({ name }) => name);
         const begins = names.filter((name) => name.startsWith(typed));
@@ -67,7 +67,7 @@ export class Completion {
         return { name, begin: begins.length > 0 ? begins.reduce(commonBegin) : typed };
     }
 
-    /** Shows the commands that begin with what is typed, then those that hold it. */
+    /** Shows the commands that begin with the typed text, then those that contain it. */
     open(typed) {
         const begins = this.commands.filter(({ name }) => name.startsWith(typed));
         const holds = this.commands.filter(({ name }) => !name.startsWith(typed) && name.includes(typed));

@@ -5,7 +5,7 @@ import { command } from './fields.js';
 
 const HISTORY_MAX = 200;
 
-/** Lines that were sent, to walk through with the arrow keys; what was typed comes back at the end. */
+/** Lines that were sent, for the arrow keys; the line that was being typed is the last. */
 class History {
     #lines = [];
     #at = 0;
@@ -31,21 +31,21 @@ class History {
 }
 
 class Console {
-    #link;
+    #server;
     #input = byId('console-line');
     #history = new History();
     #completion = new Completion(this.#input, (name) => this.#accept(name));
 
-    constructor(link) {
-        this.#link = link;
-        link.on('hello', ({ commands }) => {
+    constructor(server) {
+        this.#server = server;
+        server.on('hello', ({ commands }) => {
             this.#completion.commands = commands;
         });
         this.#input.addEventListener('input', () => this.#suggest());
         this.#input.addEventListener('keydown', (event) => this.#take(event));
         this.#input.addEventListener('blur', () => this.#completion.close());
         for (const news of ['presence', 'state']) {
-            link.on(news, () => this.#input.readOnly && this.#completion.close());
+            server.on(news, () => this.#input.readOnly && this.#completion.close());
         }
         byId('prompt').addEventListener('submit', (event) => {
             event.preventDefault();
@@ -108,7 +108,7 @@ class Console {
         }
     }
 
-    /** True when the key had a meaning here; so the others. */
+    /** True when the key was used; so the others. */
     #arrow(step, isAlt) {
         if (isAlt && !this.#completion.isOpen) {
             this.#completion.open('');
@@ -123,7 +123,7 @@ class Console {
         return true;
     }
 
-    /** As in a shell: as far as it is the only way on. */
+    /** As in a shell: completes as far as there is only one way. */
     #tab() {
         if (!this.#completion.isOpen) {
             return false;
@@ -162,11 +162,11 @@ class Console {
         if (line !== '' && !this.#input.readOnly) {
             this.#history.add(line);
             this.#write('');
-            this.#link.act(command(line));
+            this.#server.request(command(line));
         }
     }
 }
 
-export function startConsole(link) {
-    return new Console(link);
+export function startConsole(server) {
+    return new Console(server);
 }

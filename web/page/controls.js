@@ -1,94 +1,94 @@
 // Direct controls for what the commands do: outputs, display, reticle, encoding and sound.
 import { byId } from './dom.js';
 import { action, choice, command, list, slider, toggle } from './fields.js';
-import { httpAddress, tcpAddress } from './lamps.js';
+import { httpAddress, tcpAddress } from './indicators.js';
 import { ENCODING_TYPES, colorName, settingNumber } from './values.js';
 
-/** The act for a command that takes a flag. */
+/** The request for a command that takes a flag. */
 const flag = (name) => (isOn) => command(`${name} ${isOn ? 1 : 0}`);
 const index = (name) => (number) => command(`${name} ${number}`);
 const setting = (key) => (state) => settingNumber(state, key);
 
-function outputs(link) {
+function outputs(server) {
     byId('outputs').append(
-        toggle(link, {
+        toggle(server, {
             id: 'record', name: 'Record', drawing: 'record',
             read: ({ recording }) => recording, ask: flag('enable_record'),
         }),
-        toggle(link, {
+        toggle(server, {
             id: 'tcp-stream', name: 'TCP stream', drawing: 'stream',
             read: (state) => state.tcp_stream, ask: flag('enable_tcp_stream'), note: tcpAddress,
         }),
-        toggle(link, {
+        toggle(server, {
             id: 'http-stream', name: 'HTTP push', drawing: 'push',
             read: (state) => state.http_stream, ask: flag('enable_http_stream'), note: httpAddress,
         }),
-        action(link, {
+        action(server, {
             id: 'snapshot', name: 'Take a snapshot', drawing: 'snapshot', keys: 'S',
             ask: () => command('make_snapshot'),
         }),
     );
 }
 
-function display(link, { luminance: levels }) {
+function display(server, { luminance: levels }) {
     byId('display').append(
-        choice(link, {
+        choice(server, {
             id: 'luminance', name: 'Luminance', choices: levels.map((level) => ({ text: String(level) })),
             read: ({ luminance }) => luminance.index, ask: index('set_lum'), className: 'number',
         }),
-        toggle(link, {
+        toggle(server, {
             id: 'pip', name: 'Picture in picture', drawing: 'pip',
             read: ({ pip }) => pip.on, ask: flag('enable_pip'),
         }),
     );
 }
 
-function reticle(link, { reticle_images: images, reticle_colors: colors }) {
+function reticle(server, { reticle_images: images, reticle_colors: colors }) {
     byId('reticle').append(
-        toggle(link, {
+        toggle(server, {
             id: 'reticle-on', name: 'Reticle', drawing: 'sight',
             read: (state) => state.reticle, ask: flag('enable_reticle'),
         }),
-        toggle(link, {
+        toggle(server, {
             id: 'dot-on', name: 'Red dot', drawing: 'dot',
             read: ({ dot }) => dot, ask: flag('enable_dot'),
         }),
-        list(link, {
+        list(server, {
             id: 'reticle-image', name: 'Image', choices: images,
             read: setting('reticle_source'), ask: index('set_reticle_src'),
         }),
-        choice(link, {
+        choice(server, {
             id: 'reticle-color', name: 'Colour', className: 'swatches',
             choices: colors.map((color) => ({ text: colorName(color), color })),
             read: setting('reticle_color'), ask: index('set_reticle_color'),
         }),
-        slider(link, {
+        slider(server, {
             id: 'reticle-opacity', name: 'Opacity', max: 1, step: 0.05, read: setting('reticle_opacity'),
             ask: (value) => command(`set_reticle_opacity ${value}`), text: (value) => value.toFixed(2),
         }),
     );
 }
 
-function sound(link) {
+function sound(server) {
     byId('sound').append(
-        list(link, {
+        list(server, {
             id: 'encoding', name: 'Encoding', choices: ENCODING_TYPES,
             read: setting('enc_type'), ask: index('set_enc_type'),
         }),
-        slider(link, {
+        slider(server, {
             id: 'mic-volume', name: 'Mic volume', max: 100, step: 1, read: setting('mic_volume'),
             ask: index('set_mic_volume'), text: (value) => `${value} %`,
         }),
     );
 }
 
-/** What there is to choose from is the sight's own, and comes before its first state. */
-export function startControls(link) {
-    const stop = link.on('hello', ({ choices }) => {
+/** The choices come from the sight, before its first state. */
+export function startControls(server) {
+    const stop = server.on('hello', ({ choices }) => {
         stop();
-        outputs(link);
-        display(link, choices);
-        reticle(link, choices);
-        sound(link);
+        outputs(server);
+        display(server, choices);
+        reticle(server, choices);
+        sound(server);
     });
 }

@@ -41,14 +41,14 @@ export function setText(node, text) {
     }
 }
 
-/** A text that is broken after a slash where it is too long. */
+/** A text that may be broken after a slash. */
 export function showAddress(node, text) {
     if (node.textContent !== text) {
         node.replaceChildren(...text.split(/(?<=\/)/).flatMap((part) => [part, el('wbr')]));
     }
 }
 
-/** What is remembered from visit to visit; a browser that refuses to store just forgets. */
+/** Settings of the page that are kept between visits, if the browser stores them. */
 export const memory = {
     get(key) {
         try {
@@ -61,7 +61,7 @@ export const memory = {
         try {
             localStorage.setItem(`vtrdc.${key}`, value);
         } catch {
-            // Then it holds for this visit.
+            // Then it applies to this visit.
         }
     },
 };

@@ -6,21 +6,21 @@ const VIDEO_NAME = /\.(avi|mkv|mp4|m4v|mov|mpe?g|ts|webm|wmv|ogv|3gp|y4m)$/i;
 
 const holdsFiles = (event) => event.dataTransfer?.types.includes('Files') === true;
 
-function take(link, file) {
-    if (link.presence !== 'there') {
-        refuseFile(link, file, 'there is nobody to take it');
+function take(server, file) {
+    if (server.presence !== 'there') {
+        refuseFile(server, file, 'there is nobody to take it');
     } else if (/\.qml$/i.test(file.name)) {
-        sendScene(link, file);
+        sendScene(server, file);
     } else if (file.type.startsWith('video/') || VIDEO_NAME.test(file.name)) {
-        sendFootage(link, file);
+        sendFootage(server, file);
     } else {
-        refuseFile(link, file, 'is neither a video nor a .qml file');
+        refuseFile(server, file, 'is neither a video nor a .qml file');
     }
 }
 
-export function startDrop(link) {
+export function startDrop(server) {
     const veil = byId('drop');
-    // Entering an element comes before leaving the one before: only the count knows who is out.
+    // Entering an element comes before leaving the previous one: only the count tells when all are left.
     let depth = 0;
     const show = (now) => {
         depth = now;
@@ -33,7 +33,7 @@ export function startDrop(link) {
         if (holdsFiles(event)) {
             event.preventDefault();
             show(0);
-            [...event.dataTransfer.files].forEach((file) => take(link, file));
+            [...event.dataTransfer.files].forEach((file) => take(server, file));
         }
     });
 }

@@ -1,68 +1,68 @@
-// The controls' building blocks. Each shows what the sight says, never what was only asked for: a
-// control changes when the next state does, and one whose act failed goes back. One that a number is
-// set with, or one of several, shows what was set while it is held or its act is on its way.
+// The controls' building blocks. Each shows the sight's state, never what was only requested: a
+// control changes when the next state does, and one whose request failed goes back. A slider or a choice
+// shows what was set while it is held or its request is pending.
 import { el, icon, setText, showAddress } from './dom.js';
 
-/** Where a group of controls says what its last act came to; failures only. */
-function answerPlace(group) {
-    let place = group.querySelector(':scope > .answer');
-    if (place === null) {
-        place = el('p', { className: 'answer' });
-        group.append(place);
+/** Where a group of controls says why its last request failed. */
+function failureLine(group) {
+    let line = group.querySelector(':scope > .failure');
+    if (line === null) {
+        line = el('p', { className: 'failure' });
+        group.append(line);
     }
-    return place;
+    return line;
 }
 
 export const isBusy = (control) => control.getAttribute('aria-busy') === 'true';
 
-/** What an act of an earlier daemon came to says nothing of this one. */
-export function forgetAnswers() {
-    for (const place of document.querySelectorAll('.answer')) {
-        setText(place, '');
+/** Failures of an earlier daemon say nothing of this one. */
+export function clearFailures() {
+    for (const line of document.querySelectorAll('.failure')) {
+        setText(line, '');
     }
 }
 
-function showStateAgain(link) {
-    if (link.state !== null) {
-        link.tell('state', link.state);
+function showStateAgain(server) {
+    if (server.state !== null) {
+        server.emit('state', server.state);
     }
 }
 
-/** True when it went well. A failure is shown in the control's group; the transcript reads it out. */
-async function actFor(link, control, message) {
-    const { ok, text } = await link.act(message);
-    setText(answerPlace(control.closest('fieldset')), ok ? '' : text || 'failed');
+/** True when it succeeded. A failure is shown in the control's group; the transcript reads it out. */
+async function requestFor(server, control, message) {
+    const { ok, text } = await server.request(message);
+    setText(failureLine(control.closest('fieldset')), ok ? '' : text || 'failed');
     return ok;
 }
 
 /**
- * Performs an act for a button: busy until the answer is there, and deaf meanwhile. After a failure all
+ * Sends a button's request: busy until the response is there, and deaf meanwhile. After a failure all
  * controls show the last known state again.
  */
-export async function perform(link, control, message) {
+export async function perform(server, control, message) {
     if (isBusy(control)) {
         return;
     }
     control.setAttribute('aria-busy', 'true');
-    const ok = await actFor(link, control, message);
+    const ok = await requestFor(server, control, message);
     control.removeAttribute('aria-busy');
     if (!ok) {
-        showStateAgain(link);
+        showStateAgain(server);
     }
 }
 
-// A state that tells of a change comes a moment after the answer; one that is late by more than
-// this tells that there was none.
+// A state with the change comes shortly after the response; when none has come after this time,
+// nothing has changed.
 const SETTLE_MS = 1000;
 
-/** The act that each control wants next; null when it only waits for an answer. */
+/** The request that each control wants next; null when it only waits for a response. */
 const wanted = new WeakMap();
 
 /**
- * Performs an act for a control with a value, be it on or off. Of values that are set meanwhile the last
- * is sent.
+ * Sends the request of a control with a value, be it on or off. Of values that are set meanwhile only the
+ * last is sent.
  */
-export async function set(link, control, message) {
+export async function set(server, control, message) {
     const wasBusy = isBusy(control);
     wanted.set(control, message);
     if (wasBusy) {
@@ -73,28 +73,28 @@ export async function set(link, control, message) {
     while (wanted.get(control) !== null) {
         const next = wanted.get(control);
         wanted.set(control, null);
-        ok = await actFor(link, control, next);
+        ok = await requestFor(server, control, next);
     }
     control.removeAttribute('aria-busy');
-    setTimeout(() => showStateAgain(link), ok ? SETTLE_MS : 0);
+    setTimeout(() => showStateAgain(server), ok ? SETTLE_MS : 0);
 }
 
-/** Has a control with a value show each state, unless it is held or its act is on its way. */
-export function follow(link, control, show, isHeld = () => false) {
-    link.on('state', (state) => {
+/** Has a control with a value show each state, unless it is held or its request is pending. */
+export function follow(server, control, show, isHeld = () => false) {
+    server.on('state', (state) => {
         if (!isHeld() && !isBusy(control)) {
             show(state);
         }
     });
 }
 
-export const command = (line) => ({ act: 'command', line });
+export const command = (line) => ({ request: 'command', line });
 
 /**
- * A switch. `read` gives true, false or null from the state; `ask` the act for on or off. Who presses it
- * wants the other of what it shows; that is asked for once, however often it is pressed until it shows.
+ * A switch. `read` gives true, false or null from the state; `ask` the request for on or off. A press
+ * requests the other of the two once, however often it is pressed until the new state shows.
  */
-export function toggle(link, { id, name, drawing = null, read, ask, note = null }) {
+export function toggle(server, { id, name, drawing = null, read, ask, note = null }) {
     const words = el('span', { className: 'switch-text' }, '--');
     const button = el('button', { type: 'button', id, className: 'switch', role: 'switch', 'aria-checked': 'false' },
         ...(drawing === null ? [] : [icon(drawing)]),
@@ -106,14 +106,14 @@ export function toggle(link, { id, name, drawing = null, read, ask, note = null 
         const isOn = button.getAttribute('aria-checked') !== 'true';
         if (!isBusy(button) || isOn !== asked) {
             asked = isOn;
-            set(link, button, ask(isOn));
+            set(server, button, ask(isOn));
         }
     });
     const below = note === null ? null : el('p', { className: 'note number', id: `${id}-note` });
     if (below !== null) {
         button.setAttribute('aria-describedby', below.id);
     }
-    link.on('state', (state) => {
+    server.on('state', (state) => {
         const isOn = read(state);
         button.setAttribute('aria-checked', String(isOn === true));
         setText(words, isOn === null ? '--' : isOn ? 'on' : 'off');
@@ -126,9 +126,9 @@ export function toggle(link, { id, name, drawing = null, read, ask, note = null 
 
 /**
  * One of a few: a group of radio buttons that look like a row of keys. `choices` are {text} or
- * {text, color}; `read` gives the index or null, `ask` the act for an index.
+ * {text, color}; `read` gives the index or null, `ask` the request for an index.
  */
-export function choice(link, { id, name, choices, read, ask, className = '' }) {
+export function choice(server, { id, name, choices, read, ask, className = '' }) {
     const inputs = choices.map((_, index) =>
         el('input', { type: 'radio', name: id, id: `${id}-${index}`, value: String(index) }));
     const keys = inputs.map((input, index) => {
@@ -140,8 +140,8 @@ export function choice(link, { id, name, choices, read, ask, className = '' }) {
         return el('label', { title: text }, input, face);
     });
     const row = el('div', { className: `choice ${className}`, id, role: 'radiogroup', 'aria-label': name }, ...keys);
-    row.addEventListener('change', ({ target }) => set(link, row, ask(Number(target.value))));
-    follow(link, row, (state) => {
+    row.addEventListener('change', ({ target }) => set(server, row, ask(Number(target.value))));
+    follow(server, row, (state) => {
         const chosen = read(state);
         inputs.forEach((input, index) => {
             input.checked = index === chosen;
@@ -152,19 +152,19 @@ export function choice(link, { id, name, choices, read, ask, className = '' }) {
 }
 
 /** One of several, from a list. `choices` are texts, their index is the value. */
-export function list(link, { id, name, choices, read, ask }) {
+export function list(server, { id, name, choices, read, ask }) {
     const select = el('select', { id },
         ...choices.map((text, index) => el('option', { value: String(index) }, text)));
-    select.addEventListener('change', () => set(link, select, ask(Number(select.value))));
-    follow(link, select, (state) => {
+    select.addEventListener('change', () => set(server, select, ask(Number(select.value))));
+    follow(server, select, (state) => {
         const chosen = read(state);
         select.value = chosen === null ? '' : String(chosen);
     });
     return el('div', { className: 'control' }, el('label', { className: 'control-name', htmlFor: id }, name), select);
 }
 
-/** A number from a range; it is sent when it is let go. */
-export function slider(link, { id, name, max, step, read, ask, text }) {
+/** A number from a range; it is sent when the slider is released. */
+export function slider(server, { id, name, max, step, read, ask, text }) {
     const input = el('input', { type: 'range', id, min: '0', max: String(max), step: String(step), value: '0' });
     const shown = el('output', { className: 'number', htmlFor: id }, '--');
     let isHeld = false;
@@ -178,19 +178,19 @@ export function slider(link, { id, name, max, step, read, ask, text }) {
     });
     input.addEventListener('change', () => {
         isHeld = false;
-        set(link, input, ask(Number(input.value)));
+        set(server, input, ask(Number(input.value)));
     });
-    // One that is let go where it was taken up has not changed.
+    // One that is released where it was has not changed.
     const letGo = () => setTimeout(() => {
         if (isHeld) {
             isHeld = false;
-            showStateAgain(link);
+            showStateAgain(server);
         }
     });
     for (const end of ['pointerup', 'pointercancel', 'keyup', 'blur']) {
         input.addEventListener(end, letGo);
     }
-    follow(link, input, (state) => {
+    follow(server, input, (state) => {
         const value = read(state);
         if (value !== null) {
             input.value = String(value);
@@ -202,11 +202,11 @@ export function slider(link, { id, name, max, step, read, ask, text }) {
         el('div', { className: 'slider' }, input, shown));
 }
 
-/** A button that performs an act. `ask` gives the act. */
-export function action(link, { id, name, drawing = null, ask, keys = null }) {
+/** A button that sends a request, which `ask` gives. */
+export function action(server, { id, name, drawing = null, ask, keys = null }) {
     const button = el('button', { type: 'button', id, className: 'action', 'aria-keyshortcuts': keys },
         ...(drawing === null ? [] : [icon(drawing)]), name);
-    button.addEventListener('click', () => perform(link, button, ask()));
+    button.addEventListener('click', () => perform(server, button, ask()));
     return button;
 }
 

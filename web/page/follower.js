@@ -1,6 +1,6 @@
-// Keeps the end of what grows in view.
+// Keeps the end of growing content in view.
 
-/** Keeps the end of a box in view until somebody scrolls up, and again from when somebody is back there. */
+/** Keeps the end of a box in view until the user scrolls up, and again after scrolling back to the end. */
 export class Follower {
     #box;
     #top = 0;
@@ -25,7 +25,7 @@ export class Follower {
         this.#top = this.#box.scrollTop;
     }
 
-    /** In another size the same lines are elsewhere: that is no scrolling up. */
+    /** After a change of size the same lines are elsewhere: that is not scrolling up. */
     #isResized() {
         const size = `${this.#box.clientWidth} ${this.#box.clientHeight}`;
         const isOther = size !== this.#size;

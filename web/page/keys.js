@@ -9,15 +9,15 @@ const focus = (id) => () => {
 };
 
 const KEYS = [
-    { key: 'z', name: 'Press the zoom button', act: press('button-zoom') },
-    { key: 'n', name: 'Press the NUC button', act: press('button-nuc') },
-    { key: 'p', name: 'Press the pol button', act: press('button-pol') },
-    { key: 'r', name: 'Start or stop recording', act: press('record') },
-    { key: 's', name: 'Take a snapshot', act: press('snapshot') },
-    { key: 'f', name: 'Picture on the full screen', act: toggleFullScreen },
-    { key: '/', name: 'Into the console', act: focus('console-line') },
-    { key: 'l', name: 'Into the log’s filter', act: focus('log-filter') },
-    { key: '?', name: 'This help', act: () => byId('help').showModal() },
+    { key: 'z', name: 'Press the zoom button', run: press('button-zoom') },
+    { key: 'n', name: 'Press the NUC button', run: press('button-nuc') },
+    { key: 'p', name: 'Press the pol button', run: press('button-pol') },
+    { key: 'r', name: 'Start or stop recording', run: press('record') },
+    { key: 's', name: 'Take a snapshot', run: press('snapshot') },
+    { key: 'f', name: 'Picture on the full screen', run: toggleFullScreen },
+    { key: '/', name: 'Into the console', run: focus('console-line') },
+    { key: 'l', name: 'Into the log’s filter', run: focus('log-filter') },
+    { key: '?', name: 'This help', run: () => byId('help').showModal() },
 ];
 
 const LINE_KEYS = [
@@ -29,7 +29,7 @@ const LINE_KEYS = [
 
 const takesText = (node) => node.matches('input:not([type=radio], [type=range], [type=checkbox]), select, textarea');
 
-/** Who speaks to the browser or types does not press a key of the sight. */
+/** Keys for the browser, or for a field, are not keys of the sight. */
 function isForUs(event) {
     return !event.ctrlKey && !event.altKey && !event.metaKey && !event.repeat && !event.defaultPrevented
         && !takesText(event.target) && document.querySelector('dialog[open]') === null;
@@ -57,7 +57,7 @@ export function startKeys() {
         const key = KEYS.find((each) => each.key === event.key.toLowerCase());
         if (key !== undefined && keysOn.checked && isForUs(event)) {
             event.preventDefault();
-            key.act();
+            key.run();
         }
     });
 }

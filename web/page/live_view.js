@@ -2,7 +2,7 @@
 
 import { isBusy } from './fields.js';
 
-// The no-input picture stays until these have been run, also when the cable is back.
+// The no-input picture stays until these have run, also when the cable is back.
 const START = ['kill_pipe 6', 'create_pipe 0', 'create_pipe 1'];
 
 // The display's scene is loaded again, with its own defaults, and is told of changes only. These send
@@ -23,7 +23,7 @@ function zoomSteps({ pip, zoom }) {
     return ['enable_pip 0', ...inset, ...Array(index).fill('kbd_zoom')];
 }
 
-/** None where an outside controller tells the display itself. */
+/** None when an outside controller drives the display. */
 function repetition(state) {
     if (state.handed_over || state.settings === null) {
         return [];
@@ -31,13 +31,13 @@ function repetition(state) {
     return [...SETTINGS.map(([name, key]) => `${name} ${state.settings[key]}`), ...zoomSteps(state)];
 }
 
-export async function restartLiveView(link, button) {
+export async function restartLiveView(server, button) {
     if (isBusy(button)) {
         return;
     }
     button.setAttribute('aria-busy', 'true');
-    for (const line of [...START, ...repetition(link.state)]) {
-        const { ok } = await link.act({ act: 'command', line });
+    for (const line of [...START, ...repetition(server.state)]) {
+        const { ok } = await server.request({ request: 'command', line });
         if (!ok) {
             break;
         }

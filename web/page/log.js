@@ -1,4 +1,4 @@
-// The log as it grows: by level and text, at its end unless somebody reads further up.
+// The growing log: filtered by level and text, scrolled to its end unless the user scrolls up.
 import { byId, el, memory, setText } from './dom.js';
 import { Follower } from './follower.js';
 import { Blocks, LINES_MAX } from './log_blocks.js';
@@ -34,7 +34,7 @@ class Log {
         if (fresh) {
             this.#clear();
         }
-        // A hidden page draws nothing, and must not gather without end.
+        // A hidden page draws nothing, and must not collect lines without limit.
         this.#added = [...this.#added, ...lines].slice(-LINES_MAX);
         if (!this.#isDrawing) {
             this.#isDrawing = true;
@@ -94,7 +94,7 @@ class Log {
     }
 }
 
-export function startLog(link) {
+export function startLog(server) {
     const log = new Log();
-    link.on('log', (message) => log.take(message));
+    server.on('log', (message) => log.take(message));
 }

@@ -1,16 +1,16 @@
-// The log's rows in blocks: a line that comes costs the layout of the last block, not of all lines.
+// The log's rows in blocks: a new line costs the layout of the last block, not of all lines.
 import { el } from './dom.js';
 
 const BLOCK_LINES = 100;
 const BLOCKS_MAX = 50;
 
-/** What is kept at most. */
+/** The most lines that are kept. */
 export const LINES_MAX = BLOCK_LINES * BLOCKS_MAX;
 
-// As a block that is out of sight is counted; lines that wrap are higher.
+// For estimating the height of a block that is out of sight; lines that wrap are higher.
 const ROW_HEIGHT_PX = 18;
 
-// The last blocks are always laid out: a view on the end must not rest on estimates.
+// The last blocks are always laid out: a view of the end must not depend on estimates.
 const OPEN_BLOCKS = 2;
 
 function rowOf({ time, level, text }) {

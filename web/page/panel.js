@@ -1,10 +1,10 @@
 // The panel's live picture, as bright as the panel shows it.
 import { byId, memory, setText } from './dom.js';
-import { condition, keepSocket } from './link.js';
+import { condition, reconnectingSocket } from './server_connection.js';
 import { restartLiveView } from './live_view.js';
 import { clockText } from './values.js';
 
-// The live picture comes thirty times a second; one that stands this long stands still.
+// The live picture changes thirty times a second: after this long without a new one it stands still.
 const STILL_MS = 3000;
 
 const panel = byId('panel');
@@ -20,7 +20,7 @@ class Pictures {
     lastAt = null;
 
     open() {
-        keepSocket('picture', {
+        reconnectingSocket('picture', {
             onOpen: (socket) => {
                 this.#socket = socket;
                 this.#isAsked = false;
@@ -48,16 +48,16 @@ class Pictures {
             ++this.count;
             this.lastAt = new Date();
         } catch {
-            // A picture that can't be read is as good as none; the next one may be.
+            // A picture that can't be decoded is skipped.
         }
         this.#isAsked = false;
         this.askNext();
     }
 }
 
-/** What stands over the picture: text, whether the old picture is only a memory, and a way out. */
-function noteFor(link, pictures, watchedSince) {
-    const now = condition(link);
+/** The note over the picture: its text, whether the picture is old, and whether a restart would help. */
+function noteFor(server, pictures, watchedSince) {
+    const now = condition(server);
     const last = pictures.lastAt === null ? '' : ` Last picture at ${clockText(pictures.lastAt)}.`;
     if (now === 'connecting') {
         return { text: 'Connecting', isOld: true };
@@ -65,11 +65,11 @@ function noteFor(link, pictures, watchedSince) {
     if (now === 'lost' || now === 'gone') {
         return { text: `No picture: the daemon is not running.${last}`, isOld: true };
     }
-    if (link.state.panel?.on === false) {
+    if (server.state.panel?.on === false) {
         return { text: 'The panel is off', isOff: true };
     }
-    if (link.state.camera?.shown === false) {
-        return link.state.camera.plugged
+    if (server.state.camera?.shown === false) {
+        return server.state.camera.plugged
             ? { text: 'The camera is plugged in, but not shown', hasWayOut: true }
             : { text: 'The camera is unplugged' };
     }
@@ -129,7 +129,7 @@ export function toggleFullScreen() {
     }
 }
 
-/** Shows the rate; and that a picture stands still is known by the clock alone. */
+/** Shows the rate, and updates the note: only the clock tells that a picture stands still. */
 function eachSecond(pictures, show) {
     let counted = 0;
     setInterval(() => {
@@ -139,21 +139,21 @@ function eachSecond(pictures, show) {
     }, 1000);
 }
 
-export function startPicture(link) {
+export function startPicture(server) {
     const pictures = new Pictures();
     let watchedSince = Date.now();
     let isFull = false;
     const show = () => {
-        showNote(noteFor(link, pictures, watchedSince));
-        showLight(link.state?.panel?.light, isFull);
+        showNote(noteFor(server, pictures, watchedSince));
+        showLight(server.state?.panel?.light, isFull);
     };
     document.addEventListener('visibilitychange', () => {
         watchedSince = Date.now();
         pictures.askNext();
     });
     eachSecond(pictures, show);
-    link.on('state', show);
-    link.on('presence', () => {
+    server.on('state', show);
+    server.on('presence', () => {
         watchedSince = Date.now();
         show();
     });
@@ -163,6 +163,6 @@ export function startPicture(link) {
     });
     followPointer();
     byId('full-screen').addEventListener('click', toggleFullScreen);
-    byId('live-view').addEventListener('click', () => restartLiveView(link, byId('live-view')));
+    byId('live-view').addEventListener('click', () => restartLiveView(server, byId('live-view')));
     pictures.open();
 }

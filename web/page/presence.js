@@ -1,7 +1,7 @@
-// Whether server and daemon are there: banner, title, and what can be used meanwhile.
+// Whether server and daemon are there: banner, title, and which controls are enabled.
 import { byId, el, setText } from './dom.js';
-import { forgetAnswers } from './fields.js';
-import { condition } from './link.js';
+import { clearFailures } from './fields.js';
+import { condition } from './server_connection.js';
 
 const LINK_TEXTS = {
     connecting: 'Connecting',
@@ -11,11 +11,11 @@ const LINK_TEXTS = {
     up: 'Daemon up',
 };
 
-function bannerFor(link, now) {
+function bannerFor(server, now) {
     switch (now) {
     case 'lost':
     case 'gone':
-        return ['The daemon is not running: start it with ', el('code', {}, link.startCommand),
+        return ['The daemon is not running: start it with ', el('code', {}, server.startCommand),
             '. This page comes back by itself.'];
     case 'silent':
         return ['The daemon runs, but does not answer. What is shown may be out of date.'];
@@ -24,10 +24,10 @@ function bannerFor(link, now) {
     }
 }
 
-// What had the focus when it could no longer be used: there it belongs when it can again.
+// What had the focus when it was disabled: it gets the focus back when it is enabled again.
 let focused = null;
 
-/** Switches what needs the daemon (data-needs="daemon") or only the server ("server"). */
+/** Enables or disables what needs the daemon (data-needs="daemon") or only the server ("server"). */
 function switchNeeds(now) {
     const hasServer = now !== 'lost' && now !== 'connecting';
     const hasDaemon = now === 'up' || now === 'silent';
@@ -35,7 +35,7 @@ function switchNeeds(now) {
     for (const node of document.querySelectorAll('[data-needs]')) {
         const isUsable = node.dataset.needs === 'daemon' ? hasDaemon : hasServer;
         if (node.type === 'text') {
-            // It keeps the focus: what is typed on must not become keys of the sight.
+            // It keeps the focus: further typing must not become keys of the sight.
             node.readOnly = !isUsable;
             node.setAttribute('aria-disabled', String(!isUsable));
         } else {
@@ -49,38 +49,38 @@ function switchNeeds(now) {
     }
 }
 
-function showBanner(link, now) {
-    const parts = bannerFor(link, now);
+function showBanner(server, now) {
+    const parts = bannerFor(server, now);
     byId('banner').replaceChildren(...(parts.length > 0
         ? [el('p', { className: 'banner' }, ...parts)] : []));
 }
 
-function showTitle(link, now) {
-    const mark = now === 'up' && link.state.recording ? '● ' : '';
+function showTitle(server, now) {
+    const mark = now === 'up' && server.state.recording ? '● ' : '';
     const words = now === 'up' ? '' : `${LINK_TEXTS[now].toLowerCase()} – `;
     document.title = `${mark}${words}vtrdc control page`;
 }
 
-export function startPresence(link) {
+export function startPresence(server) {
     let shown = null;
     const show = () => {
-        const now = condition(link);
-        showTitle(link, now);
+        const now = condition(server);
+        showTitle(server, now);
         if (now === shown) {
             return;
         }
         shown = now;
         document.body.dataset.link = now;
         setText(byId('link-text'), LINK_TEXTS[now]);
-        showBanner(link, now);
+        showBanner(server, now);
         switchNeeds(now);
         if (now === 'lost' || now === 'gone') {
-            forgetAnswers();
+            clearFailures();
         }
     };
-    link.on('presence', show);
-    link.on('state', show);
-    link.on('hello', ({ board }) => {
+    server.on('presence', show);
+    server.on('state', show);
+    server.on('hello', ({ board }) => {
         setText(byId('board-path'), board);
         byId('board-path').title = `Board folder: ${board}`;
     });

@@ -1,5 +1,5 @@
-// What was asked for and what came of it, from the console and from every control: who clicks sees
-// the command behind it.
+// Requests and their results, from the console and from every control: each click shows the command
+// behind it.
 import { byId, el } from './dom.js';
 import { Follower } from './follower.js';
 
@@ -17,26 +17,27 @@ const NAMES = {
     refuse: ({ name }) => name,
 };
 
-// Acts on the board are verbs of the front door, not commands of the daemon.
+// What acts on the board is a verb of scripts/sim, not a command of the daemon.
 const ORIGINS = { command: '> ', refuse: '' };
 
-function entry(frontDoor, { message, ok, text }) {
+function entry(simCommand, { message, ok, text }) {
+    const { request } = message;
     const asked = el('p', { className: 'asked' },
-        el('span', { className: 'origin' }, ORIGINS[message.act] ?? `${frontDoor} `), NAMES[message.act](message));
-    const answer = el('p', { className: 'said' });
+        el('span', { className: 'origin' }, ORIGINS[request] ?? `${simCommand} `), NAMES[request](message));
+    const reply = el('p', { className: 'said' });
     if (!ok) {
-        answer.append(el('strong', {}, 'Error'), ` ${text || 'failed'}`);
+        reply.append(el('strong', {}, 'Error'), ` ${text || 'failed'}`);
     } else {
-        answer.append(text || 'done');
+        reply.append(text || 'done');
     }
-    return el('div', { className: ok ? text ? 'ok' : 'ok mute' : 'error' }, asked, answer);
+    return el('div', { className: ok ? text ? 'ok' : 'ok mute' : 'error' }, asked, reply);
 }
 
-export function startTranscript(link) {
+export function startTranscript(server) {
     const transcript = byId('transcript');
     const follower = new Follower(transcript);
-    link.on('answered', (answered) => {
-        transcript.append(entry(link.frontDoor, answered));
+    server.on('response', (response) => {
+        transcript.append(entry(server.simCommand, response));
         while (transcript.childElementCount > ENTRIES_MAX) {
             transcript.firstElementChild.remove();
         }

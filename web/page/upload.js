@@ -1,14 +1,14 @@
-// Sends files to the server, with their progress and what came of it.
+// Sends files to the server, with their progress and the outcome.
 import { byId, el, setText } from './dom.js';
 import { sizeText } from './values.js';
 
-// As the server has it.
+// The server's limit.
 const SCENE_MAX_BYTES = 1024 * 1024;
 
-// How long an upload that went well stays on the page: what takes the file may still complain.
+// How long a successful upload stays on the page: the element that takes the file may still complain.
 const DONE_SHOWN_MS = 6000;
 
-// What the daemon's log has of it then, by the element that takes the file.
+// Such a complaint in the daemon's log, by element.
 const complaintOf = (element) => new RegExp(`from element \\S*${element}\\S*: (.*)`);
 
 /** A row on the page for an upload. */
@@ -49,8 +49,8 @@ class UploadRow {
     }
 }
 
-/** What the server said; not each failure comes with a text of its own. */
-function answerOf(request) {
+/** The server's response; not each failure comes with a text of its own. */
+function responseOf(request) {
     try {
         const { ok, text } = JSON.parse(request.responseText);
         return { ok: ok === true, text };
@@ -60,13 +60,13 @@ function answerOf(request) {
     }
 }
 
-/** Ends, by element, the heed that is given to complaints of the file it has. */
+/** Functions that stop waiting for a complaint, by element. */
 const enders = new Map();
 
-/** Tells of the first complaint in the log from now on, until another file comes for the element. */
-function heed(link, element, onComplaint) {
+/** Reports the first complaint in the log from now on, until the element gets another file. */
+function awaitComplaint(server, element, onComplaint) {
     const pattern = complaintOf(element);
-    const stop = link.on('log', ({ fresh, lines }) => {
+    const stop = server.on('log', ({ fresh, lines }) => {
         const complaint = fresh ? undefined : lines.map((line) => line.match(pattern)).find(Boolean);
         if (complaint !== undefined) {
             stop();
@@ -77,28 +77,28 @@ function heed(link, element, onComplaint) {
     enders.set(element, stop);
 }
 
-/** A file on its way to an element. The log's complaint may come before the server's answer. */
+/** A file on its way to an element. The log's complaint may come before the server's response. */
 class Sending {
-    #link;
+    #server;
     #sent;
     #row;
     #request = new XMLHttpRequest();
     #complaint = null;
     #isTaken = false;
 
-    constructor(link, path, sent) {
-        this.#link = link;
+    constructor(server, path, sent) {
+        this.#server = server;
         this.#sent = sent;
         this.#row = new UploadRow(sent.file, () => this.#request.abort());
         const { upload } = this.#request;
         upload.onprogress = ({ loaded, total }) => {
             this.#row.bar.value = total > 0 ? loaded / total : 1;
         };
-        upload.onload = () => heed(link, sent.element, (text) => {
+        upload.onload = () => awaitComplaint(server, sent.element, (text) => {
             this.#complaint = text;
             this.#judge();
         });
-        this.#request.onload = () => this.#finish(answerOf(this.#request));
+        this.#request.onload = () => this.#finish(responseOf(this.#request));
         this.#request.onerror = () => this.#finish({ ok: false, text: 'the connection ended' });
         this.#request.open('POST', path);
         this.#request.send(sent.file);
@@ -106,10 +106,10 @@ class Sending {
 
     #finish({ ok, text }) {
         const { file, words, use } = this.#sent;
-        this.#link.tell('answered', { message: { act: 'upload', words }, ok, text });
+        this.#server.emit('response', { message: { request: 'upload', words }, ok, text });
         this.#isTaken = ok;
         this.#row.finish(ok, ok
-            ? [`${file.name} (${sizeText(file.size)}) ${use(this.#link.state)}`, text].filter(Boolean).join(', ')
+            ? [`${file.name} (${sizeText(file.size)}) ${use(this.#server.state)}`, text].filter(Boolean).join(', ')
             : `${file.name}: ${text}`);
         this.#judge();
     }
@@ -125,23 +125,23 @@ const footageUse = (state) => (state?.camera?.plugged === false
     ? 'is for the camera when its cable is in' : 'is what the camera sees');
 
 /** Keeps a video on the board and shows it to the camera. */
-export function sendFootage(link, file) {
-    new Sending(link, `footage/${encodeURIComponent(file.name)}`,
+export function sendFootage(server, file) {
+    new Sending(server, `footage/${encodeURIComponent(file.name)}`,
         { file, words: `footage ${file.name}`, use: footageUse, element: 'SimCamera' });
 }
 
 /** Makes a text of QML the on-screen display. */
-export function sendScene(link, file) {
+export function sendScene(server, file) {
     if (file.size > SCENE_MAX_BYTES) {
-        refuseFile(link, file, 'a scene has at most 1 MiB');
+        refuseFile(server, file, 'a scene has at most 1 MiB');
         return;
     }
-    new Sending(link, 'scene',
+    new Sending(server, 'scene',
         { file, words: `scene ${file.name}`, use: () => 'is the on-screen display', element: 'SimQtOverlay' });
 }
 
 /** Says why a file is not sent at all. */
-export function refuseFile(link, file, text) {
-    link.tell('answered', { message: { act: 'refuse', name: file.name }, ok: false, text });
+export function refuseFile(server, file, text) {
+    server.emit('response', { message: { request: 'refuse', name: file.name }, ok: false, text });
     new UploadRow(file, () => {}).finish(false, `${file.name}: ${text}`);
 }

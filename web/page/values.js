@@ -1,4 +1,4 @@
-// How the sight's values read.
+// The sight's values as texts.
 
 const COLOR_NAMES = {
     '#000000': 'Black',
@@ -56,7 +56,7 @@ export function clockText(at) {
     return `${two(at.getHours())}:${two(at.getMinutes())}:${two(at.getSeconds())}`;
 }
 
-/** When a recording began, in seconds since 1970, as its file name has it; null without. */
+/** When a recording began, in seconds since 1970, according to its file name; null without. */
 export function beginningOf(recordingName) {
     const digits = recordingName.match(/_(\d{4})(\d\d)(\d\d)(\d\d)(\d\d)(\d\d)_/);
     if (digits === null) {

@@ -12,7 +12,7 @@ function content(kind, { name, url }, onFail) {
 }
 
 /** Gives the function that shows a file as 'img', 'video' or 'audio'. */
-export function startViewer(link, downloadUrl) {
+export function startViewer(server, downloadUrl) {
     const dialog = byId('viewer');
     const body = byId('viewer-body');
     byId('viewer-close').addEventListener('click', () => dialog.close());
@@ -23,7 +23,7 @@ export function startViewer(link, downloadUrl) {
         byId('viewer-download').href = downloadUrl(file.url);
         byId('viewer-download').download = file.name;
         body.replaceChildren(content(kind, file, () => body.replaceChildren(
-            el('p', { className: 'viewer-failed', role: 'alert' }, link.presence === 'there' ? FAILED : AWAY))));
+            el('p', { className: 'viewer-failed', role: 'alert' }, server.presence === 'there' ? FAILED : AWAY))));
         dialog.showModal();
     };
 }

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 namespace web {
 namespace {
 
-// A recording that grows is written to all the time.
+// A recording that runs is written to all the time.
 constexpr std::chrono::milliseconds gathering{500};
 
 // The camera's video, while its cable is in and while it is not.
@@ -37,7 +37,7 @@ nlohmann::json entries(const std::vector<board_file>& files, const char* kind) {
 
 } // namespace
 
-board_lists::board_lists(const board_place& board,
+board_lists::board_lists(const board_folder& board,
                          std::function<void(const nlohmann::json&)> on_change)
     : board_(board), on_change_(std::move(on_change)) {}
 
@@ -78,18 +78,18 @@ void board_lists::look() {
 
 nlohmann::json board_lists::list_media() const {
     nlohmann::json recordings =
-        entries(board_place::files_in(board_.media_folder() + "/video"), "video");
+        entries(board_folder::files_in(board_.media_folder() + "/video"), "video");
     for (nlohmann::json& each : recordings) {
         each["growing"] = is_recording_ && &each == &recordings.front();
     }
     return {
         {"type", "media"},
         {"recordings", recordings},
-        {"snapshots", entries(board_place::files_in(board_.media_folder() + "/image"), "image")}};
+        {"snapshots", entries(board_folder::files_in(board_.media_folder() + "/image"), "image")}};
 }
 
 nlohmann::json board_lists::list_footage() const {
-    const std::vector<std::string> names = board_place::names_in(board_.footage_folder());
+    const std::vector<std::string> names = board_folder::names_in(board_.footage_folder());
     std::error_code failed;
     const fs::path devices = board_.path("/dev");
     fs::path shown = fs::read_symlink(devices / camera, failed);
@@ -97,7 +97,7 @@ nlohmann::json board_lists::list_footage() const {
         shown = fs::read_symlink(devices / unplugged_camera, failed);
     }
     const std::string name = shown.filename();
-    // A link that stands in the folder of devices starts there; a whole path doesn't.
+    // A relative link starts in the folder of devices.
     const bool is_choice =
         std::ranges::find(names, name) != names.end() &&
         fs::equivalent(devices / shown.parent_path(), board_.footage_folder(), failed);

@@ -1,7 +1,7 @@
 // What the page lists: recordings and snapshots, and the footage that the camera can be shown.
 #pragma once
 
-#include "board_place.h"
+#include "board_folder.h"
 #include "loop.h"
 
 #include <nlohmann/json.hpp>
@@ -14,18 +14,18 @@ namespace web {
 class board_lists {
 public:
     // `on_change` gets each list that differs from the one before.
-    board_lists(const board_place& board, std::function<void(const nlohmann::json&)> on_change);
+    board_lists(const board_folder& board, std::function<void(const nlohmann::json&)> on_change);
     board_lists(const board_lists&) = delete;
     board_lists& operator=(const board_lists&) = delete;
 
-    // Follows the folders from now on, until shut.
+    // Follows the folders until shut.
     void open();
     void shut();
 
-    // A recording runs: the latest file can't be played yet.
+    // While a recording runs, the latest file can't be played.
     void take_recording(bool is_recording);
 
-    // As the page's protocol has them.
+    // As messages of the page's protocol.
     [[nodiscard]] const nlohmann::json& media() const { return media_; }
     [[nodiscard]] const nlohmann::json& footage() const { return footage_; }
 
@@ -34,7 +34,7 @@ private:
     [[nodiscard]] nlohmann::json list_media() const;
     [[nodiscard]] nlohmann::json list_footage() const;
 
-    const board_place& board_;
+    const board_folder& board_;
     const std::function<void(const nlohmann::json&)> on_change_;
     bool is_recording_ = false;
     nlohmann::json media_;

@@ -11,14 +11,14 @@
 namespace web {
 namespace {
 
-// Which of the options it is: getopt knows them by numbers. The texts come first; none may lack.
-enum : int { board, page, log, front_door, stock_scene, start, daemon_program, port, beside };
+// Numbers of the options for getopt. Those with a text come first; each of them is required.
+enum : int { board, page, log, sim, stock_scene, start, daemon_program, port, beside };
 
 constexpr std::array options = std::to_array<option>({
     {"board", required_argument, nullptr, board},
     {"page", required_argument, nullptr, page},
     {"log", required_argument, nullptr, log},
-    {"front-door", required_argument, nullptr, front_door},
+    {"sim", required_argument, nullptr, sim},
     {"stock-scene", required_argument, nullptr, stock_scene},
     {"start", required_argument, nullptr, start},
     {"daemon", required_argument, nullptr, daemon_program},
@@ -29,7 +29,7 @@ constexpr std::array options = std::to_array<option>({
 
 constexpr unsigned port_max = 65535;
 
-// A number from 1 on; none when the text is anything else.
+// A number from 1 to `max`; none when the text is anything else.
 template <typename T> std::optional<T> number_in(std::string_view text, T max) {
     T number = 0;
     const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
@@ -38,14 +38,14 @@ template <typename T> std::optional<T> number_in(std::string_view text, T max) {
     return is_number ? std::optional{number} : std::nullopt;
 }
 
-// What each of the options up to --daemon is put into.
+// Where the texts of the options up to --daemon go.
 std::array<std::string*, port> texts_of(command_line& line) {
-    desk_options& desk = line.desk;
-    return {&desk.board,       &desk.page,  &desk.log,   &desk.front_door,
-            &desk.stock_scene, &desk.start, &line.daemon};
+    controller_options& text = line.options;
+    return {&text.board,       &text.page,  &text.log,   &text.sim,
+            &text.stock_scene, &text.start, &line.daemon};
 }
 
-// False when the option's value makes no sense, or there is no such option.
+// False when the option's value is invalid, or there is no such option.
 bool apply_option(command_line& line, int which) {
     switch (which) {
     case port:
@@ -79,7 +79,7 @@ std::optional<command_line> read_command_line(int argc, char* argv[], std::strin
         }
     }
     if (optind < argc || !is_complete(line)) {
-        why = "it takes each of --board, --page, --log, --front-door, --stock-scene, --start and "
+        why = "it takes each of --board, --page, --log, --sim, --stock-scene, --start and "
               "--daemon, and no more than --port and --beside";
         return std::nullopt;
     }

@@ -1,7 +1,7 @@
 // The command line of vtrdc-web, which scripts/sim starts.
 #pragma once
 
-#include "desk.h"
+#include "controller.h"
 
 #include <optional>
 #include <string>
@@ -10,10 +10,10 @@
 namespace web {
 
 struct command_line {
-    desk_options desk;
-    std::string daemon;           // its program, to know it by
+    controller_options options;
+    std::string daemon;           // its program, by which it is recognised
     std::optional<unsigned> port; // of the loopback; else the first free one is found
-    // The process that becomes the daemon: the server goes into the background, and ends with it.
+    // The process that becomes the daemon: the server runs in the background and ends with it.
     std::optional<pid_t> beside;
 };
 

@@ -10,8 +10,8 @@
 namespace web {
 namespace {
 
-// By number, since the C library has no name for the call yet. The kernel itself refuses whatever
-// leads out, also a link that somebody swaps in meanwhile.
+// By number: the C library has no function for this call yet. The kernel itself refuses paths that
+// lead out, also by a link that is swapped in meanwhile.
 int open_beneath(int folder, const std::string& path) {
     open_how how{};
     how.flags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;

@@ -8,7 +8,7 @@
 
 namespace web {
 
-// An ordinary file, open for reading, and its size then. None: without a descriptor.
+// An ordinary file that was opened for reading, and its size; without a descriptor: none.
 struct opened_file {
     descriptor file;
     off_t bytes = 0;

@@ -10,7 +10,7 @@ namespace web {
 class descriptor {
 public:
     descriptor() = default;
-    // Takes it over; negative means "none", as the system's calls have it.
+    // Takes it over; negative means "none", as from system calls.
     explicit descriptor(int number) : number_(number) {}
     descriptor(descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
     descriptor& operator=(descriptor&& other) noexcept {

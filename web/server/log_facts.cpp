@@ -12,8 +12,8 @@ struct reaction {
     bool value;
 };
 
-// The pipes' numbers are those of the commands for single pipes. An output that is ended by force
-// says the same as one that ends by itself.
+// Pipes have the numbers of the commands for single pipes. An output that is ended by force logs
+// the same as one that ends by itself.
 constexpr std::array reactions = std::to_array<reaction>({
     {"Creating record branch", &log_facts::recording, true},
     {"Got EoS event on pipe 5", &log_facts::recording, false},

@@ -14,13 +14,12 @@ struct log_facts {
     bool camera_shown = false;
     bool handed_over = false;
     bool broker_connected = false;
-    unsigned push_failures =
-        0; // of the HTTP push: attempts to reach its server that came to nothing
+    unsigned push_failures = 0; // failed attempts of the HTTP push to reach its server
 
     bool operator==(const log_facts&) const = default;
 };
 
-// Takes a line in. A daemon's first line forgets what was known of the one before.
+// Takes a line in. A daemon's first line drops the facts of the one before.
 void take_line(std::optional<log_facts>& facts, std::string_view line);
 
 } // namespace web

@@ -13,7 +13,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Together in one message to the pages: a debug log has hundreds of lines a second.
+// Lines are gathered into one message to the pages: a debug log has hundreds a second.
 constexpr milliseconds gathering{100};
 
 constexpr std::size_t lines_kept = 2000;
@@ -21,7 +21,7 @@ constexpr std::size_t lines_kept = 2000;
 // A line without an end must not fill the memory.
 constexpr std::size_t line_max = 8192;
 
-// Of a log that is long already is read so much at once, and then comes who else has waited.
+// Of a long log, so much is read in one turn of the main loop.
 constexpr std::size_t slice_max = 1024 * 1024;
 
 } // namespace
@@ -42,8 +42,8 @@ void log_tail::read_soon(milliseconds after) {
     }
 }
 
-// Another file may have the name now, or this one was cut.
-void log_tail::reopen_when_begun_anew() {
+// Another file may have the name now, or this one was truncated.
+void log_tail::reopen_when_replaced() {
     struct stat named {};
     if (stat(path_.c_str(), &named) != 0) {
         return;
@@ -63,7 +63,7 @@ void log_tail::reopen_when_begun_anew() {
 }
 
 void log_tail::read_more() {
-    reopen_when_begun_anew();
+    reopen_when_replaced();
     if (read_slice()) {
         read_soon(milliseconds{0});
     } else if (is_fresh_ || untold_ > 0) {

@@ -16,12 +16,12 @@ namespace web {
 class log_tail {
 public:
     struct listeners {
-        // The file was begun anew: all lines of before are history.
+        // The file starts from the beginning: earlier lines are history.
         std::function<void()> on_begin;
         // Each line, in order.
         std::function<void(std::string_view)> on_line;
-        // At most ten times a second, after lines came. `lines` are those since the last time; with
-        // `is_fresh` they are all there is to show, and take the place of what was shown before.
+        // At most ten times a second, after new lines. `lines` are those since the last call; with
+        // `is_fresh` they are all there is, and replace those of earlier calls.
         std::function<void(bool is_fresh, const std::deque<std::string>& lines)> on_news;
     };
 
@@ -34,7 +34,7 @@ public:
 private:
     void read_soon(std::chrono::milliseconds after);
     void read_more();
-    void reopen_when_begun_anew();
+    void reopen_when_replaced();
     [[nodiscard]] bool read_slice();
     void take_bytes(std::string_view bytes);
     void end_line();

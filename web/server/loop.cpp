@@ -1,4 +1,4 @@
-// What waits in the main loop: timers, descriptors, and changes of files.
+// Waits in the main loop: for timers, descriptors, and changes of files.
 #include "loop.h"
 
 #include <glib-unix.h>
@@ -34,7 +34,7 @@ gboolean timer::on_time(gpointer self) noexcept {
     if (!repeats) {
         waiting->source_ = 0;
     }
-    // A copy, since the task may set the timer anew, or end it.
+    // A copy, since the task may set the timer again, or end it.
     const std::function<void()> task = waiting->task_;
     task();
     return repeats ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
@@ -71,7 +71,7 @@ file_watch::file_watch(std::function<void(const std::string&, const std::string&
 
 void file_watch::add(const std::string& folder) {
     folders_.add(folder);
-    task_(folder, {}); // whatever may be in there by now
+    task_(folder, {}); // its present content is news, too
 }
 
 void file_watch::tell_changes() {

@@ -1,5 +1,5 @@
-// What waits in the main loop: timers, descriptors, and changes of files. Each waits as long as its
-// object lives; all are of the main thread.
+// Waits in the main loop: for timers, descriptors, and changes of files. Each waits as long as its
+// object lives; all belong to the main thread.
 #pragma once
 
 #include "folder_watch.h"
@@ -12,7 +12,7 @@
 
 namespace web {
 
-// A call after a while, or again and again.
+// A call after some time, or repeated.
 class timer {
 public:
     timer() = default;
@@ -20,7 +20,7 @@ public:
     timer& operator=(const timer&) = delete;
     ~timer() { stop(); }
 
-    // Forgets what it waited for before.
+    // Replaces what it waited for before.
     void once(std::chrono::milliseconds after, std::function<void()> task);
     void every(std::chrono::milliseconds interval, std::function<void()> task);
     void stop();
@@ -53,12 +53,13 @@ private:
     std::function<void()> task_;
 };
 
-// Whether a file that is only touched is told of: a picture of the panel is written through a
-// mapping, which tells nobody, and then its file is touched, thirty times a second.
+// Whether a file that is only touched counts as changed. A picture of the panel is written through
+// a mapping, which causes no event; then its file is touched, thirty times a second.
 enum class touches { ignored, told };
 
-// Calls with a folder and the name in it of each file that came, went or was written to, also while
-// it is written to. The name is empty when the folder is added, comes, goes, or is another one.
+// Calls with a folder and a name in it for each file that was added, removed or written to, also
+// while it is being written. The name is empty when the folder itself is added, removed or
+// replaced.
 class file_watch {
 public:
     explicit file_watch(

@@ -1,7 +1,7 @@
 // vtrdc-web: serves the control page of a simulated board, on loopback.
 #include "command_line.h"
+#include "controller.h"
 #include "daemon_life.h"
-#include "desk.h"
 
 #include <array>
 #include <fcntl.h>
@@ -16,14 +16,14 @@
 
 namespace {
 
-// A second board's page finds another place.
+// The page of a second board takes the next free port.
 constexpr unsigned first_port = 8040;
 constexpr unsigned ports_tried = 10;
 
 // The daemon and the browser come first.
 constexpr int niceness = 5;
 
-bool listen(web::web_server& server, std::optional<unsigned> port, std::string& why) {
+bool listen(web::http_server& server, std::optional<unsigned> port, std::string& why) {
     if (port) {
         return server.listen(*port, why);
     }
@@ -40,18 +40,18 @@ gboolean quit(gpointer loop) noexcept {
     return G_SOURCE_CONTINUE;
 }
 
-// The daemon's last lines still pass through its log then, and on to the pages.
+// Time for the daemon's last lines to reach the pages through its log.
 constexpr guint last_words_ms = 500;
 
-// The next daemon's page shall find the port free.
+// Frees the port for the next daemon's page.
 gboolean stop_listening(gpointer server) noexcept {
-    static_cast<web::web_server*>(server)->stop_listening();
+    static_cast<web::http_server*>(server)->stop_listening();
     return G_SOURCE_REMOVE;
 }
 
-// Waits on a thread of its own; what it waits for outlives the main loop only when that ends first.
-void quit_with_daemon(GMainLoop* loop, web::web_server& server, const web::command_line& line) {
-    const daemon_marks marks = marks_of_daemon(line.daemon, line.desk.board);
+// Waits on a thread of its own, which is still waiting if the main loop ends first.
+void quit_with_daemon(GMainLoop* loop, web::http_server& server, const web::command_line& line) {
+    const daemon_marks marks = marks_of_daemon(line.daemon, line.options.board);
     std::thread([loop, &server, marks, starter = *line.beside] {
         wait_for_daemon_end(marks, starter);
         g_idle_add(stop_listening, &server);
@@ -59,7 +59,7 @@ void quit_with_daemon(GMainLoop* loop, web::web_server& server, const web::comma
     }).detach();
 }
 
-// Told once: the address that is served, or why none is.
+// Called once: with the address of the page, or why it can't be served.
 using report = std::function<void(bool is_served, const std::string& text)>;
 
 void write_report(bool is_served, const std::string& text) {
@@ -70,8 +70,8 @@ void write_report(bool is_served, const std::string& text) {
     }
 }
 
-// Each page takes two descriptors, each file that is sent one more. A server that has none left
-// takes nobody in again.
+// Each page takes two descriptors, each file that is sent one more. A server that ran out of them
+// once accepts no connection again.
 void raise_descriptor_limit() {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
@@ -83,28 +83,28 @@ void raise_descriptor_limit() {
 int serve(const web::command_line& line, const report& tell) {
     setpriority(PRIO_PROCESS, 0, niceness);
     raise_descriptor_limit();
-    web::desk desk{line.desk};
+    web::controller controller{line.options};
     std::string why;
-    if (!listen(desk.server(), line.port, why)) {
+    if (!listen(controller.server(), line.port, why)) {
         tell(false, why);
         return EXIT_FAILURE;
     }
-    tell(true, desk.server().address());
+    tell(true, controller.server().address());
     const g_owned<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
     g_unix_signal_add(SIGINT, quit, loop.get());
     g_unix_signal_add(SIGTERM, quit, loop.get());
     if (line.beside) {
-        quit_with_daemon(loop.get(), desk.server(), line);
+        quit_with_daemon(loop.get(), controller.server(), line);
     }
     g_main_loop_run(loop.get());
     return EXIT_SUCCESS;
 }
 
-// The first byte says which of the two it is.
+// The first byte says whether the page is served.
 void send_report(int output, bool is_served, const std::string& text) {
     const std::string message = (is_served ? "1" : "0") + text;
     if (write(output, message.data(), message.size()) < 0) {
-        // Whoever asked is gone; the page is served all the same.
+        // The starter is gone; the page is served all the same.
     }
     close(output);
 }
@@ -120,9 +120,9 @@ bool pass_report_on(int input) {
     return is_served;
 }
 
-// The starter waits until the page is served; what serves it belongs to nobody.
+// The starter waits until the page is served; the server is no child of its.
 int serve_in_background(const web::command_line& line) {
-    close_range(STDERR_FILENO + 1, ~0U, 0); // whoever waits for the end of an inherited pipe
+    close_range(STDERR_FILENO + 1, ~0U, 0); // somebody may wait for the end of an inherited pipe
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
         return EXIT_FAILURE;

@@ -10,7 +10,7 @@
 namespace web {
 namespace {
 
-// Fine lines of reticles stay clean, at some 150 kB a picture.
+// Fine lines of reticles stay clean, at about 150 kB a picture.
 constexpr int jpeg_quality = 85;
 
 struct jpeg_release {
@@ -53,7 +53,7 @@ void panel_stream::add(SoupWebsocketConnection* page) {
     if (watch_) {
         return;
     }
-    ++serial_; // nobody has looked for a while
+    ++serial_; // the last picture may be old
     watch_.emplace(
         [this](const std::string& /*folder*/, const std::string& name) {
             if (name == "fb0") {
@@ -99,7 +99,7 @@ void panel_stream::show_those_who_wait() {
     }
 }
 
-// Borrowed, encoded once however many look; none while the panel has no whole picture.
+// Borrowed; encoded once for all viewers. None while the panel has no complete picture.
 GBytes* panel_stream::picture() {
     if (encoded_serial_ != serial_ && read_panel(panel_.c_str(), pixels_)) {
         encoded_ = encode(pixels_);

@@ -1,4 +1,5 @@
-// The panel's live picture for the pages: a JPEG for each that asks, whenever there is a new one.
+// The panel's live picture for the pages: a JPEG for each request, as soon as there is a new
+// picture.
 #pragma once
 
 #include "loop.h"
@@ -13,14 +14,14 @@ namespace web {
 
 class panel_stream {
 public:
-    // `devices` is the board's folder of devices, where the panel's file stands.
+    // `devices` is the board's folder of devices, which has the panel's file.
     explicit panel_stream(std::string devices);
     panel_stream(const panel_stream&) = delete;
     panel_stream& operator=(const panel_stream&) = delete;
     ~panel_stream();
 
-    // Serves this page until its connection closes. Each message from it asks for one picture that
-    // is newer than the last it got.
+    // Serves this client until its connection closes. Each message from it requests one picture
+    // that is newer than the last one it got.
     void add(SoupWebsocketConnection* page);
 
 private:
@@ -39,7 +40,7 @@ private:
     g_owned<GBytes> encoded_;
     std::vector<std::uint8_t> pixels_;
     std::vector<viewer> viewers_;
-    std::optional<file_watch> watch_; // while anybody looks
+    std::optional<file_watch> watch_; // while there are viewers
 };
 
 } // namespace web

@@ -1,4 +1,4 @@
-// The sight's state at a glance.
+// The sight's state, put together from the daemon's replies, its log and the board folder.
 #include "sight_state.h"
 
 #include "util/value_tables.h"
@@ -18,15 +18,15 @@ using json = nlohmann::json;
 
 namespace {
 
-// Several files change with one press.
+// One press of a button changes several files.
 constexpr std::chrono::milliseconds gathering{40};
 
-// For what no file tells: another client's command after the sight was handed over, and a daemon
-// that stopped answering.
+// For changes that no file shows: another client's command after the sight was handed over, and a
+// daemon that stopped answering.
 constexpr std::chrono::seconds heartbeat_interval{5};
 
-// The push without a server is tried again thirty times a second: when nothing failed for this
-// long, it has found one.
+// Without a server the push fails thirty times a second: after this long without a failure it has
+// found one.
 constexpr std::chrono::seconds push_patience{2};
 
 constexpr const char* core_folder = "/var/lib/vtrcore";
@@ -38,7 +38,7 @@ constexpr const char* monitor_folder = "/sys/devices/soc0/soc/20e0000.hdmi_video
 constexpr const char* monitor_cable = "/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state";
 constexpr const char* camera = "/dev/video0";
 
-// The panel's units end here: full light.
+// Full light, in the panel's units.
 constexpr double luminance_max = 240.0;
 
 std::optional<int> number_of(const std::string& text) {
@@ -60,7 +60,7 @@ template <typename Value> json or_null(const std::optional<Value>& value) {
     return value ? json(*value) : json();
 }
 
-// Empty also where there is a folder in the file's place.
+// Empty also when the path is a folder.
 std::string whole_text(const std::string& path) {
     std::ostringstream text;
     text << std::ifstream{path, std::ios::binary}.rdbuf();
@@ -86,7 +86,7 @@ const char* name_of(daemon_presence presence) {
 
 } // namespace
 
-sight_state::sight_state(const board_place& board, daemon_link& daemon, std::string stock_scene,
+sight_state::sight_state(const board_folder& board, daemon_client& daemon, std::string stock_scene,
                          std::function<void()> on_change)
     : board_(board), daemon_(daemon), stock_scene_(std::move(stock_scene)),
       on_change_(std::move(on_change)) {}
@@ -131,7 +131,7 @@ void sight_state::take_push_failures(unsigned count) {
 
 void sight_state::take_facts(std::optional<log_facts> facts) {
     take_push_failures(facts ? std::exchange(facts->push_failures, 0) : 0);
-    // Lines that tell nothing new must not lead to a request, which a debug log has lines about.
+    // Lines without news must not cause a request: a debug log has lines about each.
     if (std::exchange(facts_, facts) != facts) {
         refresh();
     }
@@ -178,7 +178,7 @@ void sight_state::compose() {
     }
 }
 
-// What was true of a daemon is not while there is none.
+// Without a daemon nothing runs.
 json sight_state::fact(bool log_facts::*which) const {
     return facts_ ? json(daemon_.presence() != daemon_presence::gone && (*facts_).*which) : json();
 }
@@ -231,7 +231,7 @@ void sight_state::add_board(json& state) const {
     state["scene"] = whole_text(board_.scene_path()) == whole_text(stock_scene_) ? "stock" : "own";
 }
 
-// As the tool has it: a file without a number is a failure, too.
+// As for the tool: a file without a number is a failure, too.
 json sight_state::core_failure_status() const {
     if (!is_there(board_.path(core_failure))) {
         return {};

@@ -1,9 +1,8 @@
-// The sight's state at a glance: what the daemon says of itself, what its log tells, and what
-// stands in the board folder.
+// The sight's state, put together from the daemon's replies, its log and the board folder.
 #pragma once
 
-#include "board_place.h"
-#include "daemon_link.h"
+#include "board_folder.h"
+#include "daemon_client.h"
 #include "log_facts.h"
 #include "loop.h"
 
@@ -17,22 +16,22 @@ namespace web {
 
 class sight_state {
 public:
-    // `stock_scene` is the simulated board's own scene file. `on_change` is told of each state that
-    // differs from the one before.
-    sight_state(const board_place& board, daemon_link& daemon, std::string stock_scene,
+    // `stock_scene` is the simulated board's own scene file. `on_change` is called for each state
+    // that differs from the one before.
+    sight_state(const board_folder& board, daemon_client& daemon, std::string stock_scene,
                 std::function<void()> on_change);
     sight_state(const sight_state&) = delete;
     sight_state& operator=(const sight_state&) = delete;
 
-    // Follows the sight from now on, until shut.
+    // Follows the sight until shut.
     void open();
     void shut();
 
-    // Looks anew, soon, if it follows the sight.
+    // Asks again, soon, if it follows the sight.
     void refresh();
     void take_facts(std::optional<log_facts> facts);
 
-    // As the page's protocol has it: what isn't known is null.
+    // As a message of the page's protocol: unknown values are null.
     [[nodiscard]] const nlohmann::json& message() const { return state_; }
 
 private:
@@ -49,18 +48,18 @@ private:
     [[nodiscard]] nlohmann::json core_failure_status() const;
     [[nodiscard]] nlohmann::json number_in(const char* on_the_sight) const;
 
-    const board_place& board_;
-    daemon_link& daemon_;
+    const board_folder& board_;
+    daemon_client& daemon_;
     const std::string stock_scene_;
     const std::function<void()> on_change_;
     std::optional<log_facts> facts_;
     unsigned push_failures_ = 0;
     std::optional<std::size_t> factor_index_;
-    nlohmann::json settings_; // null until the daemon has told
+    nlohmann::json settings_; // null until the daemon has replied
     nlohmann::json state_;
     std::optional<file_watch> watch_;
     timer soon_;
-    timer push_fails_; // waits while it does
+    timer push_fails_; // waits while the push fails
     timer heartbeat_;
 };
 

@@ -1,5 +1,7 @@
-// A file that comes with a request, kept under a passing name until it is whole.
+// A file that comes as the body of a request, kept under a temporary name until it is whole.
 #include "upload.h"
+
+#include "soup_owned.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -15,8 +17,11 @@ namespace fs = std::filesystem;
 namespace web {
 namespace {
 
-// For as many files of one name somebody has to want it.
+// Files of one name, at most.
 constexpr int numbers = 1000;
+
+// The upload belongs to its request, under this key.
+constexpr const char* upload_key = "vtrdc-upload";
 
 std::string numbered(const std::string& folder, const fs::path& name, int number) {
     std::string path = folder + "/" + name.stem().string();
@@ -24,6 +29,12 @@ std::string numbered(const std::string& folder, const fs::path& name, int number
         path += "-" + std::to_string(number);
     }
     return path + name.extension().string();
+}
+
+void on_chunk(SoupServerMessage* request, GBytes* chunk, gpointer /*data*/) noexcept {
+    gsize size = 0;
+    const auto* const bytes = static_cast<const char*>(g_bytes_get_data(chunk, &size));
+    upload_of(request).add(bytes, size);
 }
 
 } // namespace
@@ -70,7 +81,7 @@ std::string upload::keep_as(const std::string& name, std::string& why) {
     for (int number = 1; why_.empty() && number < numbers; ++number) {
         std::string path = numbered(folder_, name, number);
         if (link(path_.c_str(), path.c_str()) == 0) {
-            return path; // the passing name goes with this object
+            return path; // the temporary name goes with this object
         }
         if (errno != EEXIST) {
             fail();
@@ -78,6 +89,15 @@ std::string upload::keep_as(const std::string& name, std::string& why) {
     }
     why = why_.empty() ? "there are too many files of this name" : why_;
     return {};
+}
+
+void receive_upload(SoupServerMessage* request, const std::string& folder) {
+    give_to_request(request, upload_key, std::make_unique<upload>(folder));
+    g_signal_connect(request, "got-chunk", G_CALLBACK(on_chunk), nullptr);
+}
+
+upload& upload_of(SoupServerMessage* request) {
+    return *static_cast<upload*>(g_object_get_data(G_OBJECT(request), upload_key));
 }
 
 } // namespace web

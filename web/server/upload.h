@@ -1,7 +1,9 @@
-// A file that comes with a request, kept in a folder under a passing name until it is whole.
+// A file that comes as the body of a request, kept under a temporary name until it is whole.
 #pragma once
 
 #include "descriptor.h"
+
+#include <libsoup/soup.h>
 
 #include <cstddef>
 #include <string>
@@ -10,21 +12,21 @@ namespace web {
 
 class upload {
 public:
-    // Begins a file in the folder, which is made when it isn't there.
+    // Begins a file in the folder, which is created if need be.
     explicit upload(std::string folder);
     upload(const upload&) = delete;
     upload& operator=(const upload&) = delete;
-    // Removes what was not kept.
+    // Removes the file unless it was kept.
     ~upload();
 
     void add(const char* bytes, std::size_t size);
 
-    // Where it is until it is kept, and what went wrong first; empty when nothing did.
+    // Its temporary path, and the first error; empty without one.
     [[nodiscard]] const std::string& path() const { return path_; }
     [[nodiscard]] const std::string& why_not() const { return why_; }
 
-    // Ends the file and gives it the name, with a number when that is taken. The path, or an empty
-    // one when it could not be written or named; `why` says why.
+    // Gives the file its name, with a number when that is taken. Its path, or an empty one when it
+    // could not be written or named; `why` says why.
     [[nodiscard]] std::string keep_as(const std::string& name, std::string& why);
 
 private:
@@ -35,5 +37,12 @@ private:
     std::string why_;
     descriptor file_;
 };
+
+// Writes the request's body, as it comes, to a file in the folder. It is removed at the end of the
+// request unless it was kept.
+void receive_upload(SoupServerMessage* request, const std::string& folder);
+
+// What receive_upload began for this request.
+[[nodiscard]] upload& upload_of(SoupServerMessage* request);
 
 } // namespace web

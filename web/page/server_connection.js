@@ -1,4 +1,4 @@
-// The connection for state, lists, log and acts; it comes back by itself.
+// The connection for state, lists, log and requests; it reconnects by itself.
 
 const RETRY_MS = 1000;
 
@@ -6,8 +6,8 @@ function socketAddress(path) {
     return new URL(path, location.href).href.replace(/^http/, 'ws');
 }
 
-/** A socket to the server that is opened anew, a second after each close, for as long as the page lives. */
-export function keepSocket(path, { onOpen, onMessage, onClose }) {
+/** A WebSocket to the server that is opened again, a second after each close, as long as the page lives. */
+export function reconnectingSocket(path, { onOpen, onMessage, onClose }) {
     const open = () => {
         const socket = new WebSocket(socketAddress(path));
         socket.binaryType = 'blob';
@@ -22,10 +22,10 @@ export function keepSocket(path, { onOpen, onMessage, onClose }) {
 }
 
 /**
- * Tells of each message of the server by its type ('hello', 'state', 'log', 'media', 'footage'), of
- * 'presence' when the server comes or goes, and of 'answered' after each act.
+ * Emits each message of the server by its type ('hello', 'state', 'log', 'media', 'footage'), 'presence'
+ * when the server comes or goes, and 'response' after each request. web/PROTOCOL.md has the messages.
  */
-export class Link extends EventTarget {
+export class ServerConnection extends EventTarget {
     #socket = null;
     #nextId = 1;
     #waiting = new Map();
@@ -34,12 +34,12 @@ export class Link extends EventTarget {
     state = null;
     /** 'connecting' until the first connection, then 'there' or 'lost'. */
     presence = 'connecting';
-    /** The program that a person acts on the board with, and how this board's daemon is started. */
-    frontDoor = 'scripts/sim';
+    /** scripts/sim as a person calls it, and the command that starts this board's daemon. */
+    simCommand = 'scripts/sim';
     startCommand = 'scripts/sim';
 
     open() {
-        keepSocket('events', {
+        reconnectingSocket('events', {
             onOpen: (socket) => {
                 this.#socket = socket;
                 this.#setPresence('there');
@@ -47,7 +47,7 @@ export class Link extends EventTarget {
             onMessage: (text) => this.#take(JSON.parse(text)),
             onClose: () => {
                 this.#socket = null;
-                this.#abandonActs();
+                this.#abandonRequests();
                 this.#setPresence('lost');
             },
         });
@@ -60,15 +60,15 @@ export class Link extends EventTarget {
         return () => this.removeEventListener(type, listen);
     }
 
-    tell(type, detail) {
+    emit(type, detail) {
         this.dispatchEvent(new CustomEvent(type, { detail }));
     }
 
-    /** Has the server do something; resolves to {ok, text}, never rejects. */
-    async act(message) {
-        const answer = await this.#send(message);
-        this.tell('answered', { message, ...answer });
-        return answer;
+    /** Sends a request; resolves to {ok, text}, never rejects. */
+    async request(message) {
+        const response = await this.#send(message);
+        this.emit('response', { message, ...response });
+        return response;
     }
 
     #send(message) {
@@ -83,7 +83,7 @@ export class Link extends EventTarget {
     }
 
     #take(message) {
-        if (message.type === 'answer') {
+        if (message.type === 'response') {
             this.#waiting.get(message.id)?.({ ok: message.ok, text: message.text });
             this.#waiting.delete(message.id);
             return;
@@ -91,15 +91,15 @@ export class Link extends EventTarget {
         if (message.type === 'state') {
             this.state = message;
         } else if (message.type === 'hello') {
-            this.frontDoor = message.front_door;
+            this.simCommand = message.sim_command;
             this.startCommand = message.start_command;
         }
-        this.tell(message.type, message);
+        this.emit(message.type, message);
     }
 
-    #abandonActs() {
+    #abandonRequests() {
         for (const resolve of this.#waiting.values()) {
-            resolve({ ok: false, text: 'the connection ended before the answer' });
+            resolve({ ok: false, text: 'the connection ended before the response' });
         }
         this.#waiting.clear();
     }
@@ -107,7 +107,7 @@ export class Link extends EventTarget {
     #setPresence(presence) {
         if (this.presence !== presence) {
             this.presence = presence;
-            this.tell('presence', presence);
+            this.emit('presence', presence);
         }
     }
 }
@@ -116,9 +116,9 @@ export class Link extends EventTarget {
  * Whether commands can be expected to reach the daemon: 'up', 'silent', 'gone', 'lost' (the server,
  * too) or 'connecting'.
  */
-export function condition(link) {
-    if (link.presence !== 'there') {
-        return link.presence;
+export function condition(server) {
+    if (server.presence !== 'there') {
+        return server.presence;
     }
-    return link.state?.daemon ?? 'connecting';
+    return server.state?.daemon ?? 'connecting';
 }

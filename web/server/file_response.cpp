@@ -1,9 +1,11 @@
-// A file as the answer to a request.
-#include "file_answer.h"
+// A file as the response to a request.
+#include "file_response.h"
 
+#include "http_response.h"
 #include "soup_owned.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -12,11 +14,31 @@
 namespace web {
 namespace {
 
-// Memory for an answer while it is sent.
+// Memory for a response while it is sent.
 constexpr goffset chunk_max = goffset{256} * 1024;
 
 // What belongs to a request until it ends.
 constexpr const char* body_key = "vtrdc-file";
+
+struct content_type {
+    std::string_view ending;
+    const char* name;
+};
+
+constexpr auto content_types = std::to_array<content_type>({
+    {".html", "text/html; charset=utf-8"},
+    {".css", "text/css; charset=utf-8"},
+    {".js", "text/javascript; charset=utf-8"},
+    {".svg", "image/svg+xml"},
+    {".mp4", "video/mp4"},
+    {".jpeg", "image/jpeg"},
+});
+
+const char* content_type_of(std::string_view name) {
+    const auto* const found = std::ranges::find_if(
+        content_types, [name](const content_type& row) { return name.ends_with(row.ending); });
+    return found == content_types.end() ? "application/octet-stream" : found->name;
+}
 
 struct file_body {
     descriptor file;
@@ -31,9 +53,9 @@ struct ranges_release {
     }
 };
 
-// Takes the Range out of the request, where the library would act on it, too. The whole file where
-// none is asked for, or more than one, which players of recordings don't. There are no marks of a
-// file's version here, so that a part that depends on one can't be given.
+// Takes the Range out of the request, since the library would act on it, too. Gives the whole file
+// when no range is asked for, or several, which players of recordings don't do, or one that depends
+// on the file's version, of which there is no mark here.
 SoupRange take_range(SoupServerMessage* request, goffset bytes, bool& is_part) {
     SoupMessageHeaders* const headers = soup_server_message_get_request_headers(request);
     SoupRange* parsed = nullptr;
@@ -57,7 +79,7 @@ void refuse_range(SoupServerMessage* request, goffset bytes) {
     soup_server_message_set_status(request, SOUP_STATUS_REQUESTED_RANGE_NOT_SATISFIABLE, nullptr);
 }
 
-// Nothing else tells the other side that the bytes it was promised won't come.
+// Only a closed connection tells the other side that the promised bytes won't come.
 void give_up(SoupServerMessage* request) {
     g_socket_shutdown(soup_server_message_get_socket(request), TRUE, TRUE, nullptr);
 }
@@ -91,7 +113,11 @@ void start_body(SoupServerMessage* request, std::unique_ptr<file_body> from) {
 
 } // namespace
 
-void answer_with_file(SoupServerMessage* request, opened_file from, const char* type) {
+void respond_with_file(SoupServerMessage* request, opened_file from, std::string_view name) {
+    if (!from.file) {
+        refuse(request, SOUP_STATUS_NOT_FOUND);
+        return;
+    }
     SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
     soup_message_headers_replace(headers, "Accept-Ranges", "bytes");
     bool is_part = false;
@@ -103,7 +129,7 @@ void answer_with_file(SoupServerMessage* request, opened_file from, const char* 
     if (is_part) {
         soup_message_headers_set_content_range(headers, range.start, range.end, from.bytes);
     }
-    soup_message_headers_replace(headers, "Content-Type", type);
+    soup_message_headers_replace(headers, "Content-Type", content_type_of(name));
     soup_message_headers_set_content_length(headers, range.end + 1 - range.start);
     soup_server_message_set_status(request, is_part ? SOUP_STATUS_PARTIAL_CONTENT : SOUP_STATUS_OK,
                                    nullptr);

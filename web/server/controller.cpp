@@ -1,5 +1,5 @@
-// The bench behind its pages: the board, the daemon and what a page is told of them, put together.
-#include "desk.h"
+// Connects board, daemon and pages.
+#include "controller.h"
 
 #include "util/value_tables.h"
 #include "vtrdcctl/requests.h"
@@ -12,8 +12,8 @@ namespace {
 
 using json = nlohmann::json;
 
-// As a person calls it: installed, another program stands before the script, and says so.
-std::string front_door_name() {
+// As a person calls it: installed, another program runs the script, and says so.
+std::string sim_command_name() {
     const char* const name = std::getenv("VTRDC_FRONT_DOOR");
     return name != nullptr && *name != '\0' ? name : "scripts/sim";
 }
@@ -34,7 +34,7 @@ json hello(const std::string& board, const std::string& start) {
         commands.push_back(
             {{"name", each.name}, {"arguments", each.takes.count}, {"help", each.help}});
     }
-    return {{"type", "hello"},        {"board", board},       {"front_door", front_door_name()},
+    return {{"type", "hello"},        {"board", board},       {"sim_command", sim_command_name()},
             {"start_command", start}, {"commands", commands}, {"choices", choices()}};
 }
 
@@ -44,25 +44,26 @@ json log_message(bool is_fresh, const std::deque<std::string>& lines) {
 
 } // namespace
 
-desk::desk(const desk_options& options)
-    : board_(options.board), start_(options.start), door_(options.front_door, options.board),
+controller::controller(const controller_options& options)
+    : board_(options.board), start_(options.start), sim_(options.sim, options.board),
       daemon_(board_.socket_path(), [this] { state_.refresh(); }),
-      pages_({.greet = [this] { return greeting(); },
-              .on_audience = [this](bool has_pages) { follow_board(has_pages); },
-              .perform =
-                  [this](const json& message, const act_end& on_end) {
-                      perform_act({board_, door_, daemon_, state_}, message, on_end);
-                  }}),
-      state_(board_, daemon_, options.stock_scene, [this] { pages_.tell(state_.message()); }),
-      lists_(board_, [this](const json& list) { pages_.tell(list); }), panel_(board_.path("/dev")),
-      log_(options.log, log_listeners()),
-      server_(options.page,
-              {.board = board_,
-               .door = door_,
-               .on_events_page = [this](SoupWebsocketConnection* page) { pages_.add(page); },
-               .on_picture_page = [this](SoupWebsocketConnection* page) { panel_.add(page); }}) {}
+      clients_({.greeting = [this] { return greeting(); },
+                .on_presence = [this](bool has_clients) { follow_board(has_clients); },
+                .on_request =
+                    [this](const json& message, const response_callback& respond) {
+                        handle_page_request({board_, sim_, daemon_, state_}, message, respond);
+                    }}),
+      state_(board_, daemon_, options.stock_scene,
+             [this] { clients_.broadcast(state_.message()); }),
+      lists_(board_, [this](const json& list) { clients_.broadcast(list); }),
+      panel_(board_.path("/dev")), log_(options.log, log_listeners()), page_files_(options.page),
+      server_({.board = board_,
+               .sim = sim_,
+               .page = page_files_,
+               .on_event_client = [this](SoupWebsocketConnection* from) { clients_.add(from); },
+               .on_picture_client = [this](SoupWebsocketConnection* from) { panel_.add(from); }}) {}
 
-std::vector<json> desk::greeting() const {
+std::vector<json> controller::greeting() const {
     std::vector<json> messages{hello(board_.folder(), start_)};
     for (const json* const each : {&state_.message(), &lists_.media(), &lists_.footage()}) {
         if (!each->is_null()) {
@@ -74,8 +75,8 @@ std::vector<json> desk::greeting() const {
 }
 
 // The daemon and the board are left alone while nobody looks.
-void desk::follow_board(bool has_pages) {
-    if (has_pages) {
+void controller::follow_board(bool has_clients) {
+    if (has_clients) {
         daemon_.open();
         state_.open();
         lists_.open();
@@ -86,19 +87,19 @@ void desk::follow_board(bool has_pages) {
     }
 }
 
-log_tail::listeners desk::log_listeners() {
+log_tail::listeners controller::log_listeners() {
     return {.on_begin = [this] { facts_.reset(); },
             .on_line = [this](std::string_view line) { take_line(facts_, line); },
             .on_news =
                 [this](bool is_fresh, const std::deque<std::string>& lines) {
                     take_facts();
-                    if (pages_.has_pages()) {
-                        pages_.tell(log_message(is_fresh, lines));
+                    if (clients_.has_clients()) {
+                        clients_.broadcast(log_message(is_fresh, lines));
                     }
                 }};
 }
 
-void desk::take_facts() {
+void controller::take_facts() {
     state_.take_facts(facts_);
     lists_.take_recording(facts_ && facts_->recording);
 }

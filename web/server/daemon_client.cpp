@@ -1,5 +1,5 @@
 // The connection to the daemon's command socket.
-#include "daemon_link.h"
+#include "daemon_client.h"
 
 #include "vtrdcctl/status.h"
 
@@ -30,26 +30,26 @@ reply failure(const std::string& why) {
 
 } // namespace
 
-daemon_link::daemon_link(std::string socket_path, std::function<void()> on_presence)
+daemon_client::daemon_client(std::string socket_path, std::function<void()> on_presence)
     : socket_path_(std::move(socket_path)), on_presence_(std::move(on_presence)) {}
 
-daemon_link::~daemon_link() {
+daemon_client::~daemon_client() {
     close_descriptor();
 }
 
-void daemon_link::open() {
+void daemon_client::open() {
     if (!std::exchange(is_open_, true)) {
         connect_or_retry();
     }
 }
 
-void daemon_link::shut() {
+void daemon_client::shut() {
     is_open_ = false;
     retry_.stop();
     lose("the page was closed");
 }
 
-void daemon_link::connect_or_retry() {
+void daemon_client::connect_or_retry() {
     descriptor_ = connect_to(socket_path_);
     if (descriptor_ < 0) {
         retry_.once(retry_interval, [this] { connect_or_retry(); });
@@ -59,7 +59,7 @@ void daemon_link::connect_or_retry() {
     change_presence(daemon_presence::up);
 }
 
-void daemon_link::ask(std::string text, answer on_answer) {
+void daemon_client::ask(std::string text, answer on_answer) {
     if (descriptor_ < 0) {
         on_answer(failure("the daemon is not running"));
         return;
@@ -68,7 +68,7 @@ void daemon_link::ask(std::string text, answer on_answer) {
     send_next();
 }
 
-void daemon_link::send_next() {
+void daemon_client::send_next() {
     if (is_asking_ || queue_.empty()) {
         return;
     }
@@ -82,7 +82,7 @@ void daemon_link::send_next() {
     patience_.once(daemon_patience, [this] { change_presence(daemon_presence::silent); });
 }
 
-void daemon_link::receive() {
+void daemon_client::receive() {
     std::array<char, REPLY_SIZE> text; // filled just below
     const ssize_t length = recv(descriptor_, text.data(), text.size(), 0);
     if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
@@ -108,7 +108,7 @@ void daemon_link::receive() {
     send_next();
 }
 
-void daemon_link::lose(const std::string& why) {
+void daemon_client::lose(const std::string& why) {
     close_descriptor();
     patience_.stop();
     is_asking_ = false;
@@ -121,13 +121,13 @@ void daemon_link::lose(const std::string& why) {
     }
 }
 
-void daemon_link::change_presence(daemon_presence presence) {
+void daemon_client::change_presence(daemon_presence presence) {
     if (std::exchange(presence_, presence) != presence) {
         on_presence_();
     }
 }
 
-void daemon_link::close_descriptor() {
+void daemon_client::close_descriptor() {
     readable_.stop();
     if (descriptor_ >= 0) {
         close(std::exchange(descriptor_, -1));

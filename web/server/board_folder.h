@@ -1,4 +1,4 @@
-// The board folder as the page's server uses it: where its settings put things, and what is there.
+// The board folder: where its settings put things, and the files in it.
 #pragma once
 
 #include "contained_folder.h"
@@ -19,33 +19,33 @@ struct board_file {
     std::time_t time; // of its last change
 };
 
-class board_place {
+class board_folder {
 public:
     // An absolute path.
-    explicit board_place(std::string folder);
-    board_place(const board_place&) = delete;
-    board_place& operator=(const board_place&) = delete;
+    explicit board_folder(std::string folder);
+    board_folder(const board_folder&) = delete;
+    board_folder& operator=(const board_folder&) = delete;
 
     [[nodiscard]] const std::string& folder() const { return folder_; }
     // A path as the sight knows it, absolute, with the board's folder in front.
     [[nodiscard]] std::string path(std::string_view on_the_sight) const;
 
-    // From the board's settings, else the daemon's default: full paths.
+    // Full paths, from the board's settings or the daemon's defaults.
     [[nodiscard]] std::string socket_path() const;
     [[nodiscard]] std::string media_folder() const; // without a slash at its end
-    // The broker's socket, for which there is no setting.
+    // The broker's socket; there is no setting for it.
     [[nodiscard]] std::string broker_socket_path() const;
     // Videos to show the camera.
     [[nodiscard]] std::string footage_folder() const;
     // The scene that the daemon shows.
     [[nodiscard]] std::string scene_path() const;
 
-    // What can be opened by a path from outside.
-    [[nodiscard]] const contained_folder& files() const { return files_; }
+    // A recording or snapshot by a name from outside ("video/..."): no name leads out of the board.
+    [[nodiscard]] opened_file open_media(const std::string& name) const;
 
-    // What is in a full path's folder and not hidden, in the alphabet's order.
+    // Names in a folder, which is a full path, in alphabetical order; without hidden ones.
     [[nodiscard]] static std::vector<std::string> names_in(const std::string& folder);
-    // The ordinary files among that, latest first.
+    // The ordinary files among them, latest first.
     [[nodiscard]] static std::vector<board_file> files_in(const std::string& folder);
 
     // First line of a small file of the sight; none when it can't be read.
@@ -58,8 +58,8 @@ private:
     const contained_folder files_;
 };
 
-// The name can be that of a new file: not empty, no path, not hidden, UTF-8 without
-// control characters, not too long to be numbered.
+// Whether a new file can have this name: not empty, no path, not hidden, UTF-8 without control
+// characters, short enough to be numbered.
 [[nodiscard]] bool is_plain_name(std::string_view name);
 
 } // namespace web

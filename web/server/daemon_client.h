@@ -1,5 +1,5 @@
-// The connection to the daemon's command socket: requests are asked one after the other, and the
-// main loop goes on meanwhile. It comes back by itself when a daemon does.
+// A client of the daemon's command socket. It sends one request after the other without blocking
+// the main loop, and reconnects when the daemon comes back.
 #pragma once
 
 #include "loop.h"
@@ -22,19 +22,19 @@ enum class daemon_presence {
 // Longer than any command takes that succeeds: an output that starts, a core that moves.
 inline constexpr std::chrono::seconds daemon_patience{3};
 
-class daemon_link {
+class daemon_client {
 public:
-    // What came of a request: a reply, or, with is_done false, the link's own words on why not.
+    // The daemon's reply, or, with is_done false, why there is none.
     using answer = std::function<void(const reply&)>;
 
-    daemon_link(std::string socket_path, std::function<void()> on_presence);
-    daemon_link(const daemon_link&) = delete;
-    daemon_link& operator=(const daemon_link&) = delete;
-    ~daemon_link();
+    daemon_client(std::string socket_path, std::function<void()> on_presence);
+    daemon_client(const daemon_client&) = delete;
+    daemon_client& operator=(const daemon_client&) = delete;
+    ~daemon_client();
 
-    // Looks for a daemon until there is one, from now on.
+    // Connects, and tries again until there is a daemon.
     void open();
-    // Leaves the daemon's place to others, until opened again. Requests end unanswered.
+    // Disconnects until opened again. Pending requests fail.
     void shut();
 
     void ask(std::string text, answer on_answer);

@@ -1,17 +1,17 @@
-// The bench behind its pages: the board, the daemon and what a page is told of them, put together.
+// Connects board, daemon and pages: passes news to the pages, and their requests on.
 #pragma once
 
-#include "acts.h"
+#include "board_folder.h"
 #include "board_lists.h"
-#include "board_place.h"
-#include "daemon_link.h"
-#include "front_door.h"
+#include "daemon_client.h"
+#include "event_clients.h"
+#include "http_server.h"
 #include "log_facts.h"
 #include "log_tail.h"
-#include "page_events.h"
+#include "page_requests.h"
 #include "panel_stream.h"
 #include "sight_state.h"
-#include "web_server.h"
+#include "sim_command.h"
 
 #include <optional>
 #include <string>
@@ -19,40 +19,41 @@
 
 namespace web {
 
-struct desk_options {
+struct controller_options {
     std::string board;
     std::string page;        // folder of the page's files
     std::string log;         // the daemon's, of this run
-    std::string front_door;  // the program whose verbs act on the board
+    std::string sim;         // scripts/sim, whose verbs act on the board
     std::string stock_scene; // the simulated board's own scene file
     std::string start;       // the command that starts this board's daemon, for a person
 };
 
-class desk {
+class controller {
 public:
-    explicit desk(const desk_options& options);
-    desk(const desk&) = delete;
-    desk& operator=(const desk&) = delete;
+    explicit controller(const controller_options& options);
+    controller(const controller&) = delete;
+    controller& operator=(const controller&) = delete;
 
-    [[nodiscard]] web_server& server() { return server_; }
+    [[nodiscard]] http_server& server() { return server_; }
 
 private:
     [[nodiscard]] std::vector<nlohmann::json> greeting() const;
-    void follow_board(bool has_pages);
+    void follow_board(bool has_clients);
     [[nodiscard]] log_tail::listeners log_listeners();
     void take_facts();
 
-    const board_place board_;
+    const board_folder board_;
     const std::string start_;
-    const front_door door_;
+    const sim_command sim_;
     std::optional<log_facts> facts_;
-    daemon_link daemon_;
-    page_events pages_;
+    daemon_client daemon_;
+    event_clients clients_;
     sight_state state_;
     board_lists lists_;
     panel_stream panel_;
     log_tail log_;
-    web_server server_;
+    const contained_folder page_files_;
+    http_server server_;
 };
 
 } // namespace web

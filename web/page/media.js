@@ -1,9 +1,9 @@
-// Recordings and snapshots: what there is, to look at and to take along.
+// Recordings and snapshots: to look at, to play and to download.
 import { byId, el, icon, setText } from './dom.js';
 import { momentText, sizeText } from './values.js';
 import { startViewer } from './viewer.js';
 
-// Thumbnails are whole pictures: a page full of them is enough at once.
+// Thumbnails are full-size pictures, so only so many are loaded at once.
 const SHOWN_AT_ONCE = 48;
 
 const downloadUrl = (url) => `${url}?download`;
@@ -52,7 +52,7 @@ function snapshotTile(file, view) {
     };
 }
 
-/** A list of files whose entries stay the same nodes while the files stay: focus and pictures last. */
+/** A list of files that keeps the nodes of files that stay, and so focus and loaded pictures. */
 class FileList {
     #node;
     #rows = new Map();
@@ -102,22 +102,22 @@ class FileList {
     }
 }
 
-/** Who serves them goes with the daemon. */
-function followServer(link) {
-    const away = el('p', { className: 'note', hidden: true }, 'To be had again when the daemon is back.');
+/** The server that has the files ends with the daemon. */
+function followServer(server) {
+    const away = el('p', { className: 'note', hidden: true }, 'Available when the daemon is back.');
     byId('media-lists').before(away);
-    link.on('presence', (presence) => {
+    server.on('presence', (presence) => {
         away.hidden = presence === 'there';
         byId('media-lists').inert = presence !== 'there';
     });
 }
 
-export function startMedia(link) {
-    followServer(link);
-    const view = startViewer(link, downloadUrl);
+export function startMedia(server) {
+    followServer(server);
+    const view = startViewer(server, downloadUrl);
     const recordings = new FileList(byId('recordings'), (file) => recordingRow(file, view));
     const snapshots = new FileList(byId('snapshots'), (file) => snapshotTile(file, view));
-    link.on('media', (media) => {
+    server.on('media', (media) => {
         recordings.show(media.recordings);
         snapshots.show(media.snapshots);
         setText(byId('recordings-count'), String(media.recordings.length));

@@ -1,5 +1,5 @@
-// Acts on the board, by the verbs of scripts/sim.
-#include "front_door.h"
+// Runs the verbs of scripts/sim, which act on a board.
+#include "sim_command.h"
 
 #include "soup_owned.h"
 
@@ -17,7 +17,7 @@ std::string complaint(std::string_view said) {
 }
 
 void on_ended(GObject* process, GAsyncResult* result, gpointer data) noexcept {
-    const std::unique_ptr<act_end> on_end(static_cast<act_end*>(data));
+    const std::unique_ptr<response_callback> respond(static_cast<response_callback*>(data));
     gchar* said = nullptr;
     GError* failed = nullptr;
     auto* const ended = G_SUBPROCESS(process);
@@ -25,12 +25,12 @@ void on_ended(GObject* process, GAsyncResult* result, gpointer data) noexcept {
     const g_text words(said);
     const g_error_owned error(failed);
     const bool is_done = error == nullptr && g_subprocess_get_successful(ended) != FALSE;
-    (*on_end)(is_done, error ? error->message : complaint(said != nullptr ? said : ""));
+    (*respond)(is_done, error ? error->message : complaint(said != nullptr ? said : ""));
 }
 
 } // namespace
 
-void front_door::run(const std::vector<std::string>& words, act_end on_end) const {
+void sim_command::run(const std::vector<std::string>& words, response_callback respond) const {
     std::vector<const gchar*> arguments{program_.c_str()};
     for (const std::string& word : words) {
         arguments.push_back(word.c_str());
@@ -42,11 +42,12 @@ void front_door::run(const std::vector<std::string>& words, act_end on_end) cons
     const soup_owned<GSubprocess> process(g_subprocess_newv(arguments.data(), flags, &failed));
     if (!process) {
         const g_error_owned error(failed);
-        on_end(false, error->message);
+        respond(false, error->message);
         return;
     }
-    g_subprocess_communicate_utf8_async(process.get(), nullptr, nullptr, on_ended,
-                                        std::make_unique<act_end>(std::move(on_end)).release());
+    g_subprocess_communicate_utf8_async(
+        process.get(), nullptr, nullptr, on_ended,
+        std::make_unique<response_callback>(std::move(respond)).release());
 }
 
 } // namespace web

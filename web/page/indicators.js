@@ -1,6 +1,6 @@
-// The state at a glance: a lamp each, and always a text beside its colour.
+// The state at a glance: a lamp for each value, always with a text beside its colour.
 import { byId, el, setText } from './dom.js';
-import { condition } from './link.js';
+import { condition } from './server_connection.js';
 import { beginningOf, durationText } from './values.js';
 
 const UNKNOWN = { tone: 'unknown', text: '--' };
@@ -8,7 +8,7 @@ const OFF = { tone: 'off', text: 'off' };
 
 const onOff = (flag, tone = 'on') => (flag === null ? UNKNOWN : flag ? { tone, text: 'on' } : OFF);
 
-/** What is after the scheme in an address, which is enough for a lamp. */
+/** An address without its scheme. */
 const shortAddress = (address) => address.replace(/^\w+:\/\//, '');
 
 export const tcpAddress = (state) =>
@@ -21,7 +21,7 @@ function output(isOn, address) {
     return isOn ? { ...lamp, text: shortAddress(address) || 'on', title: address } : lamp;
 }
 
-/** Without a server at its address it goes on trying. */
+/** Without a server at its address the push keeps trying. */
 function push(state) {
     const lamp = output(state.http_stream, httpAddress(state));
     return state.http_stream && state.push_fails ? { ...lamp, tone: 'warn', text: 'no server' } : lamp;
@@ -100,15 +100,15 @@ function show(lamp, { tone, text, title = '' }) {
     setText(lamp.value, text);
 }
 
-// A recording that was seen to start can't have begun earlier than this before.
+// How much earlier than it was seen to start a recording can have begun.
 const START_SLACK_S = 5;
 
-/** Tells since when is recorded, in seconds since 1970; null when nothing is. */
+/** When the running recording began, in seconds since 1970; null without one. */
 class RecordingClock {
     #earliest = null;
     began = null;
 
-    /** `before` is null for the first state that is known: it may have begun long ago. */
+    /** `before` is null for the first known state: the recording may have begun long ago. */
     takeState(isRecording, before) {
         if (!isRecording) {
             this.began = null;
@@ -118,7 +118,7 @@ class RecordingClock {
         }
     }
 
-    /** The name of what grows knows better, also for a page that came later. */
+    /** The name of the running recording's file is more exact, also for a page that was opened later. */
     takeMedia({ recordings }) {
         const growing = recordings.find((each) => each.growing);
         const named = growing ? beginningOf(growing.name) : null;
@@ -128,23 +128,23 @@ class RecordingClock {
     }
 }
 
-export function startLamps(link) {
+export function startIndicators(server) {
     byId('lamps').append(...LAMPS.map(build));
     const clock = new RecordingClock();
     let wasRecording = null;
     const showAll = () => {
         for (const lamp of LAMPS) {
-            show(lamp, link.state === null ? UNKNOWN : lamp.read(link.state, clock.began));
+            show(lamp, server.state === null ? UNKNOWN : lamp.read(server.state, clock.began));
         }
     };
-    link.on('state', ({ recording: isRecording }) => {
+    server.on('state', ({ recording: isRecording }) => {
         clock.takeState(isRecording, wasRecording);
         wasRecording = isRecording;
         showAll();
     });
-    link.on('media', (media) => clock.takeMedia(media));
+    server.on('media', (media) => clock.takeMedia(media));
     setInterval(() => {
-        if (condition(link) === 'up' && link.state.recording) {
+        if (condition(server) === 'up' && server.state.recording) {
             showAll();
         }
     }, 500);

@@ -1,5 +1,5 @@
-// The board folder as the page's server uses it.
-#include "board_place.h"
+// The board folder: where its settings put things, and the files in it.
+#include "board_folder.h"
 
 #include "config/settings.h"
 
@@ -24,19 +24,19 @@ constexpr std::size_t name_max = 200;
 
 } // namespace
 
-board_place::board_place(std::string folder) : folder_(std::move(folder)), files_(folder_) {}
+board_folder::board_folder(std::string folder) : folder_(std::move(folder)), files_(folder_) {}
 
-std::string board_place::path(std::string_view on_the_sight) const {
+std::string board_folder::path(std::string_view on_the_sight) const {
     return folder_ + std::string(on_the_sight);
 }
 
-// A relative path is the daemon's own affair: no folder comes in front of it.
-std::string board_place::socket_path() const {
+// Relative paths are used as they are, as by the daemon.
+std::string board_folder::socket_path() const {
     const std::string configured = setting("socket_file", defaults.socket_file);
     return configured.starts_with('/') ? path(configured) : configured;
 }
 
-std::string board_place::media_folder() const {
+std::string board_folder::media_folder() const {
     std::string configured = path(setting("media_path", defaults.media_path));
     while (configured.ends_with('/')) {
         configured.pop_back();
@@ -44,20 +44,26 @@ std::string board_place::media_folder() const {
     return configured;
 }
 
-std::string board_place::broker_socket_path() const {
+opened_file board_folder::open_media(const std::string& name) const {
+    std::string folder = media_folder().substr(folder_.size());
+    folder.erase(0, folder.find_first_not_of('/'));
+    return files_.open_file(folder.empty() ? name : folder + "/" + name);
+}
+
+std::string board_folder::broker_socket_path() const {
     return path(defaults.redis_socket_file);
 }
 
-std::string board_place::footage_folder() const {
+std::string board_folder::footage_folder() const {
     return path("/footage");
 }
 
-std::string board_place::scene_path() const {
+std::string board_folder::scene_path() const {
     return path(setting("qml_file", defaults.qml_file));
 }
 
-// As the daemon has it, the last line with a key counts.
-std::string board_place::setting(std::string_view key, std::string_view standard) const {
+// The last line with a key counts, as for the daemon.
+std::string board_folder::setting(std::string_view key, std::string_view standard) const {
     std::string value{standard};
     std::ifstream file{path(DEFAULT_CONF_FILE)};
     for (std::string line; std::getline(file, line);) {
@@ -68,13 +74,13 @@ std::string board_place::setting(std::string_view key, std::string_view standard
     return value;
 }
 
-std::vector<std::string> board_place::names_in(const std::string& folder) {
+std::vector<std::string> board_folder::names_in(const std::string& folder) {
     std::vector<std::string> names;
     std::error_code failed;
     for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end;
          entry.increment(failed)) {
         std::string name = entry->path().filename();
-        // One that is hidden is no finished file, one that is no UTF-8 can't be told of.
+        // Hidden files are not finished; a name that is not UTF-8 does not fit into JSON.
         if (!name.starts_with('.') && g_utf8_validate(name.c_str(), -1, nullptr) != FALSE) {
             names.push_back(std::move(name));
         }
@@ -83,7 +89,7 @@ std::vector<std::string> board_place::names_in(const std::string& folder) {
     return names;
 }
 
-std::vector<board_file> board_place::files_in(const std::string& folder) {
+std::vector<board_file> board_folder::files_in(const std::string& folder) {
     std::vector<board_file> found;
     for (std::string& name : names_in(folder)) {
         struct stat status {};
@@ -91,14 +97,14 @@ std::vector<board_file> board_place::files_in(const std::string& folder) {
             found.push_back({std::move(name), status.st_size, status.st_mtime});
         }
     }
-    // Names hold the time, which also tells those of one second apart.
+    // Names hold the time: they order files of the same second.
     std::ranges::sort(found, [](const board_file& one, const board_file& other) {
         return std::tie(one.time, one.name) > std::tie(other.time, other.name);
     });
     return found;
 }
 
-std::optional<std::string> board_place::first_line(std::string_view on_the_sight) const {
+std::optional<std::string> board_folder::first_line(std::string_view on_the_sight) const {
     std::ifstream file{path(on_the_sight)};
     std::string line;
     return std::getline(file, line) ? std::optional{line} : std::nullopt;

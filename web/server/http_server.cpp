@@ -1,0 +1,196 @@
+// The HTTP server: on loopback only, for the page itself only.
+#include "http_server.h"
+
+#include "http_response.h"
+#include "origins.h"
+#include "soup_owned.h"
+#include "upload.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace web {
+namespace {
+
+struct header {
+    const char* name;
+    const char* value;
+};
+
+// The page needs nothing from anywhere else, and no other page may embed it.
+constexpr auto safety_headers = std::to_array<header>({
+    {"Content-Security-Policy",
+     "default-src 'self'; img-src 'self' blob:; frame-ancestors 'none'; base-uri 'none'; "
+     "form-action 'none'"},
+    {"Cross-Origin-Resource-Policy", "same-origin"},
+    {"Cross-Origin-Opener-Policy", "same-origin"},
+    {"X-Content-Type-Options", "nosniff"},
+    {"Referrer-Policy", "no-referrer"},
+    // Files may change at any time.
+    {"Cache-Control", "no-cache"},
+});
+
+std::string_view header_of(SoupServerMessage* request, const char* name) {
+    const char* const value =
+        soup_message_headers_get_one(soup_server_message_get_request_headers(request), name);
+    return value != nullptr ? value : "";
+}
+
+std::string_view method_of(SoupServerMessage* request) {
+    return soup_server_message_get_method(request);
+}
+
+request_origin origin_of(SoupServerMessage* request) {
+    const std::string_view method = method_of(request);
+    return {.host = header_of(request, "Host"),
+            .origin = header_of(request, "Origin"),
+            .fetch_site = header_of(request, "Sec-Fetch-Site"),
+            .is_navigation = header_of(request, "Sec-Fetch-Mode") == "navigate" &&
+                             (method == "GET" || method == "HEAD")};
+}
+
+// The library calls a handler for every path that begins with its route's.
+bool is_path_of(const route& row, std::string_view path) {
+    const bool has_parameter = *row.parameter != '\0';
+    return has_parameter ? path.starts_with(row.path) : path == row.path;
+}
+
+bool is_method_of(const route& row, std::string_view method) {
+    return method == row.method ||
+           (method == "HEAD" && row.handler != nullptr && row.method == std::string_view("GET"));
+}
+
+void begin_upload(const route& row, const board_folder& board, SoupServerMessage* request) {
+    SoupMessageHeaders* const headers = soup_server_message_get_request_headers(request);
+    if (soup_message_headers_get_encoding(headers) != SOUP_ENCODING_CONTENT_LENGTH) {
+        refuse(request, SOUP_STATUS_LENGTH_REQUIRED);
+        return;
+    }
+    // One that is no number, or too large for one, is given as a negative one.
+    const goffset length = soup_message_headers_get_content_length(headers);
+    if (length < 0 || length > row.body_max) {
+        refuse(request, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
+        return;
+    }
+    receive_upload(request, row.upload_folder(board));
+}
+
+} // namespace
+
+// A row of the table, and the server that it belongs to.
+struct served_route {
+    const http_server::context* server;
+    const route* row;
+};
+
+struct http_server::context {
+    services known;
+    soup_owned<SoupServer> server;
+    std::vector<served_route> routes;
+    unsigned port = 0;
+};
+
+namespace {
+
+// Before the body comes. A request that has a status by then is answered, and goes no further.
+void begin(const served_route& served, SoupServerMessage* request, std::string_view path) {
+    const auto& [server, row] = served;
+    // What nobody takes of a body is read and dropped.
+    soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
+    SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
+    for (const header& each : safety_headers) {
+        soup_message_headers_replace(headers, each.name, each.value);
+    }
+    // The library keeps a connection that its other side has closed while it waits for a next
+    // request, and each holds a descriptor. So there is one request to a connection.
+    if (header_of(request, "Upgrade").empty()) {
+        close_after(request);
+    }
+    if (!is_own_origin(origin_of(request), server->port)) {
+        refuse(request, SOUP_STATUS_FORBIDDEN);
+    } else if (!is_path_of(*row, path)) {
+        refuse(request, SOUP_STATUS_NOT_FOUND);
+    } else if (!is_method_of(*row, method_of(request))) {
+        refuse(request, SOUP_STATUS_METHOD_NOT_ALLOWED);
+    } else if (row->upload_folder != nullptr) {
+        begin_upload(*row, server->known.board, request);
+    }
+}
+
+// The library's forms of these.
+void on_begin(SoupServer* /*server*/, SoupServerMessage* request, const char* path,
+              GHashTable* /*query*/, gpointer served) noexcept {
+    begin(*static_cast<const served_route*>(served), request, path);
+}
+
+void on_request(SoupServer* /*server*/, SoupServerMessage* request, const char* path,
+                GHashTable* /*query*/, gpointer served) noexcept {
+    const auto& [server, row] = *static_cast<const served_route*>(served);
+    row->handler(server->known, request, path + std::string_view(row->path).size());
+}
+
+void on_client(SoupServer* /*server*/, SoupServerMessage* /*request*/, const char* /*path*/,
+               SoupWebsocketConnection* connection, gpointer served) noexcept {
+    const auto& [server, row] = *static_cast<const served_route*>(served);
+    (server->known.*(row->client_handler))(connection);
+}
+
+// Of the early handlers only the one of the closest path is called.
+void add_route(SoupServer* server, served_route& served) {
+    const char* const path = served.row->path;
+    soup_server_add_early_handler(server, path, on_begin, &served, nullptr);
+    if (served.row->handler != nullptr) {
+        soup_server_add_handler(server, path, on_request, &served, nullptr);
+    } else {
+        soup_server_add_websocket_handler(server, path, nullptr, nullptr, on_client, &served,
+                                          nullptr);
+    }
+}
+
+} // namespace
+
+http_server::http_server(services known)
+    : context_(new context{
+          .known = std::move(known),
+          .server = soup_owned<SoupServer>(soup_server_new("server-header", "vtrdc-web", nullptr)),
+          .routes = {}}) {
+    SoupServer* const server = context_->server.get();
+    for (const route& row : all_routes()) {
+        context_->routes.push_back({context_.get(), &row});
+    }
+    for (served_route& each : context_->routes) {
+        add_route(server, each);
+    }
+    // JPEG doesn't get smaller, and what stays on this machine needn't.
+    soup_server_remove_websocket_extension(server, SOUP_TYPE_WEBSOCKET_EXTENSION_DEFLATE);
+}
+
+http_server::~http_server() {
+    stop_listening();
+}
+
+void http_server::stop_listening() {
+    soup_server_disconnect(context_->server.get());
+}
+
+bool http_server::listen(unsigned port, std::string& why) {
+    GError* failed = nullptr;
+    if (soup_server_listen_local(context_->server.get(), port, SOUP_SERVER_LISTEN_IPV4_ONLY,
+                                 &failed) == FALSE) {
+        why = g_error_owned(failed)->message;
+        return false;
+    }
+    GSList* const addresses = soup_server_get_uris(context_->server.get());
+    context_->port = static_cast<unsigned>(g_uri_get_port(static_cast<GUri*>(addresses->data)));
+    g_slist_free_full(addresses,
+                      [](gpointer each) noexcept { g_uri_unref(static_cast<GUri*>(each)); });
+    return true;
+}
+
+std::string http_server::address() const {
+    return "http://127.0.0.1:" + std::to_string(context_->port) + "/";
+}
+
+} // namespace web

@@ -1,0 +1,30 @@
+// The HTTP server: on loopback only, for the page itself only.
+#pragma once
+
+#include "routes.h"
+
+#include <memory>
+#include <string>
+
+namespace web {
+
+class http_server {
+public:
+    explicit http_server(services known);
+    http_server(const http_server&) = delete;
+    http_server& operator=(const http_server&) = delete;
+    ~http_server();
+
+    // Takes the port of the loopback, and serves. False when it can't; `why` says why.
+    [[nodiscard]] bool listen(unsigned port, std::string& why);
+    [[nodiscard]] std::string address() const;
+    // Gives the port back; pages that are there stay connected.
+    void stop_listening();
+
+    struct context;
+
+private:
+    const std::unique_ptr<context> context_;
+};
+
+} // namespace web

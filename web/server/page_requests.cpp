@@ -1,0 +1,136 @@
+// What a page can request over its WebSocket: commands of the daemon, and verbs for the board.
+#include "page_requests.h"
+
+#include "button_rows.h"
+
+#include "util/glib_owned.h"
+#include "vtrdcctl/requests.h"
+#include "vtrdcctl/status.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+namespace web {
+namespace {
+
+using json = nlohmann::json;
+
+std::string text_in(const json& message, const char* key) {
+    const auto found = message.find(key);
+    return found != message.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
+// A usage_error when there is none.
+bool flag_in(const json& message, const char* key) {
+    const auto found = message.find(key);
+    if (found == message.end() || !found->is_boolean()) {
+        throw usage_error{std::string("needs \"") + key + "\", true or false"};
+    }
+    return found->get<bool>();
+}
+
+// Split as by a shell; a usage_error when a quote is left open, or there is no word.
+std::vector<std::string> words_of(const std::string& line) {
+    gint count = 0;
+    gchar** parsed = nullptr;
+    GError* failed = nullptr;
+    g_shell_parse_argv(line.c_str(), &count, &parsed, &failed);
+    const g_owned<gchar*> words(parsed);
+    const g_error_owned error(failed);
+    if (error) {
+        throw usage_error{error->message};
+    }
+    return {parsed, parsed + count};
+}
+
+void send_command(const request_context& context, const json& message,
+                  const response_callback& respond) {
+    const std::vector<std::string> words = words_of(text_in(message, "line"));
+    const client_command& command = find_command(words.front());
+    const std::string request = request_for(command, std::span(words).subspan(1));
+    context.daemon.ask(request, [respond](const reply& answer) {
+        const bool is_mute = !answer.is_done && answer.data.empty();
+        respond(answer.is_done, is_mute ? NO_REASON : answer.data);
+    });
+}
+
+// Only known names are passed on: another text could become an option of the verb.
+void press_button(const request_context& context, const json& message,
+                  const response_callback& respond) {
+    const std::string button = text_in(message, "button");
+    if (std::ranges::find(button_rows, button, &button_row::name) == std::end(button_rows)) {
+        throw usage_error{"no such button"};
+    }
+    context.sim.run({"press", button}, respond);
+}
+
+void plug_camera(const request_context& context, const json& message,
+                 const response_callback& respond) {
+    context.sim.run({"camera", flag_in(message, "on") ? "on" : "off"}, respond);
+}
+
+void plug_monitor(const request_context& context, const json& message,
+                  const response_callback& respond) {
+    context.sim.run({"hdmi", flag_in(message, "on") ? "on" : "off"}, respond);
+}
+
+void set_core_fault(const request_context& context, const json& message,
+                    const response_callback& respond) {
+    context.sim.run({"core", flag_in(message, "fails") ? "fail" : "work"}, respond);
+}
+
+void choose_footage(const request_context& context, const json& message,
+                    const response_callback& respond) {
+    const std::string name = text_in(message, "name");
+    if (!is_plain_name(name)) {
+        throw usage_error{"no such footage"};
+    }
+    context.sim.run({"footage", context.board.footage_folder() + "/" + name}, respond);
+}
+
+void restore_scene(const request_context& context, const json& message,
+                   const response_callback& respond) {
+    if (!flag_in(message, "stock")) {
+        throw usage_error{"which scene?"};
+    }
+    context.sim.run({"scene", "stock"}, respond);
+}
+
+constexpr auto page_requests = std::to_array<page_request>({
+    {"command", send_command},
+    {"press", press_button},
+    {"camera", plug_camera},
+    {"monitor", plug_monitor},
+    {"core", set_core_fault},
+    {"footage", choose_footage},
+    {"scene", restore_scene},
+});
+
+} // namespace
+
+std::span<const page_request> all_page_requests() {
+    return page_requests;
+}
+
+void handle_page_request(const request_context& context, const json& message,
+                         const response_callback& respond) {
+    const auto* const row =
+        std::ranges::find(page_requests, text_in(message, "request"), &page_request::name);
+    if (row == page_requests.end()) {
+        respond(false, "no such request");
+        return;
+    }
+    const response_callback respond_and_refresh = [&state = context.state,
+                                                   respond](bool is_done, const std::string& text) {
+        respond(is_done, text);
+        state.refresh();
+    };
+    try {
+        row->handle(context, message, respond_and_refresh);
+    } catch (const usage_error& error) {
+        respond_and_refresh(false, error.what());
+    }
+}
+
+} // namespace web
