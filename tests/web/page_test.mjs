@@ -6,6 +6,7 @@ import { SimulatedBoard, until } from './board.mjs';
 import {
     difference, hindrances, holdResponses, newPage, openPage, openBrowser, pictureWhen, takePicture,
 } from './browser.mjs';
+import { differencesFromDocument } from './protocol.mjs';
 
 // Two pictures of the same thing differ by noise and movement, of different things by far more.
 const OTHER_PICTURE = 8;
@@ -288,6 +289,25 @@ test('a long log is followed to its end', async () => {
     await page.locator('#log-lines').getByText('and this is its end').waitFor();
     await page.locator('#log-lines').getByText('y', { exact: true }).waitFor();
     await lamp('camera', 'live'); // of a line that is long gone
+});
+
+test('messages are as the protocol document has them', async () => {
+    const messages = await page.evaluate(() => new Promise((resolve) => {
+        const socket = new WebSocket(new URL('events', location.href).href.replace('http', 'ws'));
+        const last = {};
+        socket.onopen = () => socket.send(JSON.stringify({ id: 1, request: 'command', line: 'get_zoom' }));
+        socket.onmessage = ({ data }) => {
+            const message = JSON.parse(data);
+            last[message.type] = message;
+            if (last.response !== undefined) {
+                socket.close();
+                resolve(Object.values(last));
+            }
+        };
+    }));
+    assert.deepEqual(messages.map(({ type }) => type).sort(),
+        ['footage', 'hello', 'log', 'media', 'response', 'state']);
+    assert.deepEqual(messages.flatMap(differencesFromDocument), []);
 });
 
 test('nonsense from a page does the server no harm', async () => {
