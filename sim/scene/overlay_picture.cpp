@@ -10,11 +10,11 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little);
 
-constexpr std::uint32_t alpha_shift = 24;
-constexpr std::uint32_t opaque_alpha = 255;
+constexpr std::uint32_t ALPHA_SHIFT = 24;
+constexpr std::uint32_t OPAQUE_ALPHA = 255;
 
 std::uint32_t alpha_of(std::uint32_t pixel) {
-    return pixel >> alpha_shift;
+    return pixel >> ALPHA_SHIFT;
 }
 
 rgba_pixel to_rgba(std::uint32_t bgra) {
@@ -29,13 +29,13 @@ cover cover_of(std::uint32_t pixel) {
     if (alpha == 0) {
         return cover::none;
     }
-    return alpha == opaque_alpha ? cover::all : cover::some;
+    return alpha == OPAQUE_ALPHA ? cover::all : cover::some;
 }
 
 void append_line_runs(std::span<const rgba_pixel> pixels, std::size_t line,
                       std::vector<pixel_run>& runs) {
-    const std::size_t end = (line + 1) * overlay_width;
-    std::size_t first = line * overlay_width;
+    const std::size_t end = (line + 1) * OVERLAY_WIDTH;
+    std::size_t first = line * OVERLAY_WIDTH;
     while (first < end) {
         const cover kind = cover_of(pixels[first]);
         std::size_t last = first + 1;
@@ -52,7 +52,7 @@ void append_line_runs(std::span<const rgba_pixel> pixels, std::size_t line,
 
 // Each channel of `under`, weighted by what the pixel above lets through; two channels at a time.
 rgba_pixel over(rgba_pixel above, rgba_pixel under) {
-    const std::uint32_t through = opaque_alpha - alpha_of(above);
+    const std::uint32_t through = OPAQUE_ALPHA - alpha_of(above);
     // x / 255 for x up to 255 * 255, rounded: (x + 128 + ((x + 128) >> 8)) >> 8.
     const auto scaled = [through](std::uint32_t pair) {
         const std::uint32_t product = pair * through + 0x00800080U;
@@ -74,15 +74,15 @@ void blend_run(const rgba_pixel* above, std::uint8_t* frame, std::size_t length)
 
 overlay_picture::overlay_picture(std::span<const std::uint32_t> bgra) : pixels_(bgra.size()) {
     std::ranges::transform(bgra, pixels_.begin(), to_rgba);
-    for (std::size_t line = 0; line < overlay_height; ++line) {
+    for (std::size_t line = 0; line < OVERLAY_HEIGHT; ++line) {
         append_line_runs(pixels_, line, runs_);
     }
 }
 
 void overlay_picture::blend_onto(std::uint8_t* frame, std::size_t stride) const {
     for (const pixel_run& run : runs_) {
-        const std::size_t line = run.first / overlay_width;
-        const std::size_t column = run.first % overlay_width;
+        const std::size_t line = run.first / OVERLAY_WIDTH;
+        const std::size_t column = run.first % OVERLAY_WIDTH;
         std::uint8_t* const to = frame + line * stride + column * sizeof(rgba_pixel);
         const rgba_pixel* const above = pixels_.data() + run.first;
         if (run.opaque) {

@@ -9,9 +9,9 @@
 
 namespace sim {
 
-inline constexpr int overlay_width = 1024;
-inline constexpr int overlay_height = 768;
-inline constexpr std::size_t overlay_pixels = std::size_t{overlay_width} * overlay_height;
+inline constexpr int OVERLAY_WIDTH = 1024;
+inline constexpr int OVERLAY_HEIGHT = 768;
+inline constexpr std::size_t OVERLAY_PIXELS = std::size_t{OVERLAY_WIDTH} * OVERLAY_HEIGHT;
 
 // A pixel in memory order red, green, blue, alpha; colours are multiplied by alpha.
 using rgba_pixel = std::uint32_t;
@@ -25,7 +25,7 @@ struct pixel_run {
 
 class overlay_picture {
 public:
-    // Pixels as Qt has them: blue, green, red, alpha in memory; overlay_pixels of them.
+    // Pixels as Qt has them: blue, green, red, alpha in memory; OVERLAY_PIXELS of them.
     explicit overlay_picture(std::span<const std::uint32_t> bgra);
 
     // Lays the picture over a frame of RGBA lines of its own size, `stride` bytes apart.

@@ -60,17 +60,17 @@ private:
 namespace {
 
 // A change is rendered together with those of the same frame time.
-constexpr int frame_ms = 33;
+constexpr int FRAME_MS = 33;
 
 // The first element waits this long for Qt; a slower start goes on while the pipe already runs.
-constexpr std::chrono::seconds start_patience{1};
+constexpr std::chrono::seconds START_TIMEOUT{1};
 
 // A drawing and a scene that touch what scenes use, so that Qt loads and makes it all at once, at a
 // moment of our choice. %1 is the drawing's URL. The scene says "warm" when its pictures are there.
-constexpr const char* warm_up_drawing =
+constexpr const char* WARM_UP_DRAWING =
     "<svg xmlns='http://www.w3.org/2000/svg' width='8' height='8'>"
     "<path d='M0 0L8 8' stroke='black'/></svg>";
-constexpr const char* warm_up_scene = R"(
+constexpr const char* WARM_UP_SCENE = R"(
 import QtQuick
 Item {
     id: root
@@ -104,7 +104,7 @@ Item {
 }
 )";
 // A warm-up that takes longer is given up; scenes then load what is missing themselves.
-constexpr int warm_up_ms = 2000;
+constexpr int WARM_UP_MS = 2000;
 
 } // namespace
 
@@ -113,7 +113,7 @@ class rendered_scene {
 public:
     explicit rendered_scene(scene_output& output) : output_(output) {
         timer_.setSingleShot(true);
-        timer_.setInterval(frame_ms);
+        timer_.setInterval(FRAME_MS);
         QObject::connect(&timer_, &QTimer::timeout, [this] { render(); });
         const auto render_soon = [this] {
             if (!timer_.isActive()) {
@@ -152,7 +152,7 @@ public:
         if (root_) {
             QEventLoop loop;
             QObject::connect(root_.get(), SIGNAL(warm()), &loop, SLOT(quit()));
-            QTimer::singleShot(warm_up_ms, &loop, &QEventLoop::quit);
+            QTimer::singleShot(WARM_UP_MS, &loop, &QEventLoop::quit);
             loop.exec();
         }
         render();
@@ -199,7 +199,7 @@ private:
     sysroot_files files_{urls_};
     // In the order that Qt Quick wants: the items go first, then what renders, the engine last.
     QQmlEngine engine_;
-    scene_stage_owner stage_ = take_scene_stage();
+    scene_stage_owned stage_ = take_scene_stage();
     QTimer timer_;
     std::unique_ptr<QObject> root_;
 };
@@ -274,11 +274,11 @@ void run_warm_up_scene() {
     rendered_scene scene(nowhere);
     QTemporaryFile drawing(QDir::tempPath() + QStringLiteral("/vtrdc-XXXXXX.svg"));
     if (drawing.open()) {
-        drawing.write(warm_up_drawing);
+        drawing.write(WARM_UP_DRAWING);
         drawing.flush();
     }
     const QUrl url = QUrl::fromLocalFile(drawing.fileName());
-    scene.run_text(QString::fromUtf8(warm_up_scene).arg(url.toString()));
+    scene.run_text(QString::fromUtf8(WARM_UP_SCENE).arg(url.toString()));
 }
 
 // The guard comes after the end of the scene, since that makes global objects of Qt's, too.
@@ -299,7 +299,7 @@ void start_once() {
             warm_up();
             warm->set_value();
         });
-        is_warm.wait_for(start_patience);
+        is_warm.wait_for(START_TIMEOUT);
     });
 }
 

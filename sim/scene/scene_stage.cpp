@@ -19,8 +19,8 @@ std::vector<std::unique_ptr<scene_stage>>& idle_stages() {
 
 scene_stage::scene_stage() {
     window_.setColor(Qt::transparent);
-    window_.setGeometry(0, 0, overlay_width, overlay_height);
-    window_.contentItem()->setSize(QSizeF(overlay_width, overlay_height));
+    window_.setGeometry(0, 0, OVERLAY_WIDTH, OVERLAY_HEIGHT);
+    window_.contentItem()->setSize(QSizeF(OVERLAY_WIDTH, OVERLAY_HEIGHT));
     window_.setRenderTarget(QQuickRenderTarget::fromPaintDevice(&image_));
     image_.fill(Qt::transparent);
 }
@@ -42,7 +42,7 @@ void scene_stage::frame(bool drawn) {
 
 std::span<const std::uint32_t> scene_stage::draw() {
     frame(true);
-    return {reinterpret_cast<const std::uint32_t*>(image_.constBits()), overlay_pixels};
+    return {reinterpret_cast<const std::uint32_t*>(image_.constBits()), OVERLAY_PIXELS};
 }
 
 // The first frame releases what was drawn for the items, the second the textures of pictures that
@@ -59,12 +59,12 @@ void scene_stage_release::operator()(scene_stage* stage) const noexcept {
     idle_stages().emplace_back(stage);
 }
 
-scene_stage_owner take_scene_stage() {
+scene_stage_owned take_scene_stage() {
     std::vector<std::unique_ptr<scene_stage>>& idle = idle_stages();
     if (idle.empty()) {
-        return scene_stage_owner{new scene_stage};
+        return scene_stage_owned{new scene_stage};
     }
-    scene_stage_owner stage{idle.back().release()};
+    scene_stage_owned stage{idle.back().release()};
     idle.pop_back();
     return stage;
 }

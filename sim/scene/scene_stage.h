@@ -36,7 +36,7 @@ public:
 private:
     void frame(bool drawn);
 
-    QImage image_{overlay_width, overlay_height, QImage::Format_ARGB32_Premultiplied};
+    QImage image_{OVERLAY_WIDTH, OVERLAY_HEIGHT, QImage::Format_ARGB32_Premultiplied};
     std::unique_ptr<QQuickRenderControl> control_ = std::make_unique<QQuickRenderControl>();
     QQuickWindow window_{control_.get()};
 };
@@ -47,10 +47,10 @@ private:
 struct scene_stage_release {
     void operator()(scene_stage* stage) const noexcept;
 };
-using scene_stage_owner = std::unique_ptr<scene_stage, scene_stage_release>;
+using scene_stage_owned = std::unique_ptr<scene_stage, scene_stage_release>;
 
 // An empty stage.
-[[nodiscard]] scene_stage_owner take_scene_stage();
+[[nodiscard]] scene_stage_owned take_scene_stage();
 
 // For the end of Qt.
 void drop_idle_scene_stages();

@@ -27,7 +27,7 @@ namespace sim {
 namespace {
 
 // What exit waits for at most: a scene that is just being loaded.
-constexpr std::chrono::milliseconds exit_patience{1500};
+constexpr std::chrono::milliseconds EXIT_TIMEOUT{1500};
 
 struct thread_state {
     std::mutex mutex;
@@ -145,7 +145,7 @@ void stop_before_exit() {
         return;
     }
     ring();
-    state().changed.wait_for(lock, exit_patience, [] { return state().finished; });
+    state().changed.wait_for(lock, EXIT_TIMEOUT, [] { return state().finished; });
 }
 
 // Thread-local objects of the thread that calls exit go before any exit handler runs: this one

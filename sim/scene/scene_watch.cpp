@@ -11,7 +11,7 @@
 namespace sim {
 namespace {
 
-constexpr int settle_ms = 100;
+constexpr int SETTLE_MS = 100;
 
 // The file itself, for where it leads as a link, and the folders beside it.
 std::vector<std::filesystem::path> other_paths(const QFileInfo& file) {
@@ -28,7 +28,7 @@ std::vector<std::filesystem::path> other_paths(const QFileInfo& file) {
 scene_watch::scene_watch(const QString& file, std::function<void()> on_change)
     : file_(file), on_change_(std::move(on_change)) {
     settled_.setSingleShot(true);
-    settled_.setInterval(settle_ms);
+    settled_.setInterval(SETTLE_MS);
     QObject::connect(&settled_, &QTimer::timeout, [this] { tell(); });
     watch_folders();
 }

@@ -5,6 +5,7 @@
 // waits, and its own standard input, on which its starter took a lock for the daemon.
 #include "button_rows.h"
 #include "daemon_life.h"
+#include "util/fd_owned.h"
 
 #include <array>
 #include <cerrno>
@@ -53,16 +54,14 @@ int fail_press(const char* fifo) {
 }
 
 int write_press(const char* fifo, std::uint16_t key) {
-    const int fd = open(fifo, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
+    const fd_owned buttons(open(fifo, O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!buttons) {
         return fail_press(fifo);
     }
     const auto events = press_events(key);
     // Less than PIPE_BUF, so the kernel takes all or nothing.
-    const bool written = write(fd, events.data(), sizeof events) == sizeof events;
-    const int result = written ? EXIT_SUCCESS : fail_press(fifo);
-    close(fd);
-    return result;
+    const bool written = write(buttons.get(), events.data(), sizeof events) == sizeof events;
+    return written ? EXIT_SUCCESS : fail_press(fifo);
 }
 
 int press(std::string_view name, const char* fifo) {

@@ -1,6 +1,8 @@
 // How long a board's daemon lives, for helper programs that stay beside it.
 #include "daemon_life.h"
 
+#include "util/fd_owned.h"
+
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -46,22 +48,21 @@ std::vector<pid_t> look_for_daemons(const daemon_marks& marks) {
 
 // Waits until one of the processes has ended.
 void wait_for_end(const std::vector<pid_t>& processes) {
-    std::vector<pollfd> handles;
+    std::vector<fd_owned> handles;
+    std::vector<pollfd> polled;
     for (const pid_t pid : processes) {
         // By number, since the C library has no name for it yet.
-        const auto handle = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
-        if (handle >= 0) {
-            handles.push_back({handle, POLLIN, 0});
+        fd_owned handle(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+        if (handle) {
+            polled.push_back({handle.get(), POLLIN, 0});
+            handles.push_back(std::move(handle));
         } else if (errno != ESRCH) {
             std::_Exit(EXIT_FAILURE); // there is no waiting, so looking again would never stop
         }
     }
     // Where one is missing, it has ended already.
-    if (handles.size() == processes.size()) {
-        poll(handles.data(), handles.size(), -1);
-    }
-    for (const pollfd& handle : handles) {
-        close(handle.fd);
+    if (polled.size() == processes.size()) {
+        poll(polled.data(), polled.size(), -1);
     }
 }
 

@@ -20,7 +20,7 @@ namespace {
 constexpr settings defaults;
 
 // Leaves room for a number before the 255 bytes of a file's name are full.
-constexpr std::size_t name_max = 200;
+constexpr std::size_t FILE_NAME_MAX = 200;
 
 } // namespace
 
@@ -111,7 +111,7 @@ std::optional<std::string> board_folder::first_line(std::string_view on_the_sigh
 }
 
 bool is_plain_name(std::string_view name) {
-    return !name.empty() && name.size() <= name_max && !name.starts_with('.') &&
+    return !name.empty() && name.size() <= FILE_NAME_MAX && !name.starts_with('.') &&
            g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr) != FALSE &&
            std::ranges::none_of(
                name, [](unsigned char byte) { return byte == '/' || std::iscntrl(byte) != 0; });

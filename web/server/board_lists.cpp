@@ -13,11 +13,11 @@ namespace web {
 namespace {
 
 // A recording that runs is written to all the time.
-constexpr std::chrono::milliseconds gathering{500};
+constexpr std::chrono::milliseconds LISTS_DELAY{500};
 
 // The camera's video, while its cable is in and while it is not.
-constexpr const char* camera = "video0";
-constexpr const char* unplugged_camera = "video0.unplugged";
+constexpr const char* CAMERA = "video0";
+constexpr const char* UNPLUGGED_CAMERA = "video0.unplugged";
 
 std::string url_of(const char* kind, const std::string& name) {
     const g_text escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
@@ -44,7 +44,7 @@ board_lists::board_lists(const board_folder& board,
 void board_lists::open() {
     watch_.emplace([this](const std::string& /*folder*/, const std::string& /*name*/) {
         if (!soon_.is_waiting()) {
-            soon_.once(gathering, [this] { look(); });
+            soon_.once(LISTS_DELAY, [this] { look(); });
         }
     });
     watch_->add(board_.media_folder() + "/video");
@@ -92,9 +92,9 @@ nlohmann::json board_lists::list_footage() const {
     const std::vector<std::string> names = board_folder::names_in(board_.footage_folder());
     std::error_code failed;
     const fs::path devices = board_.path("/dev");
-    fs::path shown = fs::read_symlink(devices / camera, failed);
+    fs::path shown = fs::read_symlink(devices / CAMERA, failed);
     if (failed) {
-        shown = fs::read_symlink(devices / unplugged_camera, failed);
+        shown = fs::read_symlink(devices / UNPLUGGED_CAMERA, failed);
     }
     const std::string name = shown.filename();
     // A relative link starts in the folder of devices.

@@ -27,7 +27,7 @@ constexpr std::array options = std::to_array<option>({
     {nullptr, 0, nullptr, 0},
 });
 
-constexpr unsigned port_max = 65535;
+constexpr unsigned PORT_MAX = 65535;
 
 // A number from 1 to `max`; none when the text is anything else.
 template <typename T> std::optional<T> number_in(std::string_view text, T max) {
@@ -49,7 +49,7 @@ std::array<std::string*, port> texts_of(command_line& line) {
 bool apply_option(command_line& line, int which) {
     switch (which) {
     case port:
-        line.port = number_in(optarg, port_max);
+        line.port = number_in(optarg, PORT_MAX);
         return line.port.has_value();
     case beside:
         line.beside = number_in(optarg, std::numeric_limits<pid_t>::max());

@@ -25,9 +25,9 @@ contained_folder::contained_folder(const std::string& folder)
     : folder_(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
 
 opened_file contained_folder::open_file(const std::string& path) const {
-    descriptor file(open_beneath(folder_.number(), path));
+    fd_owned file(open_beneath(folder_.get(), path));
     struct stat status {};
-    if (!file || fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return {};
     }
     return {std::move(file), status.st_size};

@@ -1,7 +1,7 @@
 // A folder whose files can be opened by a path that comes from outside: no path leads out of it.
 #pragma once
 
-#include "descriptor.h"
+#include "util/fd_owned.h"
 
 #include <string>
 #include <sys/types.h>
@@ -10,7 +10,7 @@ namespace web {
 
 // An ordinary file that was opened for reading, and its size; without a descriptor: none.
 struct opened_file {
-    descriptor file;
+    fd_owned file;
     off_t bytes = 0;
 };
 
@@ -26,7 +26,7 @@ public:
     [[nodiscard]] opened_file open_file(const std::string& path) const;
 
 private:
-    const descriptor folder_;
+    const fd_owned folder_;
 };
 
 } // namespace web

@@ -6,22 +6,17 @@
 #include <array>
 #include <cerrno>
 #include <sys/socket.h>
-#include <unistd.h>
 #include <utility>
 
 namespace web {
 namespace {
 
-constexpr std::chrono::milliseconds retry_interval{500};
+constexpr std::chrono::milliseconds RETRY_INTERVAL{500};
 
-// A descriptor, or -1. Connecting to a local socket never waits: it succeeds or fails.
-int connect_to(const std::string& path) {
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (descriptor >= 0 && !connect_socket(descriptor, path)) {
-        close(descriptor);
-        return -1;
-    }
-    return descriptor;
+// Connecting to a local socket never waits: it succeeds or fails.
+fd_owned connect_to(const std::string& path) {
+    fd_owned made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    return made && connect_socket(made.get(), path) ? std::move(made) : fd_owned{};
 }
 
 reply failure(const std::string& why) {
@@ -32,10 +27,6 @@ reply failure(const std::string& why) {
 
 daemon_client::daemon_client(std::string socket_path, std::function<void()> on_presence)
     : socket_path_(std::move(socket_path)), on_presence_(std::move(on_presence)) {}
-
-daemon_client::~daemon_client() {
-    close_descriptor();
-}
 
 void daemon_client::open() {
     if (!std::exchange(is_open_, true)) {
@@ -50,17 +41,17 @@ void daemon_client::shut() {
 }
 
 void daemon_client::connect_or_retry() {
-    descriptor_ = connect_to(socket_path_);
-    if (descriptor_ < 0) {
-        retry_.once(retry_interval, [this] { connect_or_retry(); });
+    socket_ = connect_to(socket_path_);
+    if (!socket_) {
+        retry_.once(RETRY_INTERVAL, [this] { connect_or_retry(); });
         return;
     }
-    readable_.start(descriptor_, G_IO_IN, [this] { receive(); });
+    readable_.start(socket_.get(), G_IO_IN, [this] { receive(); });
     change_presence(daemon_presence::up);
 }
 
 void daemon_client::ask(std::string text, answer on_answer) {
-    if (descriptor_ < 0) {
+    if (!socket_) {
         on_answer(failure("the daemon is not running"));
         return;
     }
@@ -74,17 +65,17 @@ void daemon_client::send_next() {
     }
     const std::string& text = queue_.front().text;
     // A request is short, and the socket is empty: it goes at once or not at all.
-    if (send(descriptor_, text.data(), text.size(), MSG_NOSIGNAL) < 0) {
+    if (send(socket_.get(), text.data(), text.size(), MSG_NOSIGNAL) < 0) {
         lose("the daemon takes no request");
         return;
     }
     is_asking_ = true;
-    patience_.once(daemon_patience, [this] { change_presence(daemon_presence::silent); });
+    reply_timeout_.once(REPLY_TIMEOUT, [this] { change_presence(daemon_presence::silent); });
 }
 
 void daemon_client::receive() {
     std::array<char, REPLY_SIZE> text; // filled just below
-    const ssize_t length = recv(descriptor_, text.data(), text.size(), 0);
+    const ssize_t length = recv(socket_.get(), text.data(), text.size(), 0);
     if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;
     }
@@ -96,7 +87,7 @@ void daemon_client::receive() {
         return; // nobody asked
     }
     is_asking_ = false;
-    patience_.stop();
+    reply_timeout_.stop();
     const request answered = std::move(queue_.front());
     queue_.pop_front();
     change_presence(daemon_presence::up);
@@ -109,11 +100,12 @@ void daemon_client::receive() {
 }
 
 void daemon_client::lose(const std::string& why) {
-    close_descriptor();
-    patience_.stop();
+    readable_.stop();
+    socket_.reset();
+    reply_timeout_.stop();
     is_asking_ = false;
     if (is_open_) {
-        retry_.once(retry_interval, [this] { connect_or_retry(); });
+        retry_.once(RETRY_INTERVAL, [this] { connect_or_retry(); });
     }
     change_presence(daemon_presence::gone);
     for (const request& each : std::exchange(queue_, {})) {
@@ -124,13 +116,6 @@ void daemon_client::lose(const std::string& why) {
 void daemon_client::change_presence(daemon_presence presence) {
     if (std::exchange(presence_, presence) != presence) {
         on_presence_();
-    }
-}
-
-void daemon_client::close_descriptor() {
-    readable_.stop();
-    if (descriptor_ >= 0) {
-        close(std::exchange(descriptor_, -1));
     }
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "loop.h"
+#include "util/fd_owned.h"
 
 #include "vtrdcctl/connection.h"
 
@@ -15,12 +16,12 @@ namespace web {
 
 enum class daemon_presence {
     gone,   // nobody listens at the socket
-    silent, // a request has had no reply for `daemon_patience`
+    silent, // a request has had no reply for `REPLY_TIMEOUT`
     up
 };
 
 // Longer than any command takes that succeeds: an output that starts, a core that moves.
-inline constexpr std::chrono::seconds daemon_patience{3};
+inline constexpr std::chrono::seconds REPLY_TIMEOUT{3};
 
 class daemon_client {
 public:
@@ -30,7 +31,6 @@ public:
     daemon_client(std::string socket_path, std::function<void()> on_presence);
     daemon_client(const daemon_client&) = delete;
     daemon_client& operator=(const daemon_client&) = delete;
-    ~daemon_client();
 
     // Connects, and tries again until there is a daemon.
     void open();
@@ -51,18 +51,17 @@ private:
     void receive();
     void lose(const std::string& why);
     void change_presence(daemon_presence presence);
-    void close_descriptor();
 
     const std::string socket_path_;
     const std::function<void()> on_presence_;
     daemon_presence presence_ = daemon_presence::gone;
-    int descriptor_ = -1;
+    fd_owned socket_;
     bool is_open_ = false;
     bool is_asking_ = false; // the first of the queue is on its way
     std::deque<request> queue_;
     descriptor_watch readable_;
     timer retry_;
-    timer patience_;
+    timer reply_timeout_;
 };
 
 } // namespace web

@@ -25,7 +25,7 @@ bool takes_more(SoupWebsocketConnection* connection) {
     return g_pollable_output_stream_is_writable(G_POLLABLE_OUTPUT_STREAM(output)) != FALSE;
 }
 
-constexpr std::chrono::seconds catch_up_interval{1};
+constexpr std::chrono::seconds CATCH_UP_INTERVAL{1};
 
 } // namespace
 
@@ -59,7 +59,7 @@ void event_clients::broadcast(const nlohmann::json& message) {
         if (!each.is_behind) {
             send(each.connection.get(), text);
         } else if (!catch_up_.is_waiting()) {
-            catch_up_.once(catch_up_interval, [this] { catch_up(); });
+            catch_up_.once(CATCH_UP_INTERVAL, [this] { catch_up(); });
         }
     }
 }
@@ -70,7 +70,7 @@ void event_clients::catch_up() {
             each.is_behind = false;
             greet(each.connection.get());
         } else if (each.is_behind) {
-            catch_up_.once(catch_up_interval, [this] { catch_up(); });
+            catch_up_.once(CATCH_UP_INTERVAL, [this] { catch_up(); });
         }
     }
 }

@@ -15,10 +15,10 @@ namespace web {
 namespace {
 
 // Memory for a response while it is sent.
-constexpr goffset chunk_max = goffset{256} * 1024;
+constexpr goffset CHUNK_BYTES_MAX = goffset{256} * 1024;
 
 // What belongs to a request until it ends.
-constexpr const char* body_key = "vtrdc-file";
+constexpr const char* BODY_KEY = "vtrdc-file";
 
 struct content_type {
     std::string_view ending;
@@ -41,7 +41,7 @@ const char* content_type_of(std::string_view name) {
 }
 
 struct file_body {
-    descriptor file;
+    fd_owned file;
     goffset position;
     goffset end; // behind the last byte
 };
@@ -87,13 +87,13 @@ void give_up(SoupServerMessage* request) {
 void send_more(SoupServerMessage* request, gpointer data) noexcept {
     auto* const from = static_cast<file_body*>(data);
     SoupMessageBody* const body = soup_server_message_get_response_body(request);
-    const auto wanted = static_cast<gsize>(std::min(chunk_max, from->end - from->position));
+    const auto wanted = static_cast<gsize>(std::min(CHUNK_BYTES_MAX, from->end - from->position));
     if (wanted == 0) {
         soup_message_body_complete(body);
         return;
     }
     g_text bytes(static_cast<gchar*>(g_malloc(wanted)));
-    const ssize_t size = pread(from->file.number(), bytes.get(), wanted, from->position);
+    const ssize_t size = pread(from->file.get(), bytes.get(), wanted, from->position);
     if (size <= 0) {
         give_up(request);
         soup_message_body_complete(body);
@@ -105,7 +105,7 @@ void send_more(SoupServerMessage* request, gpointer data) noexcept {
 }
 
 void start_body(SoupServerMessage* request, std::unique_ptr<file_body> from) {
-    file_body* const lasting = give_to_request(request, body_key, std::move(from));
+    file_body* const lasting = give_to_request(request, BODY_KEY, std::move(from));
     soup_message_body_set_accumulate(soup_server_message_get_response_body(request), FALSE);
     g_signal_connect(request, "wrote-chunk", G_CALLBACK(send_more), lasting);
     send_more(request, lasting);

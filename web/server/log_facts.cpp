@@ -29,7 +29,7 @@ constexpr std::array reactions = std::to_array<reaction>({
     {"Redis connect error", &log_facts::handed_over, true},
 });
 
-constexpr std::string_view first_message = "ver:";
+constexpr std::string_view FIRST_MESSAGE = "ver:";
 
 bool is_push_failure(std::string_view message) {
     return message.starts_with("from element ") &&
@@ -46,7 +46,7 @@ std::string_view message_of(std::string_view line) {
 
 void take_line(std::optional<log_facts>& facts, std::string_view line) {
     const std::string_view message = message_of(line);
-    if (message.starts_with(first_message)) {
+    if (message.starts_with(FIRST_MESSAGE)) {
         facts = log_facts{};
     }
     if (!facts) {

@@ -14,15 +14,15 @@ namespace {
 using std::chrono::milliseconds;
 
 // Lines are gathered into one message to the pages: a debug log has hundreds a second.
-constexpr milliseconds gathering{100};
+constexpr milliseconds LOG_DELAY{100};
 
-constexpr std::size_t lines_kept = 2000;
+constexpr std::size_t LINES_MAX = 2000;
 
 // A line without an end must not fill the memory.
-constexpr std::size_t line_max = 8192;
+constexpr std::size_t LINE_BYTES_MAX = 8192;
 
 // Of a long log, so much is read in one turn of the main loop.
-constexpr std::size_t slice_max = 1024 * 1024;
+constexpr std::size_t SLICE_BYTES_MAX = 1024 * 1024;
 
 } // namespace
 
@@ -30,7 +30,7 @@ log_tail::log_tail(std::filesystem::path path, listeners told)
     : path_(std::move(path)), told_(std::move(told)),
       watch_([this](const std::string& /*folder*/, const std::string& name) {
           if (name.empty() || name == path_.filename()) {
-              read_soon(gathering);
+              read_soon(LOG_DELAY);
           }
       }) {
     watch_.add(path_.parent_path());
@@ -49,11 +49,11 @@ void log_tail::reopen_when_replaced() {
         return;
     }
     struct stat opened {};
-    if (file_ && fstat(file_.number(), &opened) == 0 && opened.st_ino == named.st_ino &&
+    if (file_ && fstat(file_.get(), &opened) == 0 && opened.st_ino == named.st_ino &&
         opened.st_dev == named.st_dev && opened.st_size >= position_) {
         return;
     }
-    file_ = descriptor(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    file_ = fd_owned(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     position_ = 0;
     unfinished_.clear();
     last_lines_.clear();
@@ -77,8 +77,8 @@ bool log_tail::read_slice() {
         return false;
     }
     std::array<char, 65536> bytes; // filled just below
-    for (std::size_t taken = 0; taken < slice_max;) {
-        const ssize_t size = pread(file_.number(), bytes.data(), bytes.size(), position_);
+    for (std::size_t taken = 0; taken < SLICE_BYTES_MAX;) {
+        const ssize_t size = pread(file_.get(), bytes.data(), bytes.size(), position_);
         if (size <= 0) {
             return false;
         }
@@ -91,7 +91,7 @@ bool log_tail::read_slice() {
 
 void log_tail::take_bytes(std::string_view bytes) {
     while (!bytes.empty()) {
-        const std::size_t room = line_max - unfinished_.size();
+        const std::size_t room = LINE_BYTES_MAX - unfinished_.size();
         const std::size_t end = bytes.substr(0, room + 1).find('\n');
         const bool is_whole = end != std::string_view::npos;
         const std::size_t length = std::min({end, room, bytes.size()});
@@ -107,7 +107,7 @@ void log_tail::end_line() {
     last_lines_.push_back(std::exchange(unfinished_, {}));
     told_.on_line(last_lines_.back());
     ++untold_;
-    if (last_lines_.size() > lines_kept) {
+    if (last_lines_.size() > LINES_MAX) {
         last_lines_.pop_front();
     }
 }

@@ -1,8 +1,8 @@
 // Follows the daemon's log file as it grows, and keeps its last lines for pages that come later.
 #pragma once
 
-#include "descriptor.h"
 #include "loop.h"
+#include "util/fd_owned.h"
 
 #include <deque>
 #include <filesystem>
@@ -42,7 +42,7 @@ private:
 
     const std::filesystem::path path_;
     const listeners told_;
-    descriptor file_;
+    fd_owned file_;
     off_t position_ = 0;
     std::string unfinished_; // of a line, so far
     std::deque<std::string> last_lines_;

@@ -17,18 +17,18 @@
 namespace {
 
 // The page of a second board takes the next free port.
-constexpr unsigned first_port = 8040;
-constexpr unsigned ports_tried = 10;
+constexpr unsigned FIRST_PORT = 8040;
+constexpr unsigned PORTS_TRIED = 10;
 
 // The daemon and the browser come first.
-constexpr int niceness = 5;
+constexpr int NICENESS = 5;
 
 bool listen(web::http_server& server, std::optional<unsigned> port, std::string& why) {
     if (port) {
         return server.listen(*port, why);
     }
-    for (unsigned offset = 0; offset < ports_tried; ++offset) {
-        if (server.listen(first_port + offset, why)) {
+    for (unsigned offset = 0; offset < PORTS_TRIED; ++offset) {
+        if (server.listen(FIRST_PORT + offset, why)) {
             return true;
         }
     }
@@ -41,7 +41,7 @@ gboolean quit(gpointer loop) noexcept {
 }
 
 // Time for the daemon's last lines to reach the pages through its log.
-constexpr guint last_words_ms = 500;
+constexpr guint LAST_WORDS_MS = 500;
 
 // Frees the port for the next daemon's page.
 gboolean stop_listening(gpointer server) noexcept {
@@ -55,7 +55,7 @@ void quit_with_daemon(GMainLoop* loop, web::http_server& server, const web::comm
     std::thread([loop, &server, marks, starter = *line.beside] {
         wait_for_daemon_end(marks, starter);
         g_idle_add(stop_listening, &server);
-        g_timeout_add(last_words_ms, quit, loop);
+        g_timeout_add(LAST_WORDS_MS, quit, loop);
     }).detach();
 }
 
@@ -81,7 +81,7 @@ void raise_descriptor_limit() {
 }
 
 int serve(const web::command_line& line, const report& tell) {
-    setpriority(PRIO_PROCESS, 0, niceness);
+    setpriority(PRIO_PROCESS, 0, NICENESS);
     raise_descriptor_limit();
     web::controller controller{line.options};
     std::string why;

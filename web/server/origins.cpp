@@ -10,13 +10,13 @@ namespace {
 
 constexpr std::array<std::string_view, 2> loopback_names{"127.0.0.1", "localhost"};
 
-constexpr std::string_view scheme = "http://";
+constexpr std::string_view SCHEME = "http://";
 
 // The scheme's default port, which addresses leave out.
-constexpr unsigned default_port = 80;
+constexpr unsigned DEFAULT_PORT = 80;
 
 bool is_loopback(std::string_view host, unsigned port) {
-    const std::string ending = port == default_port ? "" : ":" + std::to_string(port);
+    const std::string ending = port == DEFAULT_PORT ? "" : ":" + std::to_string(port);
     return std::ranges::any_of(loopback_names, [&](std::string_view name) {
         return host.size() == name.size() + ending.size() && host.starts_with(name) &&
                host.ends_with(ending);
@@ -24,7 +24,7 @@ bool is_loopback(std::string_view host, unsigned port) {
 }
 
 bool is_from_here(std::string_view origin, std::string_view host) {
-    return origin.starts_with(scheme) && origin.substr(scheme.size()) == host;
+    return origin.starts_with(SCHEME) && origin.substr(SCHEME.size()) == host;
 }
 
 } // namespace

@@ -11,7 +11,7 @@ namespace web {
 namespace {
 
 // Fine lines of reticles stay clean, at about 150 kB a picture.
-constexpr int jpeg_quality = 85;
+constexpr int JPEG_QUALITY = 85;
 
 struct jpeg_release {
     void operator()(void* compressor) const noexcept { tjDestroy(compressor); }
@@ -24,7 +24,7 @@ g_owned<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
     unsigned long size = 0;
     const int status =
         tjCompress2(compressor, pixels.data(), sim::panel_width, 0, sim::panel_height, TJPF_BGRX,
-                    &picture, &size, TJSAMP_444, jpeg_quality, TJFLAG_FASTDCT);
+                    &picture, &size, TJSAMP_444, JPEG_QUALITY, TJFLAG_FASTDCT);
     const std::unique_ptr<unsigned char, jpeg_release> owner(picture);
     return g_owned<GBytes>(status == 0 ? g_bytes_new(picture, size) : nullptr);
 }

@@ -14,8 +14,8 @@ namespace web {
 namespace {
 
 // A scene is text; footage is written to a file as it comes.
-constexpr goffset scene_max = goffset{1024} * 1024;
-constexpr goffset footage_max = goffset{4} * 1024 * 1024 * 1024;
+constexpr goffset SCENE_BYTES_MAX = goffset{1024} * 1024;
+constexpr goffset FOOTAGE_BYTES_MAX = goffset{4} * 1024 * 1024 * 1024;
 
 // Runs a verb with a file, and responds when it has ended; with `note` when that went well.
 void run_and_respond(SoupServerMessage* request, const sim_command& sim,
@@ -87,12 +87,12 @@ constexpr auto routes = std::to_array<route>({
      .path = "/footage/",
      .parameter = "{name}",
      .handler = post_footage,
-     .body_max = footage_max,
+     .body_max = FOOTAGE_BYTES_MAX,
      .upload_folder = footage_folder_of},
     {.method = "POST",
      .path = "/scene",
      .handler = post_scene,
-     .body_max = scene_max,
+     .body_max = SCENE_BYTES_MAX,
      .upload_folder = temporary_folder_of},
 });
 

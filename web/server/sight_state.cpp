@@ -19,27 +19,27 @@ using json = nlohmann::json;
 namespace {
 
 // One press of a button changes several files.
-constexpr std::chrono::milliseconds gathering{40};
+constexpr std::chrono::milliseconds STATE_DELAY{40};
 
 // For changes that no file shows: another client's command after the sight was handed over, and a
 // daemon that stopped answering.
-constexpr std::chrono::seconds heartbeat_interval{5};
+constexpr std::chrono::seconds HEARTBEAT_INTERVAL{5};
 
 // Without a server the push fails thirty times a second: after this long without a failure it has
 // found one.
-constexpr std::chrono::seconds push_patience{2};
+constexpr std::chrono::seconds PUSH_TIMEOUT{2};
 
-constexpr const char* core_folder = "/var/lib/vtrcore";
-constexpr const char* core_failure = "/var/lib/vtrcore/fail";
-constexpr const char* panel_folder = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024";
-constexpr const char* panel_luminance = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_luminance";
-constexpr const char* panel_display = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_display_on";
-constexpr const char* monitor_folder = "/sys/devices/soc0/soc/20e0000.hdmi_video";
-constexpr const char* monitor_cable = "/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state";
-constexpr const char* camera = "/dev/video0";
+constexpr const char* CORE_FOLDER = "/var/lib/vtrcore";
+constexpr const char* CORE_FAILURE = "/var/lib/vtrcore/fail";
+constexpr const char* PANEL_FOLDER = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024";
+constexpr const char* PANEL_LUMINANCE = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_luminance";
+constexpr const char* PANEL_DISPLAY = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_display_on";
+constexpr const char* MONITOR_FOLDER = "/sys/devices/soc0/soc/20e0000.hdmi_video";
+constexpr const char* MONITOR_CABLE = "/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state";
+constexpr const char* CAMERA_DEVICE = "/dev/video0";
 
 // Full light, in the panel's units.
-constexpr double luminance_max = 240.0;
+constexpr double FULL_LIGHT = 240.0;
 
 std::optional<int> number_of(const std::string& text) {
     int number = 0;
@@ -93,7 +93,7 @@ sight_state::sight_state(const board_folder& board, daemon_client& daemon, std::
 
 void sight_state::open() {
     watch_files();
-    heartbeat_.every(heartbeat_interval, [this] { ask_daemon(); });
+    heartbeat_.every(HEARTBEAT_INTERVAL, [this] { ask_daemon(); });
     ask_daemon();
 }
 
@@ -107,7 +107,7 @@ void sight_state::watch_files() {
     watch_.emplace(
         [this](const std::string& /*folder*/, const std::string& /*name*/) { refresh(); });
     for (const char* const folder :
-         {core_folder, panel_folder, monitor_folder, "/dev", "/etc", "/run"}) {
+         {CORE_FOLDER, PANEL_FOLDER, MONITOR_FOLDER, "/dev", "/etc", "/run"}) {
         watch_->add(board_.path(folder));
     }
     watch_->add(fs::path(board_.scene_path()).parent_path());
@@ -115,7 +115,7 @@ void sight_state::watch_files() {
 
 void sight_state::refresh() {
     if (watch_ && !soon_.is_waiting()) {
-        soon_.once(gathering, [this] { ask_daemon(); });
+        soon_.once(STATE_DELAY, [this] { ask_daemon(); });
     }
 }
 
@@ -126,7 +126,7 @@ void sight_state::take_push_failures(unsigned count) {
     if (!push_fails_.is_waiting()) {
         refresh();
     }
-    push_fails_.once(push_patience, [this] { refresh(); });
+    push_fails_.once(PUSH_TIMEOUT, [this] { refresh(); });
 }
 
 void sight_state::take_facts(std::optional<log_facts> facts) {
@@ -188,7 +188,7 @@ void sight_state::add_outputs(json& state) const {
     state["tcp_stream"] = fact(&log_facts::tcp_stream);
     state["http_stream"] = fact(&log_facts::http_stream);
     state["push_fails"] = push_fails_.is_waiting();
-    state["camera"] = {{"plugged", is_there(board_.path(camera))},
+    state["camera"] = {{"plugged", is_there(board_.path(CAMERA_DEVICE))},
                        {"shown", fact(&log_facts::camera_shown)}};
 }
 
@@ -221,22 +221,22 @@ void sight_state::add_sight(json& state) const {
 
 void sight_state::add_board(json& state) const {
     const bool has_broker = is_there(board_.broker_socket_path());
-    const json level = number_in(panel_luminance);
-    state["monitor"] = is_there(board_.path(monitor_cable));
+    const json level = number_in(PANEL_LUMINANCE);
+    state["monitor"] = is_there(board_.path(MONITOR_CABLE));
     const bool is_connected = fact(&log_facts::broker_connected) == true;
     state["broker"] = !has_broker ? "none" : is_connected ? "connected" : "there";
     state["core_fails"] = core_failure_status();
-    const json light = level.is_null() ? json() : json(level.get<double>() / luminance_max);
-    state["panel"] = {{"on", number_in(panel_display) != 0}, {"level", level}, {"light", light}};
+    const json light = level.is_null() ? json() : json(level.get<double>() / FULL_LIGHT);
+    state["panel"] = {{"on", number_in(PANEL_DISPLAY) != 0}, {"level", level}, {"light", light}};
     state["scene"] = whole_text(board_.scene_path()) == whole_text(stock_scene_) ? "stock" : "own";
 }
 
 // As for the tool: a file without a number is a failure, too.
 json sight_state::core_failure_status() const {
-    if (!is_there(board_.path(core_failure))) {
+    if (!is_there(board_.path(CORE_FAILURE))) {
         return {};
     }
-    const json status = number_in(core_failure);
+    const json status = number_in(CORE_FAILURE);
     return status.is_null() ? json(1) : status;
 }
 

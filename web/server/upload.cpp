@@ -18,10 +18,10 @@ namespace web {
 namespace {
 
 // Files of one name, at most.
-constexpr int numbers = 1000;
+constexpr int NUMBERS_MAX = 1000;
 
 // The upload belongs to its request, under this key.
-constexpr const char* upload_key = "vtrdc-upload";
+constexpr const char* UPLOAD_KEY = "vtrdc-upload";
 
 std::string numbered(const std::string& folder, const fs::path& name, int number) {
     std::string path = folder + "/" + name.stem().string();
@@ -43,7 +43,7 @@ upload::upload(std::string folder)
     : folder_(std::move(folder)), path_(folder_ + "/.upload-XXXXXX") {
     std::error_code failed;
     fs::create_directories(folder_, failed);
-    file_ = descriptor(mkostemp(path_.data(), O_CLOEXEC));
+    file_ = fd_owned(mkostemp(path_.data(), O_CLOEXEC));
     if (!file_) {
         fail();
         path_.clear();
@@ -64,7 +64,7 @@ void upload::fail() {
 
 void upload::add(const char* bytes, std::size_t size) {
     while (why_.empty() && size > 0) {
-        const ssize_t written = write(file_.number(), bytes, size);
+        const ssize_t written = write(file_.get(), bytes, size);
         if (written < 0 && errno != EINTR) {
             fail();
         } else if (written > 0) {
@@ -75,10 +75,10 @@ void upload::add(const char* bytes, std::size_t size) {
 }
 
 std::string upload::keep_as(const std::string& name, std::string& why) {
-    if (why_.empty() && fchmod(file_.number(), 0644) != 0) {
+    if (why_.empty() && fchmod(file_.get(), 0644) != 0) {
         fail();
     }
-    for (int number = 1; why_.empty() && number < numbers; ++number) {
+    for (int number = 1; why_.empty() && number < NUMBERS_MAX; ++number) {
         std::string path = numbered(folder_, name, number);
         if (link(path_.c_str(), path.c_str()) == 0) {
             return path; // the temporary name goes with this object
@@ -92,12 +92,12 @@ std::string upload::keep_as(const std::string& name, std::string& why) {
 }
 
 void receive_upload(SoupServerMessage* request, const std::string& folder) {
-    give_to_request(request, upload_key, std::make_unique<upload>(folder));
+    give_to_request(request, UPLOAD_KEY, std::make_unique<upload>(folder));
     g_signal_connect(request, "got-chunk", G_CALLBACK(on_chunk), nullptr);
 }
 
 upload& upload_of(SoupServerMessage* request) {
-    return *static_cast<upload*>(g_object_get_data(G_OBJECT(request), upload_key));
+    return *static_cast<upload*>(g_object_get_data(G_OBJECT(request), UPLOAD_KEY));
 }
 
 } // namespace web

@@ -1,7 +1,7 @@
 // A file that comes as the body of a request, kept under a temporary name until it is whole.
 #pragma once
 
-#include "descriptor.h"
+#include "util/fd_owned.h"
 
 #include <libsoup/soup.h>
 
@@ -35,7 +35,7 @@ private:
     const std::string folder_;
     std::string path_;
     std::string why_;
-    descriptor file_;
+    fd_owned file_;
 };
 
 // Writes the request's body, as it comes, to a file in the folder. It is removed at the end of the
