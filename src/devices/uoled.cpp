@@ -13,11 +13,6 @@ constexpr int LUMINANCE_MAX = 240;
 // Fits the digits of any value that the panel knows; a longer one is cut.
 constexpr std::size_t VALUE_SIZE = 12;
 
-constexpr const char* sysfs_luminance = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_luminance";
-constexpr const char* sysfs_active = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_display_on";
-constexpr const char* sysfs_power = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_pon";
-constexpr const char* sysfs_pattern = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_pattern";
-
 // A control of the panel, with its name in log lines.
 struct panel_control {
     const char* path;
