@@ -10,8 +10,8 @@
 namespace {
 
 constexpr int LUMINANCE_MAX = 240;
-// Fits the digits of any value that the panel knows; a longer one is cut.
-constexpr std::size_t VALUE_SIZE = 12;
+// Nine characters and the terminator, more than any value of the panel has; the rest is cut.
+constexpr std::size_t VALUE_SIZE = 10;
 
 // A control of the panel, with its name in log lines.
 struct panel_control {

@@ -11,7 +11,8 @@ inline constexpr const char* sysfs_pattern = UOLED_ATTRIBUTE("pattern");
 // Luminance in the panel's own units, 0..240; a level out of range is an ERROR.
 void uoled_set_lum(int level);
 
-// Display on, power on, test pattern: the value is written unchanged.
+// Display on, power on, test pattern: the value is written unchanged, at most nine characters of
+// it.
 void uoled_active(int value);
 void uoled_power(int value);
 void uoled_pattern(int value);
