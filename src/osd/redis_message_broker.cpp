@@ -14,7 +14,7 @@
 
 namespace {
 
-// Longest wait for the server: clients and buttons wait meanwhile.
+// Longest wait for an answer: clients and buttons wait meanwhile.
 constexpr timeval ANSWER_TIMEOUT{.tv_sec = 1, .tv_usec = 0};
 
 constexpr const char* MESSAGE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\" }}";
@@ -35,8 +35,8 @@ int rmb_connect(const char* socket_path) {
     if (*connection) {
         return 1;
     }
-    context_owner context{
-        redisConnectUnixWithTimeout(sysroot_path(socket_path).c_str(), ANSWER_TIMEOUT)};
+    // Needs no time-out: a Unix socket connects or fails at once, also when the queue is full.
+    context_owner context{redisConnectUnix(sysroot_path(socket_path).c_str())};
     if (!context) {
         log_message(LEVEL_WARN, "Can't allocate redis context");
         return 1;
