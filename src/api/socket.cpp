@@ -3,7 +3,6 @@
 
 #include "api/api.h"
 #include "core/eventagg.h"
-#include "core/imem.h"
 #include "core/log.h"
 #include "util/sysroot.h"
 
@@ -12,7 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
-#include <new>
+#include <string>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -52,8 +51,8 @@ void answer(client_socket& client, char* request) {
 
 } // namespace
 
-std::unique_ptr<server_socket> socket_init(int domain, int type) {
-    std::unique_ptr<server_socket> server{new (std::nothrow) server_socket{}};
+server_owner socket_init(int domain, int type) {
+    server_owner server = zeroed_record<server_socket>();
     if (server) {
         server->fd = -1;
         server->domain = domain;
@@ -121,7 +120,7 @@ void socket_client_close(client_socket& client) {
 }
 
 void accept_client_connection(server_socket& server) {
-    std::unique_ptr<client_socket> client{new (std::nothrow) client_socket{}};
+    client_owner client = zeroed_record<client_socket>();
     if (!client) {
         log_fatal("failed to create client sock");
     }

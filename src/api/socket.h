@@ -1,8 +1,9 @@
 // The local command socket: clients connect, send one request at a time, and get one reply each.
 #pragma once
 
+#include "core/imem.h"
+
 #include <cstddef>
-#include <memory>
 #include <sys/socket.h>
 #include <sys/types.h>
 #include <sys/un.h>
@@ -21,8 +22,11 @@ struct client_socket {
     bool is_stuck;
 };
 
+using server_owner = malloc_owner<server_socket>;
+using client_owner = malloc_owner<client_socket>;
+
 // A record for a socket of that family and type; none when memory is short.
-[[nodiscard]] std::unique_ptr<server_socket> socket_init(int domain, int type);
+[[nodiscard]] server_owner socket_init(int domain, int type);
 
 // Creates the socket and binds it to the path, in place of any file there. At most 107 characters
 // of the path are used. A failure is an ERROR.

@@ -1,4 +1,4 @@
-// Checked allocation: these calls never return without memory, and what they return frees itself.
+// Checked allocation: memory that runs out is an ERROR, and what these calls return frees itself.
 #include "core/imem.h"
 
 #include "core/log.h"

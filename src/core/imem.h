@@ -1,18 +1,19 @@
-// Checked allocation: these calls never return without memory, and what they return frees itself.
+// Checked allocation: memory that runs out is an ERROR, and what these calls return frees itself.
 #pragma once
 
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
+#include <type_traits>
 
 struct free_deleter {
     void operator()(void* block) const noexcept { std::free(block); }
 };
 
-// Owner of a block from malloc.
-using malloc_block = std::unique_ptr<void, free_deleter>;
-// Owner of a NUL-terminated text from malloc; null says "none".
-using malloc_text = std::unique_ptr<char, free_deleter>;
+// Owner of what came from malloc.
+template <class Value> using malloc_owner = std::unique_ptr<Value, free_deleter>;
+using malloc_block = malloc_owner<void>;
+using malloc_text = malloc_owner<char>; // NUL-terminated; null says "none"
 
 // A new block of `size` bytes. When memory is short the ERROR line ends the process.
 [[nodiscard]] malloc_block emalloc(std::size_t size);
@@ -22,6 +23,12 @@ using malloc_text = std::unique_ptr<char, free_deleter>;
 
 // A new copy of `text`; as emalloc.
 [[nodiscard]] malloc_text estrdup(const char* text);
+
+// A new record, all zero; none when memory is short, for callers that have their own text for that.
+template <class Record> [[nodiscard]] malloc_owner<Record> zeroed_record() {
+    static_assert(std::is_trivially_copyable_v<Record>);
+    return malloc_owner<Record>{static_cast<Record*>(std::calloc(1, sizeof(Record)))};
+}
 
 // `block` resized to `size` bytes, possibly moved; as emalloc.
 [[nodiscard]] malloc_block erealloc(malloc_block block, std::size_t size);

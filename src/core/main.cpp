@@ -30,7 +30,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <syslog.h>
 
 namespace {
@@ -136,8 +135,8 @@ live_view start_live_view() {
     return view;
 }
 
-std::unique_ptr<server_socket> open_command_socket() {
-    std::unique_ptr<server_socket> server = socket_init(AF_UNIX, SOCK_STREAM);
+server_owner open_command_socket() {
+    server_owner server = socket_init(AF_UNIX, SOCK_STREAM);
     if (!server) {
         log_fatal("Failed to create the command socket");
     }
@@ -236,7 +235,7 @@ void on_client(const user_event& event) {
         log_fatal("failed to unregister client socket");
     }
     // Nothing refers to it any more.
-    const std::unique_ptr<client_socket> released{client};
+    const client_owner released{client};
 }
 
 void on_bus(const user_event& event) {
@@ -363,7 +362,7 @@ int main(int argc, char* argv[]) {
     open_log(signal_fd, errno);
     configure();
     const live_view view = start_live_view();
-    const std::unique_ptr<server_socket> server = open_command_socket();
+    const server_owner server = open_command_socket();
     device_start_init();
     const int kbd_fd = open_buttons();
     running = 1;

@@ -196,9 +196,4 @@ void* operator new(std::size_t size) {
     }
 }
 
-void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    FAIL_AS_PLANNED(new_nothrow, nullptr)
-    return __libc_malloc(size);
-}
-
 #endif

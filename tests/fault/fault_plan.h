@@ -24,7 +24,6 @@ enum class failing_call : int {
     malloc,
     mkdir,
     new_object,
-    new_nothrow,
     open,
     opendir,
     poll,
