@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
-#include <string>
+#include <string_view>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -35,6 +35,14 @@ void note_send_result(client_socket& client, ssize_t sent) {
         client.is_stuck = is_stuck;
         set_send_timeout(client);
     }
+}
+
+// The address of a path, which is cut to what fits.
+sockaddr_un address_of(std::string_view path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
 }
 
 void answer(client_socket& client, char* request) {
@@ -66,13 +74,9 @@ void socket_bind(server_socket& server, const char* path) {
     if (server.fd < 0) {
         log_fatal("Failed to create server file socket");
     }
-    const std::string file = sysroot_path(path);
-    unlink(file.c_str());
+    server.address = address_of(sysroot_path(path));
+    unlink(server.address.sun_path);
     fcntl(server.fd, F_SETFL, fcntl(server.fd, F_GETFL) | O_NONBLOCK);
-    server.address = {};
-    server.address.sun_family = AF_UNIX;
-    const std::size_t length = std::min(file.size(), sizeof server.address.sun_path - 1);
-    std::memcpy(server.address.sun_path, file.data(), length);
     const int result =
         bind(server.fd, reinterpret_cast<const sockaddr*>(&server.address), sizeof server.address);
     if (result != 0) {
@@ -100,7 +104,7 @@ int socket_accept(server_socket& server, client_socket& client) {
 
 ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size) {
     const ssize_t count = recv(client.fd, buffer, size, 0);
-    // Text has room for its terminator; what stands behind a zero byte is not part of it.
+    // Text has room for its terminator. Bytes after a NUL are dropped.
     buffer[std::min(static_cast<std::size_t>(std::max(count, ssize_t{0})), size - 1)] = '\0';
     return count;
 }

@@ -28,8 +28,8 @@ using client_owner = malloc_owner<client_socket>;
 // A record for a socket of that family and type; none when memory is short.
 [[nodiscard]] server_owner socket_init(int domain, int type);
 
-// Creates the socket and binds it to the path, in place of any file there. At most 107 characters
-// of the path are used. A failure is an ERROR.
+// Creates the socket and binds it to the path, in place of any file there. Of a path of more than
+// 107 characters the first 107 are the path. A failure is an ERROR.
 void socket_bind(server_socket& server, const char* path);
 
 // Starts listening; a failure is an ERROR.
@@ -38,7 +38,7 @@ void socket_listen(server_socket& server);
 // Accepts a pending connection into the client record: its descriptor, or -1.
 [[nodiscard]] int socket_accept(server_socket& server, client_socket& client);
 
-// Receives once into the buffer, as terminated text up to the first zero byte. The number of bytes
+// Receives once into the buffer, as terminated text up to the first NUL. The number of bytes
 // received, 0 when the peer closed, negative on an error.
 [[nodiscard]] ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size);
 
