@@ -1,0 +1,72 @@
+// The live view in the daemon's life: started first, and replaced by the no-input picture when the
+// camera is lost.
+#include "core/live_view.h"
+
+#include "config/cfg.h"
+#include "control/pipe_events.h"
+#include "core/log.h"
+#include "osd/notices.h"
+#include "osd/redis_message_broker.h"
+#include "util/files.h"
+#include "video/settings.h"
+#include "video/start.h"
+
+#include <cstdint>
+
+namespace {
+
+constexpr std::int64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
+
+video_config video_settings(bool profile) {
+    const settings& config = global_config;
+    return {
+        .mic_amplification = static_cast<double>(config.mic_volume),
+        .record_max_len_ns = config.record_max_len * NANOSECONDS_PER_SECOND,
+        .record_enc_bitrate = config.record_enc_bitrate,
+        .record_enc_gop = config.record_enc_gop,
+        .record_enc_idr = config.record_enc_idr,
+        .record_enc_search_range = config.record_enc_search_range,
+        .aud_enc_bitrate = config.aud_enc_bitrate,
+        .stream_enc_bitrate = config.stream_enc_bitrate,
+        .stream_enc_gop = config.stream_enc_gop,
+        .stream_enc_idr = config.stream_enc_idr,
+        .stream_enc_search_range = config.stream_enc_search_range,
+        .enc_type = config.enc_type,
+        .profile = profile ? 1 : 0,
+    };
+}
+
+void display_no_input() {
+    log_message(LEVEL_WARN, "Input failed - showing no video indication");
+    const bus_handle splash = gstvideo_start_splash(global_config.qml_file, NO_INPUT_IMAGE);
+    if (splash.fd < 0) {
+        log_fatal("Failed to create no input splash pipe");
+    }
+    if (register_bus(splash) != 0) {
+        log_fatal("Failed to register splash pipe in event aggregator");
+    }
+    send_mb_event(NOTICE_NO_INPUT);
+}
+
+} // namespace
+
+live_view start_live_view(bool profile) {
+    if (gstvideo_init(video_settings(profile)) != 0) {
+        log_fatal("Failed to init gstreamer");
+    }
+    const live_view view{gstvideo_start_video_src(global_config.qml_file),
+                         gstvideo_start_display()};
+    static_cast<void>(touch_file(global_config.video_ready_file));
+    if (view.src.fd < 0 || view.display.fd < 0) {
+        log_fatal("Failed to init the video pipes");
+    }
+    return view;
+}
+
+void recover_live_view(int ended_pipe) {
+    if (ended_pipe == PIPE_SRC) {
+        gstvideo_stop_pipe(PIPE_DISPLAY);
+    } else if (ended_pipe == PIPE_DISPLAY) {
+        display_no_input();
+    }
+}

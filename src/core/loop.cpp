@@ -1,0 +1,134 @@
+// The loop: waits for whatever is ready and dispatches it.
+#include "core/loop.h"
+
+#include "api/socket.h"
+#include "control/buttons.h"
+#include "core/daemon.h"
+#include "core/eventagg.h"
+#include "core/live_view.h"
+#include "core/log.h"
+#include "core/settings_file.h"
+#include "core/signals.h"
+#include "core/timer.h"
+#include "devices/acc.h"
+#include "devices/kbd.h"
+#include "video/registry.h"
+
+#include <csignal>
+#include <syslog.h>
+
+namespace {
+
+// Set by a signal.
+bool is_stopping = false;
+const char* pid_file = nullptr;
+
+void on_server(const user_event& event) {
+    accept_client_connection(*reinterpret_cast<server_socket*>(event.user_data));
+}
+
+void on_client(const user_event& event) {
+    auto* const client = reinterpret_cast<client_socket*>(event.user_data);
+    if (accept_client_message(*client) == 0) {
+        return;
+    }
+    if (ea_unregister_event(event.fd) != 0) {
+        log_fatal("failed to unregister client socket");
+    }
+    // Nothing refers to it any more.
+    const client_owner released{client};
+}
+
+// Nothing is brought back once the daemon is to stop.
+void on_pipe_end(int pipe) {
+    if (!is_stopping) {
+        recover_live_view(pipe);
+    }
+}
+
+void on_bus(const user_event& event) {
+    const int pipe = static_cast<int>(event.user_data);
+    if (gstvideo_process_message(pipe) == 0) {
+        return;
+    }
+    if (ea_unregister_event(event.fd) != 0) {
+        log_fatal("failed to unregister gst bus descriptor");
+    }
+    on_pipe_end(pipe);
+}
+
+void on_kbd(const user_event& /*event*/) {
+    kbd_event pressed{};
+    const kbd_result result = kbd_read(pressed);
+    if (result == KBD_KEY && process_kbd_event(pressed) != 0) {
+        log_fatal("failed to process kbd input");
+    }
+    if (result == KBD_GONE) {
+        log_message(LEVEL_WARN, "the button device is gone, buttons are dead");
+        kbd_drop();
+    }
+}
+
+void on_acc(const user_event& /*event*/) {
+    process_acc();
+}
+
+void process_signal(int number) {
+    syslog(LOG_INFO, "Caught signal %d\n", number);
+    is_stopping = true;
+    if (number == SIGINT || number == SIGTERM) {
+        log_message(LEVEL_INFO, "stopping daemon ...");
+        gstvideo_stop_all_pipes();
+        release_pid_file(pid_file);
+    }
+}
+
+void on_signal(const user_event& event) {
+    process_signal(decode_signal(event.fd));
+}
+
+void on_overdue_end(bus_handle handle) {
+    // Registered or not: a full aggregator is how its end could come to be overlooked.
+    static_cast<void>(ea_unregister_event(handle.fd));
+    on_pipe_end(handle.pipe);
+}
+
+void on_timer(const user_event& /*event*/) {
+    process_timer();
+    gstvideo_end_overdue_pipes(on_overdue_end);
+}
+
+struct dispatch_row {
+    int type;
+    void (*handle)(const user_event& event);
+};
+
+constexpr dispatch_row dispatch_rows[] = {
+    {EVENT_TYPE_SERVER, on_server}, {EVENT_TYPE_CLIENT, on_client}, {EVENT_TYPE_BUS, on_bus},
+    {EVENT_TYPE_KBD, on_kbd},       {EVENT_TYPE_SIGNAL, on_signal}, {EVENT_TYPE_TIMER, on_timer},
+    {EVENT_TYPE_ACC, on_acc},
+};
+
+void dispatch(const user_event& event) {
+    for (const dispatch_row& row : dispatch_rows) {
+        if (row.type == event.type) {
+            row.handle(event);
+            return;
+        }
+    }
+    log_message(LEVEL_WARN, "unsupported event type");
+}
+
+} // namespace
+
+void run_loop(const char* pid_file_name) {
+    pid_file = pid_file_name;
+    do {
+        for (const user_event& event : ea_poll_events()) {
+            if (ea_is_registered(event)) {
+                dispatch(event);
+            }
+        }
+        rewrite_changed_settings();
+    } while (!is_stopping || gstvideo_are_pipes_closed() == 0);
+}
