@@ -10,8 +10,8 @@
 #include "util/text.h"
 #include "video/controls.h"
 #include "video/diagnostics.h"
-#include "video/start.h"
 #include "video/registry.h"
+#include "video/start.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ constexpr std::uint64_t SNAPSHOT_BYTES = 2'359'296;
 constexpr const char* GRAPH_FOLDER = "/home/root/";
 
 // The folder of that name in the media folder, created; none when its path can't be built.
-malloc_text media_folder(const char* name) {
+malloc_text make_media_folder(const char* name) {
     malloc_text folder = concatenate_strings({global_config.media_path, name});
     if (folder) {
         create_folder(folder.get());
@@ -49,7 +49,7 @@ int start_record() {
         return 1;
     }
     const char* const prefix = global_config.enc_type == ENC_TYPE_AUDIO ? "audio_" : "video_";
-    const malloc_text folder = media_folder("/video/");
+    const malloc_text folder = make_media_folder("/video/");
     if (!folder) {
         return 1;
     }
@@ -85,7 +85,7 @@ int ac_make_snapshot() {
         return 1;
     }
     log_message(LEVEL_DEBUG, "timestamp: %s", timestamp.get());
-    const malloc_text folder = media_folder("/image/");
+    const malloc_text folder = make_media_folder("/image/");
     if (!folder) {
         return 1;
     }
