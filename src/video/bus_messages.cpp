@@ -1,6 +1,6 @@
 // What pipes say on their buses: ends, errors, warnings and infos.
 #include "core/log.h"
-#include "video/forced_end.h"
+#include "video/ending.h"
 #include "video/pipes.h"
 #include "video/slots.h"
 

@@ -3,13 +3,14 @@
 
 #include "core/log.h"
 #include "util/never_destroyed.h"
-#include "video/forced_end.h"
+#include "video/ending.h"
 #include "video/pipes.h"
 #include "video/slots.h"
 #include "video/storage.h"
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -43,17 +44,6 @@ void share_time(GstElement* pipeline) {
     gst_element_set_start_time(pipeline, GST_CLOCK_TIME_NONE);
 }
 
-// The element or pipeline at which end-of-stream goes in.
-gst_owned<GstElement> end_target(int pipe) {
-    GstElement* const pipeline = pipe_pipeline(pipe);
-    if (const char* const element = pipe_row_of(pipe).end_element) {
-        if (GstElement* const inside = gst_bin_get_by_name(GST_BIN(pipeline), element)) {
-            return gst_owned<GstElement>{inside};
-        }
-    }
-    return own_shared(pipeline);
-}
-
 bool is_running_output(const pipe_row& row) {
     return is_output(row) && is_created(row.number) != 0 && !is_ending(row.number);
 }
@@ -78,10 +68,43 @@ void end_branches_with_last_output(const pipe_row& ending) {
     }
 }
 
-// A paused pipe would keep its end-of-stream forever.
-void resume_when_paused(GstElement* pipeline) {
-    if (GST_STATE_TARGET(pipeline) == GST_STATE_PAUSED) {
-        gst_element_set_state(pipeline, GST_STATE_PLAYING);
+// Has `change` bring the element to the state, unless it is there already or still on its way
+// somewhere. Result and log lines as of gstvideo_set_state.
+template <class Change> int change_state(GstElement* element, GstState state, Change change) {
+    GstState current = GST_STATE_VOID_PENDING;
+    const GstStateChangeReturn answer = query_state(element, current);
+    if (answer == GST_STATE_CHANGE_ASYNC) {
+        return -1;
+    }
+    if (current == state) {
+        return 0;
+    }
+    const g_text name{gst_element_get_name(element)};
+    change();
+    if (answer == GST_STATE_CHANGE_FAILURE) {
+        log_message(LEVEL_DEBUG, "Failed to change state of element %s to %d", name.get(),
+                    static_cast<int>(state));
+        return -1;
+    }
+    log_message(LEVEL_DEBUG, "Changed state of element %s to %d", name.get(),
+                static_cast<int>(state));
+    return 0;
+}
+
+// A pipeline must be at NULL before it is released, also if its state couldn't be told.
+void stop_elements(int pipe, bool is_forced) {
+    GstElement* const pipeline = pipe_pipeline(pipe);
+    std::optional<bool> is_stopped;
+    const auto stop = [&] { is_stopped = shut_down(pipeline, is_forced); };
+    if (!is_forced) {
+        static_cast<void>(change_state(pipeline, GST_STATE_NULL, stop));
+    }
+    if (!is_stopped) {
+        stop();
+    }
+    if (!*is_stopped) {
+        is_any_stuck = true;
+        log_message(LEVEL_WARN, "Pipe %d is stuck, going on without it", pipe);
     }
 }
 
@@ -91,23 +114,6 @@ int pause_pipe(int pipe) {
 
 int resume_pipe(int pipe) {
     return gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
-}
-
-// A pipeline must not be released in any other state.
-void shut_down(GstElement* pipeline) {
-    if (gstvideo_set_state(pipeline, GST_STATE_NULL) != 0) {
-        gst_element_set_state(pipeline, GST_STATE_NULL);
-    }
-}
-
-// For a pipe that did not end by itself. One of its streaming threads may wait for what never
-// comes, and so would whoever shuts it down: the splitting sink that could not open its first file
-// does that.
-void shut_down_by_force(int pipe) {
-    if (!forced_end_shut_down(pipe_pipeline(pipe))) {
-        is_any_stuck = true;
-        log_message(LEVEL_WARN, "Pipe %d is stuck, going on without it", pipe);
-    }
 }
 
 // Runs the change on every created pipe in ascending order, up to the first failure.
@@ -181,24 +187,7 @@ GstStateChangeReturn query_state(GstElement* element, GstState& state) {
 }
 
 int gstvideo_set_state(GstElement* element, GstState state) {
-    GstState current = GST_STATE_VOID_PENDING;
-    const GstStateChangeReturn answer = query_state(element, current);
-    if (answer == GST_STATE_CHANGE_ASYNC) {
-        return -1;
-    }
-    if (current == state) {
-        return 0;
-    }
-    const g_text name{gst_element_get_name(element)};
-    gst_element_set_state(element, state);
-    if (answer == GST_STATE_CHANGE_FAILURE) {
-        log_message(LEVEL_DEBUG, "Failed to change state of element %s to %d", name.get(),
-                    static_cast<int>(state));
-        return -1;
-    }
-    log_message(LEVEL_DEBUG, "Changed state of element %s to %d", name.get(),
-                static_cast<int>(state));
-    return 0;
+    return change_state(element, state, [&] { gst_element_set_state(element, state); });
 }
 
 void send_eos(int pipe) {
@@ -208,10 +197,9 @@ void send_eos(int pipe) {
     }
     end_branches_with_last_output(pipe_row_of(pipe));
     log_message(LEVEL_INFO, "Sending eos on pipe: %d", pipe);
-    gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
     eos_event_of(pipe) = 1;
-    resume_when_paused(pipe_pipeline(pipe));
     forced_end_arm(pipe, bus_of(pipe), forced_end_due_from_now());
+    end_of_stream_send(pipe_pipeline(pipe), pipe_row_of(pipe).end_element);
 }
 
 void destroy_pipe(int pipe, bool is_forced) {
@@ -219,11 +207,7 @@ void destroy_pipe(int pipe, bool is_forced) {
     const pipe_row& row = pipe_row_of(pipe);
     const bool was_asked = is_ending(pipe);
     forced_end_disarm(pipe);
-    if (is_forced) {
-        shut_down_by_force(pipe);
-    } else {
-        shut_down(pipe_pipeline(pipe));
-    }
+    stop_elements(pipe, is_forced);
     buses->at(row.number).reset();
     pipes->at(row.number).reset();
     if (row.records) {
@@ -244,8 +228,8 @@ void restart_pipe(int pipe) {
     gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_NULL);
     gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
     if (ending) {
-        gst_element_send_event(end_target(pipe).get(), gst_event_new_eos());
         forced_end_arm(pipe, bus_of(pipe), due);
+        end_of_stream_send(pipe_pipeline(pipe), pipe_row_of(pipe).end_element);
     }
 }
 

@@ -19,11 +19,11 @@ constexpr std::array encoder_format = std::to_array<remote_property>({
 // --- Video transformer -----------------------------------------------------------------------
 
 constexpr std::array transformer_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "vid-xform-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "vid-xform-ipsrc"},
     {.factory = "queue", .name = "xq"},
     {.factory = "imxipuvideotransform", .name = "ipu-transform"},
     {.factory = "capsfilter", .name = "ipu-caps", .handle = element_handle::ipu_caps},
-    {.factory = "interpipesink", .name = VID_XFORM_SINK},
+    {.factory = INTER_PIPE_SINK, .name = VID_XFORM_SINK},
 });
 
 constexpr std::array transformer_properties =
@@ -38,12 +38,12 @@ constexpr std::array transformer_properties =
 // --- Recording video encoder -----------------------------------------------------------------
 
 constexpr std::array record_enc_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "record-enc-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "record-enc-ipsrc"},
     {.factory = "queue", .name = "rec-enc-queue-before"},
     {.factory = "imxvpuenc_h264", .name = "rec-imxvpuenc"},
     {.factory = "h264parse", .name = "rec-parser"},
     {.factory = "capsfilter", .name = "vid-parser-caps"},
-    {.factory = "interpipesink", .name = REC_VID_ENC_SINK},
+    {.factory = INTER_PIPE_SINK, .name = REC_VID_ENC_SINK},
 });
 
 constexpr std::array record_enc_properties = join_rows(
@@ -70,10 +70,10 @@ constexpr std::array record_enc_properties = join_rows(
 // --- Streaming video encoder -----------------------------------------------------------------
 
 constexpr std::array stream_enc_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "stream-media-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "stream-media-ipsrc"},
     {.factory = "imxvpuenc_h264", .name = "stream-imxvpuenc"},
     {.factory = "h264parse", .name = "stream-rec-parser"},
-    {.factory = "interpipesink", .name = STREAM_VID_ENC_SINK},
+    {.factory = INTER_PIPE_SINK, .name = STREAM_VID_ENC_SINK},
 });
 
 constexpr std::array stream_enc_properties =
@@ -104,7 +104,7 @@ constexpr std::array audio_enc_elements = std::to_array<element_row>({
     {.factory = "imxmp3audioenc", .name = "audio-enc"},
     {.factory = "mpegaudioparse", .name = "audio-parse"},
     {.factory = "queue", .name = "queue-audio"},
-    {.factory = "interpipesink", .name = AUD_ENC_SINK},
+    {.factory = INTER_PIPE_SINK, .name = AUD_ENC_SINK},
 });
 
 constexpr std::array audio_enc_properties = std::to_array<property_row>({

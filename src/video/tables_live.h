@@ -27,7 +27,7 @@ constexpr std::array src_elements = std::to_array<element_row>({
     {.factory = "queue", .name = "queue-before-qt"},
     {.factory = "qtoverlay", .name = "overlay-plugin", .handle = element_handle::overlay},
     {.factory = "queue", .name = "queue-after-qt"},
-    {.factory = "interpipesink", .name = VIDEO_SRC_SINK},
+    {.factory = INTER_PIPE_SINK, .name = VIDEO_SRC_SINK},
 });
 
 constexpr std::array src_properties = std::to_array<property_row>({
@@ -47,7 +47,7 @@ constexpr std::array src_properties = std::to_array<property_row>({
 // --- Display ---------------------------------------------------------------------------------
 
 constexpr std::array display_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "display-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "display-ipsrc"},
     {.factory = "perf",
      .name = "perf-display",
      .wanted_by = &video_config::profile,

@@ -28,14 +28,14 @@ constexpr std::array record_properties = std::to_array<property_row>({
 // --- Inputs ----------------------------------------------------------------------------------
 
 constexpr std::array record_video_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "rec-vid-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "rec-vid-ipsrc"},
 });
 
 constexpr std::array record_video_properties =
     listens_to("rec-vid-ipsrc", REC_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH);
 
 constexpr std::array record_audio_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "rec-aud-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "rec-aud-ipsrc"},
 });
 
 constexpr std::array record_audio_properties =

@@ -27,7 +27,7 @@ constexpr std::array tcp_properties = std::to_array<property_row>({
 // --- TCP: inputs; what is late is dropped before the muxer -----------------------------------
 
 constexpr std::array tcp_video_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "tcp-vid-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "tcp-vid-ipsrc"},
     {.factory = "queue", .name = "tcp-vid-queue"},
 });
 
@@ -38,7 +38,7 @@ constexpr std::array tcp_video_properties =
               listens_to("tcp-vid-ipsrc", STREAM_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH));
 
 constexpr std::array tcp_audio_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "tcp-aud-ipsrc"},
+    {.factory = INTER_PIPE_SOURCE, .name = "tcp-aud-ipsrc"},
     {.factory = "queue", .name = "tcp-aud-queue"},
 });
 
@@ -70,7 +70,7 @@ constexpr std::array tcp_inputs = std::to_array<muxer_input>({
 // --- HTTP ------------------------------------------------------------------------------------
 
 constexpr std::array http_elements = std::to_array<element_row>({
-    {.factory = "interpipesrc", .name = "http-vid-src"},
+    {.factory = INTER_PIPE_SOURCE, .name = "http-vid-src"},
     {.factory = "curlhttpsink", .name = "http-sink"},
 });
 

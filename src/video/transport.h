@@ -4,6 +4,10 @@
 
 #include "video/pipe_table.h"
 
+// Factories of the elements through which pipes hear one another.
+inline constexpr const char* INTER_PIPE_SINK = "interpipesink";
+inline constexpr const char* INTER_PIPE_SOURCE = "interpipesrc";
+
 // Names of the inter-pipe sinks, for "listen-to".
 inline constexpr const char* VIDEO_SRC_SINK = "vid-src-ipsink";
 inline constexpr const char* VID_XFORM_SINK = "vid-xform-ipsink";

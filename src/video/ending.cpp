@@ -1,0 +1,213 @@
+// How a pipe ends: end-of-stream, the forced end, shutting down.
+#include "video/ending.h"
+
+#include "util/never_destroyed.h"
+#include "video/registry.h"
+#include "video/transport.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
+// A stop of all pipes may take seven seconds in all.
+constexpr std::chrono::milliseconds SHUT_DOWN_TIMEOUT{500};
+// Action signal of GStreamer's appsrc, on which inter-pipe sources are built.
+constexpr const char* END_SIGNAL = "end-of-stream";
+
+using element_vector = std::vector<gst_owned<GstElement>>;
+
+element_vector children_of(GstElement* bin) {
+    element_vector children;
+    const auto add = [](const GValue* child, gpointer list) {
+        auto* const element = GST_ELEMENT(g_value_get_object(child));
+        static_cast<element_vector*>(list)->push_back(own_shared(element));
+    };
+    const gst_iterator_owned iterator{gst_bin_iterate_elements(GST_BIN(bin))};
+    while (gst_iterator_foreach(iterator.get(), add, &children) == GST_ITERATOR_RESYNC) {
+        gst_iterator_resync(iterator.get());
+        children.clear();
+    }
+    return children;
+}
+
+// --- End-of-stream ---------------------------------------------------------------------------
+
+bool takes_end_signal(const gst_owned<GstElement>& element) {
+    return g_signal_lookup(END_SIGNAL, G_OBJECT_TYPE(element.get())) != 0;
+}
+
+// A source that is paused refuses.
+bool refuses_end(const gst_owned<GstElement>& source) {
+    GstFlowReturn result = GST_FLOW_ERROR;
+    g_signal_emit_by_name(source.get(), END_SIGNAL, &result);
+    return result != GST_FLOW_OK;
+}
+
+void resume_when_paused(GstElement* pipeline) {
+    if (GST_STATE_TARGET(pipeline) == GST_STATE_PAUSED) {
+        gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    }
+}
+
+// An event that is sent to a source waits for its streaming thread, which may be stuck further
+// down; the signal of an inter-pipe source doesn't.
+void end_sources(GstElement* pipeline) {
+    element_vector sources = children_of(pipeline);
+    std::erase_if(sources, std::not_fn(takes_end_signal));
+    if (sources.empty()) {
+        gst_element_send_event(pipeline, gst_event_new_eos());
+    }
+    std::erase_if(sources, std::not_fn(refuses_end));
+    resume_when_paused(pipeline);
+    std::ranges::for_each(sources, refuses_end);
+}
+
+// --- Timers ----------------------------------------------------------------------------------
+
+struct clock_id_release {
+    void operator()(GstClockID id) const noexcept {
+        gst_clock_id_unschedule(id);
+        gst_clock_id_unref(id);
+    }
+};
+
+// A timer on GStreamer's own clock thread; it is called off when it is destroyed.
+struct end_timer {
+    std::unique_ptr<void, clock_id_release> id;
+    GstClockTime due = GST_CLOCK_TIME_NONE;
+};
+
+constinit never_destroyed<std::array<end_timer, PIPE_COUNT>> end_timers;
+
+end_timer& timer_of(int pipe) {
+    return end_timers->at(static_cast<std::size_t>(pipe));
+}
+
+// Runs on GStreamer's clock thread and so only speaks through the bus, as streaming threads do.
+gboolean post_end(GstClock* /*clock*/, GstClockTime /*time*/, GstClockID /*id*/, gpointer bus) {
+    gst_bus_post(static_cast<GstBus*>(bus), gst_message_new_eos(nullptr));
+    return TRUE;
+}
+
+// --- Shutting down ---------------------------------------------------------------------------
+
+bool is_made_by(const gst_owned<GstElement>& element, std::string_view factory_name) {
+    GstElementFactory* const factory = gst_element_get_factory(element.get());
+    return factory != nullptr && GST_OBJECT_NAME(factory) == factory_name;
+}
+
+// Cuts the pipeline off from the others: sinks are taken out of it and lose the names under which
+// they are known, sources stop listening. What replaces the pipe can take the names then, and no
+// flush gets from this pipe into others. The sinks, to be brought to NULL.
+element_vector cut_off(GstElement* pipeline) {
+    element_vector sinks;
+    for (gst_owned<GstElement>& element : children_of(pipeline)) {
+        if (is_made_by(element, INTER_PIPE_SOURCE)) {
+            g_object_set(element.get(), "listen-to", nullptr, nullptr);
+        } else if (is_made_by(element, INTER_PIPE_SINK)) {
+            gst_bin_remove(GST_BIN(pipeline), element.get());
+            g_object_set(element.get(), "name", nullptr, nullptr);
+            sinks.push_back(std::move(element));
+        }
+    }
+    return sinks;
+}
+
+void stop_all(const element_vector& elements) {
+    for (const gst_owned<GstElement>& element : elements) {
+        gst_element_set_state(element.get(), GST_STATE_NULL);
+    }
+}
+
+// Runs the work on a thread of its own. False when it takes longer than half a second.
+template <class Work> bool finishes_in_time(Work work) {
+    auto done = std::make_shared<std::promise<void>>();
+    const std::future<void> waiting = done->get_future();
+    std::thread{[done = std::move(done), work = std::move(work)]() mutable {
+        work();
+        done->set_value();
+    }}.detach();
+    return waiting.wait_for(SHUT_DOWN_TIMEOUT) == std::future_status::ready;
+}
+
+// A child that fails on the way keeps the bin from taking the others along.
+void stop_pipeline(gst_owned<GstElement> pipeline) {
+    if (gst_element_set_state(pipeline.get(), GST_STATE_NULL) == GST_STATE_CHANGE_FAILURE) {
+        stop_all(children_of(pipeline.get()));
+        gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    }
+}
+
+bool stop_by_force(GstElement* pipeline) {
+    return finishes_in_time([kept = own_shared(pipeline), sinks = cut_off(pipeline)]() mutable {
+        // Wakes what waits for room or for data.
+        gst_element_send_event(kept.get(), gst_event_new_flush_start());
+        stop_all(sinks);
+        stop_pipeline(std::move(kept));
+    });
+}
+
+} // namespace
+
+gst_owned<GstClock> system_clock() {
+    return gst_owned<GstClock>{gst_system_clock_obtain()};
+}
+
+void end_of_stream_send(GstElement* pipeline, const char* end_element) {
+    const gst_owned<GstElement> inside{
+        end_element == nullptr ? nullptr : gst_bin_get_by_name(GST_BIN(pipeline), end_element)};
+    if (inside) {
+        gst_element_send_event(inside.get(), gst_event_new_eos());
+        resume_when_paused(pipeline);
+    } else {
+        end_sources(pipeline);
+    }
+}
+
+GstClockTime forced_end_due_from_now() {
+    return gst_clock_get_time(system_clock().get()) + END_TIMEOUT;
+}
+
+void forced_end_arm(int pipe, GstBus* bus, GstClockTime due) {
+    end_timer& timer = timer_of(pipe);
+    timer.id.reset(gst_clock_new_single_shot_id(system_clock().get(), due));
+    timer.due = due;
+    gst_clock_id_wait_async(timer.id.get(), post_end, gst_object_ref(bus), gst_object_unref);
+}
+
+// A pipeline's own message names it as the source.
+bool forced_end_is(GstMessage* message) {
+    return GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS && GST_MESSAGE_SRC(message) == nullptr;
+}
+
+GstClockTime forced_end_disarm(int pipe) {
+    return std::exchange(timer_of(pipe), {}).due;
+}
+
+bool forced_end_is_overdue(int pipe) {
+    const end_timer& timer = timer_of(pipe);
+    return timer.id && gst_clock_get_time(system_clock().get()) > timer.due;
+}
+
+bool shut_down(GstElement* pipeline, bool is_forced) {
+    if (is_forced) {
+        return stop_by_force(pipeline);
+    }
+    const bool is_done = finishes_in_time(
+        [kept = own_shared(pipeline)]() mutable { stop_pipeline(std::move(kept)); });
+    if (!is_done) {
+        // They are at NULL already: a pipeline stops from its end.
+        const element_vector sinks = cut_off(pipeline);
+    }
+    return is_done;
+}
