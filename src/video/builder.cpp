@@ -10,6 +10,7 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <gst/video/video.h>
 #include <thread>
 #include <utility>
 
@@ -55,6 +56,10 @@ bool make_elements(const element_chain& chain, element_list& elements) {
 
 // --- Properties ------------------------------------------------------------------------------
 
+bool has_property(GstElement* element, const char* property) {
+    return g_object_class_find_property(G_OBJECT_GET_CLASS(element), property) != nullptr;
+}
+
 // Through a GValue, so that a number becomes whatever the property's type is.
 template <class Setter, class Value>
 void set_property(GstElement* element, const char* property, GType type, Setter setter,
@@ -76,9 +81,10 @@ public:
                     const element_list& elements, const start_arguments& arguments)
         : row_{row}, chain_{chain}, elements_{elements}, arguments_{arguments} {}
 
-    // Nothing when the pipe does without the element.
+    // Nothing when the pipe does without the element, or the element without the property.
     void run() const {
-        if (element_of(row_.element) != nullptr) {
+        GstElement* const element = element_of(row_.element);
+        if (element != nullptr && !(row_.is_optional && !has_property(element, row_.property))) {
             std::visit(*this, row_.value);
         }
     }
@@ -177,24 +183,46 @@ gst_owned<GstElement> element_in(GstElement* pipeline, const char* name) {
     return gst_owned<GstElement>{gst_bin_get_by_name(GST_BIN(pipeline), name)};
 }
 
-bool link_to_muxer(GstElement* source, GstElement* muxer, const muxer_input& input) {
+bool link_to_muxer(GstPad* from, GstElement* muxer, const muxer_input& input) {
     const gst_owned<GstPadTemplate> pad_template =
         get_pad_template(muxer, GST_PAD_SINK, GST_PAD_REQUEST, input.pad_template);
     if (!pad_template) {
         return false;
     }
-    const gst_owned<GstPad> from{gst_element_get_static_pad(source, "src")};
     const gst_owned<GstPad> to{
         gst_element_request_pad(muxer, pad_template.get(), input.pad_name, nullptr)};
-    return to && gst_pad_link(from.get(), to.get()) == GST_PAD_LINK_OK;
+    return to && gst_pad_link(from, to.get()) == GST_PAD_LINK_OK;
+}
+
+// A listener gets what comes, and can't decode it before the first key frame.
+GstPadProbeReturn drop_until_key_frame(GstPad* /*pad*/, GstPadProbeInfo* info,
+                                       gpointer /*unused*/) {
+    return GST_BUFFER_FLAG_IS_SET(GST_PAD_PROBE_INFO_BUFFER(info), GST_BUFFER_FLAG_DELTA_UNIT)
+               ? GST_PAD_PROBE_DROP
+               : GST_PAD_PROBE_REMOVE;
+}
+
+gst_owned<GstPad> last_pad_of(GstElement* pipeline, const muxer_input& input) {
+    const gst_owned<GstElement> last = element_in(pipeline, input.chain.elements.back().name);
+    return gst_owned<GstPad>{gst_element_get_static_pad(last.get(), "src")};
+}
+
+void ask_for_key_frame(GstElement* pipeline, const muxer_input& input) {
+    const gst_owned<GstPad> pad = last_pad_of(pipeline, input);
+    gst_pad_send_event(pad.get(),
+                       gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0));
 }
 
 void build_input(GstElement* pipeline, const char* muxer_name, const muxer_input& input) {
     build_chain(pipeline, input.chain, {});
-    const gst_owned<GstElement> last = element_in(pipeline, input.chain.elements.back().name);
+    const gst_owned<GstPad> from = last_pad_of(pipeline, input);
     const gst_owned<GstElement> muxer = element_in(pipeline, muxer_name);
-    if (!link_to_muxer(last.get(), muxer.get(), input)) {
+    if (!link_to_muxer(from.get(), muxer.get(), input)) {
         log_fatal("%s", input.pad_failed);
+    }
+    if (input.begins_at_key_frame) {
+        gst_pad_add_probe(from.get(), GST_PAD_PROBE_TYPE_BUFFER, drop_until_key_frame, nullptr,
+                          nullptr);
     }
 }
 
@@ -216,18 +244,27 @@ void set_playing(GstElement* pipeline, const pipe_row& row) {
     log_message(LEVEL_INFO, "%s, rc = %d", row.playing, static_cast<int>(result));
 }
 
+template <class Call> void for_each_input(const pipe_row& row, Call call) {
+    for (const muxer_input& input : row.inputs) {
+        if (encodes(configs.enc_type, input.carries)) {
+            call(input);
+        }
+    }
+}
+
 void build_pipe(GstElement* pipeline, const pipe_row& row, const start_arguments& arguments) {
     if (row.creating != nullptr) {
         log_message(LEVEL_INFO, "%s", row.creating);
     }
     run_first_command(row);
     build_chain(pipeline, row.chain, arguments, row.remote_properties);
-    for (const muxer_input& input : row.inputs) {
-        if (encodes(configs.enc_type, input.carries)) {
-            build_input(pipeline, row.muxer, input);
-        }
-    }
+    for_each_input(row, [&](const muxer_input& input) { build_input(pipeline, row.muxer, input); });
     set_playing(pipeline, row);
+    for_each_input(row, [&](const muxer_input& input) {
+        if (input.begins_at_key_frame) {
+            ask_for_key_frame(pipeline, input);
+        }
+    });
     if (row.muxer != nullptr) {
         std::this_thread::sleep_for(SETTLING_TIME);
     }

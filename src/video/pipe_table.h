@@ -61,6 +61,8 @@ struct property_row {
     std::string_view element; // name of one of the chain's elements
     const char* property = nullptr;
     property_value value;
+    // Passed over where the element is of a version that lacks the property.
+    bool is_optional = false;
 };
 
 // Groups of rows one after the other.

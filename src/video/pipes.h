@@ -6,7 +6,9 @@
 
 // A stream that a muxer takes from a branch.
 struct muxer_input {
-    medium carries = medium::none;      // it exists for encoding types that include this
+    medium carries = medium::none; // it exists for encoding types that include this
+    // The encoder is asked for a key frame, and what comes before that is dropped.
+    bool begins_at_key_frame = false;
     element_chain chain;                // the pad "src" of its last element is linked to the muxer
     const char* pad_template = nullptr; // of the muxer's request pad; null: the first there is
     const char* pad_name = nullptr;     // the name it is requested under

@@ -33,7 +33,8 @@ constexpr std::array transformer_properties =
                   {.element = "ipu-caps", .property = "caps", .value = TRANSFORMER_CAPS},
                   {.element = VID_XFORM_SINK, .property = "sync", .value = false},
                   {.element = VID_XFORM_SINK, .property = "async", .value = false},
-              }));
+              }),
+              holds_few_pictures("vid-xform-ipsrc"));
 
 // --- Recording video encoder -----------------------------------------------------------------
 
@@ -65,7 +66,8 @@ constexpr std::array record_enc_properties = join_rows(
          .value = caps_text{"video/x-h264, stream-format=avc"}},
         {.element = REC_VID_ENC_SINK, .property = "sync", .value = false},
         {.element = REC_VID_ENC_SINK, .property = "async", .value = false},
-    }));
+    }),
+    holds_few_pictures("record-enc-ipsrc"));
 
 // --- Streaming video encoder -----------------------------------------------------------------
 
@@ -94,7 +96,8 @@ constexpr std::array stream_enc_properties =
                   {.element = STREAM_VID_ENC_SINK, .property = "max-buffers", .value = NO_LIMIT},
                   {.element = STREAM_VID_ENC_SINK, .property = "sync", .value = true},
                   {.element = STREAM_VID_ENC_SINK, .property = "async", .value = false},
-              }));
+              }),
+              holds_few_pictures("stream-media-ipsrc"), in_time(STREAM_VID_ENC_SINK));
 
 // --- Audio encoder ---------------------------------------------------------------------------
 
@@ -171,5 +174,7 @@ constexpr std::array branch_pipes = std::to_array<pipe_row>({
         // A board where it fails records all the same.
         .first_command = "amixer -c 0 set 'DMic Rate' '128x'",
         .carries = medium::sound,
+        // A microphone that delivers nothing takes no event.
+        .end_element = "audio-amp",
     },
 });

@@ -65,7 +65,7 @@ constexpr std::array display_properties = join_rows(
         {.element = "display-ipsrc", .property = "stream-sync", .value = STREAM_SYNC_COMPENSATE},
         {.element = "display-ipsrc", .property = "format", .value = FORMAT_TIME},
     }),
-    display_sink_properties);
+    display_sink_properties, holds_few_pictures("display-ipsrc"));
 
 // --- Splash ----------------------------------------------------------------------------------
 
@@ -114,6 +114,8 @@ constexpr std::array live_pipes = std::to_array<pipe_row>({
                   .create_failed = "One element could not be created in the src pipe.",
                   .link_failed = "Failed to link elements in the src pipe"},
         .playing = "Source Pipeline set to playing",
+        // A camera that delivers nothing takes no event.
+        .end_element = "g2d-transform",
         .clients_may_create = true,
     },
     {

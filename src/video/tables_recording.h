@@ -43,6 +43,7 @@ constexpr std::array record_audio_properties =
 
 constexpr std::array record_inputs = std::to_array<muxer_input>({
     {.carries = medium::video,
+     .begins_at_key_frame = true,
      .chain = {.elements = record_video_elements,
                .properties = record_video_properties,
                .create_failed = RECORD_CREATE_FAILED},

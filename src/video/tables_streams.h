@@ -78,7 +78,8 @@ constexpr std::array http_properties =
     join_rows(std::to_array<property_row>({
                   {.element = "http-sink", .property = "location", .value = &start_arguments::url},
               }),
-              listens_to("http-vid-src", STREAM_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH));
+              listens_to("http-vid-src", STREAM_VID_ENC_SINK, STREAM_SYNC_PASS_THROUGH),
+              in_time("http-sink"));
 
 // --- Pipes -----------------------------------------------------------------------------------
 

@@ -15,11 +15,11 @@ inline constexpr const char* REC_VID_ENC_SINK = "rec-vid-enc-ipsink";
 inline constexpr const char* STREAM_VID_ENC_SINK = "stream-vid-enc-ipsink";
 inline constexpr const char* AUD_ENC_SINK = "aud-enc-ipsink";
 
-inline constexpr int LEAKY_DOWNSTREAM = 2;         // queue: drop the oldest buffers when full
+inline constexpr int LEAKY_DOWNSTREAM = 2; // queue, appsrc: drop the oldest buffers when full
 inline constexpr int STREAM_SYNC_PASS_THROUGH = 0; // interpipesrc: stamps as they are
 inline constexpr int STREAM_SYNC_COMPENSATE = 1;   // interpipesrc: convert between base times
 inline constexpr int FORMAT_TIME = 3;              // GST_FORMAT_TIME
-inline constexpr int NO_LIMIT = 0;                 // interpipesink: of "max-buffers"
+inline constexpr int NO_LIMIT = 0; // appsink: of "max-buffers"; appsrc: of "max-bytes"
 
 // The rows of an inter-pipe source that hears a published stream, format changes included.
 constexpr std::array<property_row, 5> listens_to(std::string_view source, const char* sink,
@@ -38,5 +38,26 @@ constexpr std::array<property_row, 2> holds_newest(std::string_view queue) {
     return {{
         {.element = queue, .property = "leaky", .value = LEAKY_DOWNSTREAM},
         {.element = queue, .property = "max-size-buffers", .value = 1},
+    }};
+}
+
+// The rows of an inter-pipe source of raw pictures: a pipe that is paused or slow loses the oldest,
+// where it would else gather them without limit. The properties came with GStreamer 1.20.
+constexpr std::array<property_row, 3> holds_few_pictures(std::string_view source) {
+    return {{
+        {.element = source,
+         .property = "leaky-type",
+         .value = LEAKY_DOWNSTREAM,
+         .is_optional = true},
+        {.element = source, .property = "max-bytes", .value = NO_LIMIT, .is_optional = true},
+        {.element = source, .property = "max-buffers", .value = 3, .is_optional = true},
+    }};
+}
+
+// The row of a sink that hears a live source without queues in between: such a source answers a
+// latency of 0, and the sink would warn that its own deadline doesn't fit in.
+constexpr std::array<property_row, 1> in_time(std::string_view sink) {
+    return {{
+        {.element = sink, .property = "processing-deadline", .value = 0, .is_optional = true},
     }};
 }
