@@ -1,9 +1,8 @@
 // alsasrc: a microphone that hears a steady tone, for machines without a sound card. The plug-in
 // has the file name of the system's, which is what makes GStreamer take it instead.
 #include "element_class.h"
-#include "gated_source.h"
+#include "source_wait.h"
 
-#include <chrono>
 #include <cmath>
 #include <memory>
 #include <mutex>
@@ -16,7 +15,8 @@ namespace {
 enum property : guint { prop_device = 1 };
 
 constexpr const char* caps_text = "audio/x-raw, format=S16LE, layout=interleaved, "
-                                  "rate={48000, 44100}, channels=[1, 2]";
+                                  "rate={48000, 44100}, channels=2";
+constexpr guint channels = 2;
 
 constexpr guint tone_hz = 440;
 // Soft, as a microphone is: amplified fifty times it just fills the range of a sample.
@@ -31,10 +31,9 @@ constexpr guint64 card_periods = 50;
 struct source_state {
     std::mutex mutex; // the property
     std::string device = "default";
-    sim::source_gate gate;
+    sim::source_wait wait;
     // Streaming thread, and state changes while it doesn't run.
     guint rate = 0;
-    guint channels = 0;
     guint64 period = 0;                            // number of the next one
     GstClockTime first_time = GST_CLOCK_TIME_NONE; // running time at which period 0 began
 };
@@ -60,7 +59,6 @@ SimMicrophone* self_of(gpointer object) {
 
 gboolean start(GstBaseSrc* base) noexcept {
     source_state& state = self_of(base)->state;
-    state.gate.open();
     state.period = 0;
     state.first_time = GST_CLOCK_TIME_NONE;
     return TRUE;
@@ -70,14 +68,7 @@ GstCaps* fixate(GstBaseSrc*, GstCaps* caps) noexcept {
     GstCaps* const one = gst_caps_make_writable(gst_caps_truncate(caps));
     GstStructure* const open = gst_caps_get_structure(one, 0);
     gst_structure_fixate_field_nearest_int(open, "rate", 48000);
-    gst_structure_fixate_field_nearest_int(open, "channels", 1);
     return gst_caps_fixate(one);
-}
-
-guint number_in(GstCaps* caps, const char* field) {
-    gint number = 0;
-    gst_structure_get_int(gst_caps_get_structure(caps, 0), field, &number);
-    return static_cast<guint>(number);
 }
 
 guint samples_a_period(const source_state& state) {
@@ -86,10 +77,10 @@ guint samples_a_period(const source_state& state) {
 
 gboolean set_caps(GstBaseSrc* base, GstCaps* caps) noexcept {
     source_state& state = self_of(base)->state;
-    state.rate = number_in(caps, "rate");
-    state.channels = number_in(caps, "channels");
-    gst_base_src_set_blocksize(base,
-                               samples_a_period(state) * state.channels * guint{sizeof(gint16)});
+    gint rate = 0;
+    gst_structure_get_int(gst_caps_get_structure(caps, 0), "rate", &rate);
+    state.rate = static_cast<guint>(rate);
+    gst_base_src_set_blocksize(base, samples_a_period(state) * channels * guint{sizeof(gint16)});
     return TRUE;
 }
 
@@ -103,7 +94,7 @@ gboolean query(GstBaseSrc* base, GstQuery* what) noexcept {
 
 // Waits until the next period is recorded to its end. True in `lost` when periods before it were
 // overrun while nobody took them.
-sim::wake wait_for_period(SimMicrophone* self, bool& lost) {
+sim::waited wait_for_period(SimMicrophone* self, bool& lost) {
     source_state& state = self->state;
     const GstClockTime now = gst_element_get_current_running_time(GST_ELEMENT(self));
     if (!GST_CLOCK_TIME_IS_VALID(state.first_time)) {
@@ -115,7 +106,7 @@ sim::wake wait_for_period(SimMicrophone* self, bool& lost) {
         state.period = recorded - card_periods;
     }
     const GstClockTime due = state.first_time + (state.period + 1) * period_time;
-    return state.gate.sleep(std::chrono::nanoseconds(due > now ? due - now : 0));
+    return state.wait.wait(due > now ? due - now : 0);
 }
 
 // The tone has a whole number of waves a second, so it goes on over all periods without a step.
@@ -126,7 +117,7 @@ gint16 tone_at(guint64 sample, guint rate) {
 
 void record(const source_state& state, guint64 sample, std::span<gint16> to) {
     for (std::size_t i = 0; i < to.size(); ++i) {
-        to[i] = tone_at(sample + i / state.channels, state.rate);
+        to[i] = tone_at(sample + i / channels, state.rate);
     }
 }
 
@@ -134,9 +125,8 @@ GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
     SimMicrophone* self = self_of(push);
     source_state& state = self->state;
     bool lost = false;
-    const sim::wake reason = wait_for_period(self, lost);
-    if (reason != sim::wake::timeout) {
-        return sim::flow_of(reason);
+    if (wait_for_period(self, lost) == sim::waited::flushing) {
+        return GST_FLOW_FLUSHING;
     }
     GstMapInfo map;
     if (gst_buffer_map(buffer, &map, GST_MAP_WRITE) == FALSE) {
@@ -199,7 +189,7 @@ static void sim_alsasrc_class_init(SimMicrophoneClass* klass) {
     sim::describe(element, "Microphone", "Source/Audio", "Hears a steady tone");
     sim::add_pad(element, GST_PAD_SRC, caps_text);
 
-    sim::end_and_flush_through_gate<SimMicrophone>(klass);
+    sim::flush_through_wait<SimMicrophone>(klass);
     auto* source = GST_BASE_SRC_CLASS(klass);
     source->start = start;
     source->fixate = fixate;

@@ -1,12 +1,12 @@
 // imxv4l2videosrc: the thermal core's camera, 640 x 480 pictures at 30 frames a second.
+#include "camera_driver.h"
 #include "element_class.h"
 #include "elements.h"
 #include "footage.h"
-#include "gated_source.h"
+#include "source_wait.h"
 #include "thermal_core.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -40,9 +40,10 @@ struct source_state {
     std::string device = "/dev/video0";
     gint capture_mode = 0;
     gint queue_size = 6;
-    sim::source_gate gate;
+    sim::source_wait wait;
     // Streaming thread, and state changes while it doesn't run.
     std::string playing; // the device that was opened
+    std::optional<sim::camera_driver> driver;
     file_identity shown; // what it led to
     std::optional<sim::footage> footage;
     std::optional<sim::thermal_core> core;
@@ -84,13 +85,16 @@ gboolean start(GstBaseSrc* base) noexcept {
         const std::scoped_lock lock(state.mutex);
         state.playing = state.device;
     }
+    state.driver.emplace(state.playing);
+    state.driver->call();
     const std::optional<file_identity> shown = look_at(state.playing);
     if (!shown) {
+        state.driver.reset();
         GST_ELEMENT_ERROR(base, RESOURCE, NOT_FOUND,
                           ("There is no camera at %s", state.playing.c_str()), GST_ERROR_SYSTEM);
         return FALSE;
     }
-    state.gate.open();
+    state.wait.watch(state.driver->descriptor());
     state.frame = 0;
     state.first_time = GST_CLOCK_TIME_NONE;
     state.shown = *shown;
@@ -103,6 +107,8 @@ gboolean stop(GstBaseSrc* base) noexcept {
     source_state& state = self_of(base)->state;
     state.footage.reset();
     state.core.reset();
+    state.wait.watch_none();
+    state.driver.reset();
     return TRUE;
 }
 
@@ -110,10 +116,13 @@ GstClockTime frame_time(guint64 frame) {
     return gst_util_uint64_scale(frame, GST_SECOND, guint64{sim::sensor_rate});
 }
 
-// Waits until the next frame is due. Frames that are past already, after a pause or a stall, are
-// left out.
-sim::wake wait_for_frame(SimCamera* self) {
+// Waits until the next frame is due, or something changed beside the device. Frames that are past
+// already, after a pause or a stall, are left out.
+sim::waited wait_for_frame(SimCamera* self) {
     source_state& state = self->state;
+    if (state.driver->is_silent()) {
+        return state.wait.wait(GST_CLOCK_TIME_NONE);
+    }
     const GstClockTime now = gst_element_get_current_running_time(GST_ELEMENT(self));
     if (!GST_CLOCK_TIME_IS_VALID(state.first_time)) {
         state.first_time = now;
@@ -122,7 +131,7 @@ sim::wake wait_for_frame(SimCamera* self) {
         gst_util_uint64_scale(now - state.first_time, guint64{sim::sensor_rate}, GST_SECOND);
     state.frame = std::max(state.frame, past);
     const GstClockTime due = state.first_time + frame_time(state.frame);
-    return state.gate.sleep(std::chrono::nanoseconds(due > now ? due - now : 0));
+    return state.wait.wait(due > now ? due - now : 0);
 }
 
 // Draws what the core makes of the sensor's picture. False when the buffer can't be written.
@@ -151,22 +160,38 @@ bool follow_device(source_state& state, GstClockTime time) {
     return there.has_value();
 }
 
+// The next picture's time, as the driver gives it; none in case of an end or a flush, which `flow`
+// says.
+std::optional<GstClockTime> take_picture(SimCamera* self, GstFlowReturn& flow) {
+    source_state& state = self->state;
+    for (sim::waited reason = sim::waited::woken; reason == sim::waited::woken;) {
+        state.driver->call();
+        reason = wait_for_frame(self);
+        if (reason == sim::waited::flushing) {
+            flow = GST_FLOW_FLUSHING;
+            return std::nullopt;
+        }
+        if (!follow_device(state, frame_time(state.frame))) {
+            GST_INFO_OBJECT(self, "the camera's cable was pulled");
+            flow = GST_FLOW_EOS;
+            return std::nullopt;
+        }
+    }
+    return frame_time(state.frame);
+}
+
 GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
     SimCamera* self = self_of(push);
     source_state& state = self->state;
-    const sim::wake reason = wait_for_frame(self);
-    if (reason != sim::wake::timeout) {
-        return sim::flow_of(reason);
+    GstFlowReturn flow = GST_FLOW_OK;
+    const std::optional<GstClockTime> time = take_picture(self, flow);
+    if (!time) {
+        return flow;
     }
-    const GstClockTime time = frame_time(state.frame);
-    if (!follow_device(state, time)) {
-        GST_INFO_OBJECT(self, "the camera's cable was pulled");
-        return GST_FLOW_EOS;
-    }
-    if (!draw(state, time, buffer)) {
+    if (!draw(state, *time, buffer)) {
         return GST_FLOW_ERROR;
     }
-    GST_BUFFER_PTS(buffer) = state.first_time + time;
+    GST_BUFFER_PTS(buffer) = state.first_time + *time;
     GST_BUFFER_DURATION(buffer) = frame_time(1);
     ++state.frame;
     return GST_FLOW_OK;
@@ -251,7 +276,7 @@ static void sim_imxv4l2videosrc_class_init(SimCameraClass* klass) {
                   "Plays footage as a thermal core does");
     sim::add_pad(element, GST_PAD_SRC, caps_text);
 
-    sim::end_and_flush_through_gate<SimCamera>(klass);
+    sim::flush_through_wait<SimCamera>(klass);
     auto* source = GST_BASE_SRC_CLASS(klass);
     source->start = start;
     source->stop = stop;

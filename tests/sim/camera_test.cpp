@@ -5,7 +5,9 @@
 #include "support/temp_folder.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <sys/stat.h>
 #include <utility>
 #include <vector>
@@ -138,6 +140,78 @@ TEST_F(CameraTest, GoesOnWithWhatTakesTheFootagesPlace) {
     }
     std::filesystem::remove(device);
     EXPECT_TRUE(camera.wait_for(GST_MESSAGE_EOS));
+}
+
+// A camera whose driver is told by the file beside the device what to do.
+class CameraDriverTest : public CameraTest {
+protected:
+    CameraDriverTest() { folder.write("video0", ""); }
+    void drive(const char* mode) const { folder.write("video0.state", mode); }
+    // True when pictures come, or none, from the next one or two on.
+    static bool comes_to_life(const test_pipeline& camera) { return camera.pull() != nullptr; }
+    static bool falls_silent(const test_pipeline& camera) {
+        for (int i = 0; i < 5; ++i) {
+            if (!gst_owned<GstSample>{
+                    gst_app_sink_try_pull_sample(GST_APP_SINK(camera["out"]), 200 * GST_MSECOND)}) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+TEST_F(CameraDriverTest, DeliversNothingWhileItIsSilentOrBlocks) {
+    test_pipeline camera{play(device)};
+    camera.play();
+    for (const char* mode : {"silent", "block\n"}) {
+        EXPECT_TRUE(comes_to_life(camera)) << mode;
+        drive(mode);
+        EXPECT_TRUE(falls_silent(camera)) << mode;
+        drive("run");
+    }
+    EXPECT_TRUE(comes_to_life(camera));
+    drive("silent");
+    EXPECT_TRUE(falls_silent(camera));
+    std::filesystem::remove(device + ".state");
+    EXPECT_TRUE(comes_to_life(camera)) << "without a file it runs";
+}
+
+TEST_F(CameraDriverTest, SilentOneEndsWhenItIsAskedToOrItsCableIsPulled) {
+    drive("silent");
+    for (const bool asked : {true, false}) {
+        test_pipeline camera{play(device)};
+        camera.play();
+        EXPECT_TRUE(falls_silent(camera));
+        if (asked) {
+            camera.end();
+        } else {
+            std::filesystem::remove(device);
+        }
+        EXPECT_TRUE(camera.wait_for(GST_MESSAGE_EOS));
+    }
+}
+
+TEST_F(CameraDriverTest, BlockedOneHoldsWhoeverAsksItToEnd) {
+    test_pipeline camera{play(device)};
+    camera.play();
+    ASSERT_TRUE(comes_to_life(camera));
+    drive("block");
+    ASSERT_TRUE(falls_silent(camera));
+    std::future<void> asked = std::async(std::launch::async, [&camera] { camera.end(); });
+    EXPECT_EQ(asked.wait_for(std::chrono::milliseconds{500}), std::future_status::timeout);
+    drive("run");
+    EXPECT_EQ(asked.wait_for(std::chrono::seconds{20}), std::future_status::ready);
+    EXPECT_TRUE(camera.wait_for(GST_MESSAGE_EOS));
+}
+
+TEST_F(CameraDriverTest, OpeningABlockedOneWaits) {
+    drive("block");
+    test_pipeline camera{play(device)};
+    std::future<void> opened = std::async(std::launch::async, [&camera] { camera.play(); });
+    EXPECT_EQ(opened.wait_for(std::chrono::milliseconds{500}), std::future_status::timeout);
+    drive("run");
+    opened.get();
+    EXPECT_TRUE(comes_to_life(camera));
 }
 
 } // namespace
