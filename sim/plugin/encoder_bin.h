@@ -1,5 +1,6 @@
 // What the board's two encoders have in common here: a bin around stock elements, whose settings
-// are integers with names of the board's own.
+// are numbers with names of the board's own. Its output has the segment and the stamps of its
+// input.
 #pragma once
 
 #include <gst/gst.h>
@@ -22,13 +23,15 @@ struct encoder_setting {
     gint max;
     gint initial;
     void (*apply)(GstElement* encoder, const encoder_values& values);
+    GType (*choices)() = nullptr; // an enumeration in place of the range
 };
 
 // What tells one encoder from another; it must live as long as the process.
 struct encoder_kind {
-    const char* chain; // as for gst-launch; the encoding element is called "encoder"
-    const char* sink_caps;
+    const char* chain;     // as for gst-launch; the encoding element is called "encoder"
+    const char* sink_caps; // what it takes, nothing else that the chain would
     const char* src_caps;
+    const char* kept_field; // of the input's caps, which the output shares; null: none
     std::span<const encoder_setting> settings; // at most max_encoder_settings
 };
 
@@ -39,6 +42,9 @@ struct SimEncoderBin {
     sim::encoder_values values; // under the object lock
     GstElement* encoder;        // borrowed from the bin; null when an element is missing
     GError* failure;            // owned; why there is no encoder
+    // Streaming thread only.
+    GstSegment segment;      // of the input
+    GstClockTimeDiff offset; // what the encoding element adds to stamps
 };
 
 struct SimEncoderBinClass {

@@ -3,33 +3,37 @@
 #include "elements.h"
 #include "encoder_bin.h"
 
-#include <algorithm>
-#include <cstdlib>
-
 namespace {
 
 using SimMp3Encoder = SimEncoderBin;
 using SimMp3EncoderClass = SimEncoderBinClass;
 
-// What LAME knows, in kbit/s.
-constexpr gint standard_rates[] = {8,  16,  24,  32,  40,  48,  56,  64, 80,
-                                   96, 112, 128, 160, 192, 224, 256, 320};
+GType bitrate_type() {
+    static const GEnumValue rates[] = {
+        {32, "32 kbit/s", "32"},    {40, "40 kbit/s", "40"},    {48, "48 kbit/s", "48"},
+        {56, "56 kbit/s", "56"},    {64, "64 kbit/s", "64"},    {80, "80 kbit/s", "80"},
+        {96, "96 kbit/s", "96"},    {112, "112 kbit/s", "112"}, {128, "128 kbit/s", "128"},
+        {160, "160 kbit/s", "160"}, {192, "192 kbit/s", "192"}, {224, "224 kbit/s", "224"},
+        {256, "256 kbit/s", "256"}, {320, "320 kbit/s", "320"}, {0, nullptr, nullptr},
+    };
+    static const GType type = g_enum_register_static("SimMp3Bitrate", rates);
+    return type;
+}
 
 void apply_bitrate(GstElement* encoder, const sim::encoder_values& values) {
-    const gint nearest = *std::ranges::min_element(
-        standard_rates, {}, [&](gint rate) { return std::abs(rate - values[0]); });
-    g_object_set(encoder, "bitrate", nearest, nullptr);
+    g_object_set(encoder, "bitrate", values[0], nullptr);
 }
 
 constexpr sim::encoder_setting settings[] = {
-    {"bitrate", "Bit rate in kbit/s; the nearest one that MP3 has is taken", 0, G_MAXINT, 128,
-     apply_bitrate},
+    {"bitrate", "Bit rate in kbit/s", 32, 320, 128, apply_bitrate, bitrate_type},
 };
 
+// As the board's: nothing converts in front of it, so a microphone has to deliver just this.
 constexpr sim::encoder_kind kind{
-    .chain = "audioconvert ! audioresample ! lamemp3enc name=encoder target=bitrate cbr=true",
-    .sink_caps = "audio/x-raw",
-    .src_caps = "audio/mpeg, mpegversion=1, layer=3",
+    .chain = "lamemp3enc name=encoder target=bitrate cbr=true",
+    .sink_caps = "audio/x-raw,format=S16LE,layout=interleaved,channels=2,rate={32000,44100,48000}",
+    .src_caps = "audio/mpeg,mpegversion=1,layer=3",
+    .kept_field = "rate", // LAME by itself lowers it at a low bit rate
     .settings = settings,
 };
 

@@ -15,7 +15,13 @@ using SimVpuEncoderClass = SimEncoderBinClass;
 
 enum setting : std::size_t { bitrate, gop_size, idr_interval, me_search_range };
 
+// While it runs, the encoder keeps to a bit rate or to a quality, whichever it began with.
 void apply_bitrate(GstElement* encoder, const sim::encoder_values& values) {
+    if (values[bitrate] == 0) {
+        gst_util_set_object_arg(G_OBJECT(encoder), "pass", "qual");
+        return;
+    }
+    gst_util_set_object_arg(G_OBJECT(encoder), "pass", "cbr");
     g_object_set(encoder, "bitrate", static_cast<guint>(values[bitrate]), nullptr);
 }
 
@@ -36,8 +42,8 @@ void apply_search_range(GstElement* encoder, const sim::encoder_values& values) 
 }
 
 constexpr sim::encoder_setting settings[] = {
-    {"bitrate", "Bit rate in kbit/s", 1, 2048000, 1024, apply_bitrate},
-    {"gop-size", "Frames from one key frame to the next (0: no limit)", 0, G_MAXINT, 16,
+    {"bitrate", "Bit rate in kbit/s (0: constant quality)", 0, 2048000, 1024, apply_bitrate},
+    {"gop-size", "Frames from one key frame to the next (0: no limit)", 0, 32767, 16,
      apply_key_distance},
     {"idr-interval", "Frames from one IDR to the next at most (0: as the GOP size says)", 0,
      G_MAXINT, 0, apply_key_distance},
@@ -45,16 +51,14 @@ constexpr sim::encoder_setting settings[] = {
      apply_search_range},
 };
 
-#define SIM_VPU_OUTPUT "video/x-h264,stream-format=byte-stream,alignment=au"
-
 // One thread a stream: a second of video costs it less than a tenth, and two streams may be encoded
 // at once beside everything else. The preset's own search method never looks further than 16
 // pixels, whatever it is told.
 constexpr sim::encoder_kind kind{
-    .chain = "x264enc name=encoder tune=zerolatency speed-preset=ultrafast me=umh threads=1 ! "
-             "capsfilter caps=" SIM_VPU_OUTPUT,
+    .chain = "x264enc name=encoder tune=zerolatency speed-preset=ultrafast me=umh threads=1",
     .sink_caps = GST_VIDEO_CAPS_MAKE("{ I420, NV12 }"),
-    .src_caps = SIM_VPU_OUTPUT,
+    .src_caps = "video/x-h264,stream-format=byte-stream,alignment=au",
+    .kept_field = nullptr,
     .settings = settings,
 };
 

@@ -60,6 +60,23 @@ private:
     gst_owned<GstElement> pipeline_;
 };
 
+// True when the elements don't take each other's streams: by themselves, or once they play.
+inline bool is_refused(const std::string& description) {
+    GError* error = nullptr;
+    const gst_owned<GstElement> pipeline = own_floating(
+        gst_parse_launch_full(description.c_str(), nullptr, GST_PARSE_FLAG_FATAL_ERRORS, &error));
+    const g_error_owned owned_error{error};
+    if (!pipeline) {
+        return true;
+    }
+    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+    const gst_owned<GstBus> bus{gst_element_get_bus(pipeline.get())};
+    const gst_owned<GstMessage> end{gst_bus_timed_pop_filtered(
+        bus.get(), patience, static_cast<GstMessageType>(GST_MESSAGE_ERROR | GST_MESSAGE_EOS))};
+    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_ERROR;
+}
+
 inline void set(GstElement* element, const char* property, const std::string& value) {
     gst_util_set_object_arg(G_OBJECT(element), property, value.c_str());
 }
