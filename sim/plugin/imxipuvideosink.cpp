@@ -6,9 +6,14 @@
 #include <gst/video/gstvideosink.h>
 #include <gst/video/video.h>
 
+#include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <ratio>
 #include <string>
+#include <thread>
 
 GST_DEBUG_CATEGORY_STATIC(imxipuvideosink_debug);
 #define GST_CAT_DEFAULT imxipuvideosink_debug
@@ -18,9 +23,9 @@ namespace {
 enum property : guint { prop_framebuffer = 1, prop_use_vsync };
 
 struct sink_state {
-    std::mutex mutex; // properties
+    std::mutex mutex; // the property
     std::string framebuffer = "/dev/fb0";
-    bool use_vsync = false;
+    std::atomic<bool> use_vsync = false;
     // Streaming thread, and state changes while it doesn't run.
     sim::panel_file panel;
     GstVideoInfo info;
@@ -66,6 +71,13 @@ gboolean set_caps(GstBaseSink* base, GstCaps* caps) noexcept {
     return gst_video_info_from_caps(&self_of(base)->state.info, caps);
 }
 
+// The panel is refreshed sixty times a second, whoever draws on it.
+void wait_for_refresh() {
+    using refreshes = std::chrono::duration<std::int64_t, std::ratio<1, 60>>;
+    const auto now = std::chrono::steady_clock::now();
+    std::this_thread::sleep_until(std::chrono::floor<refreshes>(now) + refreshes{1});
+}
+
 GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
     sink_state& state = self_of(sink)->state;
     GstVideoFrame frame;
@@ -80,6 +92,9 @@ GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
     gst_video_frame_unmap(&frame);
     if (!shown) {
         GST_INFO_OBJECT(sink, "a picture was left out");
+    }
+    if (state.use_vsync) {
+        wait_for_refresh();
     }
     return GST_FLOW_OK;
 }
@@ -139,7 +154,7 @@ static void sim_imxipuvideosink_class_init(SimIpuVideoSinkClass* klass) {
                                                         sim::property_flags));
     g_object_class_install_property(object, prop_use_vsync,
                                     g_param_spec_boolean("use-vsync", "Use vsync",
-                                                         "Accepted; a file has no blanking", FALSE,
+                                                         "Wait for the panel's next refresh", FALSE,
                                                          sim::property_flags));
 
     auto* element = GST_ELEMENT_CLASS(klass);

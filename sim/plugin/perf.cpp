@@ -1,4 +1,4 @@
-// perf: passes everything on and counts frames; tells rate and load when asked to.
+// perf: passes everything on, counts frames and posts once a second how many there were.
 #include "element_class.h"
 #include "elements.h"
 #include "video/gst_owned.h"
@@ -17,7 +17,7 @@ enum property : guint { prop_print_cpu_load = 1 };
 
 // Frames and processor time since the last report.
 struct tally {
-    gint64 since_us = 0;
+    gint64 since_us = 0; // 0: there was none
     std::clock_t processor_since = 0;
     guint frames = 0;
 };
@@ -44,34 +44,33 @@ SimPerf* self_of(gpointer object) {
     return static_cast<SimPerf*>(object);
 }
 
-void report(SimPerf* self, double seconds) {
-    const double fps = self->count.frames / seconds;
-    GST_INFO_OBJECT(self, "%.2f frames a second", fps);
+// The element's name, the rate and, when asked for, the load.
+g_text report_text(SimPerf* self, gint64 now_us) {
+    const tally& count = self->count;
+    const double seconds = static_cast<double>(now_us - count.since_us) / G_USEC_PER_SEC;
+    const double fps = count.frames / seconds;
     if (!self->print_cpu_load) {
-        return;
+        return g_text{g_strdup_printf("perf: %s; fps: %.3f", GST_OBJECT_NAME(self), fps)};
     }
-    const double load = 100.0 * static_cast<double>(std::clock() - self->count.processor_since) /
-                        CLOCKS_PER_SEC / seconds;
-    const g_text text(g_strdup_printf("%s: %.2f frames a second, processor load %.0f %%",
-                                      GST_OBJECT_NAME(self), fps, load));
-    const g_error_owned info(
-        g_error_new_literal(GST_CORE_ERROR, GST_CORE_ERROR_FAILED, text.get()));
-    gst_element_post_message(GST_ELEMENT(self),
-                             gst_message_new_info(GST_OBJECT(self), info.get(), nullptr));
+    const auto ticks = static_cast<double>(std::clock() - count.processor_since);
+    return g_text{g_strdup_printf("perf: %s; fps: %.3f; cpu: %.0f", GST_OBJECT_NAME(self), fps,
+                                  100.0 * ticks / CLOCKS_PER_SEC / seconds)};
 }
 
+// The first picture counts as a second's end, too.
 GstFlowReturn count_frame(GstBaseTransform* transform, GstBuffer*) noexcept {
     SimPerf* self = self_of(transform);
     const gint64 now_us = g_get_monotonic_time();
-    if (self->count.since_us == 0) {
+    if (now_us - self->count.since_us >= report_interval_us) {
+        const g_text text = report_text(self, now_us);
+        GST_INFO_OBJECT(self, "%s", text.get());
+        const g_error_owned info{
+            g_error_new_literal(GST_CORE_ERROR, GST_CORE_ERROR_TAG, "Performance Information")};
+        gst_element_post_message(GST_ELEMENT(self),
+                                 gst_message_new_info(GST_OBJECT(self), info.get(), text.get()));
         self->count = {now_us, std::clock(), 0};
     }
     ++self->count.frames;
-    const gint64 passed_us = now_us - self->count.since_us;
-    if (passed_us >= report_interval_us) {
-        report(self, static_cast<double>(passed_us) / G_USEC_PER_SEC);
-        self->count = {now_us, std::clock(), 0};
-    }
     return GST_FLOW_OK;
 }
 
@@ -109,11 +108,10 @@ static void sim_perf_class_init(SimPerfClass* klass) {
     auto* object = G_OBJECT_CLASS(klass);
     object->set_property = set_property;
     object->get_property = get_property;
-    g_object_class_install_property(
-        object, prop_print_cpu_load,
-        g_param_spec_boolean("print-cpu-load", "Print CPU load",
-                             "Post rate and processor load once a second", FALSE,
-                             sim::property_flags));
+    g_object_class_install_property(object, prop_print_cpu_load,
+                                    g_param_spec_boolean("print-cpu-load", "Print CPU load",
+                                                         "Tell the processor's load, too", FALSE,
+                                                         sim::property_flags));
 
     auto* element = GST_ELEMENT_CLASS(klass);
     sim::describe(element, "Profiler", "Generic", "Counts what passes through");

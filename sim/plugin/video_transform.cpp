@@ -4,8 +4,6 @@
 #include "element_class.h"
 #include "video/gst_owned.h"
 
-#include <algorithm>
-
 G_DEFINE_ABSTRACT_TYPE(SimVideoTransform, sim_video_transform, GST_TYPE_VIDEO_FILTER)
 
 namespace {
@@ -16,7 +14,7 @@ SimVideoTransform* self_of(gpointer object) {
 
 // What a conversion may change.
 constexpr const char* free_fields[] = {
-    "format",      "width",       "height",         "framerate", "pixel-aspect-ratio",
+    "format",      "width",       "height",         "pixel-aspect-ratio",
     "colorimetry", "chroma-site", "interlace-mode",
 };
 
@@ -43,42 +41,15 @@ GstCaps* fixate_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps, GstCaps*
     gst_owned<GstCaps> result(gst_caps_make_writable(gst_caps_truncate(other)));
     GstStructure* const open = gst_caps_get_structure(result.get(), 0);
     gint number = 0;
-    gint denominator = 1;
     for (const char* field : {"width", "height"}) {
         if (gst_structure_get_int(wanted, field, &number) != FALSE) {
             gst_structure_fixate_field_nearest_int(open, field, number);
         }
     }
-    if (gst_structure_get_fraction(wanted, "framerate", &number, &denominator) != FALSE) {
-        gst_structure_fixate_field_nearest_fraction(open, "framerate", number, denominator);
-    }
     if (const char* format = gst_structure_get_string(wanted, "format")) {
         gst_structure_fixate_field_string(open, "format", format);
     }
     return gst_caps_fixate(result.release());
-}
-
-// A picture waits for no longer than this, so that the pipe can be stopped in between.
-constexpr gint64 longest_interval_us = 50'000;
-
-// What pictures that come late, after a stall, may be made up for.
-constexpr gint64 catch_up_us = 250'000;
-
-gint64 interval_of(const GstVideoInfo* info) {
-    const gint rate = GST_VIDEO_INFO_FPS_N(info);
-    return rate > 0 ? std::min(longest_interval_us,
-                               gint64{GST_VIDEO_INFO_FPS_D(info)} * G_USEC_PER_SEC / rate)
-                    : 0;
-}
-
-// A source that no clock holds back, as a still picture is, would keep the processor busy with
-// pictures that nobody sees. There are no more of them than their rate says.
-void keep_to_rate(SimVideoTransform* self) {
-    const gint64 now = g_get_monotonic_time();
-    if (self->due_us > now) {
-        g_usleep(static_cast<gulong>(self->due_us - now));
-    }
-    self->due_us = std::max(self->due_us, now - catch_up_us) + self->interval_us;
 }
 
 void drop_converter(SimVideoTransform* self) {
@@ -89,41 +60,14 @@ gboolean set_info(GstVideoFilter* filter, GstCaps*, GstVideoInfo* from, GstCaps*
                   GstVideoInfo* to) noexcept {
     SimVideoTransform* self = self_of(filter);
     drop_converter(self);
-    // The stock converter refuses differing rates; here they only relabel the stream.
-    GstVideoInfo relabelled = *from;
-    GST_VIDEO_INFO_FPS_N(&relabelled) = GST_VIDEO_INFO_FPS_N(to);
-    GST_VIDEO_INFO_FPS_D(&relabelled) = GST_VIDEO_INFO_FPS_D(to);
-    self->interval_us = interval_of(to);
-    self->converter = gst_video_converter_new(&relabelled, to, nullptr);
+    self->converter = gst_video_converter_new(from, to, nullptr);
     return self->converter != nullptr ? TRUE : FALSE;
 }
 
 GstFlowReturn transform_frame(GstVideoFilter* filter, GstVideoFrame* from,
                               GstVideoFrame* to) noexcept {
-    SimVideoTransform* self = self_of(filter);
-    keep_to_rate(self);
-    gst_video_converter_frame(self->converter, from, to);
+    gst_video_converter_frame(self_of(filter)->converter, from, to);
     return GST_FLOW_OK;
-}
-
-void push_event(GstElement* element, gpointer event) noexcept {
-    gst_pad_push_event(GST_BASE_TRANSFORM_SRC_PAD(element), gst_event_ref(GST_EVENT(event)));
-}
-
-void drop_event(gpointer event) noexcept {
-    gst_event_unref(GST_EVENT(event));
-}
-
-// The end of the splash is sent to the transform itself, downstream of a picture without end. From
-// then on what comes from upstream is refused as past the end. Another thread pushes it: what is
-// downstream may be blocked until the sender, who still holds this element's state lock, changes
-// the pipe's state.
-gboolean send_event(GstElement* element, GstEvent* event) noexcept {
-    if (GST_EVENT_TYPE(event) != GST_EVENT_EOS) {
-        return GST_ELEMENT_CLASS(sim_video_transform_parent_class)->send_event(element, event);
-    }
-    gst_element_call_async(element, push_event, event, drop_event);
-    return TRUE;
 }
 
 gboolean stop(GstBaseTransform* transform) noexcept {
@@ -131,22 +75,28 @@ gboolean stop(GstBaseTransform* transform) noexcept {
     return TRUE;
 }
 
+// With ranges for size and rate: fixating needs the fields to be there.
+void add_video_pad(gpointer klass, GstPadDirection direction, const char* formats) {
+    const g_text caps{g_strdup_printf(GST_VIDEO_CAPS_MAKE("%s"), formats)};
+    sim::add_pad(GST_ELEMENT_CLASS(klass), direction, caps.get());
+}
+
 } // namespace
+
+namespace sim {
+
+void set_transform_formats(SimVideoTransformClass* klass, const char* taken, const char* given) {
+    add_video_pad(klass, GST_PAD_SINK, taken);
+    add_video_pad(klass, GST_PAD_SRC, given);
+}
+
+} // namespace sim
 
 static void sim_video_transform_init(SimVideoTransform* self) {
     self->converter = nullptr;
-    self->interval_us = 0;
-    self->due_us = 0;
 }
 
 static void sim_video_transform_class_init(SimVideoTransformClass* klass) {
-    auto* element = GST_ELEMENT_CLASS(klass);
-    element->send_event = send_event;
-    // With ranges for size and rate: fixating needs the fields to be there.
-    constexpr const char* any_video = GST_VIDEO_CAPS_MAKE(GST_VIDEO_FORMATS_ALL);
-    sim::add_pad(element, GST_PAD_SINK, any_video);
-    sim::add_pad(element, GST_PAD_SRC, any_video);
-
     auto* transform = GST_BASE_TRANSFORM_CLASS(klass);
     transform->transform_caps = transform_caps;
     transform->fixate_caps = fixate_caps;

@@ -1,5 +1,5 @@
 // What the board's two video transform units have in common: scaling and colour conversion in one
-// step, to whatever format, size and rate is asked for downstream.
+// step, to the format and size that are asked for downstream. The frame rate stays.
 #pragma once
 
 #include <gst/video/gstvideofilter.h>
@@ -8,8 +8,6 @@
 struct SimVideoTransform {
     GstVideoFilter parent;
     GstVideoConverter* converter; // owned; null until caps are known
-    gint64 interval_us;           // between pictures at their rate; 0 without one
-    gint64 due_us;                // monotonic time of the next picture
 };
 
 struct SimVideoTransformClass {
@@ -18,3 +16,10 @@ struct SimVideoTransformClass {
 
 // Abstract: a unit is a subclass with a factory name of its own.
 GType sim_video_transform_get_type();
+
+namespace sim {
+
+// For the subclass's class_init: its pads, for these formats ("{ RGBA, RGBx }").
+void set_transform_formats(SimVideoTransformClass* klass, const char* taken, const char* given);
+
+} // namespace sim

@@ -89,9 +89,9 @@ TEST_F(LiveViewElementsTest, CameraLoopsShortFootageAndDrawsWhereThereIsNone) {
 TEST_F(LiveViewElementsTest, EndSentToTheTransformItselfGoesDownstream) {
     test_pipeline pipeline{
         "videotestsrc pattern=white ! video/x-raw,format=I420,width=64,height=48,"
-        "framerate=25/1 ! imxg2dvideotransform name=g2d ! "
+        "framerate=30/1 ! imxg2dvideotransform name=g2d ! "
         "video/x-raw,format=RGBA,width=128,height=96,framerate=30/1 ! "
-        "appsink name=out sync=false max-buffers=2"};
+        "queue leaky=2 ! appsink name=out sync=false max-buffers=2"};
     pipeline.play();
     const gst_owned<GstSample> sample = pipeline.pull();
     ASSERT_TRUE(sample);
@@ -129,17 +129,36 @@ TEST_F(LiveViewElementsTest, PanelThatCannotBeOpenedIsAnError) {
     EXPECT_TRUE(pipeline.wait_for(GST_MESSAGE_ERROR));
 }
 
-TEST_F(LiveViewElementsTest, ProfilerSpeaksOnlyWhenAsked) {
-    for (const bool asked : {false, true}) {
+TEST_F(LiveViewElementsTest, PanelIsDrawnAsOftenAsItIsRefreshed) {
+    test_pipeline pipeline{"videotestsrc num-buffers=30 ! "
+                           "video/x-raw,format=RGBA,width=1024,height=768,framerate=30/1 ! "
+                           "imxipuvideosink sync=false use-vsync=true framebuffer=" +
+                           (folder_.path() / "fb0").string()};
+    const gint64 begin = g_get_monotonic_time();
+    pipeline.play();
+    ASSERT_TRUE(pipeline.wait_for(GST_MESSAGE_EOS));
+    EXPECT_GE(g_get_monotonic_time() - begin, G_USEC_PER_SEC * 28 / 60);
+}
+
+TEST_F(LiveViewElementsTest, ProfilerSpeaksOnceASecondWhateverItIsAskedFor) {
+    for (const bool with_load : {false, true}) {
         test_pipeline pipeline{"videotestsrc is-live=true num-buffers=45 ! "
                                "video/x-raw,width=16,height=16,framerate=30/1 ! perf name=perf ! "
                                "fakesink"};
-        set(pipeline["perf"], "print-cpu-load", asked ? "true" : "false");
+        set(pipeline["perf"], "print-cpu-load", with_load ? "true" : "false");
         pipeline.play();
-        const gst_owned<GstMessage> message =
-            pipeline.wait_for(static_cast<GstMessageType>(GST_MESSAGE_INFO | GST_MESSAGE_EOS));
-        ASSERT_TRUE(message);
-        EXPECT_EQ(GST_MESSAGE_TYPE(message.get()), asked ? GST_MESSAGE_INFO : GST_MESSAGE_EOS);
+        int said = 0;
+        for (gst_owned<GstMessage> message;
+             (message = pipeline.wait_for(
+                  static_cast<GstMessageType>(GST_MESSAGE_INFO | GST_MESSAGE_EOS))) &&
+             GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_INFO;) {
+            gchar* text = nullptr;
+            gst_message_parse_info(message.get(), nullptr, &text);
+            const g_text owned{text};
+            EXPECT_EQ(std::string{text}.find("cpu") != std::string::npos, with_load) << text;
+            ++said;
+        }
+        EXPECT_EQ(said, 2) << "at the start and a second later";
     }
 }
 
