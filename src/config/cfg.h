@@ -6,10 +6,25 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 // The one record; main thread only.
 extern settings global_config;
+
+// Marks the file for rewriting, which the loop does after the pass.
+inline int update_conf_file = 0;
+
+// Stores a value that an action takes, and marks the file when it differs from the one before. True
+// when it did.
+template <class Value> bool cfg_store(Value settings::*field, std::type_identity_t<Value> value) {
+    if (global_config.*field == value) {
+        return false;
+    }
+    global_config.*field = value;
+    update_conf_file = 1;
+    return true;
+}
 
 // Reads the file at `path` into the record. 0 when it held at least one key=value line, else 1.
 [[nodiscard]] int cfg_read_config(const char* path);

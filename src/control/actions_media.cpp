@@ -6,7 +6,6 @@
 #include "control/pipe_events.h"
 #include "core/log.h"
 #include "util/files.h"
-#include "util/process_state.h"
 #include "util/text.h"
 #include "video/controls.h"
 #include "video/diagnostics.h"
@@ -111,8 +110,7 @@ int ac_set_enc_type(int type) {
     if (const int refused = gstvideo_change_enc_type(type); refused != 0) {
         return refused;
     }
-    global_config.enc_type = type;
-    update_conf_file = 1;
+    cfg_store(&settings::enc_type, type);
     return 0;
 }
 
@@ -123,8 +121,7 @@ int ac_set_microphone_volume(int volume) {
     if (const int refused = gstvideo_set_microphone_volume(volume); refused != 0) {
         return refused;
     }
-    update_conf_file = 1;
-    global_config.mic_volume = volume;
+    cfg_store(&settings::mic_volume, volume);
     return 0;
 }
 

@@ -7,20 +7,11 @@
 #include "control/reticle_geometry.h"
 #include "core/log.h"
 #include "osd/overlay.h"
-#include "util/process_state.h"
 #include "util/value_tables.h"
 
 #include <cmath>
 
 namespace {
-
-// Keeps a changed value and marks the file for rewriting.
-template <class Value> void store(Value& setting, Value value) {
-    if (setting != value) {
-        setting = value;
-        update_conf_file = 1;
-    }
-}
 
 const char* image_path() {
     return reticle_srcs.at(static_cast<std::size_t>(global_config.reticle_source)).path;
@@ -28,10 +19,6 @@ const char* image_path() {
 
 const char* color_text() {
     return reticle_colors.at(static_cast<std::size_t>(global_config.reticle_color));
-}
-
-bool may_update_overlay() {
-    return !ac_is_handed_over();
 }
 
 } // namespace
@@ -64,9 +51,8 @@ void ac_update_reticle_origin(double x, double y) {
 
 void ac_update_reticle_src(int index) {
     constexpr int size = RETICLE_SRCS_SIZE;
-    const std::int32_t wrapped = (index % size + size) % size;
-    store(global_config.reticle_source, wrapped);
-    if (may_update_overlay()) {
+    cfg_store(&settings::reticle_source, (index % size + size) % size);
+    if (!ac_is_handed_over()) {
         ov_set_reticle(image_path());
     }
 }
@@ -75,8 +61,8 @@ int ac_update_reticle_color(int index) {
     if (!range_of(&settings::reticle_color).holds(index)) {
         return 1;
     }
-    store(global_config.reticle_color, std::int32_t{index});
-    if (may_update_overlay()) {
+    cfg_store(&settings::reticle_color, index);
+    if (!ac_is_handed_over()) {
         ov_pip_reticle_color(color_text());
     }
     return 0;
@@ -86,8 +72,8 @@ int ac_update_reticle_opacity(double opacity) {
     if (!range_of(&settings::reticle_opacity).holds(opacity)) {
         return 1;
     }
-    store(global_config.reticle_opacity, opacity);
-    if (may_update_overlay()) {
+    cfg_store(&settings::reticle_opacity, opacity);
+    if (!ac_is_handed_over()) {
         ov_reticle_opacity(opacity);
     }
     return 0;
@@ -95,16 +81,16 @@ int ac_update_reticle_opacity(double opacity) {
 
 int ac_update_red_dot(int flag) {
     const std::int32_t shown = flag != 0 ? 1 : 0;
-    store(global_config.red_dot, shown);
-    if (may_update_overlay()) {
+    cfg_store(&settings::red_dot, shown);
+    if (!ac_is_handed_over()) {
         ov_red_dot_visibility(shown);
     }
     return 0;
 }
 
 void ac_set_reticle_visible(int flag) {
-    store(global_config.reticle, std::int32_t{flag});
-    if (may_update_overlay()) {
+    cfg_store(&settings::reticle, flag);
+    if (!ac_is_handed_over()) {
         ov_reticle_visible(flag);
     }
 }

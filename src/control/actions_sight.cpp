@@ -9,7 +9,6 @@
 #include "devices/uoled.h"
 #include "osd/overlay.h"
 #include "util/numbers.h"
-#include "util/process_state.h"
 #include "util/tools.h"
 #include "util/value_tables.h"
 
@@ -76,11 +75,7 @@ int ac_get_current_zoom_index() {
 
 int ac_exec_pip_cmd(int factor) {
     const int mode = factor != 0 ? 1 : 0;
-    const bool changed = mode != global_config.pip_mode;
-    if (changed) {
-        global_config.pip_mode = mode;
-        update_conf_file = 1;
-    }
+    const bool changed = cfg_store(&settings::pip_mode, mode);
     if (ac_is_handed_over()) {
         return 0;
     }
@@ -103,10 +98,7 @@ int ac_exec_luminance_cmd(int index) {
     if (!range_of(&settings::luminance).holds(index)) {
         return 1;
     }
-    if (index != global_config.luminance) {
-        global_config.luminance = index;
-        update_conf_file = 1;
-    }
+    cfg_store(&settings::luminance, index);
     if (is_hdmi_connected() != 0) {
         log_message(LEVEL_WARN, "HDMI connected - skip oled command");
         return 0;
@@ -137,10 +129,7 @@ int ac_update_nuc_type(int type) {
     if (!range_of(&settings::nuc_type).holds(type)) {
         return 1;
     }
-    if (type != global_config.nuc_type) {
-        global_config.nuc_type = type;
-        update_conf_file = 1;
-    }
+    cfg_store(&settings::nuc_type, type);
     if (ac_is_handed_over()) {
         return 0;
     }

@@ -4,7 +4,6 @@
 #include "config/cfg.h"
 #include "config/settings.h"
 #include "core/log.h"
-#include "util/process_state.h"
 
 #include <ctime>
 
