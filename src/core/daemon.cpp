@@ -25,7 +25,7 @@ void fork_and_leave() {
     }
 }
 
-// One call, since the limit of descriptors may be a thousand million; kernels before 5.9 lack it.
+// One call, since the limit of descriptors may be 10^9; kernels before 5.9 lack it.
 void close_all_descriptors() {
     if (close_range(0, ~0U, 0) == 0) {
         return;
