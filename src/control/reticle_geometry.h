@@ -1,4 +1,4 @@
-// Where the reticle stands at a zoom scale, and on which point the thermal core centres.
+// Where the reticle is at a zoom scale, and on which point the thermal core centres.
 #pragma once
 
 struct point {

@@ -16,6 +16,6 @@ struct cmdline_options {
 // Version, build date and build kind, as logged at start-up.
 extern const char* const version_banner;
 
-// Reads the options and sets log_verbose. Help, asked for or after an option that makes no sense,
-// ends the process with status 0 or 1.
+// Reads the options and sets log_verbose. Help, asked for or after an invalid option, ends the
+// process with status 0 or 1.
 [[nodiscard]] cmdline_options parse_cmdline_opts(int argc, char* argv[]);

@@ -1,8 +1,8 @@
 // The event aggregator: the daemon's only wait point.
 //
 // Every descriptor that can wake the daemon is registered here with a type and one word of user
-// data. The aggregator never opens or closes a descriptor: whoever registered it owns it, and may
-// close it before or after unregistering it.
+// data. The aggregator never opens or closes a descriptor: the module that registered it owns it,
+// and may close it before or after unregistering it.
 #pragma once
 
 #include <cstddef>
@@ -30,7 +30,7 @@ struct user_event {
 };
 
 // Registers `fd`, which may be negative (it never becomes ready). 0 when the descriptor is, or
-// already was, registered with that type; 1 when it stands with another type or 32 are in use.
+// already was, registered with that type; 1 when it has another type or 32 are in use.
 [[nodiscard]] int ea_register_event(int fd, int type, std::uintptr_t user_data);
 
 // Takes `fd` out; 0, or -1 when it is not registered.
@@ -42,5 +42,5 @@ struct user_event {
 // the wait itself failed.
 [[nodiscard]] std::span<const user_event> ea_poll_events();
 
-// True while the very registration that `event` was taken from still stands.
+// True while the registration that `event` was taken from is in the table.
 [[nodiscard]] bool ea_is_registered(const user_event& event);

@@ -17,7 +17,7 @@ int signals_init() {
         return -1;
     }
     std::signal(SIGPIPE, SIG_IGN);
-    // Ignored by whoever started us, it would hide the status of every tool that we run.
+    // If our parent ignored it, no tool that we run would have a status.
     std::signal(SIGCHLD, SIG_DFL);
     return signalfd(-1, &set, SFD_CLOEXEC);
 }

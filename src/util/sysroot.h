@@ -1,4 +1,4 @@
-// The one seam to the machine: a folder that stands in front of every absolute path.
+// The one seam to the machine: a folder in front of every absolute path.
 #pragma once
 
 #include <string>

@@ -4,6 +4,7 @@
 #include "core/imem.h"
 
 #include <cstddef>
+#include <utility>
 
 class text_buffer {
 public:
