@@ -14,7 +14,8 @@ public:
         : value_(std::forward<Arguments>(arguments)...) {}
     never_destroyed(const never_destroyed&) = delete;
     never_destroyed& operator=(const never_destroyed&) = delete;
-    ~never_destroyed() {} // a member of a union is left alone
+    // Leaves the value alone; the default one would be deleted, as the union's is.
+    ~never_destroyed() {} // NOLINT(modernize-use-equals-default)
 
     constexpr Value& operator*() { return value_; }
     constexpr Value* operator->() { return &value_; }
