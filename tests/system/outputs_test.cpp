@@ -219,6 +219,25 @@ TEST(Outputs, RecordingThatJoinsAStreamHasItsSoundInStep) {
     EXPECT_NEAR(static_cast<double>(recorded.video->packets.size()), 60.0, 20.0);
 }
 
+// Its encoder runs on with the stream when the first recording ends.
+TEST(Outputs, RecordingThatJoinsARunningEncoderBeginsWithAKeyFrame) {
+    const board board{"record_enc_gop=300\ntcp_stream_port=" + std::to_string(free_port()) + "\n"};
+    vtrdc_daemon daemon{board};
+    ASSERT_TRUE(daemon.wait_until_live());
+    EXPECT_EQ(daemon.ask("c:enable_tcp_stream:i:1"), "r:enable_tcp_stream:n:");
+    for (int recording = 1; recording <= 3; ++recording) {
+        EXPECT_EQ(daemon.ask("c:enable_record:i:1"), "r:enable_record:n:");
+        ASSERT_TRUE(board.wait_for_frames(45));
+        EXPECT_EQ(daemon.ask("c:enable_record:i:0"), "r:enable_record:n:");
+        ASSERT_TRUE(daemon.wait_for_count("Got EoS event on pipe 5\n", recording));
+        const std::filesystem::path file = files_in(board.at("/media/video")).back();
+        EXPECT_EQ(complaints(file), "");
+        EXPECT_TRUE(probe(file).video->packets.front().key);
+    }
+    EXPECT_EQ(daemon.count("Creating record video encoding.."), 1);
+    EXPECT_EQ(daemon.stop(), 0);
+}
+
 // The HTTP stream alone lets the type change: all branches end all the same.
 TEST(Outputs, TypeThatChangedSinceTheStartEndsAllBranches) {
     const int port = free_port();

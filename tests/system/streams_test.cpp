@@ -117,6 +117,17 @@ TEST_F(StreamTest, PushGoesOnByItselfWhenTheServerComesBack) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
+TEST_F(StreamTest, PushIsOneConnectionFromTheFirstPictureOn) {
+    push_server server{http_port_};
+    start_daemon();
+    ask_for("enable_http_stream", true);
+    EXPECT_TRUE(server.wait_for_bytes(4 * SOME_SECONDS));
+    EXPECT_EQ(server.connections(), 1);
+    EXPECT_EQ(daemon_->count("event detected"), 0);
+    EXPECT_EQ(daemon_->count("[WARN]"), 0);
+    EXPECT_EQ(daemon_->stop(), 0);
+}
+
 TEST_F(StreamTest, PushToAServerThatNeverReadsEnds) {
     start_daemon("stream_enc_bitrate=20000\n");
     push_server server{http_port_, true};

@@ -207,7 +207,7 @@ void push_server::accept_client() {
     }
     client_ = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     const std::scoped_lock lock{mutex_};
-    connected_ = true;
+    ++connections_;
     received_.clear();
     changed_.notify_all();
 }
@@ -236,9 +236,14 @@ void push_server::answer(std::string_view text) const {
     send(client_, text.data(), text.size(), MSG_NOSIGNAL);
 }
 
+int push_server::connections() {
+    const std::scoped_lock lock{mutex_};
+    return connections_;
+}
+
 bool push_server::wait_for_client() {
     std::unique_lock lock{mutex_};
-    return changed_.wait_for(lock, WAIT_LIMIT, [this] { return connected_; });
+    return changed_.wait_for(lock, WAIT_LIMIT, [this] { return connections_ > 0; });
 }
 
 bool push_server::wait_for_bytes(std::size_t bytes) {

@@ -53,6 +53,9 @@ public:
     [[nodiscard]] bool wait_for_client();
     [[nodiscard]] bool wait_for_bytes(std::size_t bytes);
 
+    // How many connections there have been.
+    [[nodiscard]] int connections();
+
     // The request line and headers of the latest push, and its body so far.
     [[nodiscard]] std::string head();
     [[nodiscard]] std::string body();
@@ -69,7 +72,7 @@ private:
     int client_ = -1;
     std::mutex mutex_; // what follows
     std::condition_variable changed_;
-    bool connected_ = false;
+    int connections_ = 0;
     std::string received_; // of the latest connection
     std::thread thread_;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <string>
 #include <sys/types.h>
@@ -9,7 +10,19 @@
 struct resources {
     long descriptors = 0;
     long threads = 0;
+    long memory_kb = 0; // resident and the process's own
 };
+
+// The figure that a line of a file under /proc holds behind its label; 0 when there is none.
+inline long proc_figure(const std::filesystem::path& file, const std::string& label) {
+    std::ifstream lines{file};
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(label)) {
+            return std::stol(line.substr(label.size()));
+        }
+    }
+    return 0;
+}
 
 inline resources resources_of(pid_t process) {
     const std::filesystem::path folder = "/proc/" + std::to_string(process);
@@ -17,5 +30,5 @@ inline resources resources_of(pid_t process) {
         return std::distance(std::filesystem::directory_iterator{folder / name},
                              std::filesystem::directory_iterator{});
     };
-    return {entries("fd"), entries("task")};
+    return {entries("fd"), entries("task"), proc_figure(folder / "status", "RssAnon:")};
 }
