@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-using namespace command_rows;
+using namespace argument_rows;
 
 constexpr std::array<command_row, CMD_LIST_SIZE> cmd_list{{
 #define VTRDC_COMMAND(name, handler, takes, help) {name, handler, takes, help},

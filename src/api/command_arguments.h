@@ -27,18 +27,18 @@ struct command_arguments {
 };
 
 // How the rows of command_list.inc write what they take.
-namespace command_rows {
+namespace argument_rows {
 
 template <class... Rows> consteval command_arguments takes(Rows... rows) {
     static_assert(sizeof...(rows) <= ARGUMENT_ROWS_MAX);
     return {.rows = {rows...}, .count = sizeof...(rows)};
 }
 
-inline constexpr argument_row a_flag{argument_kind::flag, setting_ranges::off_or_on};
-inline constexpr argument_row an_integer{argument_kind::integer, {}};
-inline constexpr argument_row a_pipe{argument_kind::integer,
-                                     setting_ranges::from_to(0, PIPE_COUNT - 1)};
-inline constexpr argument_row a_text{argument_kind::text, {}};
+inline constexpr argument_row FLAG{argument_kind::flag, setting_ranges::OFF_OR_ON};
+inline constexpr argument_row INTEGER{argument_kind::integer, {}};
+inline constexpr argument_row PIPE_NUMBER{argument_kind::integer,
+                                          setting_ranges::from_to(0, PIPE_COUNT - 1)};
+inline constexpr argument_row TEXT{argument_kind::text, {}};
 
 consteval argument_kind kind_of(std::int32_t settings::* /*field*/) {
     return argument_kind::integer;
@@ -57,4 +57,4 @@ consteval argument_row value_of(auto field) {
     return {kind_of(field), range_of(field)};
 }
 
-} // namespace command_rows
+} // namespace argument_rows

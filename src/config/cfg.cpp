@@ -103,7 +103,7 @@ void append_value(text_buffer& text, const char* key, const char* value) {
 
 void correct_index(const parse_row& row, std::int32_t settings::*field) {
     std::int32_t& index = global_config.*field;
-    if (row.range.selects_entry && !row.range.holds(index)) {
+    if (row.range.is_index && !row.range.holds(index)) {
         log_message(LEVEL_WARN, "%s=%d selects no entry, using 0", row.key,
                     static_cast<int>(index));
         index = 0;

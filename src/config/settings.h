@@ -31,7 +31,7 @@ using settings_field =
 struct value_range {
     double least = -std::numeric_limits<double>::infinity();
     double most = std::numeric_limits<double>::infinity();
-    bool selects_entry = false; // of a table
+    bool is_index = false; // of a table
 
     // False for what is not a number.
     [[nodiscard]] constexpr bool holds(double value) const {
@@ -48,8 +48,8 @@ struct parse_row {
 // How the rows write their ranges.
 namespace setting_ranges {
 
-inline constexpr value_range any_value{};
-inline constexpr value_range off_or_on{.least = 0, .most = 1};
+inline constexpr value_range ANY_VALUE{};
+inline constexpr value_range OFF_OR_ON{.least = 0, .most = 1};
 
 consteval value_range at_least(double least) {
     return {.least = least};
@@ -60,7 +60,7 @@ consteval value_range from_to(double least, double most) {
 }
 
 template <class Table> consteval value_range entry_of(const Table& table) {
-    return {.least = 0, .most = static_cast<double>(table.size() - 1), .selects_entry = true};
+    return {.least = 0, .most = static_cast<double>(table.size() - 1), .is_index = true};
 }
 
 constexpr auto make_parse_table() {

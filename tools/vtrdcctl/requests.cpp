@@ -12,7 +12,7 @@ namespace {
 // What the daemon reads of one request; a longer one would be cut.
 constexpr std::size_t REQUEST_MAX = 2047;
 
-using namespace command_rows;
+using namespace argument_rows;
 
 // What follows "argc:N, " in the help.
 constexpr std::string_view wording(std::string_view help) {
