@@ -11,7 +11,7 @@ const MARKS = {
 /** The daemon's help, split into the text and the meaning of its marks. */
 export function explain({ arguments: count, help }) {
     const marks = new Set([...help.matchAll(/\[([@!*%]+)\]/g)].flatMap(([, each]) => [...each]));
-    const text = help.replace(/\s*\[[@!*%]+\]/g, '').replace(/^argc:\d+,?\s*(-\s*)?/, '').replace(/,\s*$/, '');
+    const text = help.replace(/\s*\[[@!*%]+\]/g, '').replace(/,\s*$/, '');
     const needs = count === 0 ? 'no arguments' : count === 1 ? '1 argument' : `${count} arguments`;
     return { needs, text, marks: [...marks].map((mark) => MARKS[mark]) };
 }

@@ -43,7 +43,7 @@ function display(server, { luminance: levels }) {
     );
 }
 
-function reticle(server, { reticle_images: images, reticle_colors: colors }) {
+function reticle(server, { reticle_images: images, reticle_colors: colors }, opacity) {
     byId('reticle').append(
         toggle(server, {
             id: 'reticle-on', name: 'Reticle', drawing: 'sight',
@@ -63,32 +63,33 @@ function reticle(server, { reticle_images: images, reticle_colors: colors }) {
             read: setting('reticle_color'), ask: index('set_reticle_color'),
         }),
         slider(server, {
-            id: 'reticle-opacity', name: 'Opacity', max: 1, step: 0.05, read: setting('reticle_opacity'),
-            ask: (value) => command(`set_reticle_opacity ${value}`), text: (value) => value.toFixed(2),
+            id: 'reticle-opacity', name: 'Opacity', range: opacity, step: 0.05,
+            read: setting('reticle_opacity'), ask: (value) => command(`set_reticle_opacity ${value}`), text: (value) => value.toFixed(2),
         }),
     );
 }
 
-function sound(server) {
+function sound(server, volume) {
     byId('sound').append(
         list(server, {
             id: 'encoding', name: 'Encoding', choices: ENCODING_TYPES,
             read: setting('enc_type'), ask: index('set_enc_type'),
         }),
         slider(server, {
-            id: 'mic-volume', name: 'Mic volume', max: 100, step: 1, read: setting('mic_volume'),
+            id: 'mic-volume', name: 'Mic volume', range: volume, step: 1, read: setting('mic_volume'),
             ask: index('set_mic_volume'), text: (value) => `${value} %`,
         }),
     );
 }
 
-/** The choices come from the sight, before its first state. */
+/** Choices and ranges come from the sight, before its first state. */
 export function startControls(server) {
-    const stop = server.on('hello', ({ choices }) => {
+    const stop = server.on('hello', ({ choices, commands }) => {
+        const rangeOf = (name) => commands.find((each) => each.name === name).range;
         stop();
         outputs(server);
         display(server, choices);
-        reticle(server, choices);
-        sound(server);
+        reticle(server, choices, rangeOf('set_reticle_opacity'));
+        sound(server, rangeOf('set_mic_volume'));
     });
 }

@@ -163,9 +163,10 @@ export function list(server, { id, name, choices, read, ask }) {
     return el('div', { className: 'control' }, el('label', { className: 'control-name', htmlFor: id }, name), select);
 }
 
-/** A number from a range; it is sent when the slider is released. */
-export function slider(server, { id, name, max, step, read, ask, text }) {
-    const input = el('input', { type: 'range', id, min: '0', max: String(max), step: String(step), value: '0' });
+/** A number from a range, least and most; it is sent when the slider is released. */
+export function slider(server, { id, name, range, step, read, ask, text }) {
+    const [min, max] = range.map(String);
+    const input = el('input', { type: 'range', id, min, max, step: String(step), value: min });
     const shown = el('output', { className: 'number', htmlFor: id }, '--');
     let isHeld = false;
     const showText = () => {

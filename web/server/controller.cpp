@@ -4,6 +4,7 @@
 #include "util/value_tables.h"
 #include "vtrdcctl/requests.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 
@@ -28,11 +29,19 @@ json choices() {
         {"luminance", lum_values}, {"reticle_images", images}, {"reticle_colors", reticle_colors}};
 }
 
+// Least and most that the command's only argument can be; null without limits.
+json range_of(const command_arguments& taken) {
+    const value_range& range = taken.rows.front().range;
+    return taken.count == 1 && std::isfinite(range.most) ? json{range.least, range.most} : json();
+}
+
 json hello(const std::string& board, const std::string& start) {
     json commands = json::array();
     for (const client_command& each : all_commands()) {
-        commands.push_back(
-            {{"name", each.name}, {"arguments", each.takes.count}, {"help", each.help}});
+        commands.push_back({{"name", each.name},
+                            {"arguments", each.takes.count},
+                            {"range", range_of(each.takes)},
+                            {"help", each.help}});
     }
     return {{"type", "hello"},        {"board", board},       {"sim_command", sim_command_name()},
             {"start_command", start}, {"commands", commands}, {"choices", choices()}};
