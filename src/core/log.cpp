@@ -60,7 +60,8 @@ void write_line(int level, const char* message, int error_number) {
     }
 }
 
-void write_message(int level, int error_number, const char* format, std::va_list arguments) {
+[[gnu::format(printf, 3, 0)]] void write_message(int level, int error_number, const char* format,
+                                                 std::va_list arguments) {
     std::array<char, MESSAGE_SIZE> message; // filled just below
     std::vsnprintf(message.data(), message.size(), format, arguments);
     write_line(level, message.data(), error_number);
