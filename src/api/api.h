@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <span>
 #include <string_view>
 
@@ -23,11 +24,12 @@ struct command_row {
     const char* help;
 };
 
-inline constexpr std::size_t CMD_LIST_SIZE = 0
-#define VTRDC_COMMAND(name, handler, takes, help) +1
+inline constexpr std::initializer_list<const char*> command_names{
+#define VTRDC_COMMAND(name, handler, takes, help) name,
 #include "api/command_list.inc"
 #undef VTRDC_COMMAND
-    ;
+};
+inline constexpr std::size_t CMD_LIST_SIZE = command_names.size();
 
 // All commands in the order of the help.
 extern const std::array<command_row, CMD_LIST_SIZE> cmd_list;
