@@ -47,6 +47,8 @@ TEST(VtrdcctlRequestTest, TypeFollowsTheArguments) {
     EXPECT_EQ(request("enable_http_stream", {"1"}), "c:enable_http_stream:i:1");
     EXPECT_EQ(request("set_origin", {"512.5", "-3"}), "c:set_origin:l:512.5,-3");
     EXPECT_EQ(request("set_origin", {"512.5,-3"}), "c:set_origin:l:512.5,-3");
+    const client_command of_text{"label", argument_rows::takes(argument_rows::TEXT), ""};
+    EXPECT_EQ(request_for(of_text, words{"on, 2"}), "c:label:s:on, 2");
 }
 
 TEST(VtrdcctlRequestTest, WhatTheDaemonWouldReadDifferentlyIsRefused) {
@@ -91,7 +93,7 @@ TEST(VtrdcctlScriptTest, BlanksSeparateAndQuotesKeep) {
 std::string manual_entry(const client_command& command) {
     std::string arguments;
     for (std::size_t i = 1; i <= command.takes.count; ++i) {
-        arguments += command.takes.is_list() ? " argument" + std::to_string(i) : " number";
+        arguments += " " + argument_name(command, i);
     }
     const std::string name{command.name};
     const std::string heading =

@@ -66,9 +66,7 @@ void add_command(CLI::App& parser, const client_command& command) {
         parser.add_subcommand(std::string{command.name}, std::string{command.help});
     entry->group("Commands")->fallthrough();
     for (std::size_t i = 1; i <= command.takes.count; ++i) {
-        const std::string name =
-            command.takes.is_list() ? "argument" + std::to_string(i) : "number";
-        entry->add_option(name)->group(""); // in the usage line only
+        entry->add_option(argument_name(command, i))->group(""); // in the usage line only
     }
 }
 

@@ -43,6 +43,10 @@ usage_error refusal(const client_command& command, const std::string& problem) {
     return usage_error{std::string{command.name} + ": " + problem};
 }
 
+bool is_text(const client_command& command) {
+    return command.takes.rows.front().kind == argument_kind::text;
+}
+
 std::string number_data(const client_command& command, const std::string& argument) {
     // To the daemon, a word such as "on" would be 0.
     if (!is_number(argument)) {
@@ -81,7 +85,10 @@ std::string data_for(const client_command& command, std::span<const std::string>
     if (count == 0) {
         return "n:";
     }
-    return count == 1 ? number_data(command, arguments.front()) : list_data(command, arguments);
+    if (command.takes.is_list()) {
+        return list_data(command, arguments);
+    }
+    return is_text(command) ? "s:" + arguments.front() : number_data(command, arguments.front());
 }
 
 } // namespace
@@ -96,6 +103,13 @@ const client_command& find_command(std::string_view name) {
         throw usage_error{"no such command: " + std::string{name}};
     }
     return *found;
+}
+
+std::string argument_name(const client_command& command, std::size_t number) {
+    if (command.takes.is_list()) {
+        return "argument" + std::to_string(number);
+    }
+    return is_text(command) ? "text" : "number";
 }
 
 std::string request_for(const client_command& command, std::span<const std::string> arguments) {

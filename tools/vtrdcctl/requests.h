@@ -3,6 +3,7 @@
 
 #include "api/command_arguments.h"
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ struct client_command {
 
 // The command of exactly that name; a usage_error when there is none.
 [[nodiscard]] const client_command& find_command(std::string_view name);
+
+// The word for an argument, counted from 1, in a usage line.
+[[nodiscard]] std::string argument_name(const client_command& command, std::size_t number);
 
 // The request for a command with these arguments. Those of a list may come as one word, which is
 // then sent as it is. A usage_error when the daemon would not read these arguments out of it.
