@@ -51,6 +51,21 @@ argument_list arguments_in(char* data, const command_arguments& taken) {
     return taken.is_list() ? split_arg_list(data) : argument_list{.arguments = {data}, .count = 1};
 }
 
+malloc_text run(const command_row& row, char* data) {
+    const argument_list list = arguments_in(data, row.takes);
+    if (row.takes.is_list() && list.count != row.takes.count) {
+        return error_reply(row.name, "Invalid argument count");
+    }
+    malloc_text text;
+    const int result = row.handler(std::span{list.arguments}.first(list.count), text);
+    return ipc_serialize({
+        .ctype = result == 0 ? 'r' : 'e',
+        .cmd = row.name,
+        .dtype = text ? 's' : 'n',
+        .data = text.get(),
+    });
+}
+
 } // namespace
 
 malloc_text process_ipc(char* request) {
@@ -62,18 +77,7 @@ malloc_text process_ipc(char* request) {
     if (row == nullptr) {
         return error_reply(message.cmd, "Unknown command");
     }
-    const argument_list list = arguments_in(message.data, row->takes);
-    if (row->takes.is_list() && list.count != row->takes.count) {
-        return error_reply(message.cmd, "Invalid argument count");
-    }
-    malloc_text text;
-    const int result = row->handler(std::span{list.arguments}.first(list.count), text);
-    return ipc_serialize({
-        .ctype = result == 0 ? 'r' : 'e',
-        .cmd = message.cmd,
-        .dtype = text ? 's' : 'n',
-        .data = text.get(),
-    });
+    return run(*row, message.data);
 }
 
 const command_row* api_locate_command(std::string_view name) {
