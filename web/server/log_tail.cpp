@@ -22,7 +22,7 @@ constexpr std::size_t LINES_MAX = 2000;
 constexpr std::size_t LINE_BYTES_MAX = 8192;
 
 // Of a long log, so much is read in one turn of the main loop.
-constexpr std::size_t SLICE_BYTES_MAX = 1024 * 1024;
+constexpr std::size_t SLICE_BYTES_MAX = std::size_t{1024} * 1024;
 
 } // namespace
 
