@@ -14,19 +14,19 @@ namespace {
 
 enum property : guint { prop_device = 1 };
 
-constexpr const char* caps_text = "audio/x-raw, format=S16LE, layout=interleaved, "
+constexpr const char* CAPS_TEXT = "audio/x-raw, format=S16LE, layout=interleaved, "
                                   "rate={48000, 44100}, channels=2";
-constexpr guint channels = 2;
+constexpr guint CHANNELS = 2;
 
-constexpr guint tone_hz = 440;
+constexpr guint TONE_HZ = 440;
 // Soft, as a microphone is: amplified fifty times it just fills the range of a sample.
-constexpr double amplitude = 32767.0 / 50;
+constexpr double AMPLITUDE = 32767.0 / 50;
 
 // A buffer is what a card hands over at once. The card's own memory holds a second of them while
 // nobody takes them; what is older is lost.
-constexpr guint periods_a_second = 50;
-constexpr GstClockTime period_time = GST_SECOND / periods_a_second;
-constexpr guint64 card_periods = 50;
+constexpr guint PERIODS_A_SECOND = 50;
+constexpr GstClockTime PERIOD_TIME = GST_SECOND / PERIODS_A_SECOND;
+constexpr guint64 CARD_PERIODS = 50;
 
 struct source_state {
     std::mutex mutex; // the property
@@ -72,7 +72,7 @@ GstCaps* fixate(GstBaseSrc*, GstCaps* caps) noexcept {
 }
 
 guint samples_a_period(const source_state& state) {
-    return state.rate / periods_a_second;
+    return state.rate / PERIODS_A_SECOND;
 }
 
 gboolean set_caps(GstBaseSrc* base, GstCaps* caps) noexcept {
@@ -80,7 +80,7 @@ gboolean set_caps(GstBaseSrc* base, GstCaps* caps) noexcept {
     gint rate = 0;
     gst_structure_get_int(gst_caps_get_structure(caps, 0), "rate", &rate);
     state.rate = static_cast<guint>(rate);
-    gst_base_src_set_blocksize(base, samples_a_period(state) * channels * guint{sizeof(gint16)});
+    gst_base_src_set_blocksize(base, samples_a_period(state) * CHANNELS * guint{sizeof(gint16)});
     return TRUE;
 }
 
@@ -88,7 +88,7 @@ gboolean query(GstBaseSrc* base, GstQuery* what) noexcept {
     if (GST_QUERY_TYPE(what) != GST_QUERY_LATENCY) {
         return GST_BASE_SRC_CLASS(sim_alsasrc_parent_class)->query(base, what);
     }
-    gst_query_set_latency(what, TRUE, period_time, card_periods * period_time);
+    gst_query_set_latency(what, TRUE, PERIOD_TIME, CARD_PERIODS * PERIOD_TIME);
     return TRUE;
 }
 
@@ -100,24 +100,24 @@ sim::waited wait_for_period(SimMicrophone* self, bool& lost) {
     if (!GST_CLOCK_TIME_IS_VALID(state.first_time)) {
         state.first_time = now;
     }
-    const guint64 recorded = (now - state.first_time) / period_time;
-    lost = recorded > state.period + card_periods;
+    const guint64 recorded = (now - state.first_time) / PERIOD_TIME;
+    lost = recorded > state.period + CARD_PERIODS;
     if (lost) {
-        state.period = recorded - card_periods;
+        state.period = recorded - CARD_PERIODS;
     }
-    const GstClockTime due = state.first_time + (state.period + 1) * period_time;
+    const GstClockTime due = state.first_time + (state.period + 1) * PERIOD_TIME;
     return state.wait.wait(due > now ? due - now : 0);
 }
 
 // The tone has a whole number of waves a second, so it goes on over all periods without a step.
 gint16 tone_at(guint64 sample, guint rate) {
-    const auto turn = static_cast<double>(sample % rate * tone_hz % rate) / rate;
-    return static_cast<gint16>(std::lround(amplitude * std::sin(2 * std::numbers::pi * turn)));
+    const auto turn = static_cast<double>(sample % rate * TONE_HZ % rate) / rate;
+    return static_cast<gint16>(std::lround(AMPLITUDE * std::sin(2 * std::numbers::pi * turn)));
 }
 
 void record(const source_state& state, guint64 sample, std::span<gint16> to) {
     for (std::size_t i = 0; i < to.size(); ++i) {
-        to[i] = tone_at(sample + i / channels, state.rate);
+        to[i] = tone_at(sample + i / CHANNELS, state.rate);
     }
 }
 
@@ -135,8 +135,8 @@ GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
     const guint64 sample = state.period * samples_a_period(state);
     record(state, sample, {reinterpret_cast<gint16*>(map.data), map.size / sizeof(gint16)});
     gst_buffer_unmap(buffer, &map);
-    GST_BUFFER_PTS(buffer) = state.first_time + state.period * period_time;
-    GST_BUFFER_DURATION(buffer) = period_time;
+    GST_BUFFER_PTS(buffer) = state.first_time + state.period * PERIOD_TIME;
+    GST_BUFFER_DURATION(buffer) = PERIOD_TIME;
     GST_BUFFER_OFFSET(buffer) = sample;
     GST_BUFFER_OFFSET_END(buffer) = sample + samples_a_period(state);
     if (lost) {
@@ -187,7 +187,7 @@ static void sim_alsasrc_class_init(SimMicrophoneClass* klass) {
 
     auto* element = GST_ELEMENT_CLASS(klass);
     sim::describe(element, "Microphone", "Source/Audio", "Hears a steady tone");
-    sim::add_pad(element, GST_PAD_SRC, caps_text);
+    sim::add_pad(element, GST_PAD_SRC, CAPS_TEXT);
 
     sim::flush_through_wait<SimMicrophone>(klass);
     auto* source = GST_BASE_SRC_CLASS(klass);

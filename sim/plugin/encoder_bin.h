@@ -11,8 +11,8 @@
 namespace sim {
 
 // The values of an encoder's settings, in the order of its rows.
-inline constexpr std::size_t max_encoder_settings = 4;
-using encoder_values = std::array<gint, max_encoder_settings>;
+inline constexpr std::size_t ENCODER_SETTINGS_MAX = 4;
+using encoder_values = std::array<gint, ENCODER_SETTINGS_MAX>;
 
 // A property. `apply` hands its value on to the encoding element; it is called when the bin is made
 // and with each change, from whatever thread makes it.
@@ -32,7 +32,7 @@ struct encoder_kind {
     const char* sink_caps; // what it takes, nothing else that the chain would
     const char* src_caps;
     const char* kept_field; // of the input's caps, which the output shares; null: none
-    std::span<const encoder_setting> settings; // at most max_encoder_settings
+    std::span<const encoder_setting> settings; // at most ENCODER_SETTINGS_MAX
 };
 
 } // namespace sim

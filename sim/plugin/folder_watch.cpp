@@ -19,22 +19,22 @@ namespace sim {
 namespace {
 
 // A file that is a link's target, missing at first, lies in a folder that is only on the way.
-constexpr unsigned events_on_the_way =
+constexpr unsigned EVENTS_ON_THE_WAY =
     IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE;
 
 // As many as the kernel follows.
-constexpr int max_links = 40;
+constexpr int LINKS_MAX = 40;
 
 unsigned events_in_folder(folder_watch::counting what) {
     switch (what) {
     case folder_watch::counting::every_touch:
-        return events_on_the_way | IN_MODIFY | IN_ATTRIB;
+        return EVENTS_ON_THE_WAY | IN_MODIFY | IN_ATTRIB;
     case folder_watch::counting::every_write:
-        return events_on_the_way | IN_MODIFY;
+        return EVENTS_ON_THE_WAY | IN_MODIFY;
     case folder_watch::counting::whole_files:
         break;
     }
-    return events_on_the_way;
+    return EVENTS_ON_THE_WAY;
 }
 
 // One that has a second name was complete before.
@@ -109,12 +109,12 @@ fs::path folder_watch::watch_way(const fs::path& path) {
         } else if (name == "..") {
             done = done.parent_path();
         } else if (!name.empty() && name != ".") {
-            if (auto* const folder = watch_folder(done, events_on_the_way)) {
+            if (auto* const folder = watch_folder(done, EVENTS_ON_THE_WAY)) {
                 folder->names[name].insert(path);
             }
             done /= name;
             const fs::path target = fs::read_symlink(done, error);
-            if (!target.empty() && ++links <= max_links) {
+            if (!target.empty() && ++links <= LINKS_MAX) {
                 done = done.parent_path();
                 rest.insert(rest.begin(), target.begin(), target.end());
             }

@@ -15,9 +15,9 @@ namespace sim {
 namespace {
 
 // What the sensor shows before the first picture, as with its shutter closed.
-constexpr std::uint8_t closed_grey = 96;
+constexpr std::uint8_t CLOSED_GREY = 96;
 
-constexpr const char* conversion =
+constexpr const char* CONVERSION =
     " ! videoconvert ! videoscale ! video/x-raw, format=GRAY8, width=640, height=480, "
     "pixel-aspect-ratio=1/1 ! appsink name=sink sync=false max-buffers=3";
 
@@ -50,7 +50,7 @@ constexpr blob blobs[] = {
 
 } // namespace
 
-footage::footage(GstElement* camera) : camera_(camera), picture_(sensor_pixels, closed_grey) {}
+footage::footage(GstElement* camera) : camera_(camera), picture_(SENSOR_PIXELS, CLOSED_GREY) {}
 
 void footage::open(const std::string& path, GstClockTime time) {
     close();
@@ -67,7 +67,7 @@ void footage::open(const std::string& path, GstClockTime time) {
 
 void footage::play(const std::string& path) {
     const std::string description =
-        std::string(live_ ? "v4l2src name=file" : "filesrc name=file ! decodebin") + conversion;
+        std::string(live_ ? "v4l2src name=file" : "filesrc name=file ! decodebin") + CONVERSION;
     GError* problem = nullptr;
     player_ = own_floating(gst_parse_launch(description.c_str(), &problem));
     const g_error_owned owned_problem(problem);
@@ -96,7 +96,7 @@ grey_picture footage::at(GstClockTime time) {
     } else {
         draw_own_scene(time);
     }
-    return grey_picture(picture_.data(), sensor_pixels);
+    return grey_picture(picture_.data(), SENSOR_PIXELS);
 }
 
 void footage::begin_loop(GstClockTime time) {
@@ -164,22 +164,22 @@ void footage::take(GstSample* sample) {
 
 void footage::draw_own_scene(GstClockTime time) {
     const double seconds = static_cast<double>(time) / GST_SECOND;
-    for (int y = 0; y < sensor_height; ++y) {
-        const std::uint8_t cool = static_cast<std::uint8_t>(40 + 60 * y / sensor_height);
-        std::fill_n(picture_.begin() + std::ptrdiff_t{y} * sensor_width, sensor_width, cool);
+    for (int y = 0; y < SENSOR_HEIGHT; ++y) {
+        const std::uint8_t cool = static_cast<std::uint8_t>(40 + 60 * y / SENSOR_HEIGHT);
+        std::fill_n(picture_.begin() + std::ptrdiff_t{y} * SENSOR_WIDTH, SENSOR_WIDTH, cool);
     }
     for (const blob& each : blobs) {
-        const int radius = static_cast<int>(each.radius * sensor_height);
+        const int radius = static_cast<int>(each.radius * SENSOR_HEIGHT);
         const int x =
-            static_cast<int>((0.5 + 0.4 * std::sin(seconds * each.x_speed)) * sensor_width);
+            static_cast<int>((0.5 + 0.4 * std::sin(seconds * each.x_speed)) * SENSOR_WIDTH);
         const int y =
-            static_cast<int>((0.5 + 0.4 * std::sin(seconds * each.y_speed)) * sensor_height);
-        for (int row = std::max(0, y - radius); row < std::min(sensor_height, y + radius); ++row) {
-            for (int column = std::max(0, x - radius); column < std::min(sensor_width, x + radius);
+            static_cast<int>((0.5 + 0.4 * std::sin(seconds * each.y_speed)) * SENSOR_HEIGHT);
+        for (int row = std::max(0, y - radius); row < std::min(SENSOR_HEIGHT, y + radius); ++row) {
+            for (int column = std::max(0, x - radius); column < std::min(SENSOR_WIDTH, x + radius);
                  ++column) {
                 const double distance = std::hypot(column - x, row - y) / radius;
                 std::uint8_t& pixel =
-                    picture_[static_cast<std::size_t>(row * sensor_width + column)];
+                    picture_[static_cast<std::size_t>(row * SENSOR_WIDTH + column)];
                 pixel = static_cast<std::uint8_t>(
                     std::min(255.0, pixel + each.warmth * std::max(0.0, 1.0 - distance)));
             }

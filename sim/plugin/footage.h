@@ -13,9 +13,9 @@
 
 namespace sim {
 
-inline constexpr std::size_t sensor_pixels = std::size_t{sensor_width} * sensor_height;
+inline constexpr std::size_t SENSOR_PIXELS = std::size_t{SENSOR_WIDTH} * SENSOR_HEIGHT;
 
-using grey_picture = std::span<const std::uint8_t, sensor_pixels>;
+using grey_picture = std::span<const std::uint8_t, SENSOR_PIXELS>;
 
 class footage {
 public:

@@ -23,10 +23,10 @@ enum property : guint { prop_device = 1, prop_capture_mode, prop_queue_size };
 
 // Grey is luma alone: chroma stays at its middle. The full range (the 1 in the colorimetry) is
 // used, as a thermal core's palette does.
-constexpr std::uint8_t no_chroma = 128;
-constexpr const char* caps_text = "video/x-raw, format=NV12, width=640, height=480, "
+constexpr std::uint8_t NO_CHROMA = 128;
+constexpr const char* CAPS_TEXT = "video/x-raw, format=NV12, width=640, height=480, "
                                   "framerate=30/1, colorimetry=(string)1:4:0:0";
-constexpr guint frame_bytes = sim::sensor_pixels * 3 / 2;
+constexpr guint FRAME_BYTES = sim::SENSOR_PIXELS * 3 / 2;
 
 struct file_identity {
     dev_t device = 0;
@@ -113,7 +113,7 @@ gboolean stop(GstBaseSrc* base) noexcept {
 }
 
 GstClockTime frame_time(guint64 frame) {
-    return gst_util_uint64_scale(frame, GST_SECOND, guint64{sim::sensor_rate});
+    return gst_util_uint64_scale(frame, GST_SECOND, guint64{sim::SENSOR_RATE});
 }
 
 // Waits until the next frame is due, or something changed beside the device. Frames that are past
@@ -128,7 +128,7 @@ sim::waited wait_for_frame(SimCamera* self) {
         state.first_time = now;
     }
     const guint64 past =
-        gst_util_uint64_scale(now - state.first_time, guint64{sim::sensor_rate}, GST_SECOND);
+        gst_util_uint64_scale(now - state.first_time, guint64{sim::SENSOR_RATE}, GST_SECOND);
     state.frame = std::max(state.frame, past);
     const GstClockTime due = state.first_time + frame_time(state.frame);
     return state.wait.wait(due > now ? due - now : 0);
@@ -141,9 +141,9 @@ bool draw(source_state& state, GstClockTime time, GstBuffer* buffer) {
         return false;
     }
     const sim::grey_picture picture = state.footage->at(time);
-    state.core->deliver({picture.data(), sim::sensor_width, sim::sensor_width, sim::sensor_height},
-                        {map.data, sim::sensor_width, sim::sensor_width, sim::sensor_height});
-    std::memset(map.data + picture.size(), no_chroma, frame_bytes - picture.size());
+    state.core->deliver({picture.data(), sim::SENSOR_WIDTH, sim::SENSOR_WIDTH, sim::SENSOR_HEIGHT},
+                        {map.data, sim::SENSOR_WIDTH, sim::SENSOR_WIDTH, sim::SENSOR_HEIGHT});
+    std::memset(map.data + picture.size(), NO_CHROMA, FRAME_BYTES - picture.size());
     gst_buffer_unmap(buffer, &map);
     return true;
 }
@@ -259,7 +259,7 @@ void install_properties(GObjectClass* object) {
 static void sim_imxv4l2videosrc_init(SimCamera* self) {
     std::construct_at(&self->state);
     sim::make_live(self);
-    gst_base_src_set_blocksize(GST_BASE_SRC(self), frame_bytes);
+    gst_base_src_set_blocksize(GST_BASE_SRC(self), FRAME_BYTES);
 }
 
 static void sim_imxv4l2videosrc_class_init(SimCameraClass* klass) {
@@ -274,7 +274,7 @@ static void sim_imxv4l2videosrc_class_init(SimCameraClass* klass) {
     auto* element = GST_ELEMENT_CLASS(klass);
     sim::describe(element, "Thermal camera", "Source/Video",
                   "Plays footage as a thermal core does");
-    sim::add_pad(element, GST_PAD_SRC, caps_text);
+    sim::add_pad(element, GST_PAD_SRC, CAPS_TEXT);
 
     sim::flush_through_wait<SimCamera>(klass);
     auto* source = GST_BASE_SRC_CLASS(klass);

@@ -27,8 +27,8 @@ void apply_bitrate(GstElement* encoder, const sim::encoder_values& values) {
 
 // To x264 each key frame is an IDR, so the shorter of the two distances counts. 0 sets no limit.
 void apply_key_distance(GstElement* encoder, const sim::encoder_values& values) {
-    constexpr gint endless = 1 << 30; // x264's own value for key frames on request only
-    gint distance = endless;
+    constexpr gint ENDLESS = 1 << 30; // x264's own value for key frames on request only
+    gint distance = ENDLESS;
     for (const gint limit : {values[gop_size], values[idr_interval]}) {
         distance = limit > 0 ? std::min(distance, limit) : distance;
     }

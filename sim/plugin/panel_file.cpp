@@ -21,9 +21,9 @@ static_assert(std::endian::native == std::endian::little);
 void copy_line(const std::uint8_t* from, std::uint8_t* to, std::size_t pixels) {
     for (std::size_t i = 0; i < pixels; ++i) {
         std::uint32_t pixel = 0;
-        std::memcpy(&pixel, from + i * panel_pixel_bytes, sizeof pixel);
+        std::memcpy(&pixel, from + i * PANEL_PIXEL_BYTES, sizeof pixel);
         pixel = (pixel & 0xff00ff00U) | ((pixel & 0xffU) << 16U) | ((pixel >> 16U) & 0xffU);
-        std::memcpy(to + i * panel_pixel_bytes, &pixel, sizeof pixel);
+        std::memcpy(to + i * PANEL_PIXEL_BYTES, &pixel, sizeof pixel);
     }
 }
 
@@ -51,7 +51,7 @@ bool panel_file::open(const std::string& path) {
         close();
         return false;
     }
-    void* const mapping = mmap(nullptr, panel_bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
+    void* const mapping = mmap(nullptr, PANEL_BYTES, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
     if (mapping == MAP_FAILED) {
         close();
         return false;
@@ -62,7 +62,7 @@ bool panel_file::open(const std::string& path) {
 
 void panel_file::close() {
     if (mapping_ != nullptr) {
-        munmap(mapping_, panel_bytes);
+        munmap(mapping_, PANEL_BYTES);
         mapping_ = nullptr;
     }
     if (fd_ >= 0) {
@@ -91,22 +91,22 @@ bool panel_file::ensure_size() const {
     if (fstat(fd_, &status) != 0) {
         return false;
     }
-    return !S_ISREG(status.st_mode) || status.st_size == static_cast<off_t>(panel_bytes) ||
-           ftruncate(fd_, static_cast<off_t>(panel_bytes)) == 0;
+    return !S_ISREG(status.st_mode) || status.st_size == static_cast<off_t>(PANEL_BYTES) ||
+           ftruncate(fd_, static_cast<off_t>(PANEL_BYTES)) == 0;
 }
 
 bool panel_file::show(const rgba_picture& picture) {
-    const span_on_panel across = place(picture.width, panel_width);
-    const span_on_panel down = place(picture.height, panel_height);
+    const span_on_panel across = place(picture.width, PANEL_WIDTH);
+    const span_on_panel down = place(picture.height, PANEL_HEIGHT);
     if (!lock()) {
         return false;
     }
     const bool whole = ensure_size();
     for (int line = 0; whole && line < down.length; ++line) {
         const std::ptrdiff_t from = std::ptrdiff_t{down.from + line} * picture.stride +
-                                    std::ptrdiff_t{across.from} * panel_pixel_bytes;
+                                    std::ptrdiff_t{across.from} * PANEL_PIXEL_BYTES;
         const std::ptrdiff_t to =
-            (std::ptrdiff_t{down.to + line} * panel_width + across.to) * panel_pixel_bytes;
+            (std::ptrdiff_t{down.to + line} * PANEL_WIDTH + across.to) * PANEL_PIXEL_BYTES;
         copy_line(picture.pixels + from, mapping_ + to, static_cast<std::size_t>(across.length));
     }
     flock(fd_, LOCK_UN);

@@ -7,11 +7,11 @@
 
 namespace sim {
 
-inline constexpr int panel_width = 1024;
-inline constexpr int panel_height = 768;
-inline constexpr int panel_pixel_bytes = 4; // blue, green, red and one unused, in memory order
-inline constexpr std::size_t panel_bytes =
-    std::size_t{panel_width} * panel_height * panel_pixel_bytes;
+inline constexpr int PANEL_WIDTH = 1024;
+inline constexpr int PANEL_HEIGHT = 768;
+inline constexpr int PANEL_PIXEL_BYTES = 4; // blue, green, red and one unused, in memory order
+inline constexpr std::size_t PANEL_BYTES =
+    std::size_t{PANEL_WIDTH} * PANEL_HEIGHT * PANEL_PIXEL_BYTES;
 
 // A borrowed picture with red, green, blue and one more byte a pixel.
 struct rgba_picture {

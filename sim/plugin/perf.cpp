@@ -32,7 +32,7 @@ struct SimPerfClass {
     GstBaseTransformClass parent_class;
 };
 
-constexpr gint64 report_interval_us = G_USEC_PER_SEC;
+constexpr gint64 REPORT_INTERVAL_US = G_USEC_PER_SEC;
 
 } // namespace
 
@@ -61,7 +61,7 @@ g_text report_text(SimPerf* self, gint64 now_us) {
 GstFlowReturn count_frame(GstBaseTransform* transform, GstBuffer*) noexcept {
     SimPerf* self = self_of(transform);
     const gint64 now_us = g_get_monotonic_time();
-    if (now_us - self->count.since_us >= report_interval_us) {
+    if (now_us - self->count.since_us >= REPORT_INTERVAL_US) {
         const g_text text = report_text(self, now_us);
         GST_INFO_OBJECT(self, "%s", text.get());
         const g_error_owned info{

@@ -10,7 +10,7 @@ namespace sim {
 namespace {
 
 // Weights have eight fractional bits: exact for the zoom factors 1, 2 and 4.
-constexpr unsigned one = 256;
+constexpr unsigned ONE = 256;
 
 // Between which two neighbours a sample lies, and the weight of the second.
 struct tap {
@@ -22,11 +22,11 @@ struct tap {
 tap tap_at(double position, int size) {
     const double last = size - 1;
     const double inside = std::clamp(position, 0.0, last);
-    const auto fixed = static_cast<unsigned>(std::lround(inside * one));
-    const unsigned first = fixed / one;
+    const auto fixed = static_cast<unsigned>(std::lround(inside * ONE));
+    const unsigned first = fixed / ONE;
     const unsigned second = std::min(first + 1, static_cast<unsigned>(size - 1));
     return {static_cast<std::uint16_t>(first), static_cast<std::uint16_t>(second),
-            static_cast<std::uint16_t>(fixed % one)};
+            static_cast<std::uint16_t>(fixed % ONE)};
 }
 
 // The centre of target pixel `index` in source pixels, counted from a pixel's centre.
@@ -34,14 +34,14 @@ double source_position(double begin, double scale, int index) {
     return begin + (index + 0.5) / scale - 0.5;
 }
 
-using tap_row = std::array<tap, sensor_width>;
-using wide_row = std::array<std::uint16_t, sensor_width>; // values with eight fractional bits
+using tap_row = std::array<tap, SENSOR_WIDTH>;
+using wide_row = std::array<std::uint16_t, SENSOR_WIDTH>; // values with eight fractional bits
 
 void stretch_row(const std::uint8_t* source, const tap_row& taps, int width, wide_row& row) {
     for (int x = 0; x < width; ++x) {
         const auto [first, second, weight] = taps[static_cast<std::size_t>(x)];
         row[static_cast<std::size_t>(x)] =
-            static_cast<std::uint16_t>(source[first] * (one - weight) + source[second] * weight);
+            static_cast<std::uint16_t>(source[first] * (ONE - weight) + source[second] * weight);
     }
 }
 
@@ -49,8 +49,8 @@ void mix_rows(const wide_row& upper, const wide_row& lower, unsigned weight, int
               std::uint8_t* target) {
     for (int x = 0; x < width; ++x) {
         const auto at = static_cast<std::size_t>(x);
-        const unsigned sum = upper[at] * (one - weight) + lower[at] * weight;
-        target[x] = static_cast<std::uint8_t>((sum + one * one / 2) / (one * one));
+        const unsigned sum = upper[at] * (ONE - weight) + lower[at] * weight;
+        target[x] = static_cast<std::uint8_t>((sum + ONE * ONE / 2) / (ONE * ONE));
     }
 }
 

@@ -7,9 +7,9 @@
 namespace sim {
 
 // What the thermal core delivers.
-inline constexpr int sensor_width = 640;
-inline constexpr int sensor_height = 480;
-inline constexpr int sensor_rate = 30; // pictures a second
+inline constexpr int SENSOR_WIDTH = 640;
+inline constexpr int SENSOR_HEIGHT = 480;
+inline constexpr int SENSOR_RATE = 30; // pictures a second
 
 // Grey pictures of one byte a pixel, not owned. `stride` is in bytes.
 struct grey_view {
@@ -22,7 +22,7 @@ struct grey_view {
 struct grey_target {
     std::uint8_t* pixels;
     std::ptrdiff_t stride;
-    int width; // at most sensor_width
+    int width; // at most SENSOR_WIDTH
     int height;
 };
 

@@ -14,12 +14,12 @@
 namespace sim {
 namespace {
 
-constexpr double max_magnification = 64;
-constexpr double max_coordinate = 10000;
-constexpr int shutter_closed_frames = 5;
-constexpr std::uint8_t shutter_level = 128;
-constexpr std::uint8_t border_level = 255; // white
-constexpr int border = 2;
+constexpr double MAGNIFICATION_MAX = 64;
+constexpr double COORDINATE_MAX = 10000;
+constexpr int SHUTTER_CLOSED_FRAMES = 5;
+constexpr std::uint8_t SHUTTER_LEVEL = 128;
+constexpr std::uint8_t BORDER_LEVEL = 255; // white
+constexpr int BORDER = 2;
 
 // Empty also where a folder is in the file's place: reading one fails, and an iterator would throw.
 std::string content_of(const std::string& path) {
@@ -44,7 +44,7 @@ double magnification(const std::string& path, double smallest, double otherwise)
     const std::string content = content_of(path);
     std::string_view text = content;
     const double value = take_number(text).value_or(otherwise);
-    return value >= smallest ? std::min(value, max_magnification) : otherwise;
+    return value >= smallest ? std::min(value, MAGNIFICATION_MAX) : otherwise;
 }
 
 void read_origin(const std::string& path, core_settings& settings) {
@@ -53,8 +53,8 @@ void read_origin(const std::string& path, core_settings& settings) {
     const auto x = take_number(text);
     const auto y = take_number(text);
     if (x && y) {
-        settings.origin_x = std::clamp(*x, -max_coordinate, max_coordinate);
-        settings.origin_y = std::clamp(*y, -max_coordinate, max_coordinate);
+        settings.origin_x = std::clamp(*x, -COORDINATE_MAX, COORDINATE_MAX);
+        settings.origin_y = std::clamp(*y, -COORDINATE_MAX, COORDINATE_MAX);
     }
 }
 
@@ -69,8 +69,8 @@ window zoom_window(const core_settings& settings) {
 
 // The inset has the origin in its middle.
 window inset_window(const core_settings& settings) {
-    return {settings.origin_x - inset_width / 2.0 / settings.pip,
-            settings.origin_y - inset_height / 2.0 / settings.pip, settings.pip};
+    return {settings.origin_x - INSET_WIDTH / 2.0 / settings.pip,
+            settings.origin_y - INSET_HEIGHT / 2.0 / settings.pip, settings.pip};
 }
 
 } // namespace
@@ -95,11 +95,11 @@ void draw_core_picture(const core_settings& settings, const grey_view& sensor,
     if (settings.pip <= 0) {
         return;
     }
-    fill(part_of(target, inset_x - border, inset_y - border, inset_width + 2 * border,
-                 inset_height + 2 * border),
-         border_level);
+    fill(part_of(target, INSET_X - BORDER, INSET_Y - BORDER, INSET_WIDTH + 2 * BORDER,
+                 INSET_HEIGHT + 2 * BORDER),
+         BORDER_LEVEL);
     resample(sensor, inset_window(settings),
-             part_of(target, inset_x, inset_y, inset_width, inset_height));
+             part_of(target, INSET_X, INSET_Y, INSET_WIDTH, INSET_HEIGHT));
 }
 
 thermal_core::thermal_core(std::string folder)
@@ -108,7 +108,7 @@ thermal_core::thermal_core(std::string folder)
 void thermal_core::refresh() {
     core_settings now = read_core_settings(folder_);
     if (now.nuc != settings_.nuc) {
-        shutter_frames_ = shutter_closed_frames;
+        shutter_frames_ = SHUTTER_CLOSED_FRAMES;
     }
     settings_ = std::move(now);
 }
@@ -119,7 +119,7 @@ void thermal_core::deliver(const grey_view& sensor, const grey_target& target) {
     }
     if (shutter_frames_ > 0) {
         --shutter_frames_;
-        fill(target, shutter_level);
+        fill(target, SHUTTER_LEVEL);
         return;
     }
     draw_core_picture(settings_, sensor, target);

@@ -24,10 +24,10 @@ struct core_settings {
 [[nodiscard]] std::string core_state_folder();
 
 // Where the inset lies in the picture.
-inline constexpr int inset_width = 256;
-inline constexpr int inset_height = 192;
-inline constexpr int inset_x = (sensor_width - inset_width) / 2;
-inline constexpr int inset_y = 16;
+inline constexpr int INSET_WIDTH = 256;
+inline constexpr int INSET_HEIGHT = 192;
+inline constexpr int INSET_X = (SENSOR_WIDTH - INSET_WIDTH) / 2;
+inline constexpr int INSET_Y = 16;
 
 // Draws the picture that the settings ask for: the zoom window, and the inset with its border.
 void draw_core_picture(const core_settings& settings, const grey_view& sensor,

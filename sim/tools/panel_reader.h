@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-// Fills the pixels, sim::panel_bytes of them, with the whole picture, never with one that is half
+// Fills the pixels, sim::PANEL_BYTES of them, with the whole picture, never with one that is half
 // rewritten: the writer locks the file for each frame. False when the file can't be read or is
 // shorter; the pixels then mean nothing.
 [[nodiscard]] bool read_panel(const char* path, std::span<std::uint8_t> pixels);

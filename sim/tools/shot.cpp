@@ -11,12 +11,12 @@ int main(int argc, char* argv[]) {
         std::fputs("usage: vtrdc-sim-shot FRAMEBUFFER FILE.png\n", stderr);
         return 2;
     }
-    std::vector<std::uint8_t> pixels(sim::panel_bytes);
+    std::vector<std::uint8_t> pixels(sim::PANEL_BYTES);
     if (!read_panel(argv[1], pixels)) {
         std::fprintf(stderr, "shot: %s holds no picture of the panel\n", argv[1]);
         return 1;
     }
-    const QImage image{pixels.data(), sim::panel_width, sim::panel_height, QImage::Format_RGB32};
+    const QImage image{pixels.data(), sim::PANEL_WIDTH, sim::PANEL_HEIGHT, QImage::Format_RGB32};
     // Always PNG, whatever the name ends in.
     if (!image.save(QFile::decodeName(argv[2]), "PNG")) {
         std::fprintf(stderr, "shot: can't write %s\n", argv[2]);

@@ -55,7 +55,7 @@ protected:
         if (!sample) {
             return -1;
         }
-        std::vector<std::uint8_t> luma(std::size_t{sim::sensor_width} * sim::sensor_height);
+        std::vector<std::uint8_t> luma(std::size_t{sim::SENSOR_WIDTH} * sim::SENSOR_HEIGHT);
         gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, luma.data(), luma.size());
         const auto [darkest, brightest] = std::ranges::minmax_element(luma);
         return *brightest - *darkest;
@@ -81,7 +81,7 @@ TEST_F(CameraTest, PlaysFootageInALoopAtItsOwnSpeed) {
     camera.play();
     std::vector<run> seen;
     for (int i = 0; seen.size() < 12; ++i) {
-        ASSERT_LT(i, 10 * sim::sensor_rate) << "the footage does not go on";
+        ASSERT_LT(i, 10 * sim::SENSOR_RATE) << "the footage does not go on";
         const int level = next_level(camera);
         if (seen.empty() || seen.back().level != level) {
             seen.push_back({level, 0});
@@ -106,7 +106,7 @@ TEST_F(CameraTest, PlaysFootageWhoseStampsBeginLate) {
     for (int change = 0; change < 4; ++change) {
         const bool waits_for_bright = change % 2 != 0;
         for (int i = 0; (next_level(camera) > 180) != waits_for_bright; ++i) {
-            ASSERT_LT(i, 10 * sim::sensor_rate) << "the footage does not go on";
+            ASSERT_LT(i, 10 * sim::SENSOR_RATE) << "the footage does not go on";
         }
     }
 }

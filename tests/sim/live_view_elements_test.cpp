@@ -8,7 +8,7 @@
 namespace {
 
 constexpr const char* footage = "/usr/share/doc/opencv-doc/examples/data/vtest.avi";
-constexpr std::size_t panel_bytes = std::size_t{1024} * 768 * 4;
+constexpr std::size_t PANEL_BYTES = std::size_t{1024} * 768 * 4;
 
 class LiveViewElementsTest : public GstTest {
 protected:
@@ -113,8 +113,8 @@ TEST_F(LiveViewElementsTest, PanelHoldsBlueGreenRedInMemory) {
     pipeline.play();
     ASSERT_TRUE(pipeline.wait_for(GST_MESSAGE_EOS));
     const std::string pixels = read_text(panel);
-    ASSERT_EQ(pixels.size(), panel_bytes);
-    for (const std::size_t pixel : {std::size_t{0}, panel_bytes / 2, panel_bytes - 4}) {
+    ASSERT_EQ(pixels.size(), PANEL_BYTES);
+    for (const std::size_t pixel : {std::size_t{0}, PANEL_BYTES / 2, PANEL_BYTES - 4}) {
         EXPECT_EQ(pixels.substr(pixel, 3), "\x10\x20\xff") << pixel;
     }
     GstSample* last = nullptr;

@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr int panel_width = 1024;
-constexpr int panel_height = 768;
+constexpr int PANEL_WIDTH = 1024;
+constexpr int PANEL_HEIGHT = 768;
 
 class PanelTest : public GstTest {
 protected:
@@ -41,7 +41,7 @@ protected:
     [[nodiscard]] pixel at(int x, int y) const {
         pixel result{};
         std::ifstream file(framebuffer, std::ios::binary);
-        file.seekg((y * panel_width + x) * 4);
+        file.seekg((y * PANEL_WIDTH + x) * 4);
         file.read(reinterpret_cast<char*>(result.data()), 4);
         return result;
     }
@@ -64,17 +64,17 @@ TEST_F(PanelTest, CentresSmallPicturesAndCropsLargeOnes) {
 }
 
 TEST_F(PanelTest, OutlivesReadersThatKeepTheLockOrCutTheFile) {
-    test_pipeline pipeline{show(panel_width, panel_height)};
+    test_pipeline pipeline{show(PANEL_WIDTH, PANEL_HEIGHT)};
     const int reader = open(framebuffer.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     ASSERT_EQ(flock(reader, LOCK_SH), 0);
-    show_one(pipeline, panel_width, panel_height);
+    show_one(pipeline, PANEL_WIDTH, PANEL_HEIGHT);
     pipeline.stop();
     EXPECT_EQ(at(5, 5), dark) << "a picture was written under a reader";
 
     flock(reader, LOCK_UN);
     gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
     ASSERT_EQ(ftruncate(reader, 0), 0);
-    show_one(pipeline, panel_width, panel_height);
+    show_one(pipeline, PANEL_WIDTH, PANEL_HEIGHT);
     EXPECT_EQ(at(5, 5), picture);
     close(reader);
 }

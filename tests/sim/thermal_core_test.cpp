@@ -15,8 +15,8 @@ using sim::core_settings;
 
 namespace {
 
-constexpr int width = sim::sensor_width;
-constexpr int height = sim::sensor_height;
+constexpr int width = sim::SENSOR_WIDTH;
+constexpr int height = sim::SENSOR_HEIGHT;
 
 struct picture {
     explicit picture(std::uint8_t level)
@@ -89,16 +89,16 @@ TEST(ThermalCore, InsetShowsTheOriginInItsMiddle) {
     picture sensor(0);
     sensor.at(500, 400) = 255;
     picture shown = drawn({.pip = 2, .origin_x = 500, .origin_y = 400}, sensor);
-    const int middle_x = sim::inset_x + sim::inset_width / 2;
-    const int middle_y = sim::inset_y + sim::inset_height / 2;
+    const int middle_x = sim::INSET_X + sim::INSET_WIDTH / 2;
+    const int middle_y = sim::INSET_Y + sim::INSET_HEIGHT / 2;
     EXPECT_EQ(shown.at(middle_x, middle_y), lit(0.25, 0.25));
     EXPECT_EQ(shown.at(middle_x + 1, middle_y + 1), lit(0.25, 0.25));
     EXPECT_EQ(shown.at(middle_x + 3, middle_y), 0);
     EXPECT_EQ(shown.at(500, 400), 255) << "around the inset the picture stays";
-    for (const int x : {sim::inset_x - 1, sim::inset_x + sim::inset_width}) {
+    for (const int x : {sim::INSET_X - 1, sim::INSET_X + sim::INSET_WIDTH}) {
         EXPECT_EQ(shown.at(x, middle_y), 255) << "border";
     }
-    EXPECT_EQ(shown.at(sim::inset_x - 4, middle_y), 0);
+    EXPECT_EQ(shown.at(sim::INSET_X - 4, middle_y), 0);
 }
 
 TEST(ThermalCore, StateFilesThatMakeNoSenseAreDefaults) {

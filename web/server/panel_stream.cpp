@@ -23,7 +23,7 @@ g_owned<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
     unsigned char* picture = nullptr;
     unsigned long size = 0;
     const int status =
-        tjCompress2(compressor, pixels.data(), sim::panel_width, 0, sim::panel_height, TJPF_BGRX,
+        tjCompress2(compressor, pixels.data(), sim::PANEL_WIDTH, 0, sim::PANEL_HEIGHT, TJPF_BGRX,
                     &picture, &size, TJSAMP_444, JPEG_QUALITY, TJFLAG_FASTDCT);
     const std::unique_ptr<unsigned char, jpeg_release> owner(picture);
     return g_owned<GBytes>(status == 0 ? g_bytes_new(picture, size) : nullptr);
@@ -38,7 +38,7 @@ struct panel_stream::viewer {
 };
 
 panel_stream::panel_stream(std::string devices)
-    : devices_(std::move(devices)), panel_(devices_ + "/fb0"), pixels_(sim::panel_bytes) {}
+    : devices_(std::move(devices)), panel_(devices_ + "/fb0"), pixels_(sim::PANEL_BYTES) {}
 
 panel_stream::~panel_stream() {
     for (const viewer& each : viewers_) {
