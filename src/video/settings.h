@@ -1,11 +1,12 @@
 // Settings of the video core, and what its encoding types mean.
 #pragma once
 
-#include <cstddef>
+#include "config/settings.h"
+
 #include <cstdint>
 
 // The sight's own scene and no-input picture.
-inline constexpr const char* DEFAULT_OVERLAY_FILE = "/opt/okr/osd_okr/qml/main.qml";
+inline constexpr const char* DEFAULT_OVERLAY_FILE = settings{}.qml_file;
 inline constexpr const char* NO_INPUT_IMAGE = "/etc/no-video-input.png";
 
 // What the media branches encode.
@@ -15,10 +16,9 @@ enum class medium { none, video, sound };
 inline constexpr std::int32_t ENC_TYPE_VIDEO_AND_AUDIO = 0;
 inline constexpr std::int32_t ENC_TYPE_VIDEO = 1;
 inline constexpr std::int32_t ENC_TYPE_AUDIO = 2;
-inline constexpr std::size_t ENC_TYPE_COUNT = 3;
 
 [[nodiscard]] constexpr bool is_enc_type(std::int32_t enc_type) {
-    return enc_type >= 0 && enc_type < static_cast<std::int32_t>(ENC_TYPE_COUNT);
+    return range_of(&settings::enc_type).holds(enc_type);
 }
 
 // True when the encoding type includes the medium.
