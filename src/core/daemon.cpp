@@ -1,12 +1,12 @@
 // Running in the background, with a locked PID file.
 #include "core/daemon.h"
 
+#include "util/descriptors.h"
 #include "util/sysroot.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <linux/close_range.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,16 +22,6 @@ void fork_and_leave() {
     }
     if (child > 0) {
         std::exit(EXIT_SUCCESS);
-    }
-}
-
-// One call, since the limit of descriptors may be 10^9; kernels before 5.9 lack it.
-void close_all_descriptors() {
-    if (close_range(0, ~0U, 0) == 0) {
-        return;
-    }
-    for (long fd = sysconf(_SC_OPEN_MAX); fd >= 0; --fd) {
-        close(static_cast<int>(fd));
     }
 }
 

@@ -3,7 +3,7 @@
 
 #include "core/imem.h"
 #include "core/log.h"
-#include "util/file_owners.h"
+#include "util/descriptors.h"
 
 #include <array>
 #include <cerrno>
@@ -11,8 +11,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
-#include <linux/close_range.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -63,27 +61,6 @@ int run_shell(const char* command) {
     return status;
 }
 
-// The way of kernels before 5.11, which can't mark all descriptors in one call.
-void mark_descriptors_one_by_one() {
-    const folder_owner folder{opendir("/proc/self/fd")};
-    if (!folder) {
-        return;
-    }
-    while (const dirent* entry = readdir(folder.get())) {
-        const int fd = std::atoi(entry->d_name);
-        if (fd > STDERR_FILENO) {
-            fcntl(fd, F_SETFD, FD_CLOEXEC);
-        }
-    }
-}
-
-// Elements open descriptors of their own; tools shall inherit none of them.
-void keep_descriptors_from_tools() {
-    if (close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
-        mark_descriptors_one_by_one();
-    }
-}
-
 } // namespace
 
 int exec_system_cmd(const char* format, ...) {
@@ -97,6 +74,6 @@ int exec_system_cmd(const char* format, ...) {
         return -1;
     }
     log_message(LEVEL_INFO, "Executing system cmd: %s", command.get());
-    keep_descriptors_from_tools();
+    keep_descriptors_from_programs(); // elements open some of their own
     return run_shell(command.get());
 }
