@@ -29,11 +29,11 @@ struct file_lines {
 };
 
 // Entries of the file that was read, in file order.
-constinit never_destroyed<std::vector<raw_entry>> table;
+never_destroyed<std::vector<raw_entry>> table;
 
 // Keeps a text value alive until the process ends, as settings may be borrowed anywhere.
 const char* keep_text(const char* value) {
-    static constinit never_destroyed<std::vector<malloc_text>> kept;
+    static never_destroyed<std::vector<malloc_text>> kept;
     return kept->emplace_back(estrdup(value)).get();
 }
 

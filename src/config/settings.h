@@ -79,10 +79,9 @@ inline constexpr std::size_t parse_table_size = parse_table.size();
 
 // The range of the setting that the field holds. A field without a row doesn't compile.
 [[nodiscard]] consteval value_range range_of(settings_field field) {
-    for (const parse_row& row : parse_table) {
-        if (row.field == field) {
-            return row.range;
-        }
+    std::size_t row = 0;
+    while (parse_table.at(row).field != field) {
+        ++row;
     }
-    throw "the field has no key";
+    return parse_table.at(row).range;
 }
