@@ -8,10 +8,12 @@
 #include "osd/notices.h"
 #include "osd/redis_message_broker.h"
 #include "util/files.h"
+#include "video/registry.h"
 #include "video/settings.h"
 #include "video/start.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace {
 
@@ -36,7 +38,14 @@ video_config video_settings(bool profile) {
     };
 }
 
+// Set when the display ended while a splash was ending: the next one can be shown after that.
+bool is_splash_due = false;
+
 void display_no_input() {
+    is_splash_due = is_ending(PIPE_SPLASH);
+    if (is_splash_due) {
+        return;
+    }
     log_message(LEVEL_WARN, "Input failed - showing no video indication");
     const bus_handle splash = gstvideo_start_splash(global_config.qml_file, NO_INPUT_IMAGE);
     if (splash.fd < 0) {
@@ -67,6 +76,9 @@ void recover_live_view(int ended_pipe) {
     if (ended_pipe == PIPE_SRC) {
         gstvideo_stop_pipe(PIPE_DISPLAY);
     } else if (ended_pipe == PIPE_DISPLAY) {
+        display_no_input();
+    } else if (ended_pipe == PIPE_SPLASH && std::exchange(is_splash_due, false) &&
+               gstvideo_is_playing(PIPE_DISPLAY) == 0) {
         display_no_input();
     }
 }

@@ -6,6 +6,7 @@
 #include "util/tools.h"
 #include "video/pipes.h"
 #include "video/slots.h"
+#include "video/viewers.h"
 
 #include <array>
 #include <chrono>
@@ -42,6 +43,9 @@ bool make_element(const element_row& row, gst_owned<GstElement>& element) {
     }
     element = own_floating(gst_element_factory_make(row.factory, row.name));
     handle_set(row.handle, element.get());
+    if (element && row.viewers_max != 0) {
+        limit_viewers(element.get(), row.viewers_max);
+    }
     return element != nullptr || !row.required;
 }
 

@@ -58,6 +58,9 @@ int message_handle(GstMessage* message, int pipe) {
         destroy_pipe(pipe, forced_end_is(message));
         return 1;
     }
+    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
+        note_error(pipe);
+    }
     for (const report_type& row : report_types) {
         if (GST_MESSAGE_TYPE(message) == row.type) {
             const bool has_source = GST_MESSAGE_SRC(message) != nullptr;

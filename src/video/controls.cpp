@@ -97,13 +97,16 @@ int gstvideo_set_microphone_volume(int volume) {
         return 1;
     }
     configs.mic_amplification = volume / mic_scale;
-    if (!is_recording_or_streaming() || configs.enc_type == ENC_TYPE_VIDEO) {
-        return 0;
+    if (is_recording_or_streaming() && configs.enc_type != ENC_TYPE_VIDEO) {
+        apply_microphone_volume();
     }
+    return 0;
+}
+
+void apply_microphone_volume() {
     if (const gst_owned<GstElement> amplifier = handle_get(element_handle::audio_amp)) {
         g_object_set(amplifier.get(), "amplification", configs.mic_amplification, nullptr);
     }
-    return 0;
 }
 
 int gstvideo_change_enc_type(int type) {

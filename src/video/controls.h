@@ -15,5 +15,8 @@ int gstvideo_set_qml_param(const char* object, const char* property, const char*
 // out of range.
 [[nodiscard]] int gstvideo_set_microphone_volume(int volume);
 
+// Brings the amplifier of a running audio branch to the volume in force.
+void apply_microphone_volume();
+
 // Takes the encoding type, unchecked. 0; 1 while recording or streaming over TCP.
 [[nodiscard]] int gstvideo_change_enc_type(int type);

@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
-// A stop of all pipes may take seven seconds in all.
 constexpr std::chrono::milliseconds SHUT_DOWN_TIMEOUT{500};
 // Action signal of GStreamer's appsrc, on which inter-pipe sources are built.
 constexpr const char* END_SIGNAL = "end-of-stream";
@@ -174,11 +172,14 @@ void end_of_stream_send(GstElement* pipeline, const char* end_element) {
     }
 }
 
-GstClockTime forced_end_due_from_now() {
-    return gst_clock_get_time(system_clock().get()) + END_TIMEOUT;
+GstClockTime clock_time_in(GstClockTime wait) {
+    return gst_clock_get_time(system_clock().get()) + wait;
 }
 
 void forced_end_arm(int pipe, GstBus* bus, GstClockTime due) {
+    if (!GST_CLOCK_TIME_IS_VALID(due)) {
+        return;
+    }
     end_timer& timer = timer_of(pipe);
     timer.id.reset(gst_clock_new_single_shot_id(system_clock().get(), due));
     timer.due = due;
@@ -194,9 +195,12 @@ GstClockTime forced_end_disarm(int pipe) {
     return std::exchange(timer_of(pipe), {}).due;
 }
 
+bool forced_end_is_armed(int pipe) {
+    return timer_of(pipe).id != nullptr;
+}
+
 bool forced_end_is_overdue(int pipe) {
-    const end_timer& timer = timer_of(pipe);
-    return timer.id && gst_clock_get_time(system_clock().get()) > timer.due;
+    return forced_end_is_armed(pipe) && clock_time_in(0) > timer_of(pipe).due;
 }
 
 bool shut_down(GstElement* pipeline, bool is_forced) {

@@ -12,10 +12,11 @@
 // sources, and resumes the pipeline if it is paused: it would keep the event forever.
 void end_of_stream_send(GstElement* pipeline, const char* end_element);
 
-// Five seconds from now, in the system clock's time.
-[[nodiscard]] GstClockTime forced_end_due_from_now();
+// The system clock's time after that wait.
+[[nodiscard]] GstClockTime clock_time_in(GstClockTime wait);
 
-// Posts end-of-stream on the bus when the time has come, at once when it has passed already.
+// Posts end-of-stream on the bus when the time has come, at once when it has passed already; never
+// for GST_CLOCK_TIME_NONE. Takes the place of a time that was set before.
 void forced_end_arm(int pipe, GstBus* bus, GstClockTime due);
 
 // True for the message that is posted then.
@@ -23,6 +24,9 @@ void forced_end_arm(int pipe, GstBus* bus, GstClockTime due);
 
 // Calls it off. The time it was due; GST_CLOCK_TIME_NONE when it was not armed.
 GstClockTime forced_end_disarm(int pipe);
+
+// True while a time is set, be it past or not.
+[[nodiscard]] bool forced_end_is_armed(int pipe);
 
 // True once the time of an armed one has come, and until it is disarmed.
 [[nodiscard]] bool forced_end_is_overdue(int pipe);

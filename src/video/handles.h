@@ -12,6 +12,7 @@ enum class element_handle : std::size_t {
     display_sink,
     ipu_caps,
     audio_amp,
+    record_sink,
     count,
 };
 

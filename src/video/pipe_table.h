@@ -31,6 +31,8 @@ struct element_row {
     std::int32_t video_config::*wanted_by = nullptr;
     // A pipe does without an element that can't be made, unless it is required.
     bool required = true;
+    // Most clients that a server sink keeps; 0: no limit.
+    unsigned int viewers_max = 0;
     // Not added to the pipe and not linked: it is a property of another element.
     bool inside_another = false;
 };

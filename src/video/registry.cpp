@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -17,10 +18,17 @@ namespace {
 
 // Longest wait for a state change in progress: clients and buttons wait meanwhile.
 constexpr GstClockTime STATE_QUERY_TIMEOUT = GST_SECOND;
+// What a pipe gets to end by itself once it was asked. A recording may still be completed when its
+// storage comes back from a stall: it gets longer when the daemon stops, and before that all the
+// time it takes, unless its file can't be written.
+constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
+constexpr GstClockTime RECORD_END_TIMEOUT = 30 * GST_SECOND;
 
 constinit never_destroyed<std::array<gst_owned<GstElement>, PIPE_COUNT>> pipes;
 constinit never_destroyed<std::array<gst_owned<GstBus>, PIPE_COUNT>> buses;
 std::array<int, PIPE_COUNT> eos_events{};
+// Pipes of which an element reported an error.
+std::array<bool, PIPE_COUNT> failed{};
 // Set once every pipe was asked to stop: nothing starts from then on.
 bool stopping = false;
 // Set once a pipe could not be shut down.
@@ -28,6 +36,10 @@ bool is_any_stuck = false;
 
 GstBus* bus_of(int pipe) {
     return buses->at(static_cast<std::size_t>(pipe)).get();
+}
+
+bool& has_failed(int pipe) {
+    return failed.at(static_cast<std::size_t>(pipe));
 }
 
 int& eos_event_of(int pipe) {
@@ -108,6 +120,32 @@ void stop_elements(int pipe, bool is_forced) {
     }
 }
 
+// When a pipe that is asked to end now is ended by force; GST_CLOCK_TIME_NONE: not for now.
+GstClockTime end_due(const pipe_row& row) {
+    if (!row.records || has_failed(row.number)) {
+        return clock_time_in(END_TIMEOUT);
+    }
+    return stopping ? clock_time_in(RECORD_END_TIMEOUT) : GST_CLOCK_TIME_NONE;
+}
+
+// A recording without any input has no error, and never ends.
+void force_end_of_standing_recording(const pipe_row& row) {
+    if (row.records && is_ending(row.number) && !forced_end_is_armed(row.number) &&
+        record_file_stands_still(std::chrono::steady_clock::now())) {
+        forced_end_arm(row.number, bus_of(row.number), clock_time_in(0));
+    }
+}
+
+void tell_forced_end(const pipe_row& row) {
+    const char* const file = row.records ? record_file_name() : nullptr;
+    if (file != nullptr) {
+        log_message(LEVEL_WARN, "Pipe %d is ended by force, the last file of %s is incomplete",
+                    row.number, file);
+    } else {
+        log_message(LEVEL_WARN, "Pipe %d is ended by force", row.number);
+    }
+}
+
 int pause_pipe(int pipe) {
     return gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PAUSED);
 }
@@ -116,11 +154,12 @@ int resume_pipe(int pipe) {
     return gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
 }
 
-// Runs the change on every created pipe in ascending order, up to the first failure.
+// Runs the change on every created pipe in ascending order, up to the first failure. One that was
+// asked to end is passed over: it runs, and would not end while it is paused.
 int change_all_pipes(const char* what, int (*change)(int pipe)) {
     log_message(LEVEL_INFO, "Requesting %s of all pipes..", what);
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
-        if (is_created(pipe) != 0 && change(pipe) != 0) {
+        if (is_created(pipe) != 0 && !is_ending(pipe) && change(pipe) != 0) {
             log_message(LEVEL_WARN, "Failed to %s pipe %d", what, pipe);
             return 1;
         }
@@ -198,7 +237,7 @@ void send_eos(int pipe) {
     end_branches_with_last_output(pipe_row_of(pipe));
     log_message(LEVEL_INFO, "Sending eos on pipe: %d", pipe);
     eos_event_of(pipe) = 1;
-    forced_end_arm(pipe, bus_of(pipe), forced_end_due_from_now());
+    forced_end_arm(pipe, bus_of(pipe), end_due(pipe_row_of(pipe)));
     end_of_stream_send(pipe_pipeline(pipe), pipe_row_of(pipe).end_element);
 }
 
@@ -207,15 +246,26 @@ void destroy_pipe(int pipe, bool is_forced) {
     const pipe_row& row = pipe_row_of(pipe);
     const bool was_asked = is_ending(pipe);
     forced_end_disarm(pipe);
+    if (is_forced) {
+        tell_forced_end(row);
+    }
     stop_elements(pipe, is_forced);
     buses->at(row.number).reset();
     pipes->at(row.number).reset();
     if (row.records) {
-        record_file_finish();
+        record_file_finish(!is_forced);
     }
     eos_event_of(pipe) = 0;
+    has_failed(pipe) = false;
     if (!was_asked) {
         end_branches_with_last_output(row);
+    }
+}
+
+void note_error(int pipe) {
+    has_failed(pipe) = true;
+    if (is_ending(pipe) && !forced_end_is_armed(pipe)) {
+        forced_end_arm(pipe, bus_of(pipe), end_due(pipe_row_of(pipe)));
     }
 }
 
@@ -241,7 +291,7 @@ int gstvideo_stop_pipe(int pipe) {
 }
 
 int gstvideo_pause_pipe(int pipe) {
-    return is_created(pipe) != 0 ? pause_pipe(pipe) : 1;
+    return is_created(pipe) != 0 && !is_ending(pipe) ? pause_pipe(pipe) : 1;
 }
 
 int gstvideo_resume_pipe(int pipe) {
@@ -253,6 +303,9 @@ void gstvideo_stop_all_pipes() {
     log_message(LEVEL_INFO, "Requesting stop of all pipes..");
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
         gstvideo_stop_pipe(pipe);
+        if (is_created(pipe) != 0 && !forced_end_is_armed(pipe)) {
+            forced_end_arm(pipe, bus_of(pipe), end_due(pipe_row_of(pipe)));
+        }
     }
 }
 
@@ -278,6 +331,7 @@ int gstvideo_is_playing(int pipe) {
 }
 
 void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle)) {
+    std::ranges::for_each(pipe_rows(), force_end_of_standing_recording);
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
         while (forced_end_is_overdue(pipe) && gst_bus_have_pending(bus_of(pipe)) != FALSE) {
             const int fd = get_bus_filefd(bus_of(pipe));

@@ -40,8 +40,8 @@ struct bus_handle {
 // Ends the pipe when it exists; 0 always.
 int gstvideo_stop_pipe(int pipe);
 
-// 1 when the pipe doesn't exist; 0 when changed or already there; -1 when a change is still in
-// progress after a second, or the last one failed.
+// 1 when the pipe doesn't exist or, for a pause, was asked to end; 0 when changed or already there;
+// -1 when a change is still in progress after a second, or the last one failed.
 [[nodiscard]] int gstvideo_pause_pipe(int pipe);
 [[nodiscard]] int gstvideo_resume_pipe(int pipe);
 
@@ -57,6 +57,9 @@ void gstvideo_stop_all_pipes();
 
 // 1 when the pipe exists, whatever state its elements are in, else 0.
 [[nodiscard]] int gstvideo_is_playing(int pipe);
+
+// True for a pipe that was asked to end and has not ended yet.
+[[nodiscard]] bool is_ending(int pipe);
 
 // Handles the messages of pipes whose end is overdue, also of those whose bus could not be
 // registered, and calls `ended` with the bus of each that ends by it.

@@ -29,14 +29,14 @@ int gstvideo_set_state(GstElement* element, GstState state);
 // ASYNC when it is still in progress then.
 GstStateChangeReturn query_state(GstElement* element, GstState& state);
 
-// True for a pipe that was asked to end and has not ended yet.
-[[nodiscard]] bool is_ending(int pipe);
-
 // Sends end-of-stream to a created pipe, once. The last output takes the branches along.
 void send_eos(int pipe);
 
 // Releases the pipe after its end-of-stream message, by force if that message was our own.
 void destroy_pipe(int pipe, bool is_forced);
+
+// Takes notice of an error of the pipe: a recording with one can't be completed any more.
+void note_error(int pipe);
 
 // Stops the pipe's elements and sets them playing again. If it was asked to end, it is asked again.
 void restart_pipe(int pipe);

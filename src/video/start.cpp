@@ -3,6 +3,7 @@
 
 #include "core/log.h"
 #include "video/builder.h"
+#include "video/controls.h"
 #include "video/pipes.h"
 #include "video/slots.h"
 #include "video/storage.h"
@@ -53,6 +54,8 @@ std::optional<bus_list> start_output(int pipe, const start_arguments& arguments)
             *entry++ = start_pipe(branch);
         }
     }
+    // A branch that ran on for another output has the volume it was built with.
+    apply_microphone_volume();
     *entry = start_pipe(pipe, arguments);
     const auto failed = [](const bus_handle& handle) { return handle.fd < 0; };
     return std::ranges::any_of(list, failed) ? std::nullopt : std::optional{list};

@@ -6,9 +6,12 @@
 #include "util/files.h"
 #include "util/never_destroyed.h"
 #include "util/sysroot.h"
+#include "video/handles.h"
 
+#include <cstdint>
 #include <fcntl.h>
 #include <libgen.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -16,6 +19,26 @@ namespace {
 
 // Location pattern of the recording that is being written, until its files have reached storage.
 constinit never_destroyed<malloc_text> record_file;
+
+// How the file of a recording that ends was last seen to grow.
+struct file_growth {
+    std::uintmax_t bytes = 0;
+    std::chrono::steady_clock::time_point last; // the epoch before the first look
+};
+file_growth growth;
+constexpr std::chrono::minutes STANDSTILL_MAX{5};
+
+// Bytes of the file that is being written; 0 when there is none yet.
+std::uintmax_t bytes_being_written() {
+    const gst_owned<GstElement> sink = handle_get(element_handle::record_sink);
+    gchar* location = nullptr;
+    if (sink) {
+        g_object_get(sink.get(), "location", &location, nullptr);
+    }
+    const g_text path{location};
+    struct stat status {};
+    return path && stat(path.get(), &status) == 0 ? static_cast<std::uintmax_t>(status.st_size) : 0;
+}
 
 // Changes into a folder for its lifetime. The way back is kept as a descriptor, so no length of
 // path is too long for it.
@@ -70,10 +93,25 @@ void flush_folder_of_file(const char* path) {
 
 void record_file_set(const char* location_pattern) {
     *record_file = estrdup(location_pattern);
+    growth = {};
 }
 
-void record_file_finish() {
-    if (const malloc_text finished = std::move(*record_file)) {
+const char* record_file_name() {
+    return record_file->get();
+}
+
+void record_file_finish(bool is_flushed) {
+    const malloc_text finished = std::move(*record_file);
+    if (finished && is_flushed) {
         flush_folder_of_file(finished.get());
     }
+}
+
+bool record_file_stands_still(std::chrono::steady_clock::time_point now) {
+    const std::uintmax_t bytes = bytes_being_written();
+    const bool is_first_look = growth.last == std::chrono::steady_clock::time_point{};
+    if (is_first_look || bytes != growth.bytes) {
+        growth = {.bytes = bytes, .last = now};
+    }
+    return now - growth.last >= STANDSTILL_MAX;
 }

@@ -10,7 +10,10 @@ constexpr const char* RECORD_CREATE_FAILED = "One element could not be created i
 
 constexpr std::array record_elements = std::to_array<element_row>({
     {.factory = "mp4mux", .name = "rec-mux", .inside_another = true},
-    {.factory = "filesink", .name = "rec-sink", .inside_another = true},
+    {.factory = "filesink",
+     .name = "rec-sink",
+     .handle = element_handle::record_sink,
+     .inside_another = true},
     {.factory = "splitmuxsink", .name = "vid-sink"},
 });
 

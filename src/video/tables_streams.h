@@ -8,13 +8,14 @@
 constexpr const char* TCP_CREATE_FAILED = "One element could not be created in the stream pipe.";
 constexpr const char* TCP_LINK_FAILED = "Failed to link elements in the streaming pipe";
 constexpr int CLIENT_TIMEOUT_NS = 2'000'000'000;
-constexpr int CLIENT_BUFFERS = 63; // what a slow client may lag behind
+constexpr unsigned int VIEWERS_MAX = 32; // each takes a descriptor, and a share of the processor
+constexpr int CLIENT_BUFFERS = 63;       // what a slow client may lag behind
 
 // --- TCP: muxer and server -------------------------------------------------------------------
 
 constexpr std::array tcp_elements = std::to_array<element_row>({
     {.factory = "mpegtsmux", .name = "tcp-mux"},
-    {.factory = "tcpserversink", .name = "tcp-sink"},
+    {.factory = "tcpserversink", .name = "tcp-sink", .viewers_max = VIEWERS_MAX},
 });
 
 constexpr std::array tcp_properties = std::to_array<property_row>({

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <optional>
 
 using testing::HasSubstr;
@@ -137,6 +138,29 @@ TEST_F(StreamTest, PushToAServerThatNeverReadsEnds) {
     ask_for("enable_http_stream", false);
     EXPECT_TRUE(daemon_->wait_for("[INFO]: Got EoS event on pipe 7\n"));
     EXPECT_EQ(daemon_->ask("c:get_lum:n:"), "r:get_lum:s:0");
+    EXPECT_EQ(daemon_->stop(), 0);
+}
+
+// Of 200, the first 32 are served; the place of one that leaves is free.
+TEST_F(StreamTest, ViewersBeyondTheLimitAreRefused) {
+    start_daemon();
+    ask_for("enable_tcp_stream", true);
+    std::vector<std::unique_ptr<stream_client>> viewers;
+    for (int viewer = 0; viewer < 32; ++viewer) {
+        viewers.push_back(std::make_unique<stream_client>(tcp_port_));
+        EXPECT_FALSE(viewers.back()->read(1).empty());
+    }
+    for (int viewer = 32; viewer < 200; ++viewer) {
+        EXPECT_TRUE(stream_client{tcp_port_}.is_closed_in_time());
+    }
+    EXPECT_TRUE(daemon_->wait_for("There are 32 viewers, further ones are refused\n"));
+    EXPECT_EQ(daemon_->count("further ones are refused"), 1);
+    EXPECT_EQ(daemon_->ask("c:get_lum:n:"), "r:get_lum:s:0");
+    viewers.pop_back();
+    for (const auto& viewer : viewers) {
+        EXPECT_FALSE(viewer->read(1).empty());
+    }
+    EXPECT_FALSE(stream_client{tcp_port_}.read(SOME_SECONDS / 10).empty());
     EXPECT_EQ(daemon_->stop(), 0);
 }
 

@@ -12,7 +12,8 @@ using testing::StartsWith;
 
 namespace {
 
-// Nobody waits longer, but for a machine that is busy. A camera stays stuck for as long as it likes.
+// Nobody waits longer, but for a machine that is busy. A camera stays stuck for as long as it
+// likes.
 constexpr std::chrono::seconds AT_ONCE{3};
 
 class StuckCameraTest : public testing::TestWithParam<const char*> {
