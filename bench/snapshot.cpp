@@ -1,5 +1,5 @@
 // What a snapshot costs without the daemon: the panel's picture as JPEG, in a file, on storage.
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <gst/video/video.h>
 

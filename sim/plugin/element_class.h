@@ -1,7 +1,7 @@
 // What the class set-up of every stand-in element has in common.
 #pragma once
 
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <string>
 

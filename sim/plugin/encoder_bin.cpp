@@ -2,7 +2,7 @@
 #include "encoder_bin.h"
 
 #include "element_class.h"
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 G_DEFINE_ABSTRACT_TYPE(SimEncoderBin, sim_encoder_bin, GST_TYPE_BIN)
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "pixels.h"
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <cstddef>
 #include <cstdint>

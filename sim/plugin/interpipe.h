@@ -3,7 +3,7 @@
 #pragma once
 
 #include "source_gate.h"
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <cstddef>
 #include <deque>

@@ -1,7 +1,7 @@
 // perf: passes everything on, counts frames and posts once a second how many there were.
 #include "element_class.h"
 #include "elements.h"
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <gst/base/gstbasetransform.h>
 

@@ -6,7 +6,7 @@
 // state change pending that never returns. Sources therefore take such events through here.
 #pragma once
 
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <chrono>
 #include <condition_variable>

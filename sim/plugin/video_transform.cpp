@@ -2,7 +2,7 @@
 #include "video_transform.h"
 
 #include "element_class.h"
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 G_DEFINE_ABSTRACT_TYPE(SimVideoTransform, sim_video_transform, GST_TYPE_VIDEO_FILTER)
 

@@ -1,7 +1,7 @@
 // Builds a pipe from its row: its elements, their properties, what they are linked to.
 #pragma once
 
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 #include "video/pipe_table.h"
 #include "video/registry.h"
 

@@ -55,7 +55,7 @@ constexpr report_type report_types[] = {
 
 int message_handle(GstMessage* message, int pipe) {
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
-        destroy_pipe(pipe, forced_end_is(message));
+        destroy_pipe(pipe, is_forced_end(message));
         return 1;
     }
     if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {

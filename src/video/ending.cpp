@@ -1,16 +1,12 @@
 // How a pipe ends: end-of-stream, the forced end, shutting down.
 #include "video/ending.h"
 
-#include "util/never_destroyed.h"
-#include "video/registry.h"
 #include "video/transport.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <functional>
 #include <future>
-#include <memory>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -68,27 +64,6 @@ void end_sources(GstElement* pipeline) {
     std::erase_if(sources, std::not_fn(refuses_end));
     resume_when_paused(pipeline);
     std::ranges::for_each(sources, refuses_end);
-}
-
-// --- Timers ----------------------------------------------------------------------------------
-
-struct clock_id_release {
-    void operator()(GstClockID id) const noexcept {
-        gst_clock_id_unschedule(id);
-        gst_clock_id_unref(id);
-    }
-};
-
-// A timer on GStreamer's own clock thread; it is called off when it is destroyed.
-struct end_timer {
-    std::unique_ptr<void, clock_id_release> id;
-    GstClockTime due = GST_CLOCK_TIME_NONE;
-};
-
-constinit never_destroyed<std::array<end_timer, PIPE_COUNT>> end_timers;
-
-end_timer& timer_of(int pipe) {
-    return end_timers->at(static_cast<std::size_t>(pipe));
 }
 
 // Runs on GStreamer's clock thread and so only speaks through the bus, as streaming threads do.
@@ -176,31 +151,32 @@ GstClockTime clock_time_in(GstClockTime wait) {
     return gst_clock_get_time(system_clock().get()) + wait;
 }
 
-void forced_end_arm(int pipe, GstBus* bus, GstClockTime due) {
+void end_timer::clock_id_release::operator()(GstClockID id) const noexcept {
+    gst_clock_id_unschedule(id);
+    gst_clock_id_unref(id);
+}
+
+void end_timer::arm(GstBus* bus, GstClockTime due) {
     if (!GST_CLOCK_TIME_IS_VALID(due)) {
         return;
     }
-    end_timer& timer = timer_of(pipe);
-    timer.id.reset(gst_clock_new_single_shot_id(system_clock().get(), due));
-    timer.due = due;
-    gst_clock_id_wait_async(timer.id.get(), post_end, gst_object_ref(bus), gst_object_unref);
+    id_.reset(gst_clock_new_single_shot_id(system_clock().get(), due));
+    due_ = due;
+    gst_clock_id_wait_async(id_.get(), post_end, gst_object_ref(bus), gst_object_unref);
+}
+
+GstClockTime end_timer::disarm() {
+    id_.reset();
+    return std::exchange(due_, GST_CLOCK_TIME_NONE);
+}
+
+bool end_timer::is_overdue() const {
+    return is_armed() && clock_time_in(0) > due_;
 }
 
 // A pipeline's own message names it as the source.
-bool forced_end_is(GstMessage* message) {
+bool is_forced_end(GstMessage* message) {
     return GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS && GST_MESSAGE_SRC(message) == nullptr;
-}
-
-GstClockTime forced_end_disarm(int pipe) {
-    return std::exchange(timer_of(pipe), {}).due;
-}
-
-bool forced_end_is_armed(int pipe) {
-    return timer_of(pipe).id != nullptr;
-}
-
-bool forced_end_is_overdue(int pipe) {
-    return forced_end_is_armed(pipe) && clock_time_in(0) > timer_of(pipe).due;
 }
 
 bool shut_down(GstElement* pipeline, bool is_forced) {

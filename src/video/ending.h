@@ -3,7 +3,9 @@
 // waits for what an element is stuck in, be it a driver, a server or storage.
 #pragma once
 
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
+
+#include <memory>
 
 // The clock that all pipes and these timers go by.
 [[nodiscard]] gst_owned<GstClock> system_clock();
@@ -15,21 +17,34 @@ void end_of_stream_send(GstElement* pipeline, const char* end_element);
 // The system clock's time after that wait.
 [[nodiscard]] GstClockTime clock_time_in(GstClockTime wait);
 
-// Posts end-of-stream on the bus when the time has come, at once when it has passed already; never
-// for GST_CLOCK_TIME_NONE. Takes the place of a time that was set before.
-void forced_end_arm(int pipe, GstBus* bus, GstClockTime due);
+// A time at which the end of a pipe is forced: end-of-stream is posted on its bus then. It is
+// called off when the timer goes.
+class end_timer {
+public:
+    // For a time that has passed the message is posted at once, for GST_CLOCK_TIME_NONE never.
+    // Takes the place of a time that was set before.
+    void arm(GstBus* bus, GstClockTime due);
+
+    // Calls it off. The time it was due; GST_CLOCK_TIME_NONE when it was not armed.
+    GstClockTime disarm();
+
+    // True while a time is set, be it past or not.
+    [[nodiscard]] bool is_armed() const { return id_ != nullptr; }
+
+    // True once the time has come, and until it is disarmed.
+    [[nodiscard]] bool is_overdue() const;
+
+private:
+    struct clock_id_release {
+        void operator()(GstClockID id) const noexcept;
+    };
+
+    std::unique_ptr<void, clock_id_release> id_; // on GStreamer's own clock thread
+    GstClockTime due_ = GST_CLOCK_TIME_NONE;
+};
 
 // True for the message that is posted then.
-[[nodiscard]] bool forced_end_is(GstMessage* message);
-
-// Calls it off. The time it was due; GST_CLOCK_TIME_NONE when it was not armed.
-GstClockTime forced_end_disarm(int pipe);
-
-// True while a time is set, be it past or not.
-[[nodiscard]] bool forced_end_is_armed(int pipe);
-
-// True once the time of an armed one has come, and until it is disarmed.
-[[nodiscard]] bool forced_end_is_overdue(int pipe);
+[[nodiscard]] bool is_forced_end(GstMessage* message);
 
 // Brings the pipeline to NULL on a thread of its own and waits half a second for it; one that ends
 // by force is flushed first. False when it takes longer: the thread then keeps the pipeline until

@@ -1,8 +1,9 @@
 // Handles to single elements that are acted on after their pipe was built.
 #pragma once
 
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
+#include <array>
 #include <cstddef>
 
 // Several pipes may set the same handle: it refers to the element that was built last.
@@ -16,8 +17,18 @@ enum class element_handle : std::size_t {
     count,
 };
 
+// Weak, so that acting on an element that went away with its pipe does nothing.
+inline constinit std::array<GWeakRef, static_cast<std::size_t>(element_handle::count)> handles{};
+
 // Remembers the element without owning it.
-void handle_set(element_handle handle, GstElement* element);
+inline void handle_set(element_handle handle, GstElement* element) {
+    if (handle != element_handle::none) {
+        g_weak_ref_set(&handles[static_cast<std::size_t>(handle)], element);
+    }
+}
 
 // The element, kept alive while the result lives; none when its pipe is gone.
-[[nodiscard]] gst_owned<GstElement> handle_get(element_handle handle);
+[[nodiscard]] inline gst_owned<GstElement> handle_get(element_handle handle) {
+    void* const element = g_weak_ref_get(&handles[static_cast<std::size_t>(handle)]);
+    return gst_owned<GstElement>{static_cast<GstElement*>(element)};
+}

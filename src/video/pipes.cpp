@@ -1,7 +1,6 @@
 // The pipes, a row each.
 #include "video/pipes.h"
 
-#include "video/start.h"
 #include "video/tables_branches.h"
 #include "video/tables_live.h"
 #include "video/tables_recording.h"

@@ -27,6 +27,7 @@ constexpr GstClockTime RECORD_END_TIMEOUT = 30 * GST_SECOND;
 constinit never_destroyed<std::array<gst_owned<GstElement>, PIPE_COUNT>> pipes;
 constinit never_destroyed<std::array<gst_owned<GstBus>, PIPE_COUNT>> buses;
 std::array<int, PIPE_COUNT> eos_events{};
+constinit never_destroyed<std::array<end_timer, PIPE_COUNT>> forced_ends;
 // Pipes of which an element reported an error.
 std::array<bool, PIPE_COUNT> failed{};
 // Set once every pipe was asked to stop: nothing starts from then on.
@@ -40,6 +41,10 @@ GstBus* bus_of(int pipe) {
 
 bool& has_failed(int pipe) {
     return failed.at(static_cast<std::size_t>(pipe));
+}
+
+end_timer& forced_end_of(int pipe) {
+    return forced_ends->at(static_cast<std::size_t>(pipe));
 }
 
 int& eos_event_of(int pipe) {
@@ -130,9 +135,9 @@ GstClockTime end_due(const pipe_row& row) {
 
 // A recording without any input has no error, and never ends.
 void force_end_of_standing_recording(const pipe_row& row) {
-    if (row.records && is_ending(row.number) && !forced_end_is_armed(row.number) &&
+    if (row.records && is_ending(row.number) && !forced_end_of(row.number).is_armed() &&
         record_file_stands_still(std::chrono::steady_clock::now())) {
-        forced_end_arm(row.number, bus_of(row.number), clock_time_in(0));
+        forced_end_of(row.number).arm(bus_of(row.number), clock_time_in(0));
     }
 }
 
@@ -237,7 +242,7 @@ void send_eos(int pipe) {
     end_branches_with_last_output(pipe_row_of(pipe));
     log_message(LEVEL_INFO, "Sending eos on pipe: %d", pipe);
     eos_event_of(pipe) = 1;
-    forced_end_arm(pipe, bus_of(pipe), end_due(pipe_row_of(pipe)));
+    forced_end_of(pipe).arm(bus_of(pipe), end_due(pipe_row_of(pipe)));
     end_of_stream_send(pipe_pipeline(pipe), pipe_row_of(pipe).end_element);
 }
 
@@ -245,7 +250,7 @@ void destroy_pipe(int pipe, bool is_forced) {
     log_message(LEVEL_INFO, "Got EoS event on pipe %d", pipe);
     const pipe_row& row = pipe_row_of(pipe);
     const bool was_asked = is_ending(pipe);
-    forced_end_disarm(pipe);
+    forced_end_of(pipe).disarm();
     if (is_forced) {
         tell_forced_end(row);
     }
@@ -264,8 +269,8 @@ void destroy_pipe(int pipe, bool is_forced) {
 
 void note_error(int pipe) {
     has_failed(pipe) = true;
-    if (is_ending(pipe) && !forced_end_is_armed(pipe)) {
-        forced_end_arm(pipe, bus_of(pipe), end_due(pipe_row_of(pipe)));
+    if (is_ending(pipe) && !forced_end_of(pipe).is_armed()) {
+        forced_end_of(pipe).arm(bus_of(pipe), end_due(pipe_row_of(pipe)));
     }
 }
 
@@ -274,11 +279,11 @@ void note_error(int pipe) {
 void restart_pipe(int pipe) {
     log_message(LEVEL_INFO, "event detected");
     const bool ending = eos_event_of(pipe) != 0;
-    const GstClockTime due = forced_end_disarm(pipe);
+    const GstClockTime due = forced_end_of(pipe).disarm();
     gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_NULL);
     gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
     if (ending) {
-        forced_end_arm(pipe, bus_of(pipe), due);
+        forced_end_of(pipe).arm(bus_of(pipe), due);
         end_of_stream_send(pipe_pipeline(pipe), pipe_row_of(pipe).end_element);
     }
 }
@@ -303,8 +308,8 @@ void gstvideo_stop_all_pipes() {
     log_message(LEVEL_INFO, "Requesting stop of all pipes..");
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
         gstvideo_stop_pipe(pipe);
-        if (is_created(pipe) != 0 && !forced_end_is_armed(pipe)) {
-            forced_end_arm(pipe, bus_of(pipe), end_due(pipe_row_of(pipe)));
+        if (is_created(pipe) != 0 && !forced_end_of(pipe).is_armed()) {
+            forced_end_of(pipe).arm(bus_of(pipe), end_due(pipe_row_of(pipe)));
         }
     }
 }
@@ -333,7 +338,7 @@ int gstvideo_is_playing(int pipe) {
 void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle)) {
     std::ranges::for_each(pipe_rows(), force_end_of_standing_recording);
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
-        while (forced_end_is_overdue(pipe) && gst_bus_have_pending(bus_of(pipe)) != FALSE) {
+        while (forced_end_of(pipe).is_overdue() && gst_bus_have_pending(bus_of(pipe)) != FALSE) {
             const int fd = get_bus_filefd(bus_of(pipe));
             if (gstvideo_process_message(pipe) != 0) {
                 ended({fd, pipe});

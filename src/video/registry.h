@@ -6,6 +6,9 @@
 // requires 0..9; is_pipe_number tells.
 #pragma once
 
+#include <array>
+#include <cstddef>
+
 // Pipe numbers; clients address pipes by them. Each has a row in one of the tables_*.h.
 enum pipe_enum : int {
     PIPE_SRC = 0,
@@ -27,6 +30,13 @@ struct bus_handle {
     int fd;   // bus descriptor, owned by the bus; -1 when the pipe could not be started
     int pipe; // pipe number
 };
+
+// Most branches that one output has.
+inline constexpr std::size_t BRANCHES_MAX = 3;
+
+// The pipes of an output in the order they were created, branches first; an entry with descriptor 0
+// ends the list.
+using bus_list = std::array<bus_handle, BRANCHES_MAX + 2>;
 
 [[nodiscard]] bool is_pipe_number(int pipe);
 

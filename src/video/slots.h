@@ -4,7 +4,7 @@
 // destroyed. A slot is "created" exactly while it holds a pipeline.
 #pragma once
 
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 #include "video/registry.h"
 
 // 1 when the slot holds a pipeline, else 0.

@@ -7,8 +7,6 @@
 #include "video/registry.h"
 #include "video/settings.h"
 
-#include <array>
-#include <cstddef>
 #include <optional>
 
 // Initialises GStreamer and takes the settings. 0, also when GStreamer was up already (the settings
@@ -34,13 +32,6 @@ int gstvideo_stop_main_video();
 [[nodiscard]] bus_handle gstvideo_start_pipe(int pipe);
 
 // --- Media outputs ---------------------------------------------------------------------------
-
-// Most branches that one output has.
-inline constexpr std::size_t BRANCHES_MAX = 3;
-
-// The pipes of an output in the order they were created, branches first; an entry with descriptor 0
-// ends the list.
-using bus_list = std::array<bus_handle, BRANCHES_MAX + 2>;
 
 // Each starts the branches that the output needs by the present encoding type, then the output.
 // None when there is no such output of that type, when a pipe can't be made (those made before

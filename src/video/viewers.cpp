@@ -1,7 +1,7 @@
 // Viewers of a network stream, as many as the sight can serve.
 #include "video/viewers.h"
 
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <atomic>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "support/stand_ins.h"
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
 

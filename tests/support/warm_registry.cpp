@@ -1,6 +1,6 @@
 // Makes the registry of plug-ins that boards start from, and checks that the stand-ins are in it.
 #include "support/stand_ins.h"
-#include "video/gst_owned.h"
+#include "util/gst_owned.h"
 
 #include <cstdio>
 

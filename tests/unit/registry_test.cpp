@@ -3,6 +3,7 @@
 #include "support/temp_folder.h"
 #include "video/builder.h"
 #include "video/slots.h"
+#include "video/storage.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -84,6 +85,15 @@ TEST_F(RegistryTest, PausedPipeEndsWhenAsked) {
     EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
 }
 
+TEST_F(RegistryTest, PipeThatWasAskedToEndIsNotPaused) {
+    ASSERT_GT(start(), 0);
+    gstvideo_stop_pipe(PIPE_HTTP_STREAM);
+    EXPECT_EQ(gstvideo_pause_pipe(PIPE_HTTP_STREAM), 1);
+    EXPECT_EQ(gstvideo_pause_all_pipes(), 0);
+    EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
+    EXPECT_THAT(log(), testing::Not(HasSubstr("by force")));
+}
+
 TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
     // Nothing in it ever posts end-of-stream.
     ASSERT_GT(create_pipeline(PIPE_HTTP_STREAM), 0);
@@ -92,6 +102,19 @@ TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
               TRUE);
     gstvideo_stop_pipe(PIPE_HTTP_STREAM);
     EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
+    EXPECT_THAT(log(), HasSubstr("[WARN]: Pipe 7 is ended by force\n"));
+}
+
+// Without any input it has no error, and no file either.
+TEST_F(RegistryTest, RecordingThatStandsStillForFiveMinutesIsGivenUp) {
+    using namespace std::chrono_literals;
+    record_file_set("/media/video/video_1_%02d.mp4");
+    const auto now = std::chrono::steady_clock::now();
+    EXPECT_FALSE(record_file_stands_still(now));
+    EXPECT_FALSE(record_file_stands_still(now + 299s));
+    EXPECT_TRUE(record_file_stands_still(now + 300s));
+    record_file_finish(false);
+    EXPECT_EQ(record_file_name(), nullptr);
 }
 
 // Tells when a message of that type is posted, before anybody handles it.
