@@ -6,6 +6,7 @@
 #include "control/pipe_events.h"
 #include "core/log.h"
 #include "util/files.h"
+#include "util/free_names.h"
 #include "util/text.h"
 #include "video/controls.h"
 #include "video/diagnostics.h"
@@ -42,11 +43,14 @@ int register_pipes(const std::optional<bus_list>& list) {
     return result;
 }
 
+// A path in the folder that overwrites nothing, also where the clock begins at the same time at
+// each start; none when there is no such path.
+malloc_text free_path(const char* folder, const char* prefix, const char* suffix) {
+    const malloc_text timestamp = get_free_timestamp(folder, prefix, std::time(nullptr));
+    return timestamp ? concatenate_strings({folder, prefix, timestamp.get(), suffix}) : nullptr;
+}
+
 int start_record() {
-    const malloc_text timestamp = get_timestamp_string();
-    if (!timestamp) {
-        return 1;
-    }
     const char* const prefix = global_config.enc_type == ENC_TYPE_AUDIO ? "audio_" : "video_";
     const malloc_text folder = make_media_folder("/video/");
     if (!folder) {
@@ -57,8 +61,7 @@ int start_record() {
         return 1;
     }
     // The recording fills the number of each file in.
-    const malloc_text pattern =
-        concatenate_strings({folder.get(), prefix, timestamp.get(), "_%02d", ".mp4"});
+    const malloc_text pattern = free_path(folder.get(), prefix, "_%02d.mp4");
     return pattern ? register_pipes(gstvideo_start_record(pattern.get())) : 1;
 }
 
@@ -92,7 +95,7 @@ int ac_make_snapshot() {
         log_message(LEVEL_WARN, "Snapshot: not enough space");
         return 1;
     }
-    const malloc_text name = concatenate_strings({folder.get(), "img_", timestamp.get(), ".jpeg"});
+    const malloc_text name = free_path(folder.get(), "img_", ".jpeg");
     if (!name) {
         return 1;
     }

@@ -3,24 +3,16 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <utility>
 
-namespace {
-
-// Fourteen digits and the terminator.
-constexpr std::size_t TIMESTAMP_SIZE = 15;
-
-} // namespace
-
-malloc_text get_timestamp_string() {
-    const std::time_t now = std::time(nullptr);
+malloc_text get_timestamp_string(std::time_t moment) {
+    constexpr std::size_t size = TIMESTAMP_LENGTH + 1;
     std::tm local{};
-    malloc_text text{static_cast<char*>(std::malloc(TIMESTAMP_SIZE))};
-    if (localtime_r(&now, &local) == nullptr || !text) {
+    malloc_text text{static_cast<char*>(std::malloc(size))};
+    if (localtime_r(&moment, &local) == nullptr || !text) {
         return nullptr;
     }
-    const std::size_t length = std::strftime(text.get(), TIMESTAMP_SIZE, "%Y%m%d%H%M%S", &local);
+    const std::size_t length = std::strftime(text.get(), size, "%Y%m%d%H%M%S", &local);
     return length > 0 ? std::move(text) : nullptr;
 }
 

@@ -2,6 +2,7 @@
 #include "core/log.h"
 #include "support/temp_folder.h"
 #include "util/files.h"
+#include "util/free_names.h"
 #include "util/text.h"
 #include "util/tools.h"
 #include "video/storage.h"
@@ -113,6 +114,30 @@ TEST_F(HelpersTest, TextsAndTimeStamps) {
     EXPECT_STREQ(concatenate_strings({"/home/root/", "src", "_"}).get(), "/home/root/src_");
     EXPECT_STREQ(concatenate_strings({""}).get(), "");
     EXPECT_THAT(get_timestamp_string().get(), testing::MatchesRegex("20[0-9]{12}"));
+}
+
+TEST_F(HelpersTest, TimeStampIsTheFirstThatNoNameHas) {
+    // A clock that began at the same second in each of many starts, and an hour that comes twice.
+    setenv("TZ", "CET-1CEST-2,M3.5.0/2,M10.5.0/3", 1);
+    tzset();
+    constexpr std::time_t before_three = 1'729'990'790; // 02:59:50 in summer, ten seconds before
+    const auto stamp = [this](std::time_t moment) {
+        return std::string{get_free_timestamp(file("video/").c_str(), "video_", moment).get()};
+    };
+    EXPECT_EQ(stamp(before_three), "20241027025950"); // no folder
+    const auto take = [&](std::time_t moment, const char* rest) {
+        folder_.write("video/video_" + std::string{get_timestamp_string(moment).get()} + rest, "");
+    };
+    for (int second = 0; second < 3700; ++second) {
+        take(before_three + second, second % 2 == 0 ? "_00.mp4" : "_07.mp4.recovered");
+    }
+    EXPECT_EQ(stamp(before_three), "20241027030130");
+    EXPECT_EQ(stamp(before_three - 3600), "20241027015950");
+    folder_.write("video/audio_20241027030130_00.mp4", "");
+    folder_.write("video/video_2024102703013", ""); // shorter than a stamp
+    EXPECT_EQ(stamp(before_three), "20241027030130");
+    unsetenv("TZ");
+    tzset();
 }
 
 TEST_F(HelpersTest, FreeSpaceIsEnoughUpToItsLastByte) {

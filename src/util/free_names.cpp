@@ -1,0 +1,56 @@
+// Names for new files: none that a file has already.
+#include "util/free_names.h"
+
+#include "core/log.h"
+#include "util/file_owners.h"
+#include "util/sysroot.h"
+#include "util/text.h"
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using stamp_set = std::set<std::string, std::less<>>;
+
+const dirent* next_entry(DIR* folder) {
+    errno = 0; // the end leaves it alone
+    return readdir(folder);
+}
+
+// The stamps behind the prefix in the folder's names; none, with errno set, when it can't be read.
+std::optional<stamp_set> taken_stamps(const char* path, std::string_view prefix) {
+    stamp_set taken;
+    const folder_owner folder{opendir(sysroot_path(path).c_str())};
+    if (!folder) {
+        return errno == ENOENT || errno == ENOTDIR ? std::optional{taken} : std::nullopt;
+    }
+    while (const dirent* entry = next_entry(folder.get())) {
+        const std::string_view name{entry->d_name};
+        if (name.starts_with(prefix)) {
+            taken.emplace(name.substr(prefix.size(), TIMESTAMP_LENGTH));
+        }
+    }
+    return errno == 0 ? std::optional{std::move(taken)} : std::nullopt;
+}
+
+} // namespace
+
+malloc_text get_free_timestamp(const char* folder, const char* prefix, std::time_t moment) {
+    const std::optional<stamp_set> taken = taken_stamps(folder, prefix);
+    if (!taken) {
+        log_message(LEVEL_WARN, "Can't read %s to find a free name: %s", folder,
+                    std::strerror(errno));
+        return nullptr;
+    }
+    // Ends after as many steps as there are stamps taken, or twice that: an hour may come twice.
+    malloc_text stamp = get_timestamp_string(moment);
+    while (stamp && taken->contains(std::string_view{stamp.get()})) {
+        stamp = get_timestamp_string(++moment);
+    }
+    return stamp;
+}
