@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstring>
 #include <gst/video/video.h>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -78,6 +79,16 @@ void set_caps(GstElement* element, const char* property, caps_text caps) {
     set_property(element, property, GST_TYPE_CAPS, gst_value_set_caps, value.get());
 }
 
+// Doubles each "%" but the last, as printf's formats have it.
+std::string with_one_conversion(std::string_view pattern) {
+    const std::size_t last = pattern.rfind('%');
+    std::string text;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        text.append(pattern[i] == '%' && i != last ? 2 : 1, pattern[i]);
+    }
+    return text;
+}
+
 // Sets one property from a chain's value.
 class property_setter {
 public:
@@ -103,6 +114,9 @@ public:
     }
     void operator()(board_path path) const { (*this)(sysroot_path(path.text).c_str()); }
     void operator()(given_path given) const { (*this)(board_path{arguments_.*given.argument}); }
+    void operator()(given_pattern given) const {
+        (*this)(with_one_conversion(sysroot_path(arguments_.*given.argument)).c_str());
+    }
     void operator()(element_named other) const {
         set(GST_TYPE_ELEMENT, g_value_set_object, element_of(other.name));
     }

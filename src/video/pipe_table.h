@@ -48,6 +48,11 @@ struct board_path {
 struct given_path {
     const char* start_arguments::*argument;
 };
+// As given_path, a pattern whose last "%" alone stands for a number; those of folders are
+// characters.
+struct given_pattern {
+    const char* start_arguments::*argument;
+};
 // Another element of the chain.
 struct element_named {
     std::string_view name;
@@ -55,7 +60,7 @@ struct element_named {
 
 // Numbers are converted to the property's own type, enumerations included.
 using property_value = std::variant<bool, int, const char*, caps_text, board_path, given_path,
-                                    element_named, const char * start_arguments::*,
+                                    given_pattern, element_named, const char * start_arguments::*,
                                     int start_arguments::*, std::int32_t video_config::*,
                                     std::int64_t video_config::*, double video_config::*>;
 

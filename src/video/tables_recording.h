@@ -24,7 +24,7 @@ constexpr std::array record_properties = std::to_array<property_row>({
     {.element = "vid-sink", .property = "sink", .value = element_named{"rec-sink"}},
     {.element = "vid-sink",
      .property = "location",
-     .value = given_path{&start_arguments::location_pattern}},
+     .value = given_pattern{&start_arguments::location_pattern}},
     {.element = "vid-sink", .property = "muxer", .value = element_named{"rec-mux"}},
 });
 

@@ -118,6 +118,19 @@ double length_of(const media_track& track) {
     return track.end() - track.start();
 }
 
+TEST_F(RecordingTest, PercentInTheMediaPathIsACharacter) {
+    const std::filesystem::path folder = board_.at("/media/100%/50%d");
+    std::filesystem::create_directories(folder);
+    start_daemon("media_path=/media/100%/50%d\n");
+    start();
+    ASSERT_TRUE(board_.wait_for_frames(30));
+    stop();
+    const files recorded = files_in(folder / "video");
+    ASSERT_EQ(recorded.size(), 1U);
+    expect_playable(recorded, "video");
+    EXPECT_EQ(daemon_->stop(), 0);
+}
+
 TEST_F(RecordingTest, IsSplitWithoutLosingAnything) {
     start_daemon();
     start();
