@@ -1,150 +1,222 @@
 // Channels and their process-wide register.
 #include "interpipe.h"
 
+#include <gst/base/gstbasesink.h>
+
 #include <algorithm>
 #include <map>
+#include <set>
 #include <utility>
 
 namespace sim {
 namespace {
 
-// What a stalled listener may hold: some ten raw pictures of the panel's size.
-constexpr std::size_t max_bytes = std::size_t{32} << 20;
-
-bool is_delta(const flow_item& item) {
-    return GST_BUFFER_FLAG_IS_SET(item.buffer.get(), GST_BUFFER_FLAG_DELTA_UNIT);
+GstPad* pad_of(GstElement* source) {
+    return GST_BASE_SRC_PAD(source);
 }
 
-std::size_t size_of(const flow_item& item) {
-    return gst_buffer_get_size(item.buffer.get());
+bool is_negotiated(GstAppSrc* source) {
+    return gst_caps_owned{gst_app_src_get_caps(source)} != nullptr;
 }
 
-// The same item for one more listener.
-flow_item copy_of(const flow_item& item) {
-    return {own_shared(item.buffer.get()), item.caps ? own_shared(item.caps.get()) : nullptr,
-            item.producer_base_time};
+// What is linked behind the source takes.
+gst_caps_owned taken_by(GstElement* source) {
+    return gst_caps_owned{gst_pad_peer_query_caps(pad_of(source), nullptr)};
 }
 
-struct channel_register {
+gst_owned<GstBuffer> stamped(GstBuffer* buffer, GstClockTime pts, GstClockTime dts) {
+    gst_owned<GstBuffer> copy{gst_buffer_copy(buffer)}; // the memory is shared
+    GST_BUFFER_PTS(copy.get()) = pts;
+    GST_BUFFER_DTS(copy.get()) = dts;
+    return copy;
+}
+
+GstClockTime shifted(GstClockTime stamp, GstClockTimeDiff offset) {
+    return GST_CLOCK_TIME_IS_VALID(stamp) ? stamp + static_cast<GstClockTime>(offset) : stamp;
+}
+
+// None when the buffer is older than the listening pipe, which has no time of its own before it
+// plays.
+gst_owned<GstBuffer> compensated(GstElement* producer, GstElement* source, GstBuffer* buffer) {
+    const GstClockTimeDiff offset =
+        GST_CLOCK_DIFF(gst_element_get_base_time(source), gst_element_get_base_time(producer));
+    const GstClockTime pts = GST_BUFFER_PTS(buffer);
+    if (GST_STATE(source) != GST_STATE_PLAYING ||
+        (GST_CLOCK_TIME_IS_VALID(pts) && GST_CLOCK_DIFF(0, pts) + offset < 0)) {
+        return nullptr;
+    }
+    return stamped(buffer, shifted(pts, offset), shifted(GST_BUFFER_DTS(buffer), offset));
+}
+
+gst_owned<GstBuffer> for_listener(const listener& who, GstElement* producer, GstBuffer* buffer) {
+    switch (who.sync) {
+    case sync_restart:
+        return stamped(buffer, GST_CLOCK_TIME_NONE, GST_CLOCK_TIME_NONE);
+    case sync_compensate:
+        return compensated(producer, GST_ELEMENT(who.source), buffer);
+    default:
+        return own_shared(buffer);
+    }
+}
+
+// Those that stay with a pad: the listening source has a start, a segment and tags of its own, caps
+// have their own way, and end-of-stream stays in its pipe.
+bool passes(GstEvent* event) {
+    return !GST_EVENT_IS_STICKY(event);
+}
+
+bool is_flush(GstEvent* event) {
+    return GST_EVENT_TYPE(event) == GST_EVENT_FLUSH_START ||
+           GST_EVENT_TYPE(event) == GST_EVENT_FLUSH_STOP;
+}
+
+struct name_register {
     std::mutex mutex;
     std::map<std::string, std::weak_ptr<channel>> channels;
+    std::set<std::string> listeners;
 };
 
 // Leaked on purpose: streaming threads may still run while the process exits.
-channel_register& the_register() {
-    static auto* instance = new channel_register;
+name_register& the_register() {
+    static auto* instance = new name_register;
     return *instance;
 }
 
 } // namespace
 
-bool listener::offer(const flow_item& item, std::size_t max_buffers) {
-    bool ask = false;
-    gate_.update([&] {
-        if (!gate_.is_ended() && !admit(item, max_buffers)) {
-            ask = !std::exchange(asked_, true);
-        }
-    });
-    return ask;
-}
-
-// Under the gate's lock. False: a key unit is needed first.
-bool listener::admit(const flow_item& item, std::size_t max_buffers) {
-    const bool full = bytes_ >= max_bytes || (max_buffers > 0 && items_.size() >= max_buffers);
-    if (full) {
-        needs_key_unit_ = true;
-        return true; // asking makes sense once there is room
-    }
-    if (needs_key_unit_ && is_delta(item)) {
-        return false;
-    }
-    needs_key_unit_ = asked_ = false;
-    bytes_ += size_of(item);
-    items_.push_back(copy_of(item));
-    return true;
-}
-
-wake listener::take(flow_item& item) {
-    return gate_.wait([&] {
-        if (items_.empty()) {
-            return false;
-        }
-        item = std::move(items_.front());
-        items_.pop_front();
-        bytes_ -= size_of(item);
-        return true;
-    });
-}
-
-void listener::restart_at_key_unit() {
-    gate_.update([this] {
-        while (!items_.empty() && is_delta(items_.front())) {
-            bytes_ -= size_of(items_.front());
-            items_.pop_front();
-        }
-        needs_key_unit_ = needs_key_unit_ || items_.empty();
-    });
-}
-
-void listener::expect_new_stream() {
-    gate_.update([this] {
-        needs_key_unit_ = true;
-        asked_ = false;
-    });
-}
-
-void listener::clear() {
-    expect_new_stream();
-    gate_.update([this] {
-        items_.clear();
-        bytes_ = 0;
-    });
-}
-
-void channel::attach(GstElement* producer) {
+bool channel::attach(GstElement* producer) {
     const std::scoped_lock lock(mutex_);
-    producer_ = producer;
-    for (const auto& who : listeners_) {
-        who->expect_new_stream();
+    if (producer_ == nullptr) {
+        producer_ = producer;
     }
+    return producer_ == producer;
 }
 
 void channel::detach(const GstElement* producer) {
     const std::scoped_lock lock(mutex_);
     if (producer_ == producer) {
         producer_ = nullptr;
+        caps_.reset();
     }
 }
 
-void channel::add(std::shared_ptr<listener> who) {
-    const std::scoped_lock lock(mutex_);
-    listeners_.push_back(std::move(who));
-}
-
-void channel::remove(const listener* who) {
-    const std::scoped_lock lock(mutex_);
-    std::erase_if(listeners_, [who](const auto& one) { return one.get() == who; });
-}
-
-bool channel::publish(const GstElement* producer, const flow_item& item, std::size_t max_buffers) {
-    const std::scoped_lock lock(mutex_);
-    if (producer != producer_) {
-        return false;
+// Under the lock. A listener that doesn't renegotiate keeps the caps that it has, whatever comes.
+void channel::give_caps(listener& who) {
+    if (who.allow_renegotiation || !is_negotiated(who.source)) {
+        gst_app_src_set_caps(who.source, caps_.get());
     }
-    bool ask = false;
-    for (const auto& who : listeners_) {
-        ask = who->offer(item, max_buffers) || ask;
-    }
-    return ask;
 }
 
-gst_owned<GstElement> channel::producer() {
+bool channel::join(listener& who) {
+    const bool was_negotiated = is_negotiated(who.source);
+    const gst_caps_owned taken = taken_by(GST_ELEMENT(who.source));
+    gst_owned<GstElement> to_renegotiate;
+    {
+        const std::scoped_lock lock(mutex_);
+        who.is_fed = !caps_ || !was_negotiated || gst_caps_can_intersect(caps_.get(), taken.get());
+        if (!who.is_fed && !listeners_.empty()) {
+            return false;
+        }
+        listeners_.push_back(&who);
+        if (!who.is_fed) {
+            to_renegotiate = own_shared(producer_);
+        } else if (caps_) {
+            give_caps(who);
+        }
+    }
+    // It asks for caps, so the listener has to be there already.
+    if (to_renegotiate) {
+        gst_pad_push_event(GST_BASE_SINK_PAD(to_renegotiate.get()), gst_event_new_reconfigure());
+    }
+    return true;
+}
+
+void channel::leave(const listener& who) {
     const std::scoped_lock lock(mutex_);
-    return producer_ != nullptr ? own_shared(producer_) : nullptr;
+    std::erase(listeners_, &who);
+}
+
+std::vector<gst_owned<GstElement>> channel::sources() {
+    const std::scoped_lock lock(mutex_);
+    std::vector<gst_owned<GstElement>> all;
+    for (const listener* who : listeners_) {
+        all.push_back(own_shared(GST_ELEMENT(who->source)));
+    }
+    return all;
+}
+
+gst_caps_owned channel::common_caps(GstCaps* filter) {
+    const std::vector<gst_owned<GstElement>> all = sources();
+    if (all.empty()) {
+        return nullptr;
+    }
+    gst_caps_owned common{filter != nullptr ? gst_caps_ref(filter) : gst_caps_new_any()};
+    for (const gst_owned<GstElement>& source : all) {
+        const gst_caps_owned taken = taken_by(source.get());
+        common.reset(gst_caps_intersect(common.get(), taken.get()));
+    }
+    if (!gst_caps_is_empty(common.get())) {
+        return common;
+    }
+    const std::scoped_lock lock(mutex_);
+    listeners_.clear();
+    return nullptr;
+}
+
+void channel::set_caps(GstCaps* caps) {
+    const std::scoped_lock lock(mutex_);
+    caps_.reset(caps != nullptr ? gst_caps_ref(caps) : nullptr);
+    for (listener* who : listeners_) {
+        who->is_fed = true;
+        if (caps_) {
+            give_caps(*who);
+        }
+    }
+}
+
+// Under the lock, so that no listener misses what comes after its caps. It doesn't block: appsrc
+// takes whatever comes.
+void channel::feed(GstBuffer* buffer) {
+    const std::scoped_lock lock(mutex_);
+    for (const listener* who : listeners_) {
+        if (!who->is_fed || GST_STATE(who->source) < GST_STATE_PAUSED) {
+            continue;
+        }
+        if (gst_owned<GstBuffer> theirs = for_listener(*who, producer_, buffer)) {
+            gst_app_src_push_buffer(who->source, theirs.release());
+        }
+    }
+}
+
+// Flushes go at once, as anything that is not in the stream; the rest waits its turn among the
+// buffers. The class's function, since the element's takes its state lock.
+void channel::send_downstream(GstEvent* event) {
+    if (!passes(event)) {
+        return;
+    }
+    for (const gst_owned<GstElement>& source : sources()) {
+        if (GST_EVENT_IS_SERIALIZED(event) && !is_flush(event)) {
+            GST_ELEMENT_GET_CLASS(source.get())->send_event(source.get(), gst_event_ref(event));
+        } else {
+            gst_pad_push_event(pad_of(source.get()), gst_event_ref(event));
+        }
+    }
+}
+
+void channel::send_upstream(GstEvent* event) {
+    gst_owned<GstElement> producer;
+    {
+        const std::scoped_lock lock(mutex_);
+        if (producer_ == nullptr || listeners_.size() != 1) {
+            return;
+        }
+        producer = own_shared(producer_);
+    }
+    gst_pad_push_event(GST_BASE_SINK_PAD(producer.get()), gst_event_ref(event));
 }
 
 std::shared_ptr<channel> find_channel(const std::string& name) {
-    channel_register& known = the_register();
+    name_register& known = the_register();
     const std::scoped_lock lock(known.mutex);
     std::erase_if(known.channels, [](const auto& entry) { return entry.second.expired(); });
     std::weak_ptr<channel>& entry = known.channels[name];
@@ -154,6 +226,23 @@ std::shared_ptr<channel> find_channel(const std::string& name) {
         entry = found;
     }
     return found;
+}
+
+std::optional<listener_name> listener_name::take(std::string name) {
+    name_register& known = the_register();
+    const std::scoped_lock lock(known.mutex);
+    if (!known.listeners.insert(name).second) {
+        return std::nullopt;
+    }
+    return listener_name{std::move(name)};
+}
+
+listener_name::~listener_name() {
+    if (name_) {
+        name_register& known = the_register();
+        const std::scoped_lock lock(known.mutex);
+        known.listeners.erase(*name_);
+    }
 }
 
 } // namespace sim

@@ -1,143 +1,142 @@
-// interpipesink: publishes its stream to every interpipesrc that listens to its element name.
+// interpipesink: publishes its stream to every interpipesrc that listens to its element name. An
+// appsink with nobody but the listeners to take its samples.
 #include "element_class.h"
 #include "elements.h"
 #include "interpipe.h"
 
-#include <gst/base/gstbasesink.h>
-#include <gst/video/video.h>
+#include <gst/app/gstappsink.h>
 
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
-using sim::channel;
-using sim::flow_item;
+GST_DEBUG_CATEGORY_STATIC(interpipesink_debug);
+#define GST_CAT_DEFAULT interpipesink_debug
 
 namespace {
 
-enum property : guint { prop_max_buffers = 1 };
-
 struct sink_state {
-    std::atomic<guint> max_buffers = 0;
-    std::mutex mutex; // caps and wiring: state changes and the streaming thread
-    gst_owned<GstCaps> caps;
-    std::shared_ptr<channel> out;
+    std::mutex mutex;
+    std::string name;                  // under which it is published
+    std::shared_ptr<sim::channel> out; // none when another sink had the name first
 };
 
 struct SimInterpipeSink {
-    GstBaseSink parent;
+    GstAppSink parent;
     sink_state state;
 };
 
 struct SimInterpipeSinkClass {
-    GstBaseSinkClass parent_class;
+    GstAppSinkClass parent_class;
 };
 
 } // namespace
 
-G_DEFINE_TYPE(SimInterpipeSink, sim_interpipesink, GST_TYPE_BASE_SINK)
+G_DEFINE_TYPE(SimInterpipeSink, sim_interpipesink, GST_TYPE_APP_SINK)
 
 namespace {
-
-// A stream whose stamps stem from another pipe's base time may lie minutes ahead of this pipe's
-// clock. Waiting for that moment would stall all listeners, so only leads up to this one are kept.
-constexpr GstClockTime max_lead = GST_SECOND;
 
 SimInterpipeSink* self_of(gpointer object) {
     return static_cast<SimInterpipeSink*>(object);
 }
 
-// The stamp in running time; none when it lies before the segment.
-GstClockTime to_running_time(const GstSegment& segment, GstClockTime stamp) {
-    if (segment.format != GST_FORMAT_TIME || !GST_CLOCK_TIME_IS_VALID(stamp)) {
-        return stamp;
-    }
-    guint64 running = 0;
-    const gint sign = gst_segment_to_running_time_full(&segment, GST_FORMAT_TIME, stamp, &running);
-    return sign > 0 ? running : GST_CLOCK_TIME_NONE;
+GstBaseSinkClass* parent_sink() {
+    return GST_BASE_SINK_CLASS(sim_interpipesink_parent_class);
 }
 
-// The same memory under running-time stamps; the very buffer where they are the same.
-gst_owned<GstBuffer> in_running_time(const GstSegment& segment, GstBuffer* buffer) {
-    const GstClockTime pts = to_running_time(segment, GST_BUFFER_PTS(buffer));
-    const GstClockTime dts = to_running_time(segment, GST_BUFFER_DTS(buffer));
-    if (pts == GST_BUFFER_PTS(buffer) && dts == GST_BUFFER_DTS(buffer)) {
-        return own_shared(buffer);
-    }
-    gst_owned<GstBuffer> stamped(gst_buffer_copy(buffer));
-    GST_BUFFER_PTS(stamped.get()) = pts;
-    GST_BUFFER_DTS(stamped.get()) = dts;
-    return stamped;
-}
-
-gboolean start(GstBaseSink* base) noexcept {
-    sink_state& state = self_of(base)->state;
-    const g_text name(gst_object_get_name(GST_OBJECT(base)));
+std::shared_ptr<sim::channel> channel_of(gpointer object) {
+    sink_state& state = self_of(object)->state;
     const std::scoped_lock lock(state.mutex);
-    state.out = sim::find_channel(name.get());
-    state.out->attach(GST_ELEMENT(base));
-    return TRUE;
+    return state.out;
 }
 
-gboolean stop(GstBaseSink* base) noexcept {
-    sink_state& state = self_of(base)->state;
-    const std::scoped_lock lock(state.mutex);
-    state.out->detach(GST_ELEMENT(base));
-    state.out.reset();
-    state.caps.reset();
-    return TRUE;
-}
-
-gboolean set_caps(GstBaseSink* base, GstCaps* caps) noexcept {
-    sink_state& state = self_of(base)->state;
-    const std::scoped_lock lock(state.mutex);
-    state.caps = own_shared(caps);
-    return TRUE;
-}
-
-GstFlowReturn render(GstBaseSink* base, GstBuffer* buffer) noexcept {
-    sink_state& state = self_of(base)->state;
-    flow_item item{in_running_time(base->segment, buffer), nullptr,
-                   gst_element_get_base_time(GST_ELEMENT(base))};
-    std::shared_ptr<channel> out;
-    {
-        const std::scoped_lock lock(state.mutex);
-        item.caps = state.caps ? own_shared(state.caps.get()) : nullptr;
-        out = state.out;
+// Publishes it under another name; the empty one is none.
+void publish_as(SimInterpipeSink* self, std::string name) {
+    const std::scoped_lock lock(self->state.mutex);
+    if (self->state.name == name) {
+        return;
     }
-    if (out && out->publish(GST_ELEMENT(base), item, state.max_buffers)) {
-        gst_pad_push_event(GST_BASE_SINK_PAD(base), gst_video_event_new_upstream_force_key_unit(
-                                                        GST_CLOCK_TIME_NONE, TRUE, 0));
+    if (self->state.out) {
+        self->state.out->detach(GST_ELEMENT(self));
+        self->state.out.reset();
+    }
+    self->state.name = std::move(name);
+    if (self->state.name.empty()) {
+        return;
+    }
+    std::shared_ptr<sim::channel> out = sim::find_channel(self->state.name);
+    if (out->attach(GST_ELEMENT(self))) {
+        self->state.out = std::move(out);
+    } else {
+        GST_WARNING_OBJECT(self, "another sink has this name: nobody hears this one");
+    }
+}
+
+void follow_name(GstElement* element) {
+    const g_text name{gst_object_get_name(GST_OBJECT(element))};
+    publish_as(self_of(element), name ? name.get() : "");
+}
+
+void feed(sim::channel& out, GstSample* sample) {
+    if (GstBuffer* const buffer = gst_sample_get_buffer(sample)) {
+        out.feed(buffer);
+    }
+    GstBufferList* const list = gst_sample_get_buffer_list(sample);
+    for (guint i = 0; list != nullptr && i < gst_buffer_list_length(list); ++i) {
+        out.feed(gst_buffer_list_get(list, i));
+    }
+}
+
+// The picture that a pause begins with is handed on as well as the one that is shown after it.
+GstFlowReturn take(GstAppSink* sink, GstSample* taken) {
+    const gst_sample_owned sample{taken};
+    const std::shared_ptr<sim::channel> out = channel_of(sink);
+    if (sample && out) {
+        feed(*out, sample.get());
     }
     return GST_FLOW_OK;
 }
 
-void get_times(GstBaseSink* base, GstBuffer* buffer, GstClockTime* start_time,
-               GstClockTime* end_time) noexcept {
-    GST_BASE_SINK_CLASS(sim_interpipesink_parent_class)
-        ->get_times(base, buffer, start_time, end_time);
-    const GstClockTime due = to_running_time(base->segment, *start_time);
-    const GstClockTime now = gst_element_get_current_running_time(GST_ELEMENT(base));
-    if (GST_CLOCK_TIME_IS_VALID(due) && GST_CLOCK_TIME_IS_VALID(now) && due > now + max_lead) {
-        *start_time = *end_time = GST_CLOCK_TIME_NONE;
-    }
+GstFlowReturn take_preroll(GstAppSink* sink, gpointer) noexcept {
+    return take(sink, gst_app_sink_pull_preroll(sink));
 }
 
-void set_property(GObject* object, guint id, const GValue* value, GParamSpec* spec) noexcept {
-    if (id == prop_max_buffers) {
-        self_of(object)->state.max_buffers = g_value_get_uint(value);
-    } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
-    }
+GstFlowReturn take_sample(GstAppSink* sink, gpointer) noexcept {
+    return take(sink, gst_app_sink_pull_sample(sink));
 }
 
-void get_property(GObject* object, guint id, GValue* value, GParamSpec* spec) noexcept {
-    if (id == prop_max_buffers) {
-        g_value_set_uint(value, self_of(object)->state.max_buffers);
-    } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+GstCaps* get_caps(GstBaseSink* base, GstCaps* filter) noexcept {
+    const std::shared_ptr<sim::channel> out = channel_of(base);
+    return out ? out->common_caps(filter).release() : nullptr;
+}
+
+gboolean set_caps(GstBaseSink* base, GstCaps* caps) noexcept {
+    parent_sink()->set_caps(base, caps);
+    gst_app_sink_set_caps(GST_APP_SINK(base), caps);
+    if (const std::shared_ptr<sim::channel> out = channel_of(base)) {
+        out->set_caps(caps);
     }
+    return TRUE;
+}
+
+gboolean stop(GstBaseSink* base) noexcept {
+    if (const std::shared_ptr<sim::channel> out = channel_of(base)) {
+        out->set_caps(nullptr);
+    }
+    return parent_sink()->stop(base);
+}
+
+gboolean event(GstBaseSink* base, GstEvent* what) noexcept {
+    if (const std::shared_ptr<sim::channel> out = channel_of(base)) {
+        out->send_downstream(what);
+    }
+    return parent_sink()->event(base, what);
+}
+
+void dispose(GObject* object) noexcept {
+    publish_as(self_of(object), {});
+    G_OBJECT_CLASS(sim_interpipesink_parent_class)->dispose(object);
 }
 
 void finalize(GObject* object) noexcept {
@@ -149,27 +148,30 @@ void finalize(GObject* object) noexcept {
 
 static void sim_interpipesink_init(SimInterpipeSink* self) {
     std::construct_at(&self->state);
+    g_signal_connect(self, "notify::name", G_CALLBACK(follow_name), nullptr);
+    GstAppSinkCallbacks callbacks{};
+    callbacks.new_preroll = take_preroll;
+    callbacks.new_sample = take_sample;
+    auto* const sink = GST_APP_SINK(self);
+    gst_app_sink_set_callbacks(sink, &callbacks, nullptr, nullptr);
+    gst_app_sink_set_drop(sink, TRUE);
+    gst_app_sink_set_max_buffers(sink, 3);
+    gst_base_sink_set_sync(GST_BASE_SINK(self), FALSE);
 }
 
 static void sim_interpipesink_class_init(SimInterpipeSinkClass* klass) {
-    auto* object = G_OBJECT_CLASS(klass);
-    object->set_property = set_property;
-    object->get_property = get_property;
-    object->finalize = finalize;
-    g_object_class_install_property(
-        object, prop_max_buffers,
-        g_param_spec_uint("max-buffers", "Max buffers",
-                          "Buffers that may wait for a listener (0: no limit)", 0, G_MAXUINT, 0,
-                          sim::property_flags));
+    interpipesink_debug = sim::debug_category("interpipesink");
 
-    auto* element = GST_ELEMENT_CLASS(klass);
-    sim::describe(element, "Inter-pipe sink", "Generic/Sink", "Publishes a stream by its name");
-    sim::add_pad(element, GST_PAD_SINK, "ANY");
+    auto* object = G_OBJECT_CLASS(klass);
+    object->dispose = dispose;
+    object->finalize = finalize;
+
+    sim::describe(GST_ELEMENT_CLASS(klass), "Inter-pipe sink", "Generic/Sink",
+                  "Publishes a stream by its name");
 
     auto* sink = GST_BASE_SINK_CLASS(klass);
-    sink->start = start;
-    sink->stop = stop;
+    sink->get_caps = get_caps;
     sink->set_caps = set_caps;
-    sink->render = render;
-    sink->get_times = get_times;
+    sink->stop = stop;
+    sink->event = event;
 }

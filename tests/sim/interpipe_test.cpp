@@ -1,177 +1,233 @@
-// The transport between pipes: by reference, at any order of coming and going.
-#include "gst_helpers.h"
+// The transport between pipes: by reference, at any order of coming and going, under names that are
+// taken once.
+#include "interpipe_fixture.h"
 
-#include <gst/video/video.h>
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
 
 namespace {
 
 class InterpipeTest : public GstTest {};
 
-const std::string small_caps = "video/x-raw,format=GRAY8,width=16,height=16,framerate=100/1";
-
-std::string producer_text(const std::string& name) {
-    return "appsrc name=in format=time is-live=true ! interpipesink name=" + name +
-           " sync=false async=false";
-}
-
-std::string listener_text(const std::string& name) {
-    return "interpipesrc name=src listen-to=" + name +
-           " stream-sync=1 format=3 ! appsink name=out sync=false async=false wait-on-eos=false";
-}
-
-// A producer whose buffers the test pushes itself.
-class producer : public test_pipeline {
-public:
-    explicit producer(const std::string& name) : test_pipeline{producer_text(name)} {
-        set_caps(small_caps);
-        play();
-    }
-    void set_caps(const std::string& text) {
-        GstCaps* const caps = gst_caps_from_string(text.c_str());
-        gst_app_src_set_caps(GST_APP_SRC((*this)["in"]), caps);
-        gst_caps_unref(caps);
-    }
-    // Pushes a buffer of one's own kind; its memory, for comparing only.
-    const GstMemory* push(bool delta = false) {
-        GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, 256, nullptr);
-        gst_buffer_memset(buffer, 0, 0, 256);
-        GST_BUFFER_PTS(buffer) = gst_element_get_current_running_time(get());
-        if (delta) {
-            GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT);
-        }
-        const GstMemory* const memory = gst_buffer_peek_memory(buffer, 0);
-        EXPECT_EQ(gst_app_src_push_buffer(GST_APP_SRC((*this)["in"]), buffer), GST_FLOW_OK);
-        return memory;
-    }
-};
-
 const GstMemory* memory_of(const gst_owned<GstSample>& sample) {
     return gst_buffer_peek_memory(gst_sample_get_buffer(sample.get()), 0);
 }
 
-int width_of(const gst_owned<GstSample>& sample) {
-    int width = 0;
-    gst_structure_get_int(gst_caps_get_structure(gst_sample_get_caps(sample.get()), 0), "width",
-                          &width);
-    return width;
+GstClockTime pts_of(const gst_owned<GstSample>& sample) {
+    return GST_BUFFER_PTS(gst_sample_get_buffer(sample.get()));
 }
 
-TEST_F(InterpipeTest, MemoryIsSharedAndReachesEveryListener) {
+GstEvent* key_unit_request() {
+    return gst_video_event_new_upstream_force_key_unit(4 * GST_SECOND, TRUE, 1);
+}
+
+TEST_F(InterpipeTest, MemoryIsSharedAndEachListenerHasStampsOfItsOwn) {
     producer from{"shared"};
-    test_pipeline first{listener_text("shared")};
-    test_pipeline second{listener_text("shared")};
-    first.play();
-    second.play();
-    const GstMemory* const sent = from.push();
-    const gst_owned<GstSample> at_first = first.pull();
-    const gst_owned<GstSample> at_second = second.pull();
+    listener arriving{"shared", "stream-sync=0"};
+    listener passing{"shared", "stream-sync=1"};
+    arriving.play();
+    passing.play();
+    from.open();
+    const GstMemory* const sent = from.push({.pts = 3600 * GST_SECOND});
+    const gst_owned<GstSample> at_first = arriving.next_sample();
+    const gst_owned<GstSample> at_second = passing.next_sample();
     ASSERT_TRUE(at_first && at_second);
     EXPECT_EQ(memory_of(at_first), sent);
     EXPECT_EQ(memory_of(at_second), sent);
+    EXPECT_LT(pts_of(at_first), 60 * GST_SECOND);
+    EXPECT_EQ(pts_of(at_second), 3600 * GST_SECOND);
 }
 
 TEST_F(InterpipeTest, CapsChangeTravelsWithTheBuffers) {
     producer from{"changing"};
-    test_pipeline to{listener_text("changing")};
+    listener to{"changing"};
     to.play();
-    for (int i = 0; i < 5; ++i) {
-        from.push();
-    }
-    from.set_caps("video/x-raw,format=GRAY8,width=32,height=8,framerate=100/1");
-    for (int i = 0; i < 5; ++i) {
-        from.push();
+    from.open();
+    for (int i = 0; i < 10; ++i) {
+        from.set_caps("application/x-test,late=(boolean)" + std::string{i < 5 ? "false" : "true"});
+        from.push({});
     }
     for (int i = 0; i < 10; ++i) {
-        const gst_owned<GstSample> sample = to.pull();
+        const gst_owned<GstSample> sample = to.next_sample();
         ASSERT_TRUE(sample);
-        EXPECT_EQ(width_of(sample), i < 5 ? 16 : 32) << i;
+        gboolean late = FALSE;
+        gst_structure_get_boolean(gst_caps_get_structure(gst_sample_get_caps(sample.get()), 0),
+                                  "late", &late);
+        EXPECT_EQ(late != FALSE, i >= 5) << i;
     }
 }
 
-TEST_F(InterpipeTest, LateListenerBeginsAtAKeyUnitAndAsksForOne) {
+TEST_F(InterpipeTest, LateListenerGetsWhateverComes) {
     producer from{"encoded"};
-    gulong asked = 0;
-    GstPad* const pad = gst_element_get_static_pad(from["in"], "src");
-    gst_pad_add_probe(
-        pad, GST_PAD_PROBE_TYPE_EVENT_UPSTREAM,
-        [](GstPad*, GstPadProbeInfo* info, gpointer count) {
-            if (gst_video_event_is_force_key_unit(GST_PAD_PROBE_INFO_EVENT(info)) != FALSE) {
-                ++*static_cast<gulong*>(count);
-            }
-            return GST_PAD_PROBE_OK;
-        },
-        &asked, nullptr);
-    test_pipeline to{listener_text("encoded")};
-    to.play();
-    from.push(true);
-    from.push(true);
-    const GstMemory* const key = from.push();
-    const GstMemory* const delta = from.push(true);
-    const gst_owned<GstSample> first = to.pull();
-    const gst_owned<GstSample> second = to.pull();
-    ASSERT_TRUE(first && second);
-    EXPECT_EQ(memory_of(first), key);
-    EXPECT_EQ(memory_of(second), delta);
-    EXPECT_GE(asked, 1U);
-    gst_object_unref(pad);
+    listener witness{"encoded"};
+    witness.play();
+    from.open();
+    from.push({.value = 1});
+    ASSERT_EQ(witness.next(), 1);
+    const event_probe requests{from["in"], "src", GST_PAD_PROBE_TYPE_EVENT_UPSTREAM};
+    listener late{"encoded"};
+    late.play();
+    from.push({.value = 2, .delta = true});
+    from.push({.value = 3});
+    EXPECT_THAT(late.next_ones(2), ElementsAre(2, 3)) << "not from a key unit on";
+    EXPECT_EQ(requests.count(GST_EVENT_CUSTOM_UPSTREAM), 0) << "and none is asked for";
 }
 
-TEST_F(InterpipeTest, RequestForAKeyUnitReachesTheProducersPipe) {
+TEST_F(InterpipeTest, RequestForAKeyUnitPassesWhileThereIsOneListener) {
     producer from{"requests"};
-    test_pipeline to{listener_text("requests")};
-    to.play();
-    from.push();
-    ASSERT_TRUE(to.pull());
-    bool reached = false;
-    GstPad* const pad = gst_element_get_static_pad(from["in"], "src");
-    gst_pad_add_probe(
-        pad, GST_PAD_PROBE_TYPE_EVENT_UPSTREAM,
-        [](GstPad*, GstPadProbeInfo* info, gpointer flag) {
-            *static_cast<bool*>(flag) =
-                gst_video_event_is_force_key_unit(GST_PAD_PROBE_INFO_EVENT(info)) != FALSE;
-            return GST_PAD_PROBE_OK;
-        },
-        &reached, nullptr);
-    gst_element_send_event(
-        to["out"], gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, FALSE, 1));
-    EXPECT_TRUE(reached);
-    gst_object_unref(pad);
+    listener only{"requests"};
+    only.play();
+    from.open();
+    from.push({});
+    ASSERT_GE(only.next(), 0);
+    const event_probe requests{from["in"], "src", GST_PAD_PROBE_TYPE_EVENT_UPSTREAM};
+    gst_element_send_event(only["out"], key_unit_request());
+    EXPECT_EQ(requests.count(GST_EVENT_CUSTOM_UPSTREAM), 1);
+    listener other{"requests"};
+    other.play();
+    gst_element_send_event(only["out"], key_unit_request());
+    EXPECT_EQ(requests.count(GST_EVENT_CUSTOM_UPSTREAM), 1);
 }
 
-TEST_F(InterpipeTest, EndOfStreamStaysInItsPipeAndAnIdleListenerEndsByItself) {
-    producer from{"ending"};
-    test_pipeline to{listener_text("ending")};
+TEST_F(InterpipeTest, EventsPassInTheirPlaceFlushesAtOnceAndSegmentsNever) {
+    producer from{"events"};
+    listener to{"events"};
     to.play();
-    from.push();
-    ASSERT_TRUE(to.pull());
+    from.open();
+    from.push({});
+    ASSERT_GE(to.next(), 0);
+    const event_probe arrived{to["out"], "sink", GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM};
+    GstSegment segment;
+    gst_segment_init(&segment, GST_FORMAT_TIME);
+    segment.start = GST_SECOND;
+    gst_element_send_event(from["in"], gst_event_new_segment(&segment));
+    gst_element_send_event(from["in"], gst_event_new_custom(GST_EVENT_CUSTOM_DOWNSTREAM, nullptr));
+    from.push({.value = 1});
+    ASSERT_EQ(to.next(), 1);
+    EXPECT_EQ(arrived.count(GST_EVENT_CUSTOM_DOWNSTREAM), 1);
+    EXPECT_EQ(arrived.count(GST_EVENT_SEGMENT), 0);
+    const gst_owned<GstPad> out{gst_element_get_static_pad(from["in"], "src")};
+    gst_pad_push_event(out.get(), gst_event_new_flush_start());
+    EXPECT_EQ(arrived.count(GST_EVENT_FLUSH_START), 1);
+    EXPECT_TRUE(GST_PAD_IS_FLUSHING(arrived.pad()));
+}
+
+TEST_F(InterpipeTest, EndOfStreamStaysInItsPipe) {
+    producer from{"ending"};
+    listener to{"ending"};
+    to.play();
+    from.open();
+    from.push({});
+    ASSERT_GE(to.next(), 0);
     from.end();
     ASSERT_TRUE(from.wait_for(GST_MESSAGE_EOS));
     EXPECT_FALSE(to.wait_for(GST_MESSAGE_EOS, 100 * GST_MSECOND));
-    to.end();
-    EXPECT_TRUE(to.wait_for(GST_MESSAGE_EOS));
 }
 
 TEST_F(InterpipeTest, ListenerOutlivesItsProducerAndHearsTheNext) {
-    test_pipeline to{listener_text("again")};
+    listener to{"again"};
     to.play(); // before there is anybody to hear
     for (int round = 0; round < 3; ++round) {
         producer from{"again"};
-        from.push();
-        ASSERT_TRUE(to.pull()) << round;
+        from.open();
+        from.push({});
+        ASSERT_GE(to.next(), 0) << round;
     }
+}
+
+TEST_F(InterpipeTest, SecondSinkOfATakenNameIsHeardByNobody) {
+    listener to{"taken"};
+    to.play();
+    auto first = std::make_unique<producer>("taken");
+    producer second{"taken"};
+    first->open();
+    second.open();
+    second.push({.value = 2});
+    first->push({.value = 1});
+    EXPECT_EQ(to.next(), 1);
+    first.reset(); // takes the name along
+    second.push({.value = 2});
+    EXPECT_TRUE(to.hears_nothing());
+}
+
+// What the daemon does with a pipe that is stuck.
+TEST_F(InterpipeTest, SinkThatLosesItsNameLeavesItToAnother) {
+    listener to{"given"};
+    to.play();
+    producer stuck{"given"};
+    stuck.open();
+    const gst_owned<GstElement> sink = own_shared(stuck["given"]);
+    gst_bin_remove(GST_BIN(stuck.get()), sink.get());
+    g_object_set(sink.get(), "name", nullptr, nullptr);
+    producer next{"given"};
+    next.open();
+    next.push({.value = 2});
+    EXPECT_EQ(to.next(), 2);
+    gst_element_set_state(sink.get(), GST_STATE_NULL);
+}
+
+TEST_F(InterpipeTest, SecondListenerOfATakenNameIsDeaf) {
+    producer from{"heard"};
+    listener first{"twin", "heard", "", "appsink name=out sync=false async=false"};
+    listener second{"twin", "heard", "", "appsink name=out sync=false async=false"};
+    first.play();
+    second.play();
+    from.open();
+    from.push({.value = 1});
+    EXPECT_EQ(first.next(), 1);
+    EXPECT_TRUE(second.hears_nothing());
+}
+
+TEST_F(InterpipeTest, SwitchIsRefusedWhereTheCapsOfOthersStandAgainstIt) {
+    producer grey{"grey", "async=false"};
+    producer green{"green", "async=false"};
+    grey.set_caps("video/x-raw,format=GRAY8");
+    green.set_caps("video/x-raw,format=RGB");
+    listener picky{"grey", "", "capsfilter caps=video/x-raw,format=GRAY8 ! appsink name=out"};
+    listener other{"green"};
+    picky.play();
+    other.play();
+    grey.open();
+    green.open();
+    grey.push({.value = 1});
+    green.push({.value = 2});
+    ASSERT_EQ(picky.next(), 1);
+    ASSERT_EQ(other.next(), 2);
+    set(picky.source(), "listen-to", "green");
+    gchar* hears = nullptr;
+    g_object_get(picky.source(), "listen-to", &hears, nullptr);
+    EXPECT_STREQ(g_text{hears}.get(), "grey");
+    grey.push({.value = 3});
+    EXPECT_EQ(picky.next(), 3);
+}
+
+TEST_F(InterpipeTest, ListenerThatNothingCanBeAgreedWithIsDropped) {
+    test_pipeline from{"videotestsrc is-live=true ! video/x-raw,format=GRAY8 ! "
+                       "interpipesink name=negotiating async=false"};
+    listener coloured{"negotiating", "",
+                      "capsfilter caps=video/x-raw,format=RGB ! appsink name=out async=false"};
+    coloured.play();
+    from.play();
+    EXPECT_TRUE(coloured.hears_nothing());
+    EXPECT_FALSE(from.wait_for(GST_MESSAGE_ERROR, 0)) << "the producer goes on";
+    listener grey{"negotiating"};
+    grey.play();
+    EXPECT_GE(grey.next(), 0);
 }
 
 TEST_F(InterpipeTest, StartingAndStoppingNeverHangs) {
     producer from{"cycles"};
+    from.open();
     for (int round = 0; round < 100; ++round) {
-        test_pipeline to{listener_text("cycles")};
+        listener to{"cycles"};
         ASSERT_NE(to.play(), GST_STATE_CHANGE_FAILURE);
-        from.push();
+        from.push({});
         if (round % 3 == 0) {
-            ASSERT_TRUE(to.pull());
+            ASSERT_GE(to.next(), 0);
         }
         if (round % 2 == 0) {
-            to.end();
+            ASSERT_EQ(to.end_by_signal(), GST_FLOW_OK);
             ASSERT_TRUE(to.wait_for(GST_MESSAGE_EOS));
         }
         to.stop();

@@ -67,12 +67,12 @@ void expect_video(const media& found) {
 void expect_audio(const media& found) {
     ASSERT_TRUE(found.audio);
     EXPECT_EQ(found.audio->codec, "mp3");
-    // Sound without a hole, of the length that its packets add up to.
+    // Sound without a hole, of the length that its packets add up to; they arrive unevenly.
     double length = 0;
     for (const media_packet& packet : found.audio->packets) {
         length += packet.duration;
     }
-    EXPECT_NEAR(found.audio->end() - found.audio->start(), length, 0.1);
+    EXPECT_NEAR(found.audio->end() - found.audio->start(), length, 0.2);
 }
 
 // All of them play, and are named as one recording.
@@ -83,6 +83,7 @@ void expect_playable(const files& recorded, const std::string& prefix) {
                     MatchesRegex(prefix + "_20[0-9]{12}_0" + std::to_string(number) + "\\.mp4"));
         EXPECT_EQ(name.substr(0, 20), recorded.front().filename().string().substr(0, 20));
         EXPECT_EQ(complaints(recorded[number]), "") << name;
+        probe(recorded[number]);
     }
 }
 
@@ -96,13 +97,26 @@ struct left_out_pictures {
     int between_files = 0;
 };
 
-// No picture comes twice or before its time. The camera leaves some out when the machine is busy.
+// The pictures of a recording's file. The very first may come up to three times: from a pipe that
+// is set playing, sinks hand it on when the pipe pauses, and again when it plays.
+std::vector<int> distinct_pictures(const std::filesystem::path& file, bool is_first) {
+    std::vector<int> numbers = picture_numbers(file);
+    EXPECT_FALSE(numbers.empty()) << file;
+    for (int again = 0; is_first && again < 2 && numbers.size() > 1; ++again) {
+        if (numbers[0] == numbers[1]) {
+            numbers.erase(numbers.begin());
+        }
+    }
+    return numbers;
+}
+
+// No other picture comes twice, or before its time. The camera leaves some out when the machine is
+// busy.
 left_out_pictures follow_pictures(const files& recorded) {
     left_out_pictures left_out;
     std::optional<int> last;
     for (const auto& file : recorded) {
-        const std::vector<int> numbers = picture_numbers(file);
-        EXPECT_FALSE(numbers.empty()) << file;
+        const std::vector<int> numbers = distinct_pictures(file, !last);
         for (std::size_t i = 0; i < numbers.size(); ++i) {
             const int moved = last ? step(*last, numbers[i]) : 1;
             EXPECT_GE(moved, 1) << "picture " << i << " of " << file;
@@ -149,7 +163,7 @@ TEST_F(RecordingTest, IsSplitWithoutLosingAnything) {
         video_length += length_of(*found.video);
         audio_length += length_of(*found.audio);
         pictures += static_cast<double>(found.video->packets.size());
-        EXPECT_LT(std::abs(found.video->start() - found.audio->start()), 0.15) << file;
+        EXPECT_LT(std::abs(found.video->start() - found.audio->start()), 0.2) << file;
         EXPECT_LE(length_of(*found.video), 3.6) << file;
     }
     EXPECT_NEAR(video_length, audio_length, 0.3);

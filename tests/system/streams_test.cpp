@@ -182,6 +182,7 @@ TEST_F(StreamTest, EverythingEndsInTime) {
     const std::vector<std::filesystem::path> files = files_in(board_.at("/media/video"));
     ASSERT_EQ(files.size(), 1U);
     EXPECT_EQ(complaints(files.front()), "");
+    probe(files.front());
 }
 
 TEST_F(StreamTest, ThereIsNoPushOfSoundAlone) {

@@ -57,10 +57,31 @@ std::vector<std::string> ffmpeg(std::vector<std::string> words) {
     return words;
 }
 
+// Pictures and sound have the times at which they arrived, so neighbours may share one. ffmpeg's
+// own output doesn't like that; that times don't go back is judged by those of the file.
+bool speaks_of_shared_times(const std::string& line) {
+    return line.find("non monotonically increasing dts to muxer") != std::string::npos ||
+           line.find("Last message repeated") != std::string::npos;
+}
+
+std::string without_shared_times(const std::string& output) {
+    std::string rest;
+    std::istringstream lines{output};
+    for (std::string line; std::getline(lines, line);) {
+        rest += speaks_of_shared_times(line) ? "" : line + "\n";
+    }
+    return rest;
+}
+
 void run_ffmpeg(const std::vector<std::string>& words) {
     const outcome result = run(ffmpeg(words));
     EXPECT_EQ(result.status, 0) << result.output;
-    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(without_shared_times(result.output), "");
+}
+
+void expect_times_in_order(const std::filesystem::path& file, const media_track& track) {
+    EXPECT_TRUE(std::ranges::is_sorted(track.packets, {}, &media_packet::time))
+        << track.codec << " of " << file << " goes back in time";
 }
 
 } // namespace
@@ -101,6 +122,7 @@ media probe(const std::filesystem::path& file) {
             return std::nullopt;
         }
         tracks[type].packets = packets[type];
+        expect_times_in_order(file, tracks[type]);
         return tracks[type];
     };
     return {found("video"), found("audio")};
@@ -108,7 +130,7 @@ media probe(const std::filesystem::path& file) {
 
 std::string complaints(const std::filesystem::path& file) {
     const outcome result = run(ffmpeg({"-i", file, "-f", "null", "-"}));
-    return result.status == 0 ? result.output : result.output + "(it failed)";
+    return without_shared_times(result.output) + (result.status == 0 ? "" : "(it failed)");
 }
 
 void write_numbered_footage(const std::filesystem::path& file) {

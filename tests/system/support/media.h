@@ -31,7 +31,8 @@ struct media {
 // The files of a folder by name.
 std::vector<std::filesystem::path> files_in(const std::filesystem::path& folder);
 
-// What stands in a file, packet by packet. Anything that ffprobe complains of is a failure.
+// What stands in a file, packet by packet. Anything that ffprobe complains of is a failure, and so
+// are times that go back.
 media probe(const std::filesystem::path& file);
 
 // What ffmpeg complains of when it decodes the whole file; empty when it plays.
