@@ -87,15 +87,16 @@ void on_signal(const user_event& event) {
     process_signal(decode_signal(event.fd));
 }
 
-void on_overdue_end(bus_handle handle) {
-    // Registered or not: a full aggregator is how its end could come to be overlooked.
+void on_end_at_tick(bus_handle handle) {
+    // Registered or not: a start that failed half-way registers nothing, and nothing is registered
+    // while the aggregator is full.
     static_cast<void>(ea_unregister_event(handle.fd));
     on_pipe_end(handle.pipe);
 }
 
 void on_timer(const user_event& /*event*/) {
     process_timer();
-    gstvideo_end_overdue_pipes(on_overdue_end);
+    gstvideo_handle_ending_pipes(on_end_at_tick);
 }
 
 struct dispatch_row {

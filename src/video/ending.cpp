@@ -170,10 +170,6 @@ GstClockTime end_timer::disarm() {
     return std::exchange(due_, GST_CLOCK_TIME_NONE);
 }
 
-bool end_timer::is_overdue() const {
-    return is_armed() && clock_time_in(0) > due_;
-}
-
 // A pipeline's own message names it as the source.
 bool is_forced_end(GstMessage* message) {
     return GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS && GST_MESSAGE_SRC(message) == nullptr;

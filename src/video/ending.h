@@ -31,9 +31,6 @@ public:
     // True while a time is set, be it past or not.
     [[nodiscard]] bool is_armed() const { return id_ != nullptr; }
 
-    // True once the time has come, and until it is disarmed.
-    [[nodiscard]] bool is_overdue() const;
-
 private:
     struct clock_id_release {
         void operator()(GstClockID id) const noexcept;

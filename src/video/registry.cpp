@@ -335,10 +335,10 @@ int gstvideo_is_playing(int pipe) {
     return is_created(pipe);
 }
 
-void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle)) {
+void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle)) {
     std::ranges::for_each(pipe_rows(), force_end_of_standing_recording);
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
-        while (forced_end_of(pipe).is_overdue() && gst_bus_have_pending(bus_of(pipe)) != FALSE) {
+        while (is_ending(pipe) && gst_bus_have_pending(bus_of(pipe)) != FALSE) {
             const int fd = get_bus_filefd(bus_of(pipe));
             if (gstvideo_process_message(pipe) != 0) {
                 ended({fd, pipe});

@@ -71,9 +71,10 @@ void gstvideo_stop_all_pipes();
 // True for a pipe that was asked to end and has not ended yet.
 [[nodiscard]] bool is_ending(int pipe);
 
-// Handles the messages of pipes whose end is overdue, also of those whose bus could not be
-// registered, and calls `ended` with the bus of each that ends by it.
-void gstvideo_end_overdue_pipes(void (*ended)(bus_handle handle));
+// Handles what is pending on the buses of pipes that were asked to end, also of those whose bus
+// could not be registered, and calls `ended` with the bus of each that ends by it. To be called once
+// a second.
+void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle));
 
 // Releases GStreamer.
 void gstvideo_destroy();

@@ -94,6 +94,18 @@ TEST_F(RegistryTest, PipeThatWasAskedToEndIsNotPaused) {
     EXPECT_THAT(log(), testing::Not(HasSubstr("by force")));
 }
 
+// Of a start that failed half-way no bus is registered.
+TEST_F(RegistryTest, EndOfAPipeWithoutARegisteredBusIsSeenAtTheTick) {
+    static int ended = -1;
+    ASSERT_GT(start(), 0);
+    pollfd bus{create_pipeline(PIPE_HTTP_STREAM), POLLIN, 0};
+    gstvideo_stop_pipe(PIPE_HTTP_STREAM);
+    while (gstvideo_is_playing(PIPE_HTTP_STREAM) != 0 && poll(&bus, 1, 10'000) == 1) {
+        gstvideo_handle_ending_pipes([](bus_handle handle) { ended = handle.pipe; });
+    }
+    EXPECT_EQ(ended, PIPE_HTTP_STREAM);
+}
+
 TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
     // Nothing in it ever posts end-of-stream.
     ASSERT_GT(create_pipeline(PIPE_HTTP_STREAM), 0);
