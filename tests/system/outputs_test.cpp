@@ -238,6 +238,26 @@ TEST(Outputs, RecordingThatJoinsARunningEncoderBeginsWithAKeyFrame) {
     EXPECT_EQ(daemon.stop(), 0);
 }
 
+// What comes for a paused pipe is dropped, not gathered: a raw picture has 3 MB.
+TEST(Outputs, PausedPipesKeepNoPictures) {
+    const board board{"tcp_stream_port=" + std::to_string(free_port()) + "\n"};
+    vtrdc_daemon daemon{board, {"-v"}};
+    ASSERT_TRUE(daemon.wait_until_live());
+    EXPECT_EQ(daemon.ask("c:enable_tcp_stream:i:1"), "r:enable_tcp_stream:n:");
+    EXPECT_EQ(daemon.ask("c:enable_record:i:1"), "r:enable_record:n:");
+    ASSERT_TRUE(daemon.wait_for("Enough space to continue recoding.\n"));
+    for (const char* const pipe : {"1", "8", "2", "9"}) {
+        const long before = resources_of(daemon.pid()).memory_kb;
+        EXPECT_EQ(daemon.ask(std::string{"c:pause_pipe:i:"} + pipe), "r:pause_pipe:n:");
+        for (int second = 0; second < 3; ++second) {
+            ASSERT_TRUE(daemon.wait_for("Enough space to continue recoding.\n"));
+        }
+        EXPECT_LT(resources_of(daemon.pid()).memory_kb, before + 40'000) << pipe;
+        EXPECT_EQ(daemon.ask(std::string{"c:resume_pipe:i:"} + pipe), "r:resume_pipe:n:");
+    }
+    EXPECT_EQ(daemon.stop(), 0);
+}
+
 // The HTTP stream alone lets the type change: all branches end all the same.
 TEST(Outputs, TypeThatChangedSinceTheStartEndsAllBranches) {
     const int port = free_port();
