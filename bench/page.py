@@ -3,6 +3,7 @@
 import base64
 import contextlib
 import os
+import re
 import socket
 import threading
 
@@ -22,8 +23,9 @@ SIZE_IN_TWO_BYTES = 126  # 127: in eight
 class Viewer:
     """Looks at the page as a browser does: the live picture, as fast as it comes, and the state."""
 
-    def __init__(self, port):
+    def __init__(self, port, token):
         self._port = port
+        self._token = token
         self.pictures = 0
         self._sockets = [self._open("/events"), self._open("/picture")]
         for each, take in zip(self._sockets, (self._ignore, self._look)):
@@ -42,7 +44,7 @@ class Viewer:
         client = wait_until(lambda: connect_tcp(self._port),
                             f"the page's server at port {self._port}")
         key = base64.b64encode(os.urandom(16)).decode()
-        client.sendall(f"GET {path} HTTP/1.1\r\nHost: 127.0.0.1:{self._port}\r\n"
+        client.sendall(f"GET {path}?token={self._token} HTTP/1.1\r\nHost: 127.0.0.1:{self._port}\r\n"
                        "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
                        f"Sec-WebSocket-Key: {key}\r\n\r\n".encode())
         answer = b""
@@ -72,12 +74,21 @@ class Viewer:
                 self.pictures += 1
 
 
+def token_in(path):
+    """The token in the address that the page's server says, as soon as it does."""
+    def find():
+        with open(path, encoding="utf-8") as said:
+            return re.search(r"\?token=(\w+)\n", said.read())
+    return wait_until(find, "the page's address")[1]
+
+
 @contextlib.contextmanager
 def looked_at(bench, board):
     """Somebody looks at the board's page until the block ends."""
     port = free_port()
     words, environment = bench.front_door(board.folder, "page", "--port", port)
-    with Process(words, board.at("web.out"), environment), Viewer(port) as viewer:
+    said = board.at("web.out")
+    with Process(words, said, environment), Viewer(port, token_in(said)) as viewer:
         wait_until(lambda: viewer.pictures > 0, "a picture in the page")
         yield viewer
 

@@ -32,6 +32,7 @@ export class SimulatedBoard {
 
     constructor() {
         this.folder = mkdtempSync(join(tmpdir(), 'vtrdc-web-'));
+        /** Of the page, with its token. */
         this.address = null;
         this.log = [];
     }
@@ -63,9 +64,23 @@ export class SimulatedBoard {
         createInterface({ input: started.stdout }).on('line', (line) => this.log.push(line));
         await until('the page is served', () => {
             const line = this.log.find((each) => each.includes('http://127.0.0.1:'));
-            this.address = line?.match(/http:\/\/127\.0\.0\.1:\d+\//)?.[0] ?? null;
+            this.address = line?.match(/http:\/\/127\.0\.0\.1:\d+\/\S*/)?.[0] ?? null;
             return this.address;
         });
+    }
+
+    /** The page's address without its token, and without a slash at its end. */
+    get origin() {
+        return new URL(this.address).origin;
+    }
+
+    get token() {
+        return new URL(this.address).searchParams.get('token');
+    }
+
+    /** What a browser that has opened the page's address sends from then on. */
+    get cookie() {
+        return `vtrdc-page-${new URL(this.address).port}=${this.token}`;
     }
 
     /** Waits for a line of the daemon's log. */

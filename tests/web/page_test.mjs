@@ -315,7 +315,7 @@ test('nonsense from a page does the server no harm', async () => {
         const socket = new WebSocket(new URL('events', location.href).href.replace('http', 'ws'));
         const given = [];
         socket.onopen = () => {
-            const deep = '['.repeat(50_000) + ']'.repeat(50_000);
+            const deep = '['.repeat(30_000) + ']'.repeat(30_000);
             for (const text of ['[', `{"id":${deep},"request":"deep"}`, '{"id":1,"request":5}', '{"id":2}']) {
                 socket.send(text);
             }
@@ -368,6 +368,17 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     await page.locator('body[data-link=up]').waitFor();
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isEnabled());
     await line.fill('');
+});
+
+test('a page whose token is an old one says so', async () => {
+    assert.equal(new URL(page.url()).search, ''); // the token is not left to be seen
+    await page.context().clearCookies();
+    await board.stop();
+    await board.start();
+    await page.getByRole('status').filter({ hasText: 'open the address' }).waitFor();
+    await openPage(page, board);
+    await page.reload(); // by the cookie
+    await page.locator('body[data-link=up]').waitFor();
 });
 
 test('everything fits from a telephone to a large screen, and leaves nobody out', async () => {

@@ -1,18 +1,21 @@
 // The server of the page as whoever wants in from outside sees it.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { existsSync, mkdirSync, readFileSync, readdirSync, rmSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
+import { appendFileSync, chmodSync, existsSync, mkdirSync, readFileSync, readdirSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
 import { Agent, get, request } from 'node:http';
 import { connect } from 'node:net';
 import { SimulatedBoard, until } from './board.mjs';
+import { WebSocketClient } from './websocket.mjs';
 
 const board = new SimulatedBoard();
 
 // With the path as it stands, which fetch would tidy up.
-function ask(path, { method = 'GET', headers = {}, body = null } = {}) {
+function ask(path, { method = 'GET', headers = {}, body = null, cookie = board.cookie } = {}) {
     const { hostname, port } = new URL(board.address);
     return new Promise((resolve, reject) => {
-        const asked = request({ hostname, port, path, method, headers, agent: false });
+        const asked = request({
+            hostname, port, path, method, agent: false, headers: { Cookie: cookie, ...headers },
+        });
         asked.on('error', reject);
         asked.on('upgrade', (answer, socket) => {
             socket.destroy();
@@ -61,7 +64,7 @@ before(() => board.start());
 after(() => board.remove());
 
 test('only the page itself is served', async () => {
-    const own = board.address.slice(0, -1);
+    const own = board.origin;
     const page = await ask('/');
     assert.equal(page.status, 200);
     assert.match(page.headers['content-security-policy'], /default-src 'self'/);
@@ -88,6 +91,32 @@ test('only the page itself is served', async () => {
         const answer = await ask(path, { headers: { ...socket_headers, Origin: own } });
         assert.equal(answer.status, 101, path);
     }
+});
+
+test('nobody gets in without the token', async () => {
+    const { cookie, token } = board;
+    const wrong = token.replace(/.$/, (last) => (last === '0' ? '1' : '0'));
+    for (const path of ['/', '/main.js', '/media/video/x.mp4', '/events', '/picture', '/nothing']) {
+        for (const bad of ['', cookie.replace(token, wrong), cookie.replace(token, token.slice(1)),
+            cookie.replace(token, ''), `other=${token}`, `x${cookie}`]) {
+            const answer = await ask(path, { headers: socket_headers, cookie: bad });
+            assert.equal(answer.status, 403, `${path} with ${bad}`);
+        }
+        for (const bad of [wrong, '', token.toUpperCase(), `${token}0`]) {
+            const answer = await ask(`${path}?token=${bad}`, { headers: socket_headers, cookie: '' });
+            assert.equal(answer.status, 403, `${path} with ${bad}`);
+        }
+    }
+    for (const path of ['/scene', '/footage/x.avi']) {
+        assert.equal((await ask(path, { method: 'POST', body: 'Item {}', cookie: '' })).status, 403);
+    }
+    assert.match((await ask('/', { cookie: '' })).body.toString(), /open the address/);
+
+    const first = await ask(`/?token=${token}`, { cookie: '' });
+    assert.equal(first.status, 200);
+    assert.deepEqual(first.headers['set-cookie'], [`${cookie}; Path=/; HttpOnly; SameSite=Strict`]);
+    assert.equal((await ask('/', { cookie: `a=b; ${cookie}; c=d` })).status, 200);
+    assert.equal(statSync(board.at('run/page.token')).mode & 0o777, 0o600);
 });
 
 test('no path leads out of the board or the page', async () => {
@@ -144,7 +173,7 @@ test('a recording that is cut short while it is sent ends the connection, and no
     writeFileSync(file, '');
     truncateSync(file, 256 * 1024 * 1024); // more than sockets hold
     await assert.rejects(new Promise((resolve, reject) => {
-        get(`${board.address}media/video/cut.mp4`, (answer) => {
+        get(`${board.origin}/media/video/cut.mp4?token=${board.token}`, (answer) => {
             answer.once('data', () => truncateSync(file, 1));
             answer.on('error', reject);
             answer.on('end', resolve);
@@ -163,18 +192,87 @@ test('a media folder that is the board itself is served as well', async () => {
     rmSync(board.at('etc/vtrdc.conf'));
 });
 
+const serverProcess = () => readdirSync('/proc').find((pid) => /^\d+$/.test(pid) && isServer(pid));
+
 test('a visitor that goes leaves nothing behind', async () => {
-    const server = readdirSync('/proc').find((pid) => /^\d+$/.test(pid) && isServer(pid));
+    const server = serverProcess();
     const descriptors = () => readdirSync(`/proc/${server}/fd`).length;
     await ask('/');
     const before = descriptors();
     for (let visit = 0; visit < 30; ++visit) {
         await new Promise((resolve) => {
-            get(`${board.address}main.js`, { agent: new Agent({ keepAlive: true }) }, (answer) =>
+            const headers = { Cookie: board.cookie };
+            get(`${board.origin}/main.js`, { agent: new Agent({ keepAlive: true }), headers }, (answer) =>
                 answer.once('data', () => answer.destroy()).once('close', resolve));
         });
     }
     await until('all is closed', () => descriptors() <= before);
+});
+
+test('a page that does not read is dropped, others are told on', async () => {
+    const server = serverProcess();
+    const kilobytes = () => Number(/VmRSS:\s*(\d+)/.exec(readFileSync(`/proc/${server}/status`, 'utf8'))[1]);
+    const [deaf, reader] = [await WebSocketClient.open(board, '/events'), await WebSocketClient.open(board, '/events')];
+    const told = (text) => reader.messages.some(({ lines }) => lines?.includes(text));
+    await until('both are greeted', () => [deaf, reader].every(({ messages }) =>
+        messages.some(({ type }) => type === 'log')));
+    const before = kilobytes();
+    deaf.stopReading();
+    const lines = `${'x'.repeat(200)}\n`.repeat(1900);
+    for (let part = 0; part < 40; ++part) { // far more than sockets hold
+        appendFileSync(board.at('var/log/vtrdc.log'), `${lines}part ${part}\n`);
+        await until('the reader is told', () => told(`part ${part}`));
+    }
+    assert.ok(kilobytes() - before < 8 * 1024, `the server has grown by ${kilobytes() - before} KiB`);
+    deaf.readOn();
+    await until('it is dropped', () => deaf.isClosed);
+    assert.equal(reader.isClosed, false);
+    reader.close();
+});
+
+test('a client has four requests at once, and messages of 64 KiB', async () => {
+    const client = await WebSocketClient.open(board, '/events');
+    const responses = () => client.messages.filter(({ type }) => type === 'response')
+        .map(({ id, ok }) => [id, ok]);
+    board.signal('SIGSTOP'); // the daemon doesn't reply
+    try {
+        for (const id of [1, 2, 3, 4, 5]) {
+            client.send(JSON.stringify({ id, request: 'command', line: 'get_zoom' }));
+        }
+        await until('the fifth is refused', () => responses().length > 0);
+        assert.deepEqual(responses(), [[5, false]]);
+    } finally {
+        board.signal('SIGCONT');
+    }
+    await until('the others are done', () => responses().length === 5);
+    assert.deepEqual(responses().slice(1), [[1, true], [2, true], [3, true], [4, true]]);
+
+    const padded = (size) => JSON.stringify({ id: 6, request: 'none' }).padEnd(size);
+    client.send(padded(64 * 1024));
+    await until('it is answered', () => responses().length === 6);
+    client.send(padded(64 * 1024 + 1));
+    await until('the connection ends', () => client.isClosed);
+});
+
+test('four uploads come at once', async () => {
+    const { hostname, port } = new URL(board.origin);
+    const begin = () => new Promise((resolve) => {
+        const asked = request({ hostname, port, path: '/scene', method: 'POST', agent: false,
+            headers: { Cookie: board.cookie, 'Content-Length': 100, Expect: '100-continue' } });
+        asked.on('continue', () => resolve(asked));
+        asked.on('response', ({ statusCode }) => resolve(statusCode));
+        asked.on('error', () => {});
+        asked.flushHeaders();
+    });
+    const begun = [await begin(), await begin(), await begin(), await begin()];
+    assert.deepEqual(begun.map((each) => typeof each), Array(4).fill('object'));
+    assert.equal(await begin(), 503);
+    begun.forEach((each) => each.destroy());
+    await until('their places are free', async () => {
+        const next = await begin();
+        next.destroy?.();
+        return typeof next === 'object';
+    });
 });
 
 test('uploads are kept beside each other, and bad ones refused', async () => {
@@ -201,7 +299,7 @@ test('uploads are kept beside each other, and bad ones refused', async () => {
     for (const length of ['-1', '9223372036854775808', '18446744073709551615', '5x']) {
         const answer = await send(
             `POST /footage/odd.avi HTTP/1.1\r\nHost: ${new URL(board.address).host}\r\n` +
-            `Content-Length: ${length}\r\n\r\nhello`);
+            `Cookie: ${board.cookie}\r\nContent-Length: ${length}\r\n\r\nhello`);
         assert.doesNotMatch(answer, /^HTTP\/1.1 2/, length);
     }
     assert.equal(existsSync(board.at('footage/odd.avi')), false);
@@ -226,4 +324,24 @@ test('the server ends with the daemon, whose log and status are its own', async 
     }
     assert.match(kept, /Goodbye\n$/);
     await until('nobody serves the page', () => ask('/').then(() => false, () => true));
+});
+
+test('a page stays let in at the next start, unless others could read the token', async () => {
+    const { token } = board;
+    await board.start('page');
+    assert.equal(board.token, token);
+    await board.stop();
+    for (const spoil of [
+        (file) => chmodSync(file, 0o644),
+        (file) => writeFileSync(file, 'x'.repeat(32)),
+        (file) => writeFileSync(file, ''),
+    ]) {
+        const before = board.token;
+        spoil(board.at('run/page.token'));
+        await board.start('page');
+        assert.match(board.token, /^[0-9a-f]{32}$/);
+        assert.notEqual(board.token, before);
+        assert.equal(statSync(board.at('run/page.token')).mode & 0o777, 0o600);
+        await board.stop();
+    }
 });

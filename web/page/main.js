@@ -13,6 +13,9 @@ import { startPresence } from './presence.js';
 import { ServerConnection } from './server_connection.js';
 import { startTranscript } from './transcript.js';
 
+// From here on the cookie lets the page in: the token need not be seen, nor be in a bookmark.
+history.replaceState(null, '', location.pathname + location.hash);
+
 const server = new ServerConnection();
 startPresence(server);
 startPicture(server);

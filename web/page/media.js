@@ -107,7 +107,7 @@ function followServer(server) {
     const away = el('p', { className: 'note', hidden: true }, 'Available when the daemon is back.');
     byId('media-lists').before(away);
     server.on('presence', (presence) => {
-        away.hidden = presence === 'there';
+        away.hidden = presence !== 'lost';
         byId('media-lists').inert = presence !== 'there';
     });
 }

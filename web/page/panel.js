@@ -62,6 +62,9 @@ function noteFor(server, pictures, watchedSince) {
     if (now === 'connecting') {
         return { text: 'Connecting', isOld: true };
     }
+    if (now === 'refused') {
+        return { text: `No picture: this page is not let in.${last}`, isOld: true };
+    }
     if (now === 'lost' || now === 'gone') {
         return { text: `No picture: the daemon is not running.${last}`, isOld: true };
     }

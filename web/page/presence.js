@@ -7,6 +7,7 @@ const LINK_TEXTS = {
     connecting: 'Connecting',
     lost: 'No daemon',
     gone: 'No daemon',
+    refused: 'Not let in',
     silent: 'Daemon silent',
     up: 'Daemon up',
 };
@@ -17,6 +18,8 @@ function bannerFor(server, now) {
     case 'gone':
         return ['The daemon is not running: start it with ', el('code', {}, server.startCommand),
             '. This page comes back by itself.'];
+    case 'refused':
+        return ['This page needs another token: open the address that ', el('code', {}, server.startCommand), ' printed.'];
     case 'silent':
         return ['The daemon runs, but does not answer. What is shown may be out of date.'];
     default:
@@ -29,7 +32,7 @@ let focused = null;
 
 /** Enables or disables what needs the daemon (data-needs="daemon") or only the server ("server"). */
 function switchNeeds(now) {
-    const hasServer = now !== 'lost' && now !== 'connecting';
+    const hasServer = !['lost', 'refused', 'connecting'].includes(now);
     const hasDaemon = now === 'up' || now === 'silent';
     focused = document.activeElement === document.body ? focused : document.activeElement;
     for (const node of document.querySelectorAll('[data-needs]')) {
@@ -74,7 +77,7 @@ export function startPresence(server) {
         setText(byId('link-text'), LINK_TEXTS[now]);
         showBanner(server, now);
         switchNeeds(now);
-        if (now === 'lost' || now === 'gone') {
+        if (['lost', 'refused', 'gone'].includes(now)) {
             clearFailures();
         }
     };

@@ -21,6 +21,15 @@ export function reconnectingSocket(path, { onOpen, onMessage, onClose }) {
     open();
 }
 
+/** Whether the server is there, but doesn't let this page in: its token is another by now. */
+async function isRefused() {
+    try {
+        return (await fetch('.', { method: 'HEAD' })).status === 403;
+    } catch {
+        return false;
+    }
+}
+
 /**
  * Emits each message of the server by its type ('hello', 'state', 'log', 'media', 'footage'), 'presence'
  * when the server comes or goes, and 'response' after each request. web/PROTOCOL.md has the messages.
@@ -32,7 +41,7 @@ export class ServerConnection extends EventTarget {
 
     /** The last known state; null before the first. */
     state = null;
-    /** 'connecting' until the first connection, then 'there' or 'lost'. */
+    /** 'connecting' until the first connection, then 'there', 'lost' or 'refused'. */
     presence = 'connecting';
     /** scripts/sim as a person calls it, and the command that starts this board's daemon. */
     simCommand = 'scripts/sim';
@@ -45,11 +54,7 @@ export class ServerConnection extends EventTarget {
                 this.#setPresence('there');
             },
             onMessage: (text) => this.#take(JSON.parse(text)),
-            onClose: () => {
-                this.#socket = null;
-                this.#abandonRequests();
-                this.#setPresence('lost');
-            },
+            onClose: () => this.#lose(),
         });
     }
 
@@ -97,6 +102,15 @@ export class ServerConnection extends EventTarget {
         this.emit(message.type, message);
     }
 
+    async #lose() {
+        this.#socket = null;
+        this.#abandonRequests();
+        const presence = await isRefused() ? 'refused' : 'lost';
+        if (this.#socket === null) {
+            this.#setPresence(presence);
+        }
+    }
+
     #abandonRequests() {
         for (const resolve of this.#waiting.values()) {
             resolve({ ok: false, text: 'the connection ended before the response' });
@@ -114,7 +128,7 @@ export class ServerConnection extends EventTarget {
 
 /**
  * Whether commands can be expected to reach the daemon: 'up', 'silent', 'gone', 'lost' (the server,
- * too) or 'connecting'.
+ * too), 'refused' (the server lets this page in no more) or 'connecting'.
  */
 export function condition(server) {
     if (server.presence !== 'there') {

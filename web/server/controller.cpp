@@ -1,12 +1,16 @@
 // Connects board, daemon and pages.
 #include "controller.h"
 
+#include "page_token.h"
+
 #include "util/value_tables.h"
 #include "vtrdcctl/requests.h"
 
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
+#include <utility>
 
 namespace web {
 namespace {
@@ -69,8 +73,11 @@ controller::controller(const controller_options& options)
       server_({.board = board_,
                .sim = sim_,
                .page = page_files_,
-               .on_event_client = [this](SoupWebsocketConnection* from) { clients_.add(from); },
-               .on_picture_client = [this](SoupWebsocketConnection* from) { panel_.add(from); }}) {}
+               .on_event_client =
+                   [this](std::unique_ptr<page_socket> from) { clients_.add(std::move(from)); },
+               .on_picture_client =
+                   [this](std::unique_ptr<page_socket> from) { panel_.add(std::move(from)); }},
+              board_token(board_.path("/run/page.token"))) {}
 
 std::vector<json> controller::greeting() const {
     std::vector<json> messages{hello(board_.folder(), start_)};

@@ -1,9 +1,8 @@
 // The pages' WebSockets for state, lists, log and requests: JSON texts in both directions.
 #pragma once
 
-#include "loop.h"
+#include "page_socket.h"
 #include "response.h"
-#include "soup_owned.h"
 
 #include <nlohmann/json.hpp>
 
@@ -29,32 +28,27 @@ public:
     ~event_clients();
 
     // Serves this client until its connection closes.
-    void add(SoupWebsocketConnection* connection);
+    void add(std::unique_ptr<page_socket> socket);
 
     [[nodiscard]] bool has_clients() const { return !clients_.empty(); }
 
-    // Sends to all clients. One that doesn't read is left out, and gets the greeting again when it
-    // reads: what waits for it must not fill the memory.
+    // Sends to all clients; one that doesn't read is dropped.
     void broadcast(const nlohmann::json& message);
 
 private:
-    using shared_connection = std::shared_ptr<SoupWebsocketConnection>;
-
+    // Shared with the responses to come.
     struct client {
-        shared_connection connection;
-        bool is_behind = false;
+        std::unique_ptr<page_socket> socket;
+        unsigned requests = 0; // that are being carried out
     };
 
     static void on_message(SoupWebsocketConnection* connection, int type, GBytes* text,
                            gpointer self) noexcept;
     static void on_closed(SoupWebsocketConnection* connection, gpointer self) noexcept;
-    void take_request(const shared_connection& from, const nlohmann::json& message);
-    void greet(SoupWebsocketConnection* connection) const;
-    void catch_up();
+    void take_request(const std::shared_ptr<client>& from, const nlohmann::json& message);
 
     const callbacks told_;
-    std::vector<client> clients_;
-    timer catch_up_;
+    std::vector<std::shared_ptr<client>> clients_;
 };
 
 } // namespace web

@@ -10,8 +10,12 @@ void close_after(SoupServerMessage* request) {
                                  "close");
 }
 
-void refuse(SoupServerMessage* request, guint status) {
+void refuse(SoupServerMessage* request, guint status, std::string_view word) {
     soup_server_message_set_status(request, status, nullptr);
+    if (!word.empty()) {
+        soup_server_message_set_response(request, "text/plain", SOUP_MEMORY_COPY, word.data(),
+                                         word.size());
+    }
     close_after(request);
 }
 

@@ -1,8 +1,10 @@
-// The HTTP server: on loopback only, for the page itself only.
+// The HTTP server: on loopback only, for the page itself only, and with its token only.
 #include "http_server.h"
 
 #include "http_response.h"
 #include "origins.h"
+#include "page_socket.h"
+#include "page_token.h"
 #include "soup_owned.h"
 #include "upload.h"
 
@@ -62,7 +64,27 @@ bool is_method_of(const route& row, std::string_view method) {
            (method == "HEAD" && row.handler != nullptr && row.method == std::string_view("GET"));
 }
 
-void begin_upload(const route& row, const board_folder& board, SoupServerMessage* request) {
+// Each of them writes a file, or runs a tool.
+constexpr unsigned UPLOADS_MAX = 4;
+
+// Counts an upload as long as its request lives.
+class upload_place {
+public:
+    explicit upload_place(unsigned& taken) : taken_(taken) { ++taken_; }
+    upload_place(const upload_place&) = delete;
+    upload_place& operator=(const upload_place&) = delete;
+    ~upload_place() { --taken_; }
+
+private:
+    unsigned& taken_;
+};
+
+void begin_upload(const route& row, const board_folder& board, unsigned& uploads,
+                  SoupServerMessage* request) {
+    if (uploads >= UPLOADS_MAX) {
+        refuse(request, SOUP_STATUS_SERVICE_UNAVAILABLE);
+        return;
+    }
     SoupMessageHeaders* const headers = soup_server_message_get_request_headers(request);
     if (soup_message_headers_get_encoding(headers) != SOUP_ENCODING_CONTENT_LENGTH) {
         refuse(request, SOUP_STATUS_LENGTH_REQUIRED);
@@ -74,6 +96,7 @@ void begin_upload(const route& row, const board_folder& board, SoupServerMessage
         refuse(request, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
         return;
     }
+    give_to_request(request, "vtrdc-upload-place", std::make_unique<upload_place>(uploads));
     receive_upload(request, row.upload_folder(board));
 }
 
@@ -81,21 +104,51 @@ void begin_upload(const route& row, const board_folder& board, SoupServerMessage
 
 // A row of the table, and the server that it belongs to.
 struct served_route {
-    const http_server::context* server;
+    http_server::context* server;
     const route* row;
 };
 
 struct http_server::context {
     services known;
     soup_owned<SoupServer> server;
+    std::string token;
     std::vector<served_route> routes;
     unsigned port = 0;
+    unsigned uploads = 0; // that are under way
+
+    // Cookies belong to a host, whatever its port: each board's page has one of its own.
+    [[nodiscard]] std::string cookie_name() const { return "vtrdc-page-" + std::to_string(port); }
 };
 
 namespace {
 
+constexpr const char* TOKEN_PARAMETER = "token";
+constexpr std::string_view HOW_TO_GET_IN =
+    "This page needs its token: open the address that was printed when it was started.\n";
+
+// The token came with the address: the page's further requests bring it in a cookie.
+void set_cookie(const http_server::context& server, SoupServerMessage* request) {
+    const std::string cookie =
+        server.cookie_name() + "=" + server.token + "; Path=/; HttpOnly; SameSite=Strict";
+    soup_message_headers_append(soup_server_message_get_response_headers(request), "Set-Cookie",
+                                cookie.c_str());
+}
+
+// `query` is the address's parameters, or none.
+bool has_token(const http_server::context& server, SoupServerMessage* request, GHashTable* query) {
+    const auto* const given =
+        query != nullptr ? static_cast<const char*>(g_hash_table_lookup(query, TOKEN_PARAMETER))
+                         : nullptr;
+    if (given != nullptr && is_token(given, server.token)) {
+        set_cookie(server, request);
+        return true;
+    }
+    return is_token(cookie_in(header_of(request, "Cookie"), server.cookie_name()), server.token);
+}
+
 // Before the body comes. A request that has a status by then is answered, and goes no further.
-void begin(const served_route& served, SoupServerMessage* request, std::string_view path) {
+void begin(const served_route& served, SoupServerMessage* request, std::string_view path,
+           GHashTable* query) {
     const auto& [server, row] = served;
     // What nobody takes of a body is read and dropped.
     soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
@@ -110,19 +163,21 @@ void begin(const served_route& served, SoupServerMessage* request, std::string_v
     }
     if (!is_own_origin(origin_of(request), server->port)) {
         refuse(request, SOUP_STATUS_FORBIDDEN);
+    } else if (!has_token(*server, request, query)) {
+        refuse(request, SOUP_STATUS_FORBIDDEN, HOW_TO_GET_IN);
     } else if (!is_path_of(*row, path)) {
         refuse(request, SOUP_STATUS_NOT_FOUND);
     } else if (!is_method_of(*row, method_of(request))) {
         refuse(request, SOUP_STATUS_METHOD_NOT_ALLOWED);
     } else if (row->upload_folder != nullptr) {
-        begin_upload(*row, server->known.board, request);
+        begin_upload(*row, server->known.board, server->uploads, request);
     }
 }
 
 // The library's forms of these.
 void on_begin(SoupServer* /*server*/, SoupServerMessage* request, const char* path,
-              GHashTable* /*query*/, gpointer served) noexcept {
-    begin(*static_cast<const served_route*>(served), request, path);
+              GHashTable* query, gpointer served) noexcept {
+    begin(*static_cast<const served_route*>(served), request, path, query);
 }
 
 void on_request(SoupServer* /*server*/, SoupServerMessage* request, const char* path,
@@ -131,10 +186,11 @@ void on_request(SoupServer* /*server*/, SoupServerMessage* request, const char* 
     row->handler(server->known, request, path + std::string_view(row->path).size());
 }
 
-void on_client(SoupServer* /*server*/, SoupServerMessage* /*request*/, const char* /*path*/,
+void on_client(SoupServer* /*server*/, SoupServerMessage* request, const char* /*path*/,
                SoupWebsocketConnection* connection, gpointer served) noexcept {
     const auto& [server, row] = *static_cast<const served_route*>(served);
-    (server->known.*(row->client_handler))(connection);
+    (server->known.*(row->client_handler))(
+        std::make_unique<page_socket>(connection, soup_server_message_get_socket(request)));
 }
 
 // Of the early handlers only the one of the closest path is called.
@@ -151,10 +207,11 @@ void add_route(SoupServer* server, served_route& served) {
 
 } // namespace
 
-http_server::http_server(services known)
+http_server::http_server(services known, std::string token)
     : context_(new context{
           .known = std::move(known),
           .server = soup_owned<SoupServer>(soup_server_new("server-header", "vtrdc-web", nullptr)),
+          .token = std::move(token),
           .routes = {}}) {
     SoupServer* const server = context_->server.get();
     for (const route& row : all_routes()) {
@@ -190,7 +247,8 @@ bool http_server::listen(unsigned port, std::string& why) {
 }
 
 std::string http_server::address() const {
-    return "http://127.0.0.1:" + std::to_string(context_->port) + "/";
+    return "http://127.0.0.1:" + std::to_string(context_->port) + "/?" + TOKEN_PARAMETER + "=" +
+           context_->token;
 }
 
 } // namespace web

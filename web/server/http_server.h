@@ -1,4 +1,4 @@
-// The HTTP server: on loopback only, for the page itself only.
+// The HTTP server: on loopback only, for the page itself only, and with its token only.
 #pragma once
 
 #include "routes.h"
@@ -10,13 +10,15 @@ namespace web {
 
 class http_server {
 public:
-    explicit http_server(services known);
+    // Requests must bring that token.
+    http_server(services known, std::string token);
     http_server(const http_server&) = delete;
     http_server& operator=(const http_server&) = delete;
     ~http_server();
 
     // Takes the port of the loopback, and serves. False when it can't; `why` says why.
     [[nodiscard]] bool listen(unsigned port, std::string& why);
+    // The page's address, with the token.
     [[nodiscard]] std::string address() const;
     // Gives the port back; pages that are there stay connected.
     void stop_listening();

@@ -16,7 +16,9 @@ using std::chrono::milliseconds;
 // Lines are gathered into one message to the pages: a debug log has hundreds a second.
 constexpr milliseconds LOG_DELAY{100};
 
+// What is kept for pages goes into one message, which has to fit into what may wait for a page.
 constexpr std::size_t LINES_MAX = 2000;
+constexpr std::size_t BYTES_MAX = std::size_t{512} * 1024;
 
 // A line without an end must not fill the memory.
 constexpr std::size_t LINE_BYTES_MAX = 8192;
@@ -57,6 +59,7 @@ void log_tail::reopen_when_replaced() {
     position_ = 0;
     unfinished_.clear();
     last_lines_.clear();
+    last_bytes_ = 0;
     untold_ = 0;
     is_fresh_ = true;
     told_.on_begin();
@@ -105,9 +108,11 @@ void log_tail::take_bytes(std::string_view bytes) {
 
 void log_tail::end_line() {
     last_lines_.push_back(std::exchange(unfinished_, {}));
+    last_bytes_ += last_lines_.back().size();
     told_.on_line(last_lines_.back());
     ++untold_;
-    if (last_lines_.size() > LINES_MAX) {
+    while (last_lines_.size() > LINES_MAX || last_bytes_ > BYTES_MAX) {
+        last_bytes_ -= last_lines_.front().size();
         last_lines_.pop_front();
     }
 }

@@ -46,8 +46,9 @@ private:
     off_t position_ = 0;
     std::string unfinished_; // of a line, so far
     std::deque<std::string> last_lines_;
-    std::size_t untold_ = 0; // lines at the end of those
-    bool is_fresh_ = false;  // what is told next
+    std::size_t last_bytes_ = 0; // in those
+    std::size_t untold_ = 0;     // lines at the end of those
+    bool is_fresh_ = false;      // what is told next
     timer soon_;
     file_watch watch_;
 };

@@ -32,7 +32,7 @@ g_owned<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
 } // namespace
 
 struct panel_stream::viewer {
-    soup_owned<SoupWebsocketConnection> page;
+    std::unique_ptr<page_socket> socket;
     std::uint64_t seen = 0; // serial of the last picture it got
     bool is_waiting = false;
 };
@@ -42,12 +42,13 @@ panel_stream::panel_stream(std::string devices)
 
 panel_stream::~panel_stream() {
     for (const viewer& each : viewers_) {
-        g_signal_handlers_disconnect_by_data(each.page.get(), this);
+        g_signal_handlers_disconnect_by_data(each.socket->connection(), this);
     }
 }
 
-void panel_stream::add(SoupWebsocketConnection* page) {
-    viewers_.push_back({own_shared(page)});
+void panel_stream::add(std::unique_ptr<page_socket> socket) {
+    SoupWebsocketConnection* const page = socket->connection();
+    viewers_.push_back({std::move(socket)});
     g_signal_connect(page, "message", G_CALLBACK(on_message), this);
     g_signal_connect(page, "closed", G_CALLBACK(on_closed), this);
     if (watch_) {
@@ -69,7 +70,7 @@ void panel_stream::on_message(SoupWebsocketConnection* page, int /*type*/, GByte
                               gpointer self) noexcept {
     auto* const stream = static_cast<panel_stream*>(self);
     for (viewer& each : stream->viewers_) {
-        each.is_waiting = each.is_waiting || each.page.get() == page;
+        each.is_waiting = each.is_waiting || each.socket->connection() == page;
     }
     stream->show_those_who_wait();
 }
@@ -77,24 +78,19 @@ void panel_stream::on_message(SoupWebsocketConnection* page, int /*type*/, GByte
 void panel_stream::on_closed(SoupWebsocketConnection* page, gpointer self) noexcept {
     auto* const stream = static_cast<panel_stream*>(self);
     g_signal_handlers_disconnect_by_data(page, self);
-    std::erase_if(stream->viewers_, [page](const viewer& each) { return each.page.get() == page; });
+    std::erase_if(stream->viewers_,
+                  [page](const viewer& each) { return each.socket->connection() == page; });
     if (stream->viewers_.empty()) {
         stream->watch_.reset();
     }
 }
 
 void panel_stream::show_those_who_wait() {
-    std::vector<SoupWebsocketConnection*> pages;
     for (viewer& each : viewers_) {
         if (each.is_waiting && each.seen != serial_ && picture() != nullptr) {
             each.is_waiting = false;
             each.seen = serial_;
-            pages.push_back(each.page.get());
-        }
-    }
-    for (SoupWebsocketConnection* const page : pages) {
-        if (soup_websocket_connection_get_state(page) == SOUP_WEBSOCKET_STATE_OPEN) {
-            soup_websocket_connection_send_message(page, SOUP_WEBSOCKET_DATA_BINARY, picture());
+            each.socket->send(picture());
         }
     }
 }

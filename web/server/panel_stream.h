@@ -3,7 +3,7 @@
 #pragma once
 
 #include "loop.h"
-#include "soup_owned.h"
+#include "page_socket.h"
 
 #include <memory>
 #include <optional>
@@ -22,7 +22,7 @@ public:
 
     // Serves this client until its connection closes. Each message from it requests one picture
     // that is newer than the last one it got.
-    void add(SoupWebsocketConnection* page);
+    void add(std::unique_ptr<page_socket> socket);
 
 private:
     struct viewer;

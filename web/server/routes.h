@@ -3,11 +3,13 @@
 
 #include "board_folder.h"
 #include "contained_folder.h"
+#include "page_socket.h"
 #include "sim_command.h"
 
 #include <libsoup/soup.h>
 
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -18,8 +20,8 @@ struct services {
     const board_folder& board;
     const sim_command& sim;
     const contained_folder& page;
-    std::function<void(SoupWebsocketConnection*)> on_event_client;
-    std::function<void(SoupWebsocketConnection*)> on_picture_client;
+    std::function<void(std::unique_ptr<page_socket>)> on_event_client;
+    std::function<void(std::unique_ptr<page_socket>)> on_picture_client;
 };
 
 // `parameter` is what follows the route's path.
@@ -32,7 +34,7 @@ struct route {
     const char* parameter = "";
     request_handler handler = nullptr;
     // Of a WebSocket, in place of a handler: who serves the connection.
-    std::function<void(SoupWebsocketConnection*)> services::*client_handler = nullptr;
+    std::function<void(std::unique_ptr<page_socket>)> services::*client_handler = nullptr;
     // Of a POST: the most bytes of its body, and the folder that it is written to.
     goffset body_max = 0;
     std::string (*upload_folder)(const board_folder&) = nullptr;

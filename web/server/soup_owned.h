@@ -11,6 +11,7 @@ namespace web {
 
 // Releases each type with the call that fits it.
 struct soup_release {
+    void operator()(GSocket* socket) const noexcept { g_object_unref(socket); }
     void operator()(GSubprocess* process) const noexcept { g_object_unref(process); }
     void operator()(SoupServer* server) const noexcept { g_object_unref(server); }
     void operator()(SoupServerMessage* request) const noexcept { g_object_unref(request); }
