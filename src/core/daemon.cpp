@@ -44,6 +44,15 @@ void lock_pid_file(const char* name) {
 
 } // namespace
 
+void open_standard_descriptors() {
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        // The lowest number that is free is used. Tools inherit it: no close-on-exec.
+        if (fcntl(fd, F_GETFD) < 0 && open(sysroot_path("/dev/null").c_str(), O_RDWR) != fd) {
+            std::exit(EXIT_FAILURE);
+        }
+    }
+}
+
 void daemonize(const char* pid_file_name) {
     fork_and_leave();
     if (setsid() < 0) {

@@ -14,7 +14,6 @@
 #include "devices/kbd.h"
 #include "video/registry.h"
 
-#include <csignal>
 #include <syslog.h>
 
 namespace {
@@ -76,11 +75,9 @@ void on_acc(const user_event& /*event*/) {
 void process_signal(int number) {
     syslog(LOG_INFO, "Caught signal %d\n", number);
     is_stopping = true;
-    if (number == SIGINT || number == SIGTERM) {
-        log_message(LEVEL_INFO, "stopping daemon ...");
-        gstvideo_stop_all_pipes();
-        release_pid_file(pid_file);
-    }
+    log_message(LEVEL_INFO, "stopping daemon ...");
+    gstvideo_stop_all_pipes();
+    release_pid_file(pid_file);
 }
 
 void on_signal(const user_event& event) {

@@ -132,6 +132,7 @@ void daemon_shutdown(server_socket& server, const char* app_name) {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    open_standard_descriptors();
     pin_numeric_locale();
     imem_guard_new();
     const cmdline_options options = parse_cmdline_opts(argc, argv);
