@@ -12,6 +12,7 @@
 #include "core/timer.h"
 #include "devices/acc.h"
 #include "devices/kbd.h"
+#include "util/tools.h"
 #include "video/registry.h"
 
 #include <syslog.h>
@@ -56,10 +57,17 @@ void on_bus(const user_event& event) {
     on_pipe_end(pipe);
 }
 
+// A tool that hangs may work at the next press, and one that was not started since the daemon is to
+// stop has not failed.
+bool is_fatal(int button_result) {
+    return button_result != 0 && button_result != TOOL_TIMED_OUT &&
+           button_result != TOOL_NOT_STARTED;
+}
+
 void on_kbd(const user_event& /*event*/) {
     kbd_event pressed{};
     const kbd_result result = kbd_read(pressed);
-    if (result == KBD_KEY && process_kbd_event(pressed) != 0) {
+    if (result == KBD_KEY && is_fatal(process_kbd_event(pressed))) {
         log_fatal("failed to process kbd input");
     }
     if (result == KBD_GONE) {

@@ -15,30 +15,33 @@ namespace {
 constexpr std::array other_stop_signals{SIGHUP,  SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM,  SIGVTALRM,
                                         SIGPROF, SIGIO,   SIGPWR,  SIGXCPU, SIGSTKFLT};
 
+// Empty before the start-up.
+sigset_t stop_signals{};
+bool a_stop_was_read = false;
+
 // Whoever started the process may have it outlive some, as nohup does SIGHUP.
 bool is_ignored(int number) {
     struct sigaction action {};
     return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
-sigset_t stop_signals() {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGINT);
-    sigaddset(&set, SIGTERM);
+void collect_stop_signals() {
+    sigemptyset(&stop_signals);
+    sigaddset(&stop_signals, SIGINT);
+    sigaddset(&stop_signals, SIGTERM);
     for (const int number : other_stop_signals) {
         if (!is_ignored(number)) {
-            sigaddset(&set, number);
+            sigaddset(&stop_signals, number);
         }
     }
-    return set;
 }
 
 } // namespace
 
 int signals_init() {
-    const sigset_t set = stop_signals();
-    if (sigprocmask(SIG_SETMASK, &set, nullptr) != 0) {
+    a_stop_was_read = false;
+    collect_stop_signals();
+    if (sigprocmask(SIG_SETMASK, &stop_signals, nullptr) != 0) {
         return -1;
     }
     // Writing to a client that is gone, or beyond the limit of a file's size, only fails.
@@ -46,7 +49,7 @@ int signals_init() {
     std::signal(SIGXFSZ, SIG_IGN);
     // If our parent ignored it, no tool that we run would have a status.
     std::signal(SIGCHLD, SIG_DFL);
-    return signalfd(-1, &set, SFD_CLOEXEC);
+    return signalfd(-1, &stop_signals, SFD_CLOEXEC);
 }
 
 int decode_signal(int signal_fd) {
@@ -55,7 +58,15 @@ int decode_signal(int signal_fd) {
     if (read(signal_fd, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) {
         log_fatal("failed reading signal event");
     }
+    a_stop_was_read = true;
     const int number = static_cast<int>(info.ssi_signo);
     log_message(LEVEL_DEBUG, "found signal %d:%s", number, strsignal(number));
     return number;
+}
+
+bool stop_was_asked_for() {
+    sigset_t waiting;
+    sigpending(&waiting);
+    sigandset(&waiting, &waiting, &stop_signals);
+    return a_stop_was_read || sigisemptyset(&waiting) == 0;
 }

@@ -9,3 +9,6 @@
 
 // Reads one signal from the descriptor and returns its number; a short read is an ERROR.
 [[nodiscard]] int decode_signal(int signal_fd);
+
+// True once such a signal arrived, be it read or not yet.
+[[nodiscard]] bool stop_was_asked_for();

@@ -3,62 +3,40 @@
 
 #include "core/imem.h"
 #include "core/log.h"
-#include "util/descriptors.h"
+#include "core/signals.h"
+#include "util/tool_process.h"
 
 #include <array>
-#include <cerrno>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
-#include <spawn.h>
+#include <cstring>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr std::size_t COMMAND_SIZE = 256;
 
-// How a tool starts: no signal is blocked or ignored, whatever our own mask is.
-class tool_attributes {
-public:
-    tool_attributes() {
-        sigset_t none;
-        sigset_t ignored;
-        sigemptyset(&none);
-        sigemptyset(&ignored);
-        sigaddset(&ignored, SIGPIPE);
-        posix_spawnattr_init(&attributes_);
-        posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setsigdefault(&attributes_, &ignored);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    tool_attributes(const tool_attributes&) = delete;
-    tool_attributes& operator=(const tool_attributes&) = delete;
-    ~tool_attributes() { posix_spawnattr_destroy(&attributes_); }
-    [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes_; }
+using reason_text = std::array<char, 128>;
 
-private:
-    posix_spawnattr_t attributes_{};
-};
+reason_text reason_of(const tool_end& end) {
+    reason_text text{};
+    if (end.status == TOOL_TIMED_OUT) {
+        std::snprintf(text.data(), text.size(), "took more than %d seconds and was killed",
+                      static_cast<int>(TOOL_TIME_MAX.count()));
+    } else if (end.status == TOOL_NOT_RUN) {
+        std::snprintf(text.data(), text.size(), "can't be run (%s)", std::strerror(end.error));
+    } else if (WIFSIGNALED(end.status)) {
+        std::snprintf(text.data(), text.size(), "was ended by signal %d", WTERMSIG(end.status));
+    } else {
+        std::snprintf(text.data(), text.size(), "failed with status %d", WEXITSTATUS(end.status));
+    }
+    return text;
+}
 
-// Like system(), but does not ignore SIGINT: that would discard one pending on the signal
-// descriptor.
-int run_shell(const char* command) {
-    std::array arguments{const_cast<char*>("sh"), const_cast<char*>("-c"),
-                         const_cast<char*>(command), static_cast<char*>(nullptr)};
-    const tool_attributes attributes;
-    pid_t tool = -1;
-    if (posix_spawn(&tool, "/bin/sh", nullptr, attributes.get(), arguments.data(), environ) != 0) {
-        return -1;
-    }
-    int status = 0;
-    while (waitpid(tool, &status, 0) < 0) {
-        if (errno != EINTR) {
-            return -1;
-        }
-    }
-    return status;
+void warn_of(const char* command, const tool_end& end) {
+    const char* const separator = end.output.empty() ? "" : ": ";
+    log_message(LEVEL_WARN, "Tool %s: %s%s%s", reason_of(end).data(), command, separator,
+                end.output.c_str());
 }
 
 } // namespace
@@ -71,9 +49,16 @@ int exec_system_cmd(const char* format, ...) {
     va_end(arguments);
     if (length < 0 || static_cast<std::size_t>(length) >= COMMAND_SIZE) {
         log_message(LEVEL_WARN, "system cmd too long, not executed: %s", command.get());
-        return -1;
+        return TOOL_NOT_RUN;
+    }
+    if (stop_was_asked_for()) {
+        log_message(LEVEL_WARN, "Tool not started, the daemon is to stop: %s", command.get());
+        return TOOL_NOT_STARTED;
     }
     log_message(LEVEL_INFO, "Executing system cmd: %s", command.get());
-    keep_descriptors_from_programs(); // elements open some of their own
-    return run_shell(command.get());
+    const tool_end end = run_tool(command.get());
+    if (end.status != 0) {
+        warn_of(command.get(), end);
+    }
+    return end.status;
 }

@@ -129,6 +129,7 @@ FAILING_QUIETLY(bind, bind, (int fd, const sockaddr* address, socklen_t size), (
 FAILING_QUIETLY(fork, fork, (), ())
 FAILING_QUIETLY(listen, listen, (int fd, int backlog), (fd, backlog))
 FAILING_QUIETLY(mkdir, mkdir, (const char* path, mode_t mode), (path, mode))
+FAILING_QUIETLY(pipe, pipe2, (int ends[2], int flags), (ends, flags))
 FAILING_QUIETLY(signalfd, signalfd, (int fd, const sigset_t* set, int flags), (fd, set, flags))
 FAILING_QUIETLY(sigprocmask, sigprocmask, (int how, const sigset_t* set, sigset_t* old),
                 (how, set, old))

@@ -26,6 +26,7 @@ enum class failing_call : int {
     new_object,
     open,
     opendir,
+    pipe,
     poll,
     read,
     realloc,

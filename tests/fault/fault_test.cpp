@@ -47,6 +47,7 @@ constexpr call_rule rules[] = {
     {failing_call::new_object, "operator new", ENOMEM, ENDED, "out of memory\n"},
     {failing_call::open, "open", EMFILE, ANSWERED},
     {failing_call::opendir, "opendir", EMFILE, ANSWERED},
+    {failing_call::pipe, "pipe2", EMFILE, ANSWERED},
     {failing_call::poll, "poll", EINTR, ANSWERED},
     {failing_call::read, "read", EIO, ANSWERED | ENDED, "failed reading signal event\n"},
     {failing_call::realloc, "realloc", ENOMEM, ENDED, "malloc of "},
@@ -238,9 +239,21 @@ const known_case known_cases[] = {
      happening::answered,
      "r:make_snapshot:n:",
      ""},
-    {{"c:kbd_zoom:n:"}, {failing_call::spawn, 1}, happening::answered, "e:kbd_zoom:n:", ""},
-    {{"c:kbd_zoom:n:"}, {failing_call::waitpid, 2}, happening::answered, "e:kbd_zoom:n:", ""},
-    {{"c:kbd_nuc:n:"}, {failing_call::spawn, 1}, happening::answered, "e:kbd_nuc:n:", ""},
+    {{"c:kbd_zoom:n:"},
+     {failing_call::spawn, 1},
+     happening::answered,
+     "e:kbd_zoom:n:",
+     "[WARN]: Tool can't be run (Resource temporarily unavailable): vtrcore origin "},
+    {{"c:kbd_zoom:n:"},
+     {failing_call::waitpid, 2},
+     happening::answered,
+     "e:kbd_zoom:n:",
+     "[WARN]: Tool can't be run (No child processes): vtrcore "},
+    {{"c:kbd_nuc:n:"},
+     {failing_call::pipe, 1},
+     happening::answered,
+     "e:kbd_nuc:n:",
+     "[WARN]: Tool can't be run (Too many open files): vtrcore fast-nuc\n"},
     {{"c:set_nuc_type:i:2", "c:set_nuc_type:i:1"},
      {failing_call::spawn, 1},
      happening::answered,
@@ -349,9 +362,9 @@ TEST_F(StartTest, WhatItCanDoWithout) {
          "[WARN]: Failed to read the configuration file /etc/vtrdc.conf\n"},
         {{failing_call::fread, 1},
          "[WARN]: Failed to read the configuration file /etc/vtrdc.conf\n"},
-        {{failing_call::open, 1}, ""},  // the file that says that there is video
-        {{failing_call::open, 2}, ""},  // the buttons
-        {{failing_call::spawn, 1}, ""}, // the thermal core
+        {{failing_call::open, 1}, ""}, // the file that says that there is video
+        {{failing_call::open, 2}, ""}, // the buttons
+        {{failing_call::spawn, 1}, "[WARN]: Tool can't be run "}, // the thermal core
     };
     for (const auto& each : cases) {
         EXPECT_EQ(start_with(each.failing), happening::answered);

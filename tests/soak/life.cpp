@@ -210,8 +210,10 @@ void life::judge_media() {
 }
 
 void life::stop() {
-    note("stop");
-    daemon_.signal(SIGTERM);
+    constexpr int stops[] = {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGALRM, SIGIO};
+    const int number = dice_.pick(stops);
+    note("stop by signal " + std::to_string(number));
+    daemon_.signal(number);
     EXPECT_EQ(daemon_.wait_exit(STOP_LIMIT), 0);
     const std::string output = daemon_.output();
     EXPECT_TRUE(output.ends_with("[INFO]: Goodbye\n"));

@@ -1,13 +1,20 @@
 // Which signals stop the daemon, and what it does without standard streams.
 #include "core/daemon.h"
+#include "core/log.h"
 #include "core/signals.h"
+#include "support/temp_folder.h"
+#include "util/tools.h"
 
 #include <array>
 #include <csignal>
+#include <fstream>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -19,8 +26,10 @@ class SignalsTest : public testing::Test {
 protected:
     SignalsTest() { sigprocmask(SIG_SETMASK, nullptr, &mask_); }
     ~SignalsTest() override {
-        std::signal(SIGUSR1, SIG_DFL);
-        std::signal(SIGXFSZ, SIG_DFL);
+        close(signals_init()); // nothing was asked for
+        for (const int number : {SIGUSR1, SIGPIPE, SIGXFSZ}) {
+            std::signal(number, SIG_DFL);
+        }
         sigprocmask(SIG_SETMASK, &mask_, nullptr);
     }
     static bool is_readable(int fd) {
@@ -35,11 +44,11 @@ TEST_F(SignalsTest, WhatWouldEndTheProcessIsReadInstead) {
     const int fd = signals_init();
     ASSERT_GE(fd, 0);
     for (const int number : stopping) {
-        kill(getpid(), number);
+        raise(number);
         ASSERT_TRUE(is_readable(fd)) << number;
         EXPECT_EQ(decode_signal(fd), number);
     }
-    kill(getpid(), SIGXFSZ);
+    raise(SIGXFSZ);
     EXPECT_FALSE(is_readable(fd));
     close(fd);
 }
@@ -48,11 +57,44 @@ TEST_F(SignalsTest, WhatWasIgnoredStaysIgnored) {
     std::signal(SIGUSR1, SIG_IGN);
     const int fd = signals_init();
     ASSERT_GE(fd, 0);
-    kill(getpid(), SIGUSR1);
+    raise(SIGUSR1);
     EXPECT_FALSE(is_readable(fd));
-    kill(getpid(), SIGUSR2);
+    raise(SIGUSR2);
     EXPECT_EQ(decode_signal(fd), SIGUSR2);
     close(fd);
+}
+
+TEST_F(SignalsTest, ToolsTakeNoneAwayAndNoneStartsAfterOne) {
+    const temp_folder folder;
+    const std::string log = folder.path() / "log";
+    const std::string marker = folder.path() / "marker";
+    log_open(log.c_str());
+    const int fd = signals_init();
+    ASSERT_GE(fd, 0);
+    // The tool itself is ended by a signal as usual.
+    for (const char* number : {"HUP", "PIPE", "XFSZ"}) {
+        EXPECT_TRUE(WIFSIGNALED(exec_system_cmd("kill -%s $$", number))) << number;
+    }
+    const std::string fifo = folder.path() / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::thread sender{[&fifo, us = pthread_self()] {
+        std::ifstream tool_runs{fifo};
+        pthread_kill(us, SIGINT);
+        pthread_kill(us, SIGHUP);
+    }};
+    EXPECT_EQ(exec_system_cmd("echo >%s; sleep 0.1", fifo.c_str()), 0);
+    sender.join();
+    EXPECT_EQ(exec_system_cmd("touch %s", marker.c_str()), TOOL_NOT_STARTED);
+    EXPECT_THAT(read_text(log), testing::EndsWith("[WARN]: Tool not started, the daemon is to "
+                                                  "stop: touch " +
+                                                  marker + "\n"));
+    EXPECT_EQ(decode_signal(fd), SIGHUP);
+    EXPECT_EQ(decode_signal(fd), SIGINT);
+    // Also while the daemon stops.
+    EXPECT_EQ(exec_system_cmd("touch %s", marker.c_str()), TOOL_NOT_STARTED);
+    EXPECT_FALSE(std::filesystem::exists(marker));
+    close(fd);
+    log_close();
 }
 
 bool is_null_device(int fd) {

@@ -4,16 +4,12 @@
 #include "util/files.h"
 #include "util/free_names.h"
 #include "util/text.h"
-#include "util/tools.h"
 #include "video/storage.h"
 
 #include <cinttypes>
-#include <csignal>
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using testing::HasSubstr;
@@ -37,55 +33,6 @@ protected:
     temp_folder folder_;
     std::string log_path_ = file("log");
 };
-
-TEST_F(HelpersTest, CommandsRunAndTellTheirStatus) {
-    const std::string out = file("out");
-    EXPECT_EQ(exec_system_cmd("echo %d %s > %s", 7, "up", out.c_str()), 0);
-    EXPECT_EQ(read_text(out), "7 up\n");
-    EXPECT_EQ(WEXITSTATUS(exec_system_cmd("exit 3")), 3);
-    EXPECT_THAT(log(), HasSubstr("[INFO]: Executing system cmd: exit 3\n"));
-}
-
-TEST_F(HelpersTest, CommandThatDoesNotFitIsRefused) {
-    const std::string marker = file("marker");
-    const std::string blanks(256, ' ');
-    EXPECT_NE(exec_system_cmd("touch %s%s", marker.c_str(), blanks.c_str()), 0);
-    EXPECT_EQ(is_file_created(marker.c_str()), 0);
-    EXPECT_THAT(log(), Not(HasSubstr("Executing")));
-    EXPECT_THAT(log(), HasSubstr("[WARN]: "));
-}
-
-// One that arrives between two passes of the loop must still be there for the next.
-TEST_F(HelpersTest, ToolsTakeNoSignalAway) {
-    sigset_t stops;
-    sigset_t before;
-    sigset_t waiting;
-    sigemptyset(&stops);
-    sigaddset(&stops, SIGINT);
-    sigaddset(&stops, SIGTERM);
-    ASSERT_EQ(sigprocmask(SIG_BLOCK, &stops, &before), 0);
-    raise(SIGINT);
-    raise(SIGTERM);
-    // The tool itself is stopped by a signal as usual.
-    EXPECT_TRUE(WIFSIGNALED(exec_system_cmd("kill -TERM $$")));
-    sigpending(&waiting);
-    EXPECT_EQ(sigismember(&waiting, SIGINT), 1);
-    EXPECT_EQ(sigismember(&waiting, SIGTERM), 1);
-    int taken = 0;
-    sigwait(&stops, &taken);
-    sigwait(&stops, &taken);
-    sigprocmask(SIG_SETMASK, &before, nullptr);
-}
-
-TEST_F(HelpersTest, ToolsInheritNoDescriptor) {
-    const int leaked = open("/dev/null", O_RDONLY);
-    ASSERT_GE(leaked, 0);
-    const std::string out = file("fds");
-    EXPECT_EQ(exec_system_cmd("ls /proc/self/fd > %s", out.c_str()), 0);
-    // Standard streams, and the folder that ls itself reads.
-    EXPECT_EQ(read_text(out), "0\n1\n2\n3\n");
-    close(leaked);
-}
 
 TEST_F(HelpersTest, TouchMakesAndKeeps) {
     const std::string made = file("made");
