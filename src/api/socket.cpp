@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
@@ -15,26 +16,26 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+using std::chrono::milliseconds;
+
 namespace {
 
 // Most bytes of one request; what a client sends beyond them is its next request.
 constexpr std::size_t REQUEST_SIZE = 2048;
 constexpr int BACKLOG = 1;
-// How long a reply may wait for a client that doesn't read: the others wait meanwhile.
-constexpr timeval SEND_TIMEOUT{.tv_sec = 1, .tv_usec = 0};
-constexpr timeval SEND_TIMEOUT_STUCK{.tv_sec = 0, .tv_usec = 1000};
+// How long replies may wait for clients that don't read: the others, and the sight, wait meanwhile.
+constexpr milliseconds PASS_TIME{1000}; // all of one pass of the loop
+constexpr milliseconds STUCK_TIME{1};   // one to a client that is stuck
+milliseconds time_left = PASS_TIME;     // of this pass
 
-void set_send_timeout(const client_socket& client) {
-    const timeval& timeout = client.is_stuck ? SEND_TIMEOUT_STUCK : SEND_TIMEOUT;
-    setsockopt(client.fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
-}
-
-void note_send_result(client_socket& client, ssize_t sent) {
-    const bool is_stuck = sent < 1;
-    if (is_stuck != client.is_stuck) {
-        client.is_stuck = is_stuck;
-        set_send_timeout(client);
+void set_send_time(client_socket& client, milliseconds time) {
+    const auto time_ms = static_cast<int>(time.count());
+    if (client.send_time_ms == time_ms) {
+        return;
     }
+    client.send_time_ms = time_ms;
+    const timeval timeout{.tv_sec = time_ms / 1000, .tv_usec = time_ms % 1000 * 1000};
+    setsockopt(client.fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
 }
 
 // The address of a path, which is cut to what fits.
@@ -97,7 +98,6 @@ int socket_accept(server_socket& server, client_socket& client) {
     if (client.fd < 0) {
         return -1;
     }
-    set_send_timeout(client);
     log_message(LEVEL_DEBUG, "Client socket connected");
     return client.fd;
 }
@@ -109,9 +109,21 @@ ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size) {
     return count;
 }
 
+void socket_begin_pass() {
+    time_left = PASS_TIME;
+}
+
 ssize_t socket_send(client_socket& client, const char* text) {
-    const ssize_t sent = send(client.fd, text, std::strlen(text), 0);
-    note_send_result(client, sent);
+    const milliseconds time = std::min(client.is_stuck ? STUCK_TIME : PASS_TIME, time_left);
+    // No time at all would mean any time.
+    set_send_time(client, std::max(time, milliseconds{1}));
+    const auto start = std::chrono::steady_clock::now();
+    const ssize_t sent =
+        send(client.fd, text, std::strlen(text), time > milliseconds{0} ? 0 : MSG_DONTWAIT);
+    // One that did not wait takes none of it.
+    const auto taken = std::chrono::floor<milliseconds>(std::chrono::steady_clock::now() - start);
+    time_left -= std::min(taken, time_left);
+    client.is_stuck = sent < 1;
     return sent;
 }
 

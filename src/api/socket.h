@@ -20,6 +20,7 @@ struct client_socket {
     sockaddr_un address;
     // Its last reply could not be sent; until one can, it is given next to no time.
     bool is_stuck;
+    int send_time_ms; // as set for the descriptor; 0 before the first reply
 };
 
 using server_owner = malloc_owner<server_socket>;
@@ -42,7 +43,12 @@ void socket_listen(server_socket& server);
 // received, 0 when the peer closed, negative on an error.
 [[nodiscard]] ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size);
 
-// Sends the text in one call, waiting a second at most. The number of bytes sent, or -1.
+// Tells that a pass of the loop begins: sending may wait for clients that don't read for a second
+// again, all replies of the pass together.
+void socket_begin_pass();
+
+// Sends the text in one call, waiting for what is left of that second at most. The number of bytes
+// sent, or -1.
 [[nodiscard]] ssize_t socket_send(client_socket& client, const char* text);
 
 // Closes the listening descriptor; the file stays until the next start.

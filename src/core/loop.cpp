@@ -15,6 +15,7 @@
 #include "util/tools.h"
 #include "video/registry.h"
 
+#include <span>
 #include <syslog.h>
 
 namespace {
@@ -130,7 +131,9 @@ void dispatch(const user_event& event) {
 void run_loop(const char* pid_file_name) {
     pid_file = pid_file_name;
     do {
-        for (const user_event& event : ea_poll_events()) {
+        const std::span<const user_event> ready = ea_poll_events();
+        socket_begin_pass();
+        for (const user_event& event : ready) {
             if (ea_is_registered(event)) {
                 dispatch(event);
             }

@@ -2,20 +2,27 @@
 #include "osd/redis_message_broker.h"
 
 #include "core/log.h"
+#include "util/deadline.h"
 #include "util/never_destroyed.h"
 #include "util/sysroot.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <hiredis/hiredis.h>
 #include <memory>
+#include <poll.h>
+#include <sys/socket.h>
 #include <sys/time.h>
 #include <utility>
 
 namespace {
 
-// Longest wait for an answer: clients and buttons wait meanwhile.
-constexpr timeval ANSWER_TIMEOUT{.tv_sec = 1, .tv_usec = 0};
+// Longest time for a notice and its answer: clients and buttons wait meanwhile.
+constexpr std::chrono::seconds EXCHANGE_TIME{1};
+constexpr timeval SEND_TIMEOUT{.tv_sec = EXCHANGE_TIME.count(), .tv_usec = 0};
+// An answer is a number. What is not whole after so many reads is none.
+constexpr int READS_MAX = 16;
 
 constexpr const char* MESSAGE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\" }}";
 constexpr const char* CODE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\", \"code\": %d }}";
@@ -28,6 +35,35 @@ struct context_deleter {
 using context_owner = std::unique_ptr<redisContext, context_deleter>;
 
 constinit never_destroyed<context_owner> connection; // none before the hand-over
+
+bool is_readable(int fd, std::chrono::milliseconds time) {
+    pollfd waiting{fd, POLLIN, 0};
+    return poll(&waiting, 1, static_cast<int>(time.count())) == 1;
+}
+
+bool send_commands(redisContext& context) {
+    int is_sent = 0;
+    return redisBufferWrite(&context, &is_sent) == REDIS_OK && is_sent != 0;
+}
+
+// hiredis bounds each read by itself, so that a server that sends a byte now and then would be
+// waited for as long as it likes.
+bool take_answer(redisContext& context, const deadline& until) {
+    for (int reads = 0; reads < READS_MAX; ++reads) {
+        if (!is_readable(context.fd, until.left()) || redisBufferRead(&context) != REDIS_OK) {
+            return false;
+        }
+        void* answer = nullptr;
+        if (redisGetReplyFromReader(&context, &answer) != REDIS_OK) {
+            return false;
+        }
+        if (answer != nullptr) {
+            freeReplyObject(answer);
+            return true;
+        }
+    }
+    return false;
+}
 
 } // namespace
 
@@ -45,7 +81,7 @@ int rmb_connect(const char* socket_path) {
         log_message(LEVEL_WARN, "Redis connect error: %s", context->errstr);
         return 1;
     }
-    redisSetTimeout(context.get(), ANSWER_TIMEOUT);
+    redisSetTimeout(context.get(), SEND_TIMEOUT);
     *connection = std::move(context);
     return 0;
 }
@@ -54,9 +90,16 @@ int rmb_pub_string(const char* channel, const char* message) {
     if (!*connection || message == nullptr) {
         return 1;
     }
-    // None when the server is gone or silent; the notice is lost then.
-    if (void* const reply = redisCommand(connection->get(), "PUBLISH %s %s", channel, message)) {
-        freeReplyObject(reply);
+    redisContext& context = **connection;
+    if (context.err != 0) {
+        return 0; // what can't be sent would pile up
+    }
+    const deadline until{EXCHANGE_TIME};
+    // When the server is gone or silent, the notice is lost, and so are the later ones: an answer
+    // that came late would be taken for theirs.
+    if (redisAppendCommand(&context, "PUBLISH %s %s", channel, message) != REDIS_OK ||
+        !send_commands(context) || !take_answer(context, until)) {
+        shutdown(context.fd, SHUT_RDWR);
     }
     return 0;
 }

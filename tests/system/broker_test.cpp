@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -134,6 +135,7 @@ public:
     false_server(const false_server&) = delete;
     false_server& operator=(const false_server&) = delete;
     ~false_server() {
+        trickler_ = {};
         for (const int open : {listening_, accepted_, waiting_}) {
             if (open >= 0) {
                 close(open);
@@ -145,6 +147,14 @@ public:
         accepted_ = accept(listening_, nullptr, nullptr);
         ASSERT_GE(accepted_, 0);
         EXPECT_EQ(send(accepted_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+    }
+    // Goes on with a byte ten times a second.
+    void trickle() {
+        trickler_ = std::jthread{[client = accepted_](const std::stop_token& stop) {
+            while (!stop.stop_requested() && send(client, "x", 1, MSG_NOSIGNAL) == 1) {
+                std::this_thread::sleep_for(std::chrono::milliseconds{100});
+            }
+        }};
     }
     void leave_the_client() {
         shutdown(accepted_, SHUT_RDWR);
@@ -165,6 +175,7 @@ private:
     int listening_;
     int accepted_ = -1;
     int waiting_ = -1;
+    std::jthread trickler_;
 };
 
 struct false_server_case {
@@ -180,6 +191,11 @@ const false_server_case false_server_cases[] = {
     {"NeverAnswers", [](false_server&) {}},
     {"TalksNonsense", [](false_server& server) { server.answer_the_client("hello\r\n%s\r\n"); }},
     {"AnswersHalf", [](false_server& server) { server.answer_the_client("$100\r\nhalf"); }},
+    {"SendsAByteNowAndThen",
+     [](false_server& server) {
+         server.answer_the_client("$1000\r\n");
+         server.trickle();
+     }},
     {"HangsUp",
      [](false_server& server) {
          server.answer_the_client("");
@@ -196,7 +212,9 @@ TEST_P(FalseServerTest, LosesTheNoticeAndHoldsNobodyUpForLong) {
     GetParam().misbehave(server);
     lose_camera();
     // Answered although the notice was not; the wait for that has an end.
+    const auto asked = std::chrono::steady_clock::now();
     EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:0");
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds{3});
     // The broken connection stays.
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_EQ(daemon_.count("Connected to redis"), 1);
