@@ -1,11 +1,11 @@
 // The overlay element with small scenes of its own.
 #include "overlay_fixture.h"
 
+#include <algorithm>
 #include <atomic>
 #include <gmock/gmock.h>
 #include <malloc.h>
 #include <string_view>
-#include <vector>
 
 using testing::HasSubstr;
 
@@ -162,17 +162,20 @@ TEST_F(OverlayTest, NothingIsKeptOfASceneThatIsGone) {
     const std::string file = folder_.write("scene.qml", large_scene);
     // One begins while the other is shown and outlives it, as a live view does the no-input
     // picture.
-    std::vector<std::size_t> with_two_scenes;
-    for (int round = 0; round < 20; ++round) {
+    std::array<std::size_t, 20> with_two_scenes{};
+    for (std::size_t& bytes : with_two_scenes) {
         test_pipeline second{over_white(file)};
         test_pipeline first{over_white(file)}; // goes first
         for (test_pipeline* const shown : {&first, &second}) {
             shown->play();
             ASSERT_TRUE(wait_for_pixel(*shown, 500, 500, blue));
         }
-        with_two_scenes.push_back(held());
+        bytes = held();
     }
-    EXPECT_LT(with_two_scenes[19], with_two_scenes[4] + (std::size_t{15} << 20));
+    // The least of several: frames of three megabytes are under way, some rounds more than others.
+    const auto middle = with_two_scenes.begin() + 10;
+    EXPECT_LT(*std::min_element(middle, with_two_scenes.end()),
+              *std::min_element(with_two_scenes.begin(), middle) + (std::size_t{5} << 20));
 }
 #endif
 
