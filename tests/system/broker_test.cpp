@@ -16,6 +16,10 @@
 
 namespace {
 
+// In the server's output: "The server is now ready to accept connections", since Redis 7.2 "Ready
+// to accept connections".
+constexpr const char* SERVER_IS_UP = "eady to accept connections";
+
 // A program that runs as long as its scope.
 class background_program {
 public:
@@ -61,7 +65,7 @@ protected:
 
 TEST_F(BrokerTest, NoticeReachesTheSubscriber) {
     const background_program server{server_command(), server_output_};
-    ASSERT_TRUE(wait_for_text(server_output_, "ready to accept connections"));
+    ASSERT_TRUE(wait_for_text(server_output_, SERVER_IS_UP));
     const std::filesystem::path heard = board_.at("/tmp/heard");
     const background_program subscriber{{"/usr/bin/redis-cli", "-s", socket_, "PSUBSCRIBE", "*"},
                                         heard};
@@ -81,7 +85,7 @@ TEST_F(BrokerTest, RunningOutOfSpaceStopsTheRecordingAndIsTold) {
         GTEST_SKIP() << "no right to mount";
     }
     const background_program server{server_command(), server_output_};
-    ASSERT_TRUE(wait_for_text(server_output_, "ready to accept connections"));
+    ASSERT_TRUE(wait_for_text(server_output_, SERVER_IS_UP));
     const std::filesystem::path heard = board_.at("/tmp/heard");
     const background_program subscriber{{"/usr/bin/redis-cli", "-s", socket_, "PSUBSCRIBE", "*"},
                                         heard};
@@ -114,7 +118,7 @@ TEST_F(BrokerTest, ComesUpLaterAndGoesDownAgain) {
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_TRUE(daemon_.wait_for("[WARN]: Redis connect error: No such file or directory\n"));
     background_program server{server_command(), server_output_};
-    ASSERT_TRUE(wait_for_text(server_output_, "ready to accept connections"));
+    ASSERT_TRUE(wait_for_text(server_output_, SERVER_IS_UP));
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_TRUE(daemon_.wait_for("Connected to redis"));
     server.end();
