@@ -10,7 +10,9 @@ set(vtrdc_packaging "${PROJECT_SOURCE_DIR}/packaging")
 configure_file("${vtrdc_packaging}/systemd/vtrdc.service.in" packaging/vtrdc.service @ONLY)
 configure_file("${vtrdc_packaging}/systemd/vtrdc.tmpfiles.in" packaging/vtrdc.tmpfiles @ONLY)
 install(TARGETS vtrdc DESTINATION "${CMAKE_INSTALL_SBINDIR}" COMPONENT daemon)
-install(TARGETS vtrdcctl DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT daemon)
+if(TARGET vtrdcctl)
+  install(TARGETS vtrdcctl DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT daemon)
+endif()
 install(FILES "${vtrdc_packaging}/man/vtrdcctl.1"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT daemon)
 install(FILES "${vtrdc_packaging}/man/vtrdc.conf.5"
