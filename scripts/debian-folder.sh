@@ -23,14 +23,30 @@ pass_proxies_on() {
     done
 }
 
-# Makes FOLDER, with what Debian can't be without.
+# Makes a folder with what Debian can't be without: FOLDER [SUITE [DEBOOTSTRAP OPTIONS]]. Without a
+# suite it is the release that runs here.
 bootstrap_folder() {
     local mirror release
     read -r mirror release < <(this_machines_release) ||
         die 1 "apt on this machine knows no source of the release that runs here"
     pass_proxies_on
     as_root env ${http_proxy:+"http_proxy=$http_proxy"} ${https_proxy:+"https_proxy=$https_proxy"} \
-        debootstrap --variant=minbase "$release" "$1" "$mirror"
+        debootstrap --variant=minbase "${@:3}" "${2:-$release}" "$1" "$mirror"
+}
+
+# Services shall not start: they would run on this machine.
+forbid_services() {
+    printf '#!/bin/sh\nexit 101\n' | as_root tee "$1/usr/sbin/policy-rc.d" >/dev/null
+    as_root chmod 755 "$1/usr/sbin/policy-rc.d"
+}
+
+# Runs a command that sees the folder's own /proc, with no process of this machine in it, and with
+# network=none no network: FOLDER COMMAND...
+beside_folder() {
+    local folder=$1 spaces=(--mount --pid)
+    shift
+    [[ ${network:-} != none ]] || spaces+=(--net)
+    as_root unshare "${spaces[@]}" --fork --kill-child --mount-proc="$folder/proc" "$@"
 }
 
 apt_configuration() {
