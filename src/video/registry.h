@@ -72,8 +72,8 @@ void gstvideo_stop_all_pipes();
 [[nodiscard]] bool is_ending(int pipe);
 
 // Handles what is pending on the buses of pipes that were asked to end, also of those whose bus
-// could not be registered, and calls `ended` with the bus of each that ends by it. To be called once
-// a second.
+// could not be registered, and calls `ended` with the bus of each that ends by it. To be called
+// once a second.
 void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle));
 
 // Releases GStreamer.

@@ -147,8 +147,7 @@ protected:
 
     // A server of the page that writes down how it was called.
     void serve_page_with(const std::string& script) const {
-        make_program("build/web/vtrdc-web",
-                     "echo \"$*\" >>'" + at("calls") + "'\n" + script);
+        make_program("build/web/vtrdc-web", "echo \"$*\" >>'" + at("calls") + "'\n" + script);
     }
 
     // Without --headless; in a session of its own, whose processes a signal can reach together. Who
