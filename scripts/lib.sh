@@ -70,3 +70,21 @@ await() {
         sleep 0.1
     done
 }
+
+# The names of the elements that the GStreamer plug-ins in a folder bring, one a line.
+elements_in() {
+    local registry
+    registry=$(mktemp -d)
+    GST_REGISTRY=$registry/bin GST_PLUGIN_PATH=$1 GST_PLUGIN_SYSTEM_PATH='' gst-inspect-1.0 |
+        sed -n -e '/^staticelements:/d' -e 's/^[^ ]*:  \([^ :]*\): .*/\1/p'
+    rm -r -- "$registry"
+}
+
+# Lets the plug-ins in a folder take the place of the stand-ins, for the daemons that are started from here:
+# the stand-ins of those names give way, so that no order decides.
+replace_stand_ins() {
+    VTRDC_SIM_ELEMENTS=$(realpath -e -- "$1" 2>/dev/null) || die 2 "there is no folder $1"
+    VTRDC_SIM_WITHOUT=$(elements_in "$VTRDC_SIM_ELEMENTS")
+    [[ -n $VTRDC_SIM_WITHOUT ]] || die 2 "no plug-in in $1 brings an element"
+    export VTRDC_SIM_ELEMENTS VTRDC_SIM_WITHOUT
+}

@@ -2,6 +2,7 @@
 // has the file name of the system's, which is what makes GStreamer take it instead.
 #include "element_class.h"
 #include "source_wait.h"
+#include "stand_in.h"
 
 #include <cmath>
 #include <memory>
@@ -165,7 +166,7 @@ void finalize(GObject* object) noexcept {
 }
 
 gboolean plugin_init(GstPlugin* plugin) {
-    return gst_element_register(plugin, "alsasrc", GST_RANK_PRIMARY, sim_alsasrc_get_type());
+    return sim::register_stand_in(plugin, "alsasrc", GST_RANK_PRIMARY, sim_alsasrc_get_type());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Entry point of the GStreamer plug-in with the stand-ins for the board's elements.
 #include "elements.h"
+#include "stand_in.h"
 
 #include <gst/gst.h>
 
@@ -26,7 +27,7 @@ constexpr element_row element_rows[] = {
 
 gboolean plugin_init(GstPlugin* plugin) {
     for (const element_row& row : element_rows) {
-        if (!gst_element_register(plugin, row.factory, GST_RANK_NONE, row.type())) {
+        if (!sim::register_stand_in(plugin, row.factory, GST_RANK_NONE, row.type())) {
             return FALSE;
         }
     }

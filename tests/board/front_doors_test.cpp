@@ -139,6 +139,7 @@ protected:
                                     "echo root \"$VTRDC_SYSROOT\"\n"
                                     "echo plugins \"[$GST_PLUGIN_PATH]\"\n"
                                     "echo registry \"$GST_REGISTRY\"\n"
+                                    "echo without \"[$VTRDC_SIM_WITHOUT]\"\n"
                                     "echo tools \"${PATH%%:*}\"\n"
                                     "exit 7\n");
         fs::create_directories(at("build/sim"));
@@ -189,6 +190,35 @@ TEST_F(SimDoorTest, BecomesTheDaemonWithTheBoardsEnvironment) {
 
     // Set but empty: no stand-ins, as on a machine that lacks them.
     EXPECT_THAT(become_daemon({"GST_PLUGIN_PATH="}).output, HasSubstr("plugins []\n"));
+}
+
+TEST_F(SimDoorTest, ElementsOfAFolderTakeTheStandInsPlace) {
+    fs::create_directories(at("own"));
+    fs::copy_file(VTRDC_BINARY_DIR "/sim/plugins/libgstalsa.so", at("own/libgstalsa.so"));
+    const auto become_with = [this](const std::string& folder) {
+        return open_door("scripts/sim",
+                         {"--no-build", "--headless", "--board", at("b"), "--elements", folder});
+    };
+    EXPECT_THAT(become_with(at("own")).output,
+                AllOf(HasSubstr("plugins [" + at("own") + ":" + at("build/sim/plugins") + "]\n"),
+                      HasSubstr("without [alsasrc]\n")));
+    EXPECT_EQ(become_with(at("build")).status, 2) << "nothing in it";
+    EXPECT_EQ(become_with(at("nonsense")).status, 2);
+    EXPECT_THAT(become_daemon({"VTRDC_SIM_WITHOUT=perf"}).output, HasSubstr("without []\n"));
+}
+
+// With the same registry: it sees that the list of those that give way changed.
+TEST_F(SimDoorTest, StandInsGiveWayToOthersOfTheirNames) {
+    const auto is_there = [this](const std::string& element, const std::string& replaced) {
+        return run({"/usr/bin/gst-inspect-1.0", "--exists", element},
+                   {"GST_PLUGIN_PATH=" VTRDC_BINARY_DIR "/sim/plugins",
+                    "GST_REGISTRY=" + at("registry"), "VTRDC_SIM_WITHOUT=" + replaced})
+                   .status == 0;
+    };
+    for (const std::string& replaced : std::vector<std::string>{"", "perf\nalsasrc", "perf", ""}) {
+        EXPECT_EQ(is_there("perf", replaced), replaced.empty()) << replaced;
+        EXPECT_TRUE(is_there("interpipesrc", replaced)) << replaced;
+    }
 }
 
 TEST_F(SimDoorTest, SaysWhenThereIsNoBuild) {

@@ -8,6 +8,7 @@
 inline void init_with_stand_ins() {
     setenv("GST_PLUGIN_PATH", VTRDC_SIM_PLUGIN_DIR, 1);
     setenv("GST_REGISTRY", VTRDC_GST_REGISTRY, 1);
+    unsetenv("VTRDC_SIM_WITHOUT"); // all of them
 #ifdef __SANITIZE_ADDRESS__
     // The scanner that GStreamer forks off can't load sanitized code.
     setenv("GST_REGISTRY_FORK", "no", 1);
