@@ -2,8 +2,8 @@
 #include "util/tool_process.h"
 
 #include "util/deadline.h"
+#include "util/descriptors.h"
 #include "util/fd_owned.h"
-#include "util/file_owners.h"
 #include "util/never_destroyed.h"
 #include "util/tools.h"
 
@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <linux/close_range.h>
 #include <optional>
 #include <poll.h>
 #include <spawn.h>
@@ -87,27 +86,6 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
-// The way of kernels before 5.11, which can't mark all descriptors in one call.
-void mark_descriptors_one_by_one() {
-    const folder_owner folder{opendir("/proc/self/fd")};
-    if (!folder) {
-        return;
-    }
-    while (const dirent* entry = readdir(folder.get())) {
-        const int fd = std::atoi(entry->d_name);
-        if (fd > STDERR_FILENO) {
-            fcntl(fd, F_SETFD, FD_CLOEXEC);
-        }
-    }
-}
-
-// Elements open descriptors of their own; tools shall inherit none of them.
-void keep_descriptors_from_tools() {
-    if (close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
-        mark_descriptors_one_by_one();
-    }
-}
-
 // Its id is -1 when it can't be started.
 running_tool start(const char* command) {
     running_tool tool;
@@ -119,7 +97,8 @@ running_tool start(const char* command) {
     tool.output = fd_owned{ends[0]};
     const fd_owned write_end{ends[1]};
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    keep_descriptors_from_tools();
+    // Elements open some of their own.
+    keep_descriptors_from_programs();
     std::array arguments{const_cast<char*>("sh"), const_cast<char*>("-c"),
                          const_cast<char*>(command), static_cast<char*>(nullptr)};
     tool.error = posix_spawn(&tool.id, "/bin/sh", output_actions{write_end.get()}.get(),
