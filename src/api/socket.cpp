@@ -34,7 +34,8 @@ void set_send_time(client_socket& client, milliseconds time) {
         return;
     }
     client.send_time_ms = time_ms;
-    const timeval timeout{.tv_sec = time_ms / 1000, .tv_usec = time_ms % 1000 * 1000};
+    const suseconds_t rest_ms = time_ms % 1000;
+    const timeval timeout{.tv_sec = time_ms / 1000, .tv_usec = rest_ms * 1000};
     setsockopt(client.fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
 }
 

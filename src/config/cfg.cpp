@@ -2,11 +2,14 @@
 #include "config/cfg.h"
 
 #include "core/log.h"
+#include "util/file_owners.h"
 #include "util/never_destroyed.h"
 #include "util/sysroot.h"
 #include "util/text_buffer.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -20,13 +23,18 @@ namespace {
 struct raw_entry {
     malloc_text key;
     malloc_text value;
+    int line;
 };
 
 // Lines of a file, each NUL-terminated, all in one buffer.
 struct file_lines {
     malloc_text buffer;
     std::vector<const char*> lines;
+    bool has_unended_line = false;
 };
+
+// Number of the line that no newline ends in the file that was read; 0 without one.
+int unended_line = 0;
 
 // Entries of the file that was read, in file order.
 never_destroyed<std::vector<raw_entry>> table;
@@ -73,6 +81,7 @@ file_lines get_all_lines(const char* path) {
         result.lines.push_back(start);
         start = newline + 1;
     }
+    result.has_unended_line = start != end;
     return result;
 }
 
@@ -101,15 +110,6 @@ void append_value(text_buffer& text, const char* key, const char* value) {
     text.append("%s=%s\n", key, value);
 }
 
-void correct_index(const parse_row& row, std::int32_t settings::*field) {
-    std::int32_t& index = global_config.*field;
-    if (row.range.is_index && !row.range.holds(index)) {
-        log_message(LEVEL_WARN, "%s=%d selects no entry, using 0", row.key,
-                    static_cast<int>(index));
-        index = 0;
-    }
-}
-
 constexpr bool is_in(const value_range& range, double value) {
     return range.holds(value);
 }
@@ -126,33 +126,80 @@ constexpr bool defaults_are_in_range() {
 }
 static_assert(defaults_are_in_range());
 
+const parse_row* row_of(const char* key) {
+    const auto row = std::ranges::find_if(
+        parse_table, [key](const parse_row& each) { return std::strcmp(each.key, key) == 0; });
+    return row == parse_table.end() ? nullptr : &*row;
+}
+
+// A line is named by its number: its text may hold what is no business of a log's readers.
+void warn_of_line(int number, const char* what) {
+    log_message(LEVEL_WARN, "Settings line %d: %s", number, what);
+}
+
+bool is_finite(double value) {
+    return std::isfinite(value);
+}
+
+bool is_finite(const char* /*value*/) {
+    return true;
+}
+
+// Replaces a value that nothing can be done with, and warns of any other that is out of range.
+template <class Value>
+void judge_value(Value settings::*field, const value_range& range, int line) {
+    Value& value = global_config.*field;
+    if (!is_finite(value)) {
+        value = settings{}.*field;
+        warn_of_line(line, "not a finite number, the default is used");
+    } else if (is_in(range, value)) {
+        return;
+    } else if (range.is_index) {
+        value = Value{};
+        warn_of_line(line, "selects no entry of its table, 0 is used");
+    } else {
+        warn_of_line(line, "out of range");
+    }
+}
+
+void apply(const raw_entry& entry) {
+    const char* const key = entry.key.get();
+    log_message(LEVEL_INFO, "Key: %s, Value:%s", key, entry.value.get());
+    const parse_row* const row = row_of(key);
+    if (try_parse_key(key, entry.value.get()) != 0) {
+        log_message(LEVEL_WARN, "Failed to parse <%s>", key);
+        warn_of_line(entry.line, row == nullptr
+                                     ? "unknown key"
+                                     : "more than a number; what it begins with is used");
+    }
+    if (row != nullptr) {
+        std::visit([&](auto field) { judge_value(field, row->range, entry.line); }, row->field);
+    }
+}
+
+void warn_of_unended_line() {
+    if (unended_line != 0) {
+        warn_of_line(unended_line, "not read, since no newline ends it");
+    }
+}
+
 } // namespace
 
 int cfg_read_config(const char* path) {
     if (cfg_parse(path) <= 0) {
         log_message(LEVEL_WARN, "Failed to find any configuration keys in %s", path);
+        warn_of_unended_line();
         cfg_clean();
         return 1;
     }
-    for (const raw_entry& entry : *table) {
-        log_message(LEVEL_INFO, "Key: %s, Value:%s", entry.key.get(), entry.value.get());
-        if (try_parse_key(entry.key.get(), entry.value.get()) != 0) {
-            log_message(LEVEL_WARN, "Failed to parse <%s>", entry.key.get());
-        }
-    }
+    std::ranges::for_each(*table, apply);
+    warn_of_unended_line();
     return 0;
-}
-
-void cfg_correct_indices() {
-    for (const parse_row& row : parse_table) {
-        if (const auto* const field = std::get_if<std::int32_t settings::*>(&row.field)) {
-            correct_index(row, *field);
-        }
-    }
 }
 
 int cfg_parse(const char* path) {
     const file_lines file = get_all_lines(path);
+    unended_line = file.has_unended_line ? static_cast<int>(file.lines.size()) + 1 : 0;
     if (file.lines.empty()) {
         return -1;
     }
@@ -169,18 +216,16 @@ int cfg_parse(const char* path) {
             continue;
         }
         const std::string key{line, equals};
-        table->push_back({estrdup(key.c_str()), estrdup(equals + 1)});
+        table->push_back({estrdup(key.c_str()), estrdup(equals + 1), number});
     }
     return static_cast<int>(table->size());
 }
 
 int try_parse_key(const char* key, const char* value) {
-    for (const parse_row& row : parse_table) {
-        if (std::strcmp(row.key, key) == 0) {
-            return std::visit([value](auto field) { return store_value(field, value); }, row.field);
-        }
-    }
-    return 1;
+    const parse_row* const row = row_of(key);
+    return row == nullptr
+               ? 1
+               : std::visit([value](auto field) { return store_value(field, value); }, row->field);
 }
 
 int cfg_parse_to_int(const char* text, std::int32_t& value) {
@@ -212,17 +257,18 @@ malloc_text cfg_serialize_global_config(std::size_t* length) {
 }
 
 int cfg_write_config_file(const char* path) {
-    FILE* const file = std::fopen(sysroot_path(path).c_str(), "we");
-    if (file == nullptr) {
+    file_owner file{std::fopen(sysroot_path(path).c_str(), "we")};
+    if (!file) {
         return 1;
     }
     std::size_t length = 0;
     const malloc_text text = cfg_serialize_global_config(&length);
-    std::fwrite(text.get(), 1, length, file);
-    std::fflush(file);
-    fsync(fileno(file));
-    std::fclose(file);
-    return 0;
+    const bool is_stored = std::fwrite(text.get(), 1, length, file.get()) == length &&
+                           std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0;
+    const int error = errno;
+    const bool is_closed = std::fclose(file.release()) == 0;
+    errno = is_stored ? errno : error;
+    return is_stored && is_closed ? 0 : 1;
 }
 
 void cfg_clean() {

@@ -27,17 +27,16 @@ template <class Value> bool cfg_store(Value settings::*field, std::type_identity
 }
 
 // Reads the file at `path` into the record. 0 when it held at least one key=value line, else 1.
+// What it can't take is a warning for each line. A number that is not finite is replaced by the
+// default, an index that selects no entry of its table by 0, without marking the file for
+// rewriting.
 [[nodiscard]] int cfg_read_config(const char* path);
-
-// Replaces table indices in the record that select no entry by 0, each with a warning. Doesn't
-// mark the file for rewriting.
-void cfg_correct_indices();
 
 // Builds the raw key table from the file. The number of entries, or -1 when no line could be read.
 [[nodiscard]] int cfg_parse(const char* path);
 
-// Stores one value into the record. 0 stored; 1 unknown key, or a number with characters left
-// over (its leading number is stored all the same).
+// Stores one value into the record, whatever its range. 0 stored; 1 unknown key, or a number with
+// characters left over (its leading number is stored all the same).
 [[nodiscard]] int try_parse_key(const char* key, const char* value);
 
 // Leading base-10 integer of the text, clamped to 32 bits; 0, or 1 when characters remain.
@@ -50,7 +49,8 @@ void cfg_correct_indices();
 // to `length` when given.
 [[nodiscard]] malloc_text cfg_serialize_global_config(std::size_t* length = nullptr);
 
-// Rewrites the file at `path` in place and forces it to storage; 0, or 1 when it can't be opened.
+// Rewrites the file at `path` in place and forces it to storage; 0, or 1 with errno set when it
+// can't be opened or written.
 [[nodiscard]] int cfg_write_config_file(const char* path);
 
 // Releases the raw key table.

@@ -5,7 +5,10 @@
 #include "config/settings.h"
 #include "core/log.h"
 
+#include <cerrno>
+#include <cstring>
 #include <ctime>
+#include <utility>
 
 namespace {
 
@@ -25,12 +28,22 @@ void read_conf_file(const char* path) {
     }
 }
 
+// A file that can't be written is warned about once, until it can be again.
+void write_conf_file() {
+    static bool is_failing = false;
+    const bool was_failing =
+        std::exchange(is_failing, cfg_write_config_file(DEFAULT_CONF_FILE) != 0);
+    if (is_failing && !was_failing) {
+        log_message(LEVEL_WARN, "Failed to write the settings to %s: %s", DEFAULT_CONF_FILE,
+                    std::strerror(errno));
+    }
+}
+
 } // namespace
 
 void read_settings(const char* path) {
     const double seconds = processor_seconds([path] { read_conf_file(path); });
     log_message(LEVEL_INFO, "Configure func takes : %fs", seconds);
-    cfg_correct_indices();
 }
 
 void rewrite_changed_settings() {
@@ -38,7 +51,6 @@ void rewrite_changed_settings() {
         return;
     }
     update_conf_file = 0;
-    const double seconds =
-        processor_seconds([] { static_cast<void>(cfg_write_config_file(DEFAULT_CONF_FILE)); });
+    const double seconds = processor_seconds(write_conf_file);
     log_message(LEVEL_INFO, "Config write takes : %fs", seconds);
 }

@@ -5,5 +5,6 @@
 // A file that can't be read is only warned about: the defaults apply.
 void read_settings(const char* path);
 
-// Rewrites the sight's own file, also when another one was read, if an action marked a change.
+// Rewrites the sight's own file, also when another one was read, if an action marked a change. One
+// that can't be written is warned about; the next change tries again.
 void rewrite_changed_settings();
