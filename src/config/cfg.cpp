@@ -2,8 +2,8 @@
 #include "config/cfg.h"
 
 #include "core/log.h"
-#include "util/file_owners.h"
 #include "util/never_destroyed.h"
+#include "util/private_file.h"
 #include "util/sysroot.h"
 #include "util/text_buffer.h"
 
@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <limits>
 #include <unistd.h>
 
@@ -257,7 +258,7 @@ malloc_text cfg_serialize_global_config(std::size_t* length) {
 }
 
 int cfg_write_config_file(const char* path) {
-    file_owner file{std::fopen(sysroot_path(path).c_str(), "we")};
+    file_owner file = open_private_file(path, O_WRONLY | O_TRUNC, "w");
     if (!file) {
         return 1;
     }

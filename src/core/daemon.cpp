@@ -72,6 +72,13 @@ void daemonize(const char* pid_file_name) {
     }
 }
 
+mode_t restrict_umask() {
+    constexpr mode_t others_writing = S_IWGRP | S_IWOTH;
+    const mode_t before = umask(others_writing);
+    umask(before | others_writing);
+    return before;
+}
+
 void release_pid_file(const char* pid_file_name) {
     if (pid_fd != -1) {
         static_cast<void>(lockf(pid_fd, F_ULOCK, 0));

@@ -1,7 +1,7 @@
 // The daemon's log: one call, four levels, every line flushed at once.
 #include "core/log.h"
 
-#include "util/sysroot.h"
+#include "util/private_file.h"
 
 #include <array>
 #include <cerrno>
@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <stdio_ext.h>
 
 int log_verbose = 0;
@@ -77,7 +78,7 @@ void write_line(int level, const char* message, int error_number) {
 void log_open(const char* path) {
     log_stream = nullptr;
     if (path != nullptr) {
-        log_stream = std::fopen(sysroot_path(path).c_str(), "a+e");
+        log_stream = open_private_file(path, O_RDWR | O_APPEND, "a+").release();
     }
     if (log_stream == nullptr) {
         log_stream = stdout;

@@ -27,6 +27,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <syslog.h>
 
 namespace {
@@ -62,12 +63,19 @@ void require_signals(int signal_fd, int error_number) {
     }
 }
 
-server_owner open_command_socket() {
+// Who may command the sight is decided by the umask that the daemon was given.
+void bind_command_socket(server_socket& server, mode_t given_umask) {
+    const mode_t own_umask = umask(given_umask);
+    socket_bind(server, global_config.socket_file);
+    umask(own_umask);
+}
+
+server_owner open_command_socket(mode_t given_umask) {
     server_owner server = socket_init(AF_UNIX, SOCK_STREAM);
     if (!server) {
         log_fatal("Failed to create the command socket");
     }
-    socket_bind(*server, global_config.socket_file);
+    bind_command_socket(*server, given_umask);
     socket_listen(*server);
     return server;
 }
@@ -140,6 +148,7 @@ int main(int argc, char* argv[]) {
     if (options.start_daemonized) {
         daemonize(options.pid_file_name);
     }
+    const mode_t given_umask = restrict_umask();
     open_syslog(options.app_name);
     const int signal_fd = signals_init();
     const int signal_errno = errno;
@@ -147,7 +156,7 @@ int main(int argc, char* argv[]) {
     require_signals(signal_fd, signal_errno);
     read_settings(options.conf_file_name);
     const live_view view = start_live_view(options.profile);
-    const server_owner server = open_command_socket();
+    const server_owner server = open_command_socket(given_umask);
     device_start_init();
     const int kbd_fd = open_buttons();
     register_events({.view = view,

@@ -23,6 +23,8 @@ public:
             close(std::exchange(fd_, -1));
         }
     }
+    // Leaves the closing to the caller.
+    [[nodiscard]] int release() { return std::exchange(fd_, -1); }
     [[nodiscard]] int get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }
 

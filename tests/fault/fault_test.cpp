@@ -266,7 +266,7 @@ const known_case known_cases[] = {
      "]: Failed to write luminance to /sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_luminance\n"},
     // The settings can't be rewritten: they apply all the same.
     {{"c:set_lum:i:2", "c:set_lum:i:1"},
-     {failing_call::fopen, 2},
+     {failing_call::open, 1},
      happening::answered,
      "r:set_lum:n:",
      "[WARN]: Failed to write the settings to /etc/vtrdc.conf: Too many open files\n"},

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +16,10 @@ namespace {
 constexpr const char* pid_file = "/run/vtrdc.pid";
 constexpr const char* log_file = "/var/log/vtrdc.log";
 const std::vector<std::string> detached{"-d", "-p", pid_file, "-l", log_file};
+
+unsigned mode_of(const std::filesystem::path& file) {
+    return static_cast<unsigned>(std::filesystem::status(file).permissions());
+}
 
 // A detached daemon, ended with the test.
 class DetachedTest : public testing::Test {
@@ -90,6 +95,44 @@ TEST_F(DetachedTest, StalePidFileIsTakenOver) {
     EXPECT_EQ(starter.wait_exit(WAIT_LIMIT), 0);
     const pid_t pid = wait_for_daemon();
     EXPECT_EQ(read_text(board_.at(pid_file)), std::to_string(pid) + "\n");
+}
+
+TEST_F(DetachedTest, NobodyElseMayWriteToItsFiles) {
+    vtrdc_daemon starter{board_, detached};
+    EXPECT_EQ(starter.wait_exit(WAIT_LIMIT), 0);
+    wait_for_daemon();
+    ASSERT_TRUE(wait_for_log("Executing system cmd: vtrcore shutter-movement"));
+    EXPECT_EQ(mode_of(board_.at("/run/vtrdc.socket")), 0777U);
+    EXPECT_EQ(mode_of(board_.at(pid_file)), 0640U);
+    EXPECT_EQ(mode_of(board_.at(log_file)), 0640U);
+}
+
+TEST(ForegroundTest, NobodyElseMayWriteToItsFiles) {
+    const board board;
+    std::filesystem::create_directories(board.at("/home/root"));
+    const mode_t before = umask(0);
+    vtrdc_daemon daemon{board, {"-l", log_file}};
+    umask(before);
+    ASSERT_TRUE(wait_for_file(
+        board.at("/run/any"), [&] { return exists(board.at("/run/vtrdc.socket")); }, WAIT_LIMIT));
+    ASSERT_TRUE(board.wait_for_frames(5));
+    for (const char* request : {"c:set_lum:i:2", "c:make_snapshot:n:", "c:enable_record:i:1",
+                                "c:create_dot:n:", "c:get_lum:n:"}) {
+        EXPECT_EQ(daemon.ask(request).front(), 'r') << request;
+    }
+    ASSERT_TRUE(wait_for_file(
+        board.at("/media/video/any"), [&] { return !is_empty(board.at("/media/video")); },
+        WAIT_LIMIT));
+    EXPECT_EQ(mode_of(board.at("/run/vtrdc.socket")), 0777U);
+    EXPECT_EQ(mode_of(board.at("/etc/vtrdc.conf")), 0640U);
+    EXPECT_EQ(mode_of(board.at(log_file)), 0640U);
+    EXPECT_EQ(mode_of(board.at("/media/video")), 0755U);
+    for (const char* folder : {"/media/video", "/media/image", "/home/root", "/var/run"}) {
+        for (const auto& entry : std::filesystem::directory_iterator{board.at(folder)}) {
+            EXPECT_EQ(mode_of(entry) & 0022U, 0U) << entry;
+        }
+    }
+    EXPECT_EQ(daemon.stop(), 0);
 }
 
 TEST(Detached, ForegroundDaemonWritesNoPidFileYetRemovesOne) {
