@@ -29,6 +29,7 @@ struct sink_state {
     // Streaming thread, and state changes while it doesn't run.
     sim::panel_file panel;
     GstVideoInfo info;
+    std::chrono::steady_clock::time_point drawn_until; // the refresh that shows the last picture
 };
 
 struct SimIpuVideoSink {
@@ -71,15 +72,19 @@ gboolean set_caps(GstBaseSink* base, GstCaps* caps) noexcept {
     return gst_video_info_from_caps(&self_of(base)->state.info, caps);
 }
 
-// The panel is refreshed sixty times a second, whoever draws on it.
-void wait_for_refresh() {
+// The panel's next one; there are sixty a second.
+std::chrono::steady_clock::time_point next_refresh() {
     using refreshes = std::chrono::duration<std::int64_t, std::ratio<1, 60>>;
     const auto now = std::chrono::steady_clock::now();
-    std::this_thread::sleep_until(std::chrono::floor<refreshes>(now) + refreshes{1});
+    return std::chrono::ceil<std::chrono::steady_clock::duration>(
+        std::chrono::floor<refreshes>(now) + refreshes{1});
 }
 
 GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
     sink_state& state = self_of(sink)->state;
+    if (state.use_vsync) {
+        std::this_thread::sleep_until(state.drawn_until);
+    }
     GstVideoFrame frame;
     if (gst_video_frame_map(&frame, &state.info, buffer, GST_MAP_READ) == FALSE) {
         GST_ELEMENT_ERROR(sink, RESOURCE, READ, (nullptr), ("can't map a picture"));
@@ -93,9 +98,7 @@ GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
     if (!shown) {
         GST_INFO_OBJECT(sink, "a picture was left out");
     }
-    if (state.use_vsync) {
-        wait_for_refresh();
-    }
+    state.drawn_until = next_refresh();
     return GST_FLOW_OK;
 }
 
@@ -154,8 +157,8 @@ static void sim_imxipuvideosink_class_init(SimIpuVideoSinkClass* klass) {
                                                         sim::property_flags));
     g_object_class_install_property(object, prop_use_vsync,
                                     g_param_spec_boolean("use-vsync", "Use vsync",
-                                                         "Wait for the panel's next refresh", FALSE,
-                                                         sim::property_flags));
+                                                         "One picture a refresh of the panel",
+                                                         FALSE, sim::property_flags));
 
     auto* element = GST_ELEMENT_CLASS(klass);
     sim::describe(element, "IPU video sink", "Sink/Video", "Shows pictures on the panel");
