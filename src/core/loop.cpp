@@ -7,6 +7,7 @@
 #include "core/eventagg.h"
 #include "core/live_view.h"
 #include "core/log.h"
+#include "core/notify.h"
 #include "core/settings_file.h"
 #include "core/signals.h"
 #include "core/timer.h"
@@ -85,6 +86,7 @@ void process_signal(int number) {
     syslog(LOG_INFO, "Caught signal %d\n", number);
     is_stopping = true;
     log_message(LEVEL_INFO, "stopping daemon ...");
+    notify_supervisor("STOPPING=1\nSTATUS=Ends recordings, streams and the picture");
     gstvideo_stop_all_pipes();
     release_pid_file(pid_file);
 }
@@ -101,6 +103,7 @@ void on_end_at_tick(bus_handle handle) {
 }
 
 void on_timer(const user_event& /*event*/) {
+    notify_supervisor("WATCHDOG=1");
     process_timer();
     gstvideo_handle_ending_pipes(on_end_at_tick);
 }

@@ -11,6 +11,7 @@
 #include "core/live_view.h"
 #include "core/log.h"
 #include "core/loop.h"
+#include "core/notify.h"
 #include "core/settings_file.h"
 #include "core/signals.h"
 #include "core/timer.h"
@@ -149,6 +150,7 @@ int main(int argc, char* argv[]) {
         daemonize(options.pid_file_name);
     }
     const mode_t given_umask = restrict_umask();
+    notify_open();
     open_syslog(options.app_name);
     const int signal_fd = signals_init();
     const int signal_errno = errno;
@@ -164,6 +166,7 @@ int main(int argc, char* argv[]) {
                      .kbd_fd = kbd_fd,
                      .signal_fd = signal_fd,
                      .timer_fd = timer_init()});
+    notify_supervisor("READY=1\nSTATUS=Takes buttons and commands");
     run_loop(options.pid_file_name);
     gstvideo_destroy();
     daemon_shutdown(*server, options.app_name);

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Borrowed from the environment, which the daemon never changes.
+// Borrowed from the environment, in which the daemon never changes this variable.
 std::string_view sysroot() {
     static const char* const folder = secure_getenv(SYSROOT_VARIABLE);
     return folder == nullptr ? std::string_view{} : std::string_view{folder};
