@@ -180,7 +180,8 @@ void life::come_to_rest() {
     judge_settings();
     judge_media();
     if (!testing::Test::HasFailure()) {
-        flatness_.look_at(daemon_.pid());
+        flatness_.look_at(daemon_.pid(),
+                          [this] { EXPECT_TRUE(around_.where().wait_for_frames(5)); });
     }
 }
 
