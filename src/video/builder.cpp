@@ -248,7 +248,8 @@ void build_input(GstElement* pipeline, const char* muxer_name, const muxer_input
 
 void run_first_command(const pipe_row& row) {
     static std::array<bool, PIPE_COUNT> has_run{};
-    if (row.first_command != nullptr && !std::exchange(has_run.at(row.number), true)) {
+    if (row.first_command != nullptr &&
+        !std::exchange(has_run.at(static_cast<std::size_t>(row.number)), true)) {
         static_cast<void>(exec_system_cmd("%s", row.first_command));
     }
 }

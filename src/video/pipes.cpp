@@ -28,7 +28,7 @@ static_assert(std::ranges::all_of(rows, [](const pipe_row& row) { return is_soun
 constexpr bool each_number_has_one_row() {
     std::array<bool, PIPE_COUNT> seen{};
     for (const pipe_row& row : rows) {
-        if (std::exchange(seen.at(row.number), true)) {
+        if (std::exchange(seen.at(static_cast<std::size_t>(row.number)), true)) {
             return false;
         }
     }

@@ -202,9 +202,10 @@ int create_pipeline(int pipe) {
     if (!pipeline) {
         return -1;
     }
-    buses->at(row.number).reset(gst_pipeline_get_bus(GST_PIPELINE(pipeline.get())));
+    const auto number = static_cast<std::size_t>(pipe);
+    buses->at(number).reset(gst_pipeline_get_bus(GST_PIPELINE(pipeline.get())));
     share_time(pipeline.get());
-    pipes->at(row.number) = std::move(pipeline);
+    pipes->at(number) = std::move(pipeline);
     return get_bus_filefd(bus_of(pipe));
 }
 
@@ -255,8 +256,8 @@ void destroy_pipe(int pipe, bool is_forced) {
         tell_forced_end(row);
     }
     stop_elements(pipe, is_forced);
-    buses->at(row.number).reset();
-    pipes->at(row.number).reset();
+    buses->at(static_cast<std::size_t>(pipe)).reset();
+    pipes->at(static_cast<std::size_t>(pipe)).reset();
     if (row.records) {
         record_file_finish(!is_forced);
     }

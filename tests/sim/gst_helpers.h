@@ -36,9 +36,10 @@ public:
 
     // An element by name, borrowed from the pipeline.
     [[nodiscard]] GstElement* operator[](const char* name) const {
-        const gst_owned<GstElement> element{gst_bin_get_by_name(GST_BIN(get()), name)};
+        GstElement* const element = gst_bin_get_by_name(GST_BIN(get()), name);
+        const gst_owned<GstElement> reference{element};
         EXPECT_NE(element, nullptr) << name;
-        return element.get();
+        return element;
     }
 
     // The next sample of the appsink called "out"; none when the stream has ended.

@@ -140,7 +140,7 @@ TEST_P(OutputsTest, RightPipesInEveryOrder) {
         }
         // Stopped in the order of another permutation, a different one each time.
         std::vector<output> stops = order;
-        std::ranges::rotate(stops, stops.begin() + 1);
+        std::rotate(stops.begin(), stops.begin() + 1, stops.end());
         for (const output& which : stops) {
             stop(which);
         }
