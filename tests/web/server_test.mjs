@@ -223,7 +223,9 @@ test('a page that does not read is dropped, others are told on', async () => {
         appendFileSync(board.at('var/log/vtrdc.log'), `${lines}part ${part}\n`);
         await until('the reader is told', () => told(`part ${part}`));
     }
-    assert.ok(kilobytes() - before < 8 * 1024, `the server has grown by ${kilobytes() - before} KiB`);
+    if (process.env.VTRDC_SANITIZED !== 'ON') { // a sanitizer keeps what was released
+        assert.ok(kilobytes() - before < 8 * 1024, `the server has grown by ${kilobytes() - before} KiB`);
+    }
     deaf.readOn();
     await until('it is dropped', () => deaf.isClosed);
     assert.equal(reader.isClosed, false);
