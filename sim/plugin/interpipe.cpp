@@ -16,12 +16,12 @@ GstPad* pad_of(GstElement* source) {
 }
 
 bool is_negotiated(GstAppSrc* source) {
-    return gst_caps_owned{gst_app_src_get_caps(source)} != nullptr;
+    return gst_owned<GstCaps>{gst_app_src_get_caps(source)} != nullptr;
 }
 
 // What is linked behind the source takes.
-gst_caps_owned taken_by(GstElement* source) {
-    return gst_caps_owned{gst_pad_peer_query_caps(pad_of(source), nullptr)};
+gst_owned<GstCaps> taken_by(GstElement* source) {
+    return gst_owned<GstCaps>{gst_pad_peer_query_caps(pad_of(source), nullptr)};
 }
 
 gst_owned<GstBuffer> stamped(GstBuffer* buffer, GstClockTime pts, GstClockTime dts) {
@@ -109,7 +109,7 @@ void channel::give_caps(listener& who) {
 
 bool channel::join(listener& who) {
     const bool was_negotiated = is_negotiated(who.source);
-    const gst_caps_owned taken = taken_by(GST_ELEMENT(who.source));
+    const gst_owned<GstCaps> taken = taken_by(GST_ELEMENT(who.source));
     gst_owned<GstElement> to_renegotiate;
     {
         const std::scoped_lock lock(mutex_);
@@ -145,14 +145,14 @@ std::vector<gst_owned<GstElement>> channel::sources() {
     return all;
 }
 
-gst_caps_owned channel::common_caps(GstCaps* filter) {
+gst_owned<GstCaps> channel::common_caps(GstCaps* filter) {
     const std::vector<gst_owned<GstElement>> all = sources();
     if (all.empty()) {
         return nullptr;
     }
-    gst_caps_owned common{filter != nullptr ? gst_caps_ref(filter) : gst_caps_new_any()};
+    gst_owned<GstCaps> common{filter != nullptr ? gst_caps_ref(filter) : gst_caps_new_any()};
     for (const gst_owned<GstElement>& source : all) {
-        const gst_caps_owned taken = taken_by(source.get());
+        const gst_owned<GstCaps> taken = taken_by(source.get());
         common.reset(gst_caps_intersect(common.get(), taken.get()));
     }
     if (!gst_caps_is_empty(common.get())) {

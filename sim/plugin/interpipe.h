@@ -48,7 +48,7 @@ public:
 
     // What all listeners take of `filter`, which may be null; none while there is no listener.
     // Those that have nothing in common are dropped: they hear nothing until they join again.
-    [[nodiscard]] gst_caps_owned common_caps(GstCaps* filter);
+    [[nodiscard]] gst_owned<GstCaps> common_caps(GstCaps* filter);
 
     // For the producer's streaming thread. None: it has stopped.
     void set_caps(GstCaps* caps);
@@ -65,7 +65,7 @@ private:
 
     std::mutex mutex_;
     GstElement* producer_ = nullptr; // borrowed between attach and detach
-    gst_caps_owned caps_;
+    gst_owned<GstCaps> caps_;
     std::vector<listener*> listeners_; // each between join and leave
 };
 

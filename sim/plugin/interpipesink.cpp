@@ -90,7 +90,7 @@ void feed(sim::channel& out, GstSample* sample) {
 
 // The picture that a pause begins with is handed on as well as the one that is shown after it.
 GstFlowReturn take(GstAppSink* sink, GstSample* taken) {
-    const gst_sample_owned sample{taken};
+    const gst_owned<GstSample> sample{taken};
     const std::shared_ptr<sim::channel> out = channel_of(sink);
     if (sample && out) {
         feed(*out, sample.get());

@@ -30,10 +30,6 @@ struct gst_release {
 
 // One counted reference; empty means "none".
 template <class T> using gst_owned = std::unique_ptr<T, gst_release>;
-using gst_caps_owned = gst_owned<GstCaps>;
-using gst_iterator_owned = gst_owned<GstIterator>;
-using gst_message_owned = gst_owned<GstMessage>;
-using gst_sample_owned = gst_owned<GstSample>;
 
 template <class Object> [[nodiscard]] gst_owned<Object> own_floating(Object* object) {
     if (object != nullptr) {

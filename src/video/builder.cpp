@@ -75,7 +75,7 @@ void set_property(GstElement* element, const char* property, GType type, Setter 
 }
 
 void set_caps(GstElement* element, const char* property, caps_text caps) {
-    const gst_caps_owned value{gst_caps_from_string(caps.text)};
+    const gst_owned<GstCaps> value{gst_caps_from_string(caps.text)};
     set_property(element, property, GST_TYPE_CAPS, gst_value_set_caps, value.get());
 }
 

@@ -14,18 +14,18 @@
 
 namespace {
 
-gst_sample_owned last_display_sample() {
+gst_owned<GstSample> last_display_sample() {
     GstSample* sample = nullptr;
     if (const gst_owned<GstElement> sink = handle_get(element_handle::display_sink)) {
         g_object_get(sink.get(), "last-sample", &sample, nullptr);
     }
-    return gst_sample_owned{sample};
+    return gst_owned<GstSample>{sample};
 }
 
-gst_sample_owned convert_to_jpeg(GstSample* sample) {
-    const gst_caps_owned caps{gst_caps_from_string("image/jpeg")};
+gst_owned<GstSample> convert_to_jpeg(GstSample* sample) {
+    const gst_owned<GstCaps> caps{gst_caps_from_string("image/jpeg")};
     GError* error = nullptr;
-    gst_sample_owned jpeg{
+    gst_owned<GstSample> jpeg{
         gst_video_convert_sample(sample, caps.get(), GST_CLOCK_TIME_NONE, &error)};
     const g_error_owned owned_error{error};
     if (!jpeg) {
@@ -62,11 +62,11 @@ int gstvideo_takesnapshot(const char* path) {
     if (is_created(PIPE_DISPLAY) == 0) {
         return 1;
     }
-    gst_sample_owned shown = last_display_sample();
+    gst_owned<GstSample> shown = last_display_sample();
     if (!shown) {
         log_fatal("Error getting last sample from display sink");
     }
-    const gst_sample_owned jpeg = convert_to_jpeg(shown.get());
+    const gst_owned<GstSample> jpeg = convert_to_jpeg(shown.get());
     shown.reset();
     if (write_sample(jpeg.get(), path) != 0) {
         return 1;

@@ -67,7 +67,7 @@ void print_elements(GstIterator* iterator) {
 void print_bin_debug(GstBin* bin) {
     const g_text name = name_or_none(bin);
     log_message(LEVEL_INFO, "-- Bin -- [%s]", name.get());
-    const gst_iterator_owned iterator{gst_bin_iterate_elements(bin)};
+    const gst_owned<GstIterator> iterator{gst_bin_iterate_elements(bin)};
     print_elements(iterator.get());
     log_message(LEVEL_INFO, "-- Bin end --[%s]", name.get());
 }

@@ -26,7 +26,7 @@ element_vector children_of(GstElement* bin) {
         auto* const element = GST_ELEMENT(g_value_get_object(child));
         static_cast<element_vector*>(list)->push_back(own_shared(element));
     };
-    const gst_iterator_owned iterator{gst_bin_iterate_elements(GST_BIN(bin))};
+    const gst_owned<GstIterator> iterator{gst_bin_iterate_elements(GST_BIN(bin))};
     while (gst_iterator_foreach(iterator.get(), add, &children) == GST_ITERATOR_RESYNC) {
         gst_iterator_resync(iterator.get());
         children.clear();

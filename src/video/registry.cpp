@@ -223,7 +223,7 @@ int gstvideo_process_message(int pipe) {
     if (bus_of(pipe) == nullptr) {
         return 1;
     }
-    const gst_message_owned message{gst_bus_pop(bus_of(pipe))};
+    const gst_owned<GstMessage> message{gst_bus_pop(bus_of(pipe))};
     return message ? message_handle(message.get(), pipe) : 0;
 }
 

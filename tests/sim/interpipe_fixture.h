@@ -38,7 +38,7 @@ public:
     [[nodiscard]] GstAppSrc* in() const { return GST_APP_SRC((*this)["in"]); }
 
     void set_caps(const std::string& text) const {
-        gst_app_src_set_caps(in(), gst_caps_owned{gst_caps_from_string(text.c_str())}.get());
+        gst_app_src_set_caps(in(), gst_owned<GstCaps>{gst_caps_from_string(text.c_str())}.get());
     }
 
     // The buffer's memory, for comparing only.

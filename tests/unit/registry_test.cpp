@@ -193,7 +193,7 @@ TEST_F(RegistryTest, ReportsAreLoggedAndOnlyOneElementRestartsItsPipe) {
             gst_bin_get_by_name(GST_BIN(pipe_pipeline(PIPE_HTTP_STREAM)), element)};
         const g_error_owned error{
             g_error_new_literal(GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_WRITE, "gone 100%s")};
-        const gst_message_owned message{
+        const gst_owned<GstMessage> message{
             gst_message_new_warning(GST_OBJECT(source.get()), error.get(), "details %d")};
         return message_handle(message.get(), PIPE_HTTP_STREAM);
     };

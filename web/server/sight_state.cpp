@@ -1,6 +1,8 @@
 // The sight's state, put together from the daemon's replies, its log and the board folder.
 #include "sight_state.h"
 
+#include "devices/monitor.h"
+#include "devices/uoled.h"
 #include "util/value_tables.h"
 
 #include <array>
@@ -31,11 +33,6 @@ constexpr std::chrono::seconds PUSH_TIMEOUT{2};
 
 constexpr const char* CORE_FOLDER = "/var/lib/vtrcore";
 constexpr const char* CORE_FAILURE = "/var/lib/vtrcore/fail";
-constexpr const char* PANEL_FOLDER = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024";
-constexpr const char* PANEL_LUMINANCE = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_luminance";
-constexpr const char* PANEL_DISPLAY = "/sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_display_on";
-constexpr const char* MONITOR_FOLDER = "/sys/devices/soc0/soc/20e0000.hdmi_video";
-constexpr const char* MONITOR_CABLE = "/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state";
 constexpr const char* CAMERA_DEVICE = "/dev/video0";
 
 // Full light, in the panel's units.
@@ -106,9 +103,11 @@ void sight_state::shut() {
 void sight_state::watch_files() {
     watch_.emplace(
         [this](const std::string& /*folder*/, const std::string& /*name*/) { refresh(); });
-    for (const char* const folder :
-         {CORE_FOLDER, PANEL_FOLDER, MONITOR_FOLDER, "/dev", "/etc", "/run"}) {
+    for (const char* const folder : {CORE_FOLDER, "/dev", "/etc", "/run"}) {
         watch_->add(board_.path(folder));
+    }
+    for (const char* const file : {sysfs_luminance, HDMI_CABLE_STATE}) {
+        watch_->add(fs::path(board_.path(file)).parent_path());
     }
     watch_->add(fs::path(board_.scene_path()).parent_path());
 }
@@ -221,13 +220,13 @@ void sight_state::add_sight(json& state) const {
 
 void sight_state::add_board(json& state) const {
     const bool has_broker = is_there(board_.broker_socket_path());
-    const json level = number_in(PANEL_LUMINANCE);
-    state["monitor"] = is_there(board_.path(MONITOR_CABLE));
+    const json level = number_in(sysfs_luminance);
+    state["monitor"] = is_there(board_.path(HDMI_CABLE_STATE));
     const bool is_connected = fact(&log_facts::broker_connected) == true;
     state["broker"] = !has_broker ? "none" : is_connected ? "connected" : "there";
     state["core_fails"] = core_failure_status();
     const json light = level.is_null() ? json() : json(level.get<double>() / FULL_LIGHT);
-    state["panel"] = {{"on", number_in(PANEL_DISPLAY) != 0}, {"level", level}, {"light", light}};
+    state["panel"] = {{"on", number_in(sysfs_active) != 0}, {"level", level}, {"light", light}};
     state["scene"] = whole_text(board_.scene_path()) == whole_text(stock_scene_) ? "stock" : "own";
 }
 
