@@ -3,6 +3,7 @@
 // An ERROR line ends the process by exit() while GStreamer's streaming threads run. They may still
 // use what a static destructor would release, so nothing static in the daemon is destroyed: a
 // static owner is put into this wrapper. An orderly stop releases it by its module's own function.
+// It is constinit, but for a vector, whose constructor isn't constexpr in GCC 10.
 #pragma once
 
 #include <utility>

@@ -40,7 +40,7 @@ struct running_tool {
 };
 
 // Tools that did not end when they were killed, until they do.
-constinit never_destroyed<std::vector<pid_t>> left_behind;
+never_destroyed<std::vector<pid_t>> left_behind;
 
 // --- Starting --------------------------------------------------------------------------------
 
