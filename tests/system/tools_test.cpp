@@ -61,9 +61,11 @@ TEST_F(ToolTest, HangingBehindAButtonIsAWarning) {
                                  "origin 435 355: stuck \n"));
     EXPECT_EQ(daemon_.ask("c:get_zoom:n:"), "r:get_zoom:s:0");
     EXPECT_TRUE(has_ended(std::stoi(read_text(board_.at("/tmp/pid"))), WAIT_LIMIT));
-    replace_core("yes | head -c 50000000\n");
+    replace_core("yes | head -c 50000000; [ $1 != fast-nuc ] || exit 3\n");
     EXPECT_EQ(daemon_.ask("c:kbd_zoom:n:"), "r:kbd_zoom:n:");
     EXPECT_THAT(daemon_.output(), Not(HasSubstr("\ny\n")));
+    EXPECT_EQ(daemon_.ask("c:kbd_nuc:n:"), "e:kbd_nuc:n:");
+    EXPECT_TRUE(daemon_.wait_for("[WARN]: Tool failed with status 3: vtrcore fast-nuc: y y "));
     stop_in_time();
 }
 
