@@ -57,8 +57,8 @@ std::optional<bus_list> start_output(int pipe, const start_arguments& arguments)
     // A branch that ran on for another output has the volume it was built with.
     apply_microphone_volume();
     *entry = start_pipe(pipe, arguments);
-    const auto has_failed = [](const bus_handle& handle) { return handle.fd < 0; };
-    return std::ranges::any_of(list, has_failed) ? std::nullopt : std::optional{list};
+    const auto is_missing = [](const bus_handle& handle) { return handle.fd < 0; };
+    return std::ranges::any_of(list, is_missing) ? std::nullopt : std::optional{list};
 }
 
 int stop_output(int pipe) {

@@ -78,11 +78,13 @@ TEST_F(SignalsTest, ToolsTakeNoneAwayAndNoneStartsAfterOne) {
     const std::string fifo = folder.path() / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::thread sender{[&fifo, us = pthread_self()] {
-        std::ifstream tool_runs{fifo};
+        std::ifstream tool{fifo};
+        std::string line;
+        std::getline(tool, line); // it runs
         pthread_kill(us, SIGINT);
         pthread_kill(us, SIGHUP);
     }};
-    EXPECT_EQ(exec_system_cmd("echo >%s; sleep 0.1", fifo.c_str()), 0);
+    EXPECT_EQ(exec_system_cmd("echo here >%s; sleep 0.1", fifo.c_str()), 0);
     sender.join();
     EXPECT_EQ(exec_system_cmd("touch %s", marker.c_str()), TOOL_NOT_STARTED);
     EXPECT_THAT(read_text(log), testing::EndsWith("[WARN]: Tool not started, the daemon is to "
