@@ -40,6 +40,6 @@ endmacro()
 # For a folder whose headers take the compiler longer than its own code: several of its files are compiled
 # as one, so that what they keep to themselves has to have different names.
 macro(vtrdc_compile_together)
-  set(CMAKE_UNITY_BUILD ON)
+  set(CMAKE_UNITY_BUILD "${VTRDC_COMPILE_TOGETHER}")
   set(CMAKE_UNITY_BUILD_BATCH_SIZE 5)
 endmacro()
