@@ -41,6 +41,10 @@ video_config video_settings(bool profile) {
 // Set when the display ended while a splash was ending: the next one can be shown after that.
 bool is_splash_due = false;
 
+bool is_splash_awaited() {
+    return std::exchange(is_splash_due, false) && gstvideo_is_playing(PIPE_DISPLAY) == 0;
+}
+
 void display_no_input() {
     is_splash_due = is_ending(PIPE_SPLASH);
     if (is_splash_due) {
@@ -75,10 +79,7 @@ live_view start_live_view(bool profile) {
 void recover_live_view(int ended_pipe) {
     if (ended_pipe == PIPE_SRC) {
         gstvideo_stop_pipe(PIPE_DISPLAY);
-    } else if (ended_pipe == PIPE_DISPLAY) {
-        display_no_input();
-    } else if (ended_pipe == PIPE_SPLASH && std::exchange(is_splash_due, false) &&
-               gstvideo_is_playing(PIPE_DISPLAY) == 0) {
+    } else if (ended_pipe == PIPE_DISPLAY || (ended_pipe == PIPE_SPLASH && is_splash_awaited())) {
         display_no_input();
     }
 }
