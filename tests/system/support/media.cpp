@@ -48,8 +48,11 @@ media_track track_of(fields& stream) {
 }
 
 media_packet packet_of(fields& packet) {
-    return {number_of(packet["pts_time"]), number_of(packet["duration_time"]),
-            packet["flags"].starts_with("K")};
+    return {.time = number_of(packet["pts_time"]),
+            .duration = number_of(packet["duration_time"]),
+            .key = packet["flags"].starts_with("K"),
+            .offset = static_cast<std::uint64_t>(number_of(packet["pos"])),
+            .size = static_cast<std::uint32_t>(number_of(packet["size"]))};
 }
 
 std::vector<std::string> ffmpeg(std::vector<std::string> words) {
@@ -100,7 +103,8 @@ std::vector<std::filesystem::path> files_in(const std::filesystem::path& folder)
 media probe(const std::filesystem::path& file) {
     const outcome result =
         run({"/usr/bin/ffprobe", "-v", "error", "-of", "compact", "-show_entries",
-             "packet=codec_type,pts_time,duration_time,flags:stream=codec_type,codec_name,width,"
+             "packet=codec_type,pts_time,duration_time,flags,pos,size:stream=codec_type,codec_name,"
+             "width,"
              "height",
              file});
     EXPECT_EQ(result.status, 0) << file;

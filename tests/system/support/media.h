@@ -1,6 +1,7 @@
 // Judging recordings and streams by what ffprobe and ffmpeg make of them.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -10,6 +11,8 @@ struct media_packet {
     double time;     // seconds
     double duration; // seconds
     bool key;
+    std::uint64_t offset; // in the file
+    std::uint32_t size;   // bytes
 };
 
 struct media_track {

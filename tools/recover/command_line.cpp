@@ -1,0 +1,40 @@
+// The command line of vtrdc-recover.
+#include "recover/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+void describe(CLI::App& parser, command_line& line) {
+    parser.name("vtrdc-recover");
+    parser.description(
+        "Makes recordings play that were never completed: the sight lost its power, or its "
+        "daemon was killed.");
+    parser.footer("Exit status: 0 all done, also when there was nothing to do; 1 some recordings "
+                  "could not be recovered;\n2 wrong usage.");
+    parser.set_version_flag("--version", VTRDC_VERSION);
+    parser.add_flag("-n,--dry-run", line.is_dry_run, "Say what could be recovered, change nothing");
+    parser.add_flag("-j,--json", line.is_json, "Write a JSON object for each recording");
+    parser
+        .add_option("paths", line.paths,
+                    std::string{"Folders with recordings, or recordings; by default "} +
+                        DEFAULT_FOLDER)
+        ->option_text("FOLDER|FILE ...");
+}
+
+} // namespace
+
+std::optional<command_line> read_command_line(int argc, const char* const* argv) {
+    CLI::App parser;
+    command_line line;
+    describe(parser, line);
+    try {
+        parser.parse(argc, argv);
+    } catch (const CLI::Success& wish) {
+        parser.exit(wish); // writes the help, or the version
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw usage_error{error.what()};
+    }
+    return line;
+}

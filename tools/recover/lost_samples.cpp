@@ -1,0 +1,232 @@
+// How many samples were lost where a recording is damaged.
+#include "recover/lost_samples.h"
+
+#include "recover/key_rhythm.h"
+#include "recover/turns.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numeric>
+#include <ranges>
+
+namespace {
+
+struct lost_counts {
+    std::int64_t pictures = 0;
+    std::int64_t sounds = 0;
+
+    std::int64_t& of(sample_kind kind) { return kind == sample_kind::picture ? pictures : sounds; }
+};
+
+// What a chunk of each kind has in samples, and a sample in bytes.
+struct measures {
+    unsigned picture_chunk;
+    unsigned sound_chunk;
+    double picture_bytes;
+    double sound_bytes;
+
+    [[nodiscard]] unsigned chunk(sample_kind kind) const {
+        return kind == sample_kind::picture ? picture_chunk : sound_chunk;
+    }
+    [[nodiscard]] double sample_bytes(sample_kind kind) const {
+        return kind == sample_kind::picture ? picture_bytes : sound_bytes;
+    }
+    [[nodiscard]] double bytes(const lost_counts& lost) const {
+        return static_cast<double>(lost.pictures) * picture_bytes +
+               static_cast<double>(lost.sounds) * sound_bytes;
+    }
+};
+
+// A place where bytes hold no samples.
+struct damage {
+    double bytes;
+    sample_kind kind_before;
+    std::uint64_t count_before; // samples of that kind in a row, with those lost in between
+    sample_kind kind_behind;
+    std::uint64_t count_behind;
+    bool ends_behind;             // the run behind ends where it ended in the recording
+    std::uint32_t picture_behind; // number of the next picture
+};
+
+double mean(const std::vector<std::uint32_t>& sizes) {
+    return sizes.empty() ? 0
+                         : std::accumulate(sizes.begin(), sizes.end(), 0.0) /
+                               static_cast<double>(sizes.size());
+}
+
+// How many more samples the last of the chunks in a run takes.
+unsigned missing_in_chunk(std::uint64_t count, unsigned chunk) {
+    return static_cast<unsigned>((chunk - count % chunk) % chunk);
+}
+
+// What may be missing: the rests of the chunks around, and chunks between them.
+lost_counts lost_with_chunks(const damage& at, const measures& sizes, unsigned rounds,
+                             unsigned further) {
+    lost_counts lost;
+    const unsigned chunk = sizes.chunk(at.kind_before);
+    if (at.kind_before != at.kind_behind) {
+        lost.of(at.kind_before) = missing_in_chunk(at.count_before, chunk);
+        lost.of(at.kind_behind) = missing_in_chunk(at.count_behind, sizes.chunk(at.kind_behind));
+        further = 0;
+    } else {
+        lost.of(at.kind_before) = missing_in_chunk(at.count_before + at.count_behind, chunk);
+    }
+    const sample_kind other =
+        at.kind_before == sample_kind::picture ? sample_kind::sound : sample_kind::picture;
+    lost.of(at.kind_before) += std::int64_t{rounds} * chunk;
+    lost.of(other) += std::int64_t{rounds + further} * sizes.chunk(other);
+    return lost;
+}
+
+lost_counts lost_by_bytes(const damage& at, const measures& sizes) {
+    lost_counts lost;
+    lost.of(at.kind_behind) =
+        std::max(1L, std::lround(at.bytes / sizes.sample_bytes(at.kind_behind)));
+    return lost;
+}
+
+// The possible counts that fit best. Bytes tell the number of rounds but for one or two, since
+// pictures differ in size.
+lost_counts lost_in(const damage& at, const measures& sizes, const key_rhythm& keys) {
+    lost_counts best = lost_by_bytes(at, sizes);
+    if (!at.ends_behind) {
+        return best;
+    }
+    const double round_bytes = sizes.bytes({sizes.picture_chunk, sizes.sound_chunk});
+    const double rounds_max = at.bytes / round_bytes + 3;
+    double best_error = 3 * round_bytes;
+    for (unsigned step = 0; step / 2 <= rounds_max; ++step) {
+        const lost_counts lost = lost_with_chunks(at, sizes, step / 2, step % 2);
+        if (lost.pictures + lost.sounds == 0) {
+            continue;
+        }
+        const double error = std::abs(sizes.bytes(lost) - at.bytes) +
+                             (keys.fits(at.picture_behind, lost.pictures) ? 0 : 2 * round_bytes);
+        if (error < best_error) {
+            best = lost;
+            best_error = error;
+        }
+    }
+    return best;
+}
+
+measures measures_of(const scanned& found) {
+    return {.picture_chunk = PICTURE_CHUNK,
+            .sound_chunk = found.sound ? sound_chunk(*found.sound) : 0,
+            .picture_bytes = mean(found.picture_sizes),
+            .sound_bytes = mean(found.sound_sizes)};
+}
+
+bool is_whole_behind(const scanned& found, std::size_t run) {
+    return has_both_kinds(found) && run + 1 < found.runs.size() &&
+           found.runs[run + 1].damage_before == 0;
+}
+
+// By how much the first picture may be later than the first sound.
+struct offset_bounds {
+    double from_s = -NEVER;
+    double to_s = NEVER;
+
+    // False, and unchanged, when that turn allows none of these offsets.
+    bool narrow(const turn& at) {
+        const double from = std::max(from_s, at.earliest_s - at.slots * PICTURE_S);
+        const double to = std::min(to_s, at.latest_s - at.slots * PICTURE_S);
+        if (from > to) {
+            return false;
+        }
+        *this = {from, to};
+        return true;
+    }
+
+    // How far both overlap; less than 0 when they don't.
+    [[nodiscard]] double overlap(const offset_bounds& other, double shift_s) const {
+        return std::min(to_s, other.to_s + shift_s) - std::max(from_s, other.from_s + shift_s);
+    }
+};
+
+// What the turns say that are next to each other, from the first one on.
+template <class Turns> offset_bounds bounds_of(const Turns& turns) {
+    offset_bounds bounds;
+    for (const turn& at : turns) {
+        if (!bounds.narrow(at)) { // pictures were dropped
+            break;
+        }
+    }
+    return bounds;
+}
+
+// A correction of what was lost: chunks of sound, and pictures.
+struct correction {
+    int chunks;
+    int pictures;
+};
+
+// The likelier first. A chunk of sound may have been alone, and a picture dropped.
+constexpr std::array CORRECTIONS = std::to_array<correction>(
+    {{0, 0}, {1, 0}, {-1, 0}, {0, -1}, {0, 1}, {1, -1}, {-1, -1}, {1, 1}, {-1, 1}});
+
+bool is_possible(const sample_run& run, const correction& change, unsigned chunk) {
+    return std::int64_t{run.lost_pictures} + change.pictures >= 0 &&
+           std::int64_t{run.lost_sounds} + std::int64_t{change.chunks} * chunk >= 0;
+}
+
+// Pictures and sound are as far apart behind the damage as before it.
+void correct_lost(scanned& found, std::size_t run) {
+    constexpr double TOLERANCE_S = 0.005;
+    const std::vector<turn> turns = list_turns(found, slot_rule::by_chunk);
+    const auto behind = std::ranges::find_if(turns, [&](const turn& at) { return at.run > run; });
+    const offset_bounds bounds_before =
+        bounds_of(std::ranges::subrange{turns.begin(), behind} | std::views::reverse);
+    const offset_bounds bounds_behind = bounds_of(std::ranges::subrange{behind, turns.end()});
+    const unsigned chunk = sound_chunk(*found.sound);
+    sample_run& damaged = found.runs[run];
+    for (const correction& change : CORRECTIONS) {
+        const double shift =
+            change.chunks * (chunk * sound_frame_s(*found.sound)) - change.pictures * PICTURE_S;
+        if (is_possible(damaged, change, chunk) &&
+            bounds_before.overlap(bounds_behind, shift) > -TOLERANCE_S) {
+            damaged.lost_pictures += static_cast<std::uint32_t>(change.pictures);
+            damaged.lost_sounds += static_cast<std::uint32_t>(change.chunks) * chunk;
+            return;
+        }
+    }
+}
+
+void count_by_chunks(scanned& found) {
+    const measures sizes = measures_of(found);
+    const key_rhythm keys{found};
+    std::uint64_t in_a_row = 0; // samples of the last run's kind, with those lost among them
+    std::uint32_t pictures = 0;
+    for (std::size_t i = 0; i < found.runs.size(); ++i) {
+        sample_run& run = found.runs[i];
+        lost_counts lost;
+        if (run.damage_before > 0 && i > 0) {
+            lost = lost_in({.bytes = static_cast<double>(run.damage_before),
+                            .kind_before = found.runs[i - 1].kind,
+                            .count_before = in_a_row,
+                            .kind_behind = run.kind,
+                            .count_behind = run.count,
+                            .ends_behind = is_whole_behind(found, i),
+                            .picture_behind = pictures},
+                           sizes, keys);
+        }
+        run.lost_pictures = static_cast<std::uint32_t>(lost.pictures);
+        run.lost_sounds = static_cast<std::uint32_t>(lost.sounds);
+        const bool continues = i > 0 && found.runs[i - 1].kind == run.kind;
+        in_a_row =
+            (continues ? in_a_row : 0) + run.count + static_cast<std::uint64_t>(lost.of(run.kind));
+        pictures += run.kind == sample_kind::picture ? run.count : 0;
+    }
+}
+
+} // namespace
+
+void count_lost_samples(scanned& found) {
+    count_by_chunks(found);
+    for (std::size_t i = 1; i < found.runs.size() && has_both_kinds(found); ++i) {
+        if (found.runs[i].damage_before > 0) {
+            correct_lost(found, i);
+        }
+    }
+}
