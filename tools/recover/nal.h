@@ -1,4 +1,4 @@
-// NAL units of an H.264 stream: which are plausible, and what their headers say.
+// NAL units of an H.264 stream: which are plausible, and how slices begin.
 #pragma once
 
 #include "recover/big_endian.h"
@@ -17,8 +17,9 @@ enum nal_type : std::uint8_t {
 
 // Of a NAL unit. The largest picture of 1024 x 768 that the standard allows has half of it.
 inline constexpr std::uint32_t NAL_LENGTH_MAX = 2 * 1024 * 1024;
-// So much of a slice tells whether its header is plausible.
-inline constexpr std::size_t SLICE_HEADER_MAX = 16;
+// Parameter sets are longer by few bytes only where they hold tables.
+inline constexpr std::uint32_t PARAMETER_SET_MAX = 512;
+inline constexpr std::uint32_t PICTURE_SET_IDS = 256;
 
 [[nodiscard]] constexpr nal_type type_of_nal(std::uint8_t first_byte) {
     return static_cast<nal_type>(first_byte & 0x1f);
@@ -34,35 +35,14 @@ inline constexpr std::size_t SLICE_HEADER_MAX = 16;
 // False when the NAL unit holds what an encoder never writes, such as three zero bytes.
 [[nodiscard]] bool is_undamaged_nal(byte_view nal);
 
-struct sequence_set {
-    std::uint32_t id = 0;
-    std::uint32_t width = 0; // what is shown, in pixels
-    std::uint32_t height = 0;
-    unsigned frame_number_bits = 0;
-    bool has_separate_planes = false;
-    std::uint8_t chroma_format = 1;
-    std::uint8_t luma_bits = 8;
-    std::uint8_t chroma_bits = 8;
-};
-
-// None when it is not a sequence parameter set that makes sense.
-[[nodiscard]] std::optional<sequence_set> read_sequence_set(byte_view nal);
-
-struct picture_set {
-    std::uint32_t id;
-    std::uint32_t sequence_id;
-};
-
-[[nodiscard]] std::optional<picture_set> read_picture_set(byte_view nal);
-
-struct slice_header {
+struct slice_start {
     std::uint32_t first_macroblock;
     std::uint32_t picture_set_id;
-    std::uint32_t frame_number; // 0 when it was read without its sequence set
     bool is_intra;
 };
 
-// Reads a slice from its first bytes, SLICE_HEADER_MAX of them if it has so many. None for what
-// this system's encoder does not write, B slices included.
-[[nodiscard]] std::optional<slice_header> read_slice_header(byte_view nal,
-                                                            const sequence_set* sequence = nullptr);
+// So many bytes of a slice hold what is read of it.
+inline constexpr std::size_t SLICE_START_MAX = 16;
+
+// None for slices that the sight's encoder does not write, B slices included.
+[[nodiscard]] std::optional<slice_start> read_slice_start(byte_view nal);

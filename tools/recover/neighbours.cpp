@@ -4,6 +4,7 @@
 #include "recover/descriptor.h"
 #include "recover/mp4_index.h"
 #include "recover/outline.h"
+#include "recover/slice_check.h"
 
 #include <algorithm>
 #include <array>
@@ -54,50 +55,11 @@ std::optional<double> end_of(const std::vector<indexed_track>& tracks, std::uint
     return found == tracks.end() ? std::nullopt : std::optional{found->end_s};
 }
 
-// The slices of pictures as one set of parameters shows them, compared with how they must go on:
-// the frame number grows by one behind each picture that others refer to, and is 0 in an IDR
-// picture.
-class frame_numbers {
-public:
-    explicit frame_numbers(const parameter_sets& sets) : sets_{sets} {}
-
-    void take(byte_view nal) {
-        const std::optional<slice_header> bare = read_slice_header(nal);
-        const sequence_set* const sequence =
-            bare ? sets_.sequence_of(bare->picture_set_id) : nullptr;
-        if (sequence == nullptr) {
-            agree_ = false;
-            return;
-        }
-        const std::optional<slice_header> slice = read_slice_header(nal, sequence);
-        if (!slice || slice->first_macroblock == 0) {
-            take_picture(nal, slice ? slice->frame_number : 0, sequence->frame_number_bits);
-        }
-    }
-
-    [[nodiscard]] bool agree() const { return agree_; }
-
-private:
-    void take_picture(byte_view nal, std::uint32_t number, unsigned bits) {
-        const bool is_idr = type_of_nal(nal[0]) == NAL_IDR_SLICE;
-        if (is_idr) {
-            expected_ = 0;
-        }
-        agree_ = agree_ && (!expected_ || *expected_ == number);
-        const bool is_reference = (nal[0] & 0x60) != 0;
-        expected_ = (number + (is_reference ? 1U : 0U)) & ((1U << bits) - 1);
-    }
-
-    const parameter_sets& sets_;
-    std::optional<std::uint32_t> expected_;
-    bool agree_ = true;
-};
-
-bool do_agree(byte_window& file, const scanned& found, const parameter_sets& sets) {
-    constexpr std::uint32_t PICTURES_TO_COMPARE = 64;
-    frame_numbers numbers{sets};
+bool do_fit(byte_window& file, const scanned& found, const parameter_sets& sets) {
+    constexpr std::uint32_t PICTURES_TO_CHECK = 64;
+    slice_check check{sets};
     for (const sample_run& run : found.runs) {
-        if (run.damage_before > 0 || run.first >= PICTURES_TO_COMPARE) {
+        if (run.damage_before > 0 || run.first >= PICTURES_TO_CHECK) {
             break; // numbers skip what is missing
         }
         std::uint64_t offset = run.offset;
@@ -105,13 +67,13 @@ bool do_agree(byte_window& file, const scanned& found, const parameter_sets& set
             const std::uint32_t size = found.picture_sizes[run.first + i];
             for_each_nal(file, offset, size, [&](byte_view nal) {
                 if (is_slice(type_of_nal(nal[0]))) {
-                    numbers.take(nal);
+                    check.take(nal);
                 }
             });
             offset += size;
         }
     }
-    return numbers.agree();
+    return check.fits();
 }
 
 // The nearest first: those before the name from the last on, then those behind it.
@@ -141,7 +103,7 @@ parameter_sets sets_of_neighbour(int folder, const std::string& name, byte_windo
         for (const indexed_track& track :
              tracks_of(folder, other).value_or(std::vector<indexed_track>{})) {
             parameter_sets sets = sets_of_config(track.decoder_config);
-            if (sets.are_complete() && do_agree(file, found, sets)) {
+            if (sets.are_complete() && do_fit(file, found, sets)) {
                 return sets;
             }
         }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "recover/byte_window.h"
-#include "recover/nal.h"
+#include "recover/parameter_set_syntax.h"
 
 #include <string>
 
@@ -15,7 +15,9 @@ public:
     // True when pictures can be decoded with them.
     [[nodiscard]] bool are_complete() const;
 
-    // The sequence set that a picture set refers to; none when one of them is missing. Borrowed.
+    // The picture set of that number, and the sequence set that it refers to; none when one of them
+    // is missing. Borrowed.
+    [[nodiscard]] const picture_set* picture_of(std::uint32_t picture_set_id) const;
     [[nodiscard]] const sequence_set* sequence_of(std::uint32_t picture_set_id) const;
 
     // Width and height of the pictures; to be asked of complete sets only.

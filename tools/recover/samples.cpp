@@ -25,7 +25,7 @@ struct picture_reading {
     std::bitset<256> own_sets{}; // picture sets that came with it
 };
 
-bool refers_to_known_set(const picture_reading& in, const slice_header& slice,
+bool refers_to_known_set(const picture_reading& in, const slice_start& slice,
                          const sample_marks& marks) {
     return marks.sets == nullptr || !marks.sets->are_complete() ||
            marks.sets->sequence_of(slice.picture_set_id) != nullptr ||
@@ -34,7 +34,7 @@ bool refers_to_known_set(const picture_reading& in, const slice_header& slice,
 
 // Each takes a NAL unit into the picture; false when it does not belong to it.
 bool take_slice(picture_reading& in, byte_view nal, const sample_marks& marks) {
-    const std::optional<slice_header> slice = read_slice_header(nal);
+    const std::optional<slice_start> slice = read_slice_start(nal);
     const bool is_first = in.picture.slices == 0;
     if (!slice || is_first != (slice->first_macroblock == 0) ||
         !refers_to_known_set(in, *slice, marks)) {

@@ -1,0 +1,23 @@
+// Running vtrdc-recover on a folder of one test's own.
+#pragma once
+
+#include "support/process.h"
+#include "support/temp_folder.h"
+
+#include <string>
+
+// Runs it with these words to its end.
+inline outcome recover(std::vector<std::string> words) {
+    words.insert(words.begin(), VTRDC_RECOVER);
+    return run(words);
+}
+
+// How many of 1 a test tries: few by default, all that there are with --all.
+struct extent {
+    int damages = 42;
+    int kills = 10;
+};
+inline extent& test_extent() {
+    static extent value;
+    return value;
+}

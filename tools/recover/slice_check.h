@@ -1,0 +1,24 @@
+// Whether parameter sets fit slices that came without any.
+#pragma once
+
+#include "recover/parameter_sets.h"
+
+// Reads slices, one picture's after the other, as if the sets were theirs. With other sets their
+// headers soon make no sense: numbers that must go on don't, or are out of range.
+class slice_check {
+public:
+    explicit slice_check(const parameter_sets& sets) : sets_{sets} {} // borrowed
+
+    void take(byte_view nal);
+
+    [[nodiscard]] bool fits() const { return fits_; }
+
+private:
+    [[nodiscard]] bool goes_on(bool is_idr, bool is_reference, std::uint32_t frame_number,
+                               std::uint32_t order, const sequence_set& sequence);
+
+    const parameter_sets& sets_;
+    bool fits_ = true;
+    std::optional<std::uint32_t> frame_number_; // of the next picture
+    std::optional<std::uint32_t> order_;        // of the last one
+};
