@@ -55,6 +55,10 @@ double mean(const std::vector<std::uint32_t>& sizes) {
                                static_cast<double>(sizes.size());
 }
 
+sample_kind other_kind(sample_kind kind) {
+    return kind == sample_kind::picture ? sample_kind::sound : sample_kind::picture;
+}
+
 // How many more samples the last of the chunks in a run takes.
 unsigned missing_in_chunk(std::uint64_t count, unsigned chunk) {
     return static_cast<unsigned>((chunk - count % chunk) % chunk);
@@ -128,10 +132,10 @@ struct offset_bounds {
     double from_s = -NEVER;
     double to_s = NEVER;
 
-    // False, and unchanged, when that turn allows none of these offsets.
-    bool narrow(const turn& at) {
-        const double from = std::max(from_s, at.earliest_s - at.slots * PICTURE_S);
-        const double to = std::min(to_s, at.latest_s - at.slots * PICTURE_S);
+    // False, and unchanged, when the others allow none of these offsets.
+    bool narrow(const offset_bounds& others) {
+        const double from = std::max(from_s, others.from_s);
+        const double to = std::min(to_s, others.to_s);
         if (from > to) {
             return false;
         }
@@ -145,15 +149,22 @@ struct offset_bounds {
     }
 };
 
-// What the turns say that are next to each other, from the first one on.
-template <class Turns> offset_bounds bounds_of(const Turns& turns) {
-    offset_bounds bounds;
-    for (const turn& at : turns) {
-        if (!bounds.narrow(at)) { // pictures were dropped
-            break;
-        }
-    }
-    return bounds;
+offset_bounds bounds_of(const turn& at) {
+    return {at.earliest_s - at.slots * PICTURE_S, at.latest_s - at.slots * PICTURE_S};
+}
+
+// Narrows them by turns that are next to each other, up to the first that doesn't fit, since
+// pictures were dropped. False when there was such.
+template <class Turns> bool narrow_by(offset_bounds& bounds, const Turns& turns) {
+    return std::ranges::all_of(turns, [&](const turn& at) { return bounds.narrow(bounds_of(at)); });
+}
+
+// What is known of the recording's beginning; else that pictures and sound began together.
+offset_bounds bounds_at_start(std::optional<double> known_offset_s) {
+    constexpr double KNOWN_S = 0.002;
+    constexpr double TOGETHER_S = 0.04;
+    const double around = known_offset_s ? KNOWN_S : TOGETHER_S;
+    return {known_offset_s.value_or(0) - around, known_offset_s.value_or(0) + around};
 }
 
 // A correction of what was lost: chunks of sound, and pictures.
@@ -172,13 +183,17 @@ bool is_possible(const sample_run& run, const correction& change, unsigned chunk
 }
 
 // Pictures and sound are as far apart behind the damage as before it.
-void correct_lost(scanned& found, std::size_t run) {
+void correct_lost(scanned& found, std::size_t run, std::optional<double> known_offset_s) {
     constexpr double TOLERANCE_S = 0.005;
     const std::vector<turn> turns = list_turns(found, slot_rule::by_chunk);
     const auto behind = std::ranges::find_if(turns, [&](const turn& at) { return at.run > run; });
-    const offset_bounds bounds_before =
-        bounds_of(std::ranges::subrange{turns.begin(), behind} | std::views::reverse);
-    const offset_bounds bounds_behind = bounds_of(std::ranges::subrange{behind, turns.end()});
+    offset_bounds bounds_before;
+    if (narrow_by(bounds_before,
+                  std::ranges::subrange{turns.begin(), behind} | std::views::reverse)) {
+        static_cast<void>(bounds_before.narrow(bounds_at_start(known_offset_s)));
+    }
+    offset_bounds bounds_behind;
+    narrow_by(bounds_behind, std::ranges::subrange{behind, turns.end()});
     const unsigned chunk = sound_chunk(*found.sound);
     sample_run& damaged = found.runs[run];
     for (const correction& change : CORRECTIONS) {
@@ -201,9 +216,10 @@ void count_by_chunks(scanned& found) {
     for (std::size_t i = 0; i < found.runs.size(); ++i) {
         sample_run& run = found.runs[i];
         lost_counts lost;
-        if (run.damage_before > 0 && i > 0) {
+        if (run.damage_before > 0) {
+            // Before the first run there is the end of a chunk, so to speak.
             lost = lost_in({.bytes = static_cast<double>(run.damage_before),
-                            .kind_before = found.runs[i - 1].kind,
+                            .kind_before = i > 0 ? found.runs[i - 1].kind : other_kind(run.kind),
                             .count_before = in_a_row,
                             .kind_behind = run.kind,
                             .count_behind = run.count,
@@ -222,11 +238,11 @@ void count_by_chunks(scanned& found) {
 
 } // namespace
 
-void count_lost_samples(scanned& found) {
+void count_lost_samples(scanned& found, std::optional<double> known_offset_s) {
     count_by_chunks(found);
-    for (std::size_t i = 1; i < found.runs.size() && has_both_kinds(found); ++i) {
+    for (std::size_t i = 0; i < found.runs.size() && has_both_kinds(found); ++i) {
         if (found.runs[i].damage_before > 0) {
-            correct_lost(found, i);
+            correct_lost(found, i, known_offset_s);
         }
     }
 }

@@ -18,6 +18,13 @@ namespace {
 
 constexpr std::string_view SUFFIX = ".mp4";
 
+// Links and folders are none.
+bool is_file(int folder, const std::string& name) {
+    struct stat status {};
+    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISREG(status.st_mode);
+}
+
 // The tracks of a complete recording; none for any other file.
 std::optional<std::vector<indexed_track>> tracks_of(int folder, const std::string& name) {
     const descriptor file{
@@ -122,7 +129,7 @@ std::vector<std::string> recordings_in(int folder) {
     }
     while (const dirent* const entry = readdir(entries.get())) {
         const std::string name = entry->d_name;
-        if (!name.starts_with('.') && name.ends_with(SUFFIX)) {
+        if (!name.starts_with('.') && name.ends_with(SUFFIX) && is_file(folder, name)) {
             names.push_back(name);
         }
     }

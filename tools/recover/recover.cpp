@@ -101,9 +101,9 @@ finding examine(const original_file& original, byte_window& file, const outline&
         sets = complete_sets(original, file, found, std::move(sets));
     }
     cut_into_chunks(found);
-    count_lost_samples(found);
-    result.tracks = make_movie(
-        found, tell_times(found, offset_from_file_before(original.folder, original.name)));
+    const std::optional<double> offset = offset_from_file_before(original.folder, original.name);
+    count_lost_samples(found, offset);
+    result.tracks = make_movie(found, tell_times(found, offset));
     result.is_empty = result.tracks.pictures.sizes.empty() && result.tracks.sound.sizes.empty();
     result.dropped = found.picture_sizes.size() - result.tracks.pictures.sizes.size();
     if (!result.is_empty && !is_indexed) {

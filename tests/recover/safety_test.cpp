@@ -1,0 +1,236 @@
+// What must not be lost: originals, when the tool is killed or storage is full, and files in use.
+#include "recordings.h"
+#include "support/storage.h"
+#include "tool.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+using testing::AnyOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t HEADER_BYTES = 48;
+
+std::string whole_data() {
+    return without_index(all_recordings().whole, all_recordings().data_end);
+}
+
+// True when the media data of a recording are there, whatever is around them.
+bool holds_data_of(const std::string& file, const std::string& original) {
+    return file.size() >= original.size() &&
+           file.compare(HEADER_BYTES, original.size() - HEADER_BYTES, original, HEADER_BYTES) == 0;
+}
+
+bool plays(const fs::path& file) {
+    return run({"/usr/bin/ffprobe", "-v", "error", file}).status == 0;
+}
+
+// --- Kills -----------------------------------------------------------------------------------
+
+// Runs the tool on the folder and kills it after that time, if it has not ended yet.
+void recover_and_kill(const fs::path& folder, std::chrono::microseconds after) {
+    const temp_folder output;
+    const pid_t tool =
+        spawn({VTRDC_RECOVER, folder}, environment_with({}), output.path() / "output");
+    usleep(static_cast<useconds_t>(after.count()));
+    kill(tool, SIGKILL);
+    EXPECT_THAT(wait_for_exit(tool, WAIT_LIMIT), AnyOf(0, 128 + SIGKILL));
+}
+
+std::chrono::microseconds time_to_recover(const fs::path& folder) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(recover({folder}).status, 0);
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() -
+                                                                 start);
+}
+
+// Kills it again and again in the same folder. A recording that plays is put back as it was.
+void kill_at_random_moments(const fs::path& folder, const std::string& original) {
+    const fs::path file = folder / NAME;
+    const auto put_original = [&] { std::ofstream{file, std::ios::binary} << original; };
+    put_original();
+    const auto longest = time_to_recover(folder);
+    put_original();
+    std::mt19937 random{7};
+    for (int i = 0; i < test_extent().kills; ++i) {
+        const auto moment = longest * (random() % 1000) / 1000;
+        SCOPED_TRACE(std::to_string(i) + ": after " + std::to_string(moment.count()) + " us");
+        recover_and_kill(folder, moment);
+        EXPECT_TRUE(holds_data_of(read_text(file), original));
+        if (plays(file)) {
+            put_original();
+        }
+    }
+    EXPECT_EQ(recover({folder}).status, 0);
+    EXPECT_EQ(complaints(file), "");
+    EXPECT_TRUE(holds_data_of(read_text(file), original));
+    EXPECT_EQ(files_in(folder).size(), 1U); // no copy that is not finished
+}
+
+TEST(SafetyTest, KillsLoseNothing) {
+    const temp_folder folder;
+    kill_at_random_moments(folder.path(), whole_data());
+}
+
+TEST(SafetyTest, CopyOfAKilledRunIsRemoved) {
+    const temp_folder folder;
+    const std::string copy = std::string{"."} + NAME + ".recovering";
+    folder.write(copy, "half a copy");
+    folder.write(".other.mp4.recovering", "half a copy");
+    folder.write(".mine", "not a copy");
+    EXPECT_EQ(recover({"--dry-run", folder.path()}).status, 0);
+    EXPECT_EQ(files_in(folder.path()).size(), 3U);
+    EXPECT_EQ(recover({folder.path()}).status, 0);
+    EXPECT_EQ(files_in(folder.path()).size(), 1U);
+
+    folder.write(copy, "half a copy");
+    folder.write(NAME, whole_data());
+    EXPECT_EQ(recover({folder.path() / NAME}).status, 0);
+    EXPECT_EQ(files_in(folder.path()).size(), 2U);
+}
+
+// --- Full storage ----------------------------------------------------------------------------
+
+// A file system with room for so much beside the recording, which is on it already.
+class SmallStorageTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!storage_.is_mounted()) {
+            GTEST_SKIP() << "a small file system can't be mounted here";
+        }
+        std::ofstream{file_, std::ios::binary} << original_;
+    }
+
+    // Fills it up but for so many bytes.
+    void leave_room(std::uintmax_t bytes) const {
+        const std::uintmax_t room = fs::space(folder_.path()).available;
+        ASSERT_GT(room, bytes);
+        std::ofstream{folder_.path() / "other", std::ios::binary} << std::string(room - bytes, 'x');
+    }
+
+    temp_folder folder_;
+    small_storage storage_{folder_.path(), "64m"};
+    fs::path file_ = folder_.path() / NAME;
+    std::string original_ = whole_data();
+};
+
+TEST_F(SmallStorageTest, WithoutRoomForACopyItIsRepairedInPlace) {
+    leave_room(256 * 1024);
+    const outcome result = recover({folder_.path()});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, HasSubstr("(in place, for want of room)"));
+    EXPECT_EQ(complaints(file_), "");
+    EXPECT_EQ(picture_numbers(file_), all_recordings().numbers);
+    EXPECT_THAT(recover({file_}).output, EndsWith(": complete\n"));
+}
+
+TEST_F(SmallStorageTest, WithoutAnyRoomItStaysAsItWas) {
+    leave_room(0);
+    const outcome result = recover({folder_.path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, HasSubstr(": failed (writing: No space left on device)\n"));
+    EXPECT_EQ(read_text(file_), original_);
+    fs::remove(folder_.path() / "other");
+    EXPECT_EQ(recover({folder_.path()}).status, 0);
+    EXPECT_TRUE(plays(file_));
+}
+
+TEST_F(SmallStorageTest, KillsLoseNothingInPlaceEither) {
+    kill_at_random_moments(folder_.path(), original_);
+}
+
+// --- Files that are left alone ---------------------------------------------------------------
+
+TEST(SafetyTest, FileInUseIsLeftAlone) {
+    const temp_folder folder;
+    const std::string file = folder.write(NAME, whole_data());
+    const int user = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(user, 0);
+    const outcome result = recover({folder.path()});
+    close(user);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, HasSubstr(": in use (by process " + std::to_string(getpid()) +
+                                         " (recover_test), "));
+    EXPECT_EQ(read_text(file), whole_data());
+    EXPECT_EQ(recover({folder.path()}).status, 0);
+    EXPECT_TRUE(plays(file));
+}
+
+TEST(SafetyTest, OtherFilesAreLeftAlone) {
+    const temp_folder folder;
+    folder.write("notes.txt", whole_data());
+    folder.write("folder.mp4/" + std::string{NAME}, whole_data());
+    fs::create_symlink("notes.txt", folder.path() / "link.mp4");
+    folder.write("nothing.mp4", "");
+    folder.write("other.mp4", std::string(4, '\0') + "not a recording" + std::string(100, 'x'));
+    folder.write(NAME, all_recordings().whole);
+    const outcome result = recover({"--json", folder.path()});
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_THAT(result.output, HasSubstr(R"(nothing.mp4","state":"empty"})"));
+    EXPECT_THAT(result.output, HasSubstr(R"(other.mp4","state":"foreign")"));
+    EXPECT_THAT(result.output, HasSubstr(std::string{NAME} + R"(","state":"complete"})"));
+    EXPECT_EQ(read_text(folder.path() / "notes.txt"), whole_data());
+    EXPECT_EQ(read_text(folder.path() / "folder.mp4" / NAME), whole_data());
+}
+
+TEST(SafetyTest, OwnerRightsAndTimeAreKept) {
+    const temp_folder folder;
+    const std::string file = folder.write(NAME, whole_data());
+    fs::permissions(file, fs::perms::owner_read | fs::perms::group_read);
+    const auto time = fs::last_write_time(file) - std::chrono::hours{5};
+    fs::last_write_time(file, time);
+    EXPECT_EQ(recover({file}).status, 0);
+    EXPECT_TRUE(plays(file));
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::group_read);
+    EXPECT_EQ(fs::last_write_time(file), time);
+}
+
+// --- Command line ----------------------------------------------------------------------------
+
+TEST(SafetyTest, DryRunSaysTheSameAndChangesNothing) {
+    const temp_folder folder;
+    const std::string file = folder.write(NAME, whole_data());
+    const outcome result = recover({"-n", "-j", folder.path()});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(read_text(file), whole_data());
+    auto would = nlohmann::json::parse(result.output);
+    auto did = nlohmann::json::parse(recover({"-j", folder.path()}).output);
+    EXPECT_EQ(would["state"], "recoverable");
+    EXPECT_EQ(did["state"], "recovered");
+    EXPECT_EQ(did["pictures"], all_recordings().numbers.size());
+    would.erase("state");
+    did.erase("state");
+    EXPECT_EQ(would, did);
+}
+
+TEST(SafetyTest, StatusTellsHowItWent) {
+    const temp_folder folder;
+    const std::string nowhere = folder.path() / "nowhere";
+    EXPECT_EQ(recover({"--bogus"}).status, 2);
+    EXPECT_EQ(recover({nowhere}).status, 1);
+    EXPECT_EQ(recover({folder.path()}).status, 0);
+    EXPECT_THAT(recover({"--help"}).output, HasSubstr("--dry-run"));
+    // The default folder is the board's, and none is nothing to do.
+    const std::vector<std::string> board{"VTRDC_SYSROOT=" + folder.path().string()};
+    outcome result = run({VTRDC_RECOVER}, board);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, IsEmpty());
+    folder.write("media/video/" + std::string{NAME}, whole_data());
+    result = run({VTRDC_RECOVER}, board);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, StartsWith(folder.path() / "media/video" / NAME));
+}
+
+} // namespace
