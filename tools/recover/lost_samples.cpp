@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <numeric>
-#include <ranges>
 
 namespace {
 
@@ -155,8 +155,8 @@ offset_bounds bounds_of(const turn& at) {
 
 // Narrows them by turns that are next to each other, up to the first that doesn't fit, since
 // pictures were dropped. False when there was such.
-template <class Turns> bool narrow_by(offset_bounds& bounds, const Turns& turns) {
-    return std::ranges::all_of(turns, [&](const turn& at) { return bounds.narrow(bounds_of(at)); });
+template <class Turns> bool narrow_by(offset_bounds& bounds, Turns first, Turns last) {
+    return std::all_of(first, last, [&](const turn& at) { return bounds.narrow(bounds_of(at)); });
 }
 
 // What is known of the recording's beginning; else that pictures and sound began together.
@@ -188,12 +188,11 @@ void correct_lost(scanned& found, std::size_t run, std::optional<double> known_o
     const std::vector<turn> turns = list_turns(found, slot_rule::by_chunk);
     const auto behind = std::ranges::find_if(turns, [&](const turn& at) { return at.run > run; });
     offset_bounds bounds_before;
-    if (narrow_by(bounds_before,
-                  std::ranges::subrange{turns.begin(), behind} | std::views::reverse)) {
+    if (narrow_by(bounds_before, std::make_reverse_iterator(behind), turns.rend())) {
         static_cast<void>(bounds_before.narrow(bounds_at_start(known_offset_s)));
     }
     offset_bounds bounds_behind;
-    narrow_by(bounds_behind, std::ranges::subrange{behind, turns.end()});
+    narrow_by(bounds_behind, behind, turns.end());
     const unsigned chunk = sound_chunk(*found.sound);
     sample_run& damaged = found.runs[run];
     for (const correction& change : CORRECTIONS) {
