@@ -6,20 +6,23 @@ set(VTRDC_SYSTEMD_UNIT_DIR "lib/systemd/system" CACHE STRING "Folder of systemd'
 
 set(vtrdc_packaging "${PROJECT_SOURCE_DIR}/packaging")
 
-# The daemon, its client, and what an init system and an administrator need.
+# The daemon, its client, what recovers recordings, and what an init system and an administrator need.
 configure_file("${vtrdc_packaging}/systemd/vtrdc.service.in" packaging/vtrdc.service @ONLY)
+configure_file("${vtrdc_packaging}/systemd/vtrdc-recover.service.in" packaging/vtrdc-recover.service @ONLY)
 configure_file("${vtrdc_packaging}/systemd/vtrdc.tmpfiles.in" packaging/vtrdc.tmpfiles @ONLY)
 install(TARGETS vtrdc DESTINATION "${CMAKE_INSTALL_SBINDIR}" COMPONENT daemon)
-if(TARGET vtrdcctl)
-  install(TARGETS vtrdcctl DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT daemon)
+if(VTRDC_BUILD_CLIENT)
+  install(TARGETS vtrdcctl vtrdc-recover DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT daemon)
+  install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc-recover.service"
+    DESTINATION "${VTRDC_SYSTEMD_UNIT_DIR}" COMPONENT daemon)
 endif()
-install(FILES "${vtrdc_packaging}/man/vtrdcctl.1"
+install(FILES "${vtrdc_packaging}/man/vtrdcctl.1" "${vtrdc_packaging}/man/vtrdc-recover.1"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT daemon)
 install(FILES "${vtrdc_packaging}/man/vtrdc.conf.5"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man5" COMPONENT daemon)
 install(FILES "${vtrdc_packaging}/man/vtrdc.8"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man8" COMPONENT daemon)
-install(FILES "${vtrdc_packaging}/bash-completion/vtrdcctl"
+install(FILES "${vtrdc_packaging}/bash-completion/vtrdcctl" "${vtrdc_packaging}/bash-completion/vtrdc-recover"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT daemon)
 # Twice: one for people, and one that becomes the sight's own at first, where documentation is left out.
 install(FILES "${vtrdc_packaging}/vtrdc.conf.example"

@@ -18,7 +18,7 @@ EXTRA_OECMAKE = " \
     -DVTRDC_SYSTEMD_UNIT_DIR=${systemd_system_unitdir} \
 "
 
-SYSTEMD_SERVICE:${PN} = "vtrdc.service"
+SYSTEMD_SERVICE:${PN} = "vtrdc.service vtrdc-recover.service"
 
 # Whose members may use the command socket.
 USERADD_PACKAGES = "${PN}"

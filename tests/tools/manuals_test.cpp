@@ -1,4 +1,4 @@
-// The manuals of the daemon and of its settings, and the example, against the daemon itself.
+// The manuals and the example of the settings, against the programs themselves.
 #include "config/cfg.h"
 #include "support/process.h"
 #include "support/temp_folder.h"
@@ -9,6 +9,7 @@
 #include <sstream>
 
 using testing::ElementsAreArray;
+using testing::HasSubstr;
 using testing::SizeIs;
 
 namespace {
@@ -105,6 +106,23 @@ TEST(ManualsTest, OptionsAreThoseOfTheHelp) {
     const lines entries = option_entries(run({VTRDC, "-h"}).output);
     EXPECT_THAT(entries, SizeIs(7));
     EXPECT_THAT(described, ElementsAreArray(entries));
+}
+
+TEST(ManualsTest, RecoveryToolsManualHasTheOptionsOfItsHelp) {
+    const std::regex row{R"(  (-\w),(--\S+) +(\S.*))"};
+    const std::string manual = read_text(VTRDC_MANUALS "/vtrdc-recover.1");
+    int options = 0;
+    for (const std::string& line :
+         lines_where(run({VTRDC_RECOVER, "--help"}).output, [](const auto&) { return true; })) {
+        std::smatch part;
+        if (std::regex_match(line, part, row)) {
+            ++options;
+            EXPECT_THAT(manual, HasSubstr(".TP\n" +
+                                          escaped(".BR " + part.str(1) + " \", \" " + part.str(2)) +
+                                          "\n" + part.str(3)));
+        }
+    }
+    EXPECT_EQ(options, 3);
 }
 
 } // namespace

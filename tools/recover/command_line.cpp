@@ -11,15 +11,15 @@ void describe(CLI::App& parser, command_line& line) {
         "Makes recordings play that were never completed: the sight lost its power, or its "
         "daemon was killed.");
     parser.footer("Exit status: 0 all done, also when there was nothing to do; 1 some recordings "
-                  "could not be recovered;\n2 wrong usage.");
+                  "could not be\nrecovered; 2 wrong usage. vtrdc-recover(1) says what comes back.");
     parser.set_version_flag("--version", VTRDC_VERSION);
     parser.add_flag("-n,--dry-run", line.is_dry_run, "Say what could be recovered, change nothing");
     parser.add_flag("-j,--json", line.is_json, "Write a JSON object for each recording");
     parser
-        .add_option("paths", line.paths,
+        .add_option("FOLDER|FILE", line.paths,
                     std::string{"Folders with recordings, or recordings; by default "} +
                         DEFAULT_FOLDER)
-        ->option_text("FOLDER|FILE ...");
+        ->option_text(" ");
 }
 
 } // namespace
