@@ -23,15 +23,15 @@ export async function openBrowser() {
 }
 
 /**
- * Holds the responses to a page's requests back, but no other messages. To be called before the page is
- * opened; gives the function that releases them, those to come as well.
+ * Holds the server's messages back of which `isHeld` is true. To be called before the page is opened; gives
+ * the function that releases them, those to come as well.
  */
-export async function holdResponses(page) {
+export async function holdMessages(page, isHeld) {
     let kept = [];
     await page.routeWebSocket(/\/events$/, (socket) => {
         const server = socket.connectToServer();
         server.onMessage((text) => {
-            if (kept !== null && JSON.parse(text).type === 'response') {
+            if (kept !== null && isHeld(JSON.parse(text))) {
                 kept.push(() => socket.send(text));
             } else {
                 socket.send(text);

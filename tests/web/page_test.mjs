@@ -4,7 +4,7 @@ import { after, afterEach, before, test } from 'node:test';
 import { appendFileSync, existsSync, mkdirSync, readlinkSync, renameSync, rmdirSync, writeFileSync } from 'node:fs';
 import { SimulatedBoard, until } from './board.mjs';
 import {
-    difference, hindrances, holdResponses, newPage, openPage, openBrowser, pictureWhen, takePicture,
+    difference, hindrances, holdMessages, newPage, openPage, openBrowser, pictureWhen, takePicture,
 } from './browser.mjs';
 import { differencesFromDocument } from './protocol.mjs';
 
@@ -176,7 +176,7 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
 
 test('a switch does what was wanted last, though the responses are late', async () => {
     const other = await newPage(browser, complaints);
-    const letGo = await holdResponses(other);
+    const letGo = await holdMessages(other, ({ type }) => type === 'response');
     await openPage(other, board);
     const fault = other.getByRole('switch', { name: 'Thermal core fails' });
     await fault.evaluate((node) => {
@@ -235,6 +235,23 @@ test('the footage that was chosen last is shown', async () => {
     await until('the last is shown', () => readlinkSync(board.at('dev/video0')) === '../footage/f5.avi');
     assert.equal(await choice.inputValue(), 'f5.avi');
     await choice.selectOption('pedestrians.avi');
+});
+
+test('footage that was chosen stays the choice, though the list that says so is late', async () => {
+    const other = await newPage(browser, complaints);
+    await holdMessages(other, ({ chosen }) => chosen === 'drawn-scene');
+    await openPage(other, board);
+    const choice = other.getByRole('combobox', { name: 'Footage' });
+    await choice.selectOption('drawn-scene');
+    await choice.and(other.locator('[aria-busy]')).waitFor({ state: 'detached' });
+    const cable = other.getByRole('switch', { name: 'Monitor cable' });
+    for (const state of ['plugged', 'none']) { // of which each state that comes tells
+        await cable.click();
+        await other.locator('#lamp-monitor', { hasText: state }).waitFor();
+        assert.equal(await choice.inputValue(), 'drawn-scene');
+    }
+    await choice.selectOption('pedestrians.avi');
+    await other.context().close();
 });
 
 test('a luminance that is only stored is told of', async () => {

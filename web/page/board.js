@@ -44,6 +44,12 @@ function footage(server) {
             show();
         }
     });
+    // The list with it comes later than the response; a state between them must not show the one before.
+    server.on('response', ({ message, ok }) => {
+        if (ok && message.request === 'footage') {
+            chosen = message.name;
+        }
+    });
     follow(server, select, show);
     byId('footage').append(
         el('div', { className: 'control' }, select),
