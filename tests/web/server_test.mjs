@@ -1,7 +1,7 @@
 // The server of the page as whoever wants in from outside sees it.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { appendFileSync, chmodSync, existsSync, mkdirSync, readFileSync, readdirSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
+import { appendFileSync, chmodSync, closeSync, existsSync, mkdirSync, openSync, readFileSync, readdirSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
 import { Agent, get, request } from 'node:http';
 import { connect } from 'node:net';
 import { SimulatedBoard, until } from './board.mjs';
@@ -180,6 +180,18 @@ test('a recording that is cut short while it is sent ends the connection, and no
         });
     }), { code: 'ECONNRESET' });
     assert.equal((await ask('/')).status, 200);
+});
+
+test('a recording can not be played while it is written to', async () => {
+    const file = openSync(board.at('media/video/new.mp4'), 'w');
+    const client = await WebSocketClient.open(board, '/events');
+    const isGrowing = () => client.messages.filter(({ type }) => type === 'media').at(-1)
+        ?.recordings.find(({ name }) => name === 'new.mp4')?.growing;
+    await until('it is listed', () => isGrowing() !== undefined);
+    assert.equal(isGrowing(), true);
+    closeSync(file);
+    await until('it can be played', () => isGrowing() === false);
+    client.close();
 });
 
 test('a media folder that is the board itself is served as well', async () => {

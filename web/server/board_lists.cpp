@@ -1,9 +1,13 @@
 // What the page lists: recordings and snapshots, and the footage that the camera can be shown.
 #include "board_lists.h"
 
+#include "util/fd_owned.h"
 #include "util/glib_owned.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <utility>
 
@@ -22,6 +26,14 @@ constexpr const char* UNPLUGGED_CAMERA = "video0.unplugged";
 std::string url_of(const char* kind, const std::string& name) {
     const g_text escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
     return std::string("/media/") + kind + "/" + escaped.get();
+}
+
+// The kernel grants a lease for reading only where nobody can write. It lasts as long as the
+// descriptor; its signal, when somebody opens the file meanwhile, is one that is ignored.
+bool is_being_written(const std::string& path) {
+    const fd_owned file{open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)};
+    return file && fcntl(file.get(), F_SETSIG, SIGURG) == 0 &&
+           fcntl(file.get(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
 }
 
 nlohmann::json entries(const std::vector<board_file>& files, const char* kind) {
@@ -59,12 +71,6 @@ void board_lists::shut() {
     soon_.stop();
 }
 
-void board_lists::take_recording(bool is_recording) {
-    if (std::exchange(is_recording_, is_recording) != is_recording && watch_) {
-        look();
-    }
-}
-
 void board_lists::look() {
     const auto tell = [this](nlohmann::json& list, nlohmann::json now) {
         if (list != now) {
@@ -77,10 +83,10 @@ void board_lists::look() {
 }
 
 nlohmann::json board_lists::list_media() const {
-    nlohmann::json recordings =
-        entries(board_folder::files_in(board_.media_folder() + "/video"), "video");
+    const std::string folder = board_.media_folder() + "/video";
+    nlohmann::json recordings = entries(board_folder::files_in(folder), "video");
     for (nlohmann::json& each : recordings) {
-        each["growing"] = is_recording_ && &each == &recordings.front();
+        each["growing"] = is_being_written(folder + "/" + each["name"].get<std::string>());
     }
     return {
         {"type", "media"},

@@ -22,9 +22,6 @@ public:
     void open();
     void shut();
 
-    // While a recording runs, the latest file can't be played.
-    void take_recording(bool is_recording);
-
     // As messages of the page's protocol.
     [[nodiscard]] const nlohmann::json& media() const { return media_; }
     [[nodiscard]] const nlohmann::json& footage() const { return footage_; }
@@ -36,7 +33,6 @@ private:
 
     const board_folder& board_;
     const std::function<void(const nlohmann::json&)> on_change_;
-    bool is_recording_ = false;
     nlohmann::json media_;
     nlohmann::json footage_;
     std::optional<file_watch> watch_;

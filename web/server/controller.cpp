@@ -108,16 +108,11 @@ log_tail::listeners controller::log_listeners() {
             .on_line = [this](std::string_view line) { take_line(facts_, line); },
             .on_news =
                 [this](bool is_fresh, const std::deque<std::string>& lines) {
-                    take_facts();
+                    state_.take_facts(facts_);
                     if (clients_.has_clients()) {
                         clients_.broadcast(log_message(is_fresh, lines));
                     }
                 }};
-}
-
-void controller::take_facts() {
-    state_.take_facts(facts_);
-    lists_.take_recording(facts_ && facts_->recording);
 }
 
 } // namespace web

@@ -40,7 +40,6 @@ private:
     [[nodiscard]] std::vector<nlohmann::json> greeting() const;
     void follow_board(bool has_clients);
     [[nodiscard]] log_tail::listeners log_listeners();
-    void take_facts();
 
     const board_folder board_;
     const std::string start_;
