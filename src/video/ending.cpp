@@ -53,17 +53,28 @@ void resume_when_paused(GstElement* pipeline) {
     }
 }
 
+element_vector sources_with_end_signal(GstElement* pipeline) {
+    element_vector sources = children_of(pipeline);
+    std::erase_if(sources, std::not_fn(takes_end_signal));
+    return sources;
+}
+
 // An event that is sent to a source waits for its streaming thread, which may be stuck further
 // down; the signal of an inter-pipe source doesn't.
 void end_sources(GstElement* pipeline) {
-    element_vector sources = children_of(pipeline);
-    std::erase_if(sources, std::not_fn(takes_end_signal));
+    element_vector sources = sources_with_end_signal(pipeline);
     if (sources.empty()) {
         gst_element_send_event(pipeline, gst_event_new_eos());
     }
     std::erase_if(sources, std::not_fn(refuses_end));
     resume_when_paused(pipeline);
     std::ranges::for_each(sources, refuses_end);
+}
+
+// None when the name is null.
+gst_owned<GstElement> element_in(GstElement* pipeline, const char* name) {
+    return gst_owned<GstElement>{name == nullptr ? nullptr
+                                                 : gst_bin_get_by_name(GST_BIN(pipeline), name)};
 }
 
 // Runs on GStreamer's clock thread and so only speaks through the bus, as streaming threads do.
@@ -137,13 +148,18 @@ gst_owned<GstClock> system_clock() {
 }
 
 void end_of_stream_send(GstElement* pipeline, const char* end_element) {
-    const gst_owned<GstElement> inside{
-        end_element == nullptr ? nullptr : gst_bin_get_by_name(GST_BIN(pipeline), end_element)};
+    const gst_owned<GstElement> inside = element_in(pipeline, end_element);
     if (inside) {
         gst_element_send_event(inside.get(), gst_event_new_eos());
         resume_when_paused(pipeline);
     } else {
         end_sources(pipeline);
+    }
+}
+
+void end_of_stream_repeat(GstElement* pipeline, const char* end_element) {
+    if (!element_in(pipeline, end_element)) {
+        std::ranges::for_each(sources_with_end_signal(pipeline), refuses_end);
     }
 }
 

@@ -14,6 +14,10 @@
 // sources, and resumes the pipeline if it is paused: it would keep the event forever.
 void end_of_stream_send(GstElement* pipeline, const char* end_element);
 
+// Asks inter-pipe sources again, to be called while the pipeline doesn't end: from GStreamer 1.24
+// on they may refuse until some time after a pause. No harm to those that didn't.
+void end_of_stream_repeat(GstElement* pipeline, const char* end_element);
+
 // The system clock's time after that wait.
 [[nodiscard]] GstClockTime clock_time_in(GstClockTime wait);
 

@@ -141,6 +141,12 @@ void force_end_of_standing_recording(const pipe_row& row) {
     }
 }
 
+void ask_again(const pipe_row& row) {
+    if (is_ending(row.number)) {
+        end_of_stream_repeat(pipe_pipeline(row.number), row.end_element);
+    }
+}
+
 void tell_forced_end(const pipe_row& row) {
     const char* const file = row.records ? record_file_name() : nullptr;
     if (file != nullptr) {
@@ -337,6 +343,7 @@ int gstvideo_is_playing(int pipe) {
 }
 
 void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle)) {
+    std::ranges::for_each(pipe_rows(), ask_again);
     std::ranges::for_each(pipe_rows(), force_end_of_standing_recording);
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
         while (is_ending(pipe) && gst_bus_have_pending(bus_of(pipe)) != FALSE) {

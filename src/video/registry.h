@@ -71,9 +71,9 @@ void gstvideo_stop_all_pipes();
 // True for a pipe that was asked to end and has not ended yet.
 [[nodiscard]] bool is_ending(int pipe);
 
-// Handles what is pending on the buses of pipes that were asked to end, also of those whose bus
-// could not be registered, and calls `ended` with the bus of each that ends by it. To be called
-// once a second.
+// Asks pipes that were asked to end once more, where their sources may have refused. Handles what
+// is pending on their buses, also on those that could not be registered, and calls `ended` with the
+// bus of each that ends by it. To be called once a second.
 void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle));
 
 // Releases GStreamer.

@@ -130,17 +130,21 @@ TEST_F(InterpipeQueueTest, IdleListenerEndsWhateverIsDownstream) {
     }
 }
 
-// Some versions of appsrc take no end while they are paused.
+// Some versions of appsrc take no end while they are paused, or for a moment after that.
 TEST_F(InterpipeQueueTest, PausedListenerEndsOnceItPlaysAndRunsAgainAfterwards) {
     producer from{"restarted"};
     from.open();
     listener to{"restarted"};
     to.play();
     gst_element_set_state(to.get(), GST_STATE_PAUSED);
-    const bool is_refused = to.end_by_signal() != GST_FLOW_OK;
+    static_cast<void>(to.end_by_signal());
     to.play();
-    EXPECT_TRUE(!is_refused || to.end_by_signal() == GST_FLOW_OK);
-    ASSERT_TRUE(to.wait_for(GST_MESSAGE_EOS));
+    gst_owned<GstMessage> end;
+    for (int times = 0; times < 100 && !end; ++times) {
+        static_cast<void>(to.end_by_signal());
+        end = to.wait_for(GST_MESSAGE_EOS, 100 * GST_MSECOND);
+    }
+    ASSERT_TRUE(end);
     to.stop();
     to.play();
     from.push({.value = 4});

@@ -30,9 +30,11 @@ protected:
 
     // A pipe with one endless source and one sink.
     static int start(const char* sink_name = "sink") {
+        return start(gst_element_factory_make("fakesrc", "source"), sink_name);
+    }
+    static int start(GstElement* source, const char* sink_name) {
         const int fd = create_pipeline(PIPE_HTTP_STREAM);
         GstElement* const pipeline = pipe_pipeline(PIPE_HTTP_STREAM);
-        GstElement* const source = gst_element_factory_make("fakesrc", "source");
         GstElement* const sink = gst_element_factory_make("fakesink", sink_name);
         g_object_set(source, "is-live", TRUE, "do-timestamp", TRUE, "format", GST_FORMAT_TIME,
                      nullptr);
@@ -104,6 +106,44 @@ TEST_F(RegistryTest, EndOfAPipeWithoutARegisteredBusIsSeenAtTheTick) {
         gstvideo_handle_ending_pipes([](bus_handle handle) { ended = handle.pipe; });
     }
     EXPECT_EQ(ended, PIPE_HTTP_STREAM);
+}
+
+int refusals = 0;
+
+GstFlowReturn refuse_first(GstElement* source) {
+    GstFlowReturn result = GST_FLOW_FLUSHING;
+    if (refusals > 0) {
+        --refusals;
+    } else {
+        g_signal_chain_from_overridden_handler(source, &result);
+    }
+    return result;
+}
+
+// An appsrc that refuses its end that many times, as those of GStreamer 1.24 do after a pause.
+GstElement* make_refusing_source(int times) {
+    const gst_owned<GstElement> plain = own_floating(gst_element_factory_make("appsrc", nullptr));
+    GTypeQuery sizes{};
+    g_type_query(G_OBJECT_TYPE(plain.get()), &sizes);
+    static const GType type = g_type_register_static_simple(
+        sizes.type, "RefusingSource", sizes.class_size,
+        [](gpointer klass, gpointer) {
+            g_signal_override_class_handler("end-of-stream", G_TYPE_FROM_CLASS(klass),
+                                            G_CALLBACK(refuse_first));
+        },
+        sizes.instance_size, nullptr, G_TYPE_FLAG_NONE);
+    refusals = times;
+    return GST_ELEMENT(g_object_new(type, nullptr));
+}
+
+TEST_F(RegistryTest, SourceThatRefusesItsEndIsAskedAgainAtTheTick) {
+    constexpr int when_stopped = 2; // before and after it is resumed
+    ASSERT_GT(start(make_refusing_source(when_stopped), "sink"), 0);
+    gstvideo_stop_pipe(PIPE_HTTP_STREAM);
+    ASSERT_EQ(refusals, 0);
+    gstvideo_handle_ending_pipes([](bus_handle) {});
+    EXPECT_TRUE(is_created(PIPE_HTTP_STREAM) == 0 || run_until_ended(PIPE_HTTP_STREAM));
+    EXPECT_THAT(log(), testing::Not(HasSubstr("by force")));
 }
 
 TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
