@@ -5,11 +5,27 @@ include(GNUInstallDirs)
 set(VTRDC_SYSTEMD_UNIT_DIR "lib/systemd/system" CACHE STRING "Folder of systemd's units")
 
 set(vtrdc_packaging "${PROJECT_SOURCE_DIR}/packaging")
+# Programs that only the units run.
+set(vtrdc_libexec "${CMAKE_INSTALL_FULL_LIBEXECDIR}/vtrdc")
 
 # The daemon, its client, what recovers recordings, and what an init system and an administrator need.
-configure_file("${vtrdc_packaging}/systemd/vtrdc.service.in" packaging/vtrdc.service @ONLY)
-configure_file("${vtrdc_packaging}/systemd/vtrdc-recover.service.in" packaging/vtrdc-recover.service @ONLY)
-configure_file("${vtrdc_packaging}/systemd/vtrdc.tmpfiles.in" packaging/vtrdc.tmpfiles @ONLY)
+set(vtrdc_units vtrdc.service vtrdc-settings.path vtrdc-settings.service)
+foreach(file IN LISTS vtrdc_units ITEMS vtrdc-recover.service vtrdc.tmpfiles)
+  configure_file("${vtrdc_packaging}/systemd/${file}.in" "packaging/${file}" @ONLY)
+endforeach()
+
+# What the daemon writes, as the program that keeps a copy of its settings knows it.
+set(vtrdc_settings_list "${PROJECT_SOURCE_DIR}/src/config/settings_list.inc")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${vtrdc_settings_list}")
+file(READ "${vtrdc_settings_list}" vtrdc_rows)
+string(REGEX MATCHALL "VTRDC_SETTING\\([a-z_]+, [^,]+, [^,]+," vtrdc_rows "${vtrdc_rows}")
+string(REGEX REPLACE "VTRDC_SETTING\\(([a-z_]+), const char\\*, \"([^\"]*)\"," "\\1 text \\2"
+  vtrdc_rows "${vtrdc_rows}")
+string(REGEX REPLACE "VTRDC_SETTING\\(([a-z_]+), std::int32_t, [^,]*," "\\1 integer" vtrdc_rows "${vtrdc_rows}")
+string(REGEX REPLACE "VTRDC_SETTING\\(([a-z_]+), double, [^,]*," "\\1 number" vtrdc_rows "${vtrdc_rows}")
+string(REPLACE ";" "\n" VTRDC_SETTINGS_ROWS "${vtrdc_rows}")
+configure_file("${vtrdc_packaging}/settings/settings-copy.in" packaging/settings-copy @ONLY)
+
 install(TARGETS vtrdc DESTINATION "${CMAKE_INSTALL_SBINDIR}" COMPONENT daemon)
 if(VTRDC_BUILD_CLIENT)
   install(TARGETS vtrdcctl vtrdc-recover DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT daemon)
@@ -29,8 +45,10 @@ install(FILES "${vtrdc_packaging}/vtrdc.conf.example"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" RENAME vtrdc.conf COMPONENT daemon)
 install(FILES "${vtrdc_packaging}/vtrdc.conf.example"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/vtrdc" RENAME vtrdc.conf COMPONENT daemon)
-install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc.service"
-  DESTINATION "${VTRDC_SYSTEMD_UNIT_DIR}" COMPONENT daemon)
+list(TRANSFORM vtrdc_units PREPEND "${PROJECT_BINARY_DIR}/packaging/")
+install(FILES ${vtrdc_units} DESTINATION "${VTRDC_SYSTEMD_UNIT_DIR}" COMPONENT daemon)
+install(PROGRAMS "${PROJECT_BINARY_DIR}/packaging/settings-copy"
+  DESTINATION "${vtrdc_libexec}" COMPONENT daemon)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc.tmpfiles"
   DESTINATION lib/tmpfiles.d RENAME vtrdc.conf COMPONENT daemon)
 install(FILES "${vtrdc_packaging}/systemd/vtrdc.sysusers"

@@ -26,7 +26,8 @@ GROUPADD_PARAM:${PN} = "-r vtrdc"
 
 PACKAGES =+ "${PN}-bash-completion"
 FILES:${PN}-bash-completion = "${datadir}/bash-completion"
-FILES:${PN} += "${nonarch_libdir}/tmpfiles.d ${nonarch_libdir}/sysusers.d ${datadir}/vtrdc"
+FILES:${PN} += "${nonarch_libdir}/tmpfiles.d ${nonarch_libdir}/sysusers.d ${datadir}/vtrdc ${libexecdir}/vtrdc \
+    ${systemd_system_unitdir}"
 
 # Loaded at run time: elements that the pipes use, beside the board's own, and the sound mixer's tool. What
 # makes pictures from hardware, scene and thermal core come with the board's layer.
