@@ -47,7 +47,7 @@ install(FILES "${vtrdc_packaging}/vtrdc.conf.example"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/vtrdc" RENAME vtrdc.conf COMPONENT daemon)
 list(TRANSFORM vtrdc_units PREPEND "${PROJECT_BINARY_DIR}/packaging/")
 install(FILES ${vtrdc_units} DESTINATION "${VTRDC_SYSTEMD_UNIT_DIR}" COMPONENT daemon)
-install(PROGRAMS "${PROJECT_BINARY_DIR}/packaging/settings-copy"
+install(PROGRAMS "${PROJECT_BINARY_DIR}/packaging/settings-copy" "${vtrdc_packaging}/systemd/later-restart"
   DESTINATION "${vtrdc_libexec}" COMPONENT daemon)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc.tmpfiles"
   DESTINATION lib/tmpfiles.d RENAME vtrdc.conf COMPONENT daemon)
