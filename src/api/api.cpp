@@ -12,7 +12,7 @@
 using namespace argument_rows;
 
 constexpr std::array<command_row, CMD_LIST_SIZE> cmd_list{{
-#define VTRDC_COMMAND(name, handler, takes, help) {name, handler, takes, help},
+#define VTRDC_COMMAND(name, handler, takes, gives, help) {name, handler, takes, help},
 #include "api/command_list.inc"
 #undef VTRDC_COMMAND
 }};

@@ -25,7 +25,7 @@ struct command_row {
 };
 
 inline constexpr std::initializer_list<const char*> command_names{
-#define VTRDC_COMMAND(name, handler, takes, help) name,
+#define VTRDC_COMMAND(name, handler, takes, gives, help) name,
 #include "api/command_list.inc"
 #undef VTRDC_COMMAND
 };

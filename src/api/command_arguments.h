@@ -1,4 +1,4 @@
-// What a command takes, as its row in command_list.inc says it.
+// What a command takes and gives, as its row in command_list.inc says it.
 #pragma once
 
 #include "config/settings.h"
@@ -11,9 +11,13 @@
 enum class argument_kind { flag, integer, number, text };
 
 struct argument_row {
+    const char* name = "";
     argument_kind kind = argument_kind::text;
     value_range range{}; // that makes sense; what happens outside is the command's affair
 };
+
+// What the data of the reply is when the command is done: none, an integer, or all settings.
+enum class answer_kind { nothing, number, settings };
 
 // Most arguments that a row can have.
 inline constexpr std::size_t ARGUMENT_ROWS_MAX = 3;
@@ -26,7 +30,7 @@ struct command_arguments {
     [[nodiscard]] constexpr bool is_list() const { return count > 1; }
 };
 
-// How the rows of command_list.inc write what they take.
+// How the rows of command_list.inc write what they take and give.
 namespace argument_rows {
 
 template <class... Rows> consteval command_arguments takes(Rows... rows) {
@@ -34,11 +38,14 @@ template <class... Rows> consteval command_arguments takes(Rows... rows) {
     return {.rows = {rows...}, .count = sizeof...(rows)};
 }
 
-inline constexpr argument_row FLAG{argument_kind::flag, setting_ranges::OFF_OR_ON};
-inline constexpr argument_row INTEGER{argument_kind::integer, {}};
-inline constexpr argument_row PIPE_NUMBER{argument_kind::integer,
-                                          setting_ranges::from_to(0, PIPE_COUNT - 1)};
-inline constexpr argument_row TEXT{argument_kind::text, {}};
+inline constexpr argument_row FLAG{"on", argument_kind::flag, setting_ranges::OFF_OR_ON};
+inline constexpr argument_row PIPE{"pipe", argument_kind::integer,
+                                   setting_ranges::from_to(0, PIPE_COUNT - 1)};
+inline constexpr argument_row ANY_PIPE{"pipe", argument_kind::integer, {}};
+
+consteval argument_row text(const char* name) {
+    return {name, argument_kind::text, {}};
+}
 
 consteval argument_kind kind_of(std::int32_t settings::* /*field*/) {
     return argument_kind::integer;
@@ -52,9 +59,13 @@ consteval argument_kind kind_of(const char* settings::* /*field*/) {
     return argument_kind::text;
 }
 
-// A value of that setting.
+// A value of that setting, by its key.
 consteval argument_row value_of(auto field) {
-    return {kind_of(field), range_of(field)};
+    return {row_of(field).key, kind_of(field), row_of(field).range};
 }
+
+inline constexpr answer_kind NOTHING = answer_kind::nothing;
+inline constexpr answer_kind NUMBER = answer_kind::number;
+inline constexpr answer_kind SETTINGS = answer_kind::settings;
 
 } // namespace argument_rows

@@ -4,7 +4,7 @@
 
 #include "api/api.h"
 
-#define VTRDC_COMMAND(name, handler, takes, help)                                                  \
+#define VTRDC_COMMAND(name, handler, takes, gives, help)                                           \
     int handler(request_arguments arguments, malloc_text& reply);
 #include "api/command_list.inc"
 #undef VTRDC_COMMAND

@@ -77,11 +77,16 @@ constexpr auto make_parse_table() {
 inline constexpr auto parse_table = setting_ranges::make_parse_table();
 inline constexpr std::size_t parse_table_size = parse_table.size();
 
-// The range of the setting that the field holds. A field without a row doesn't compile.
-[[nodiscard]] consteval value_range range_of(settings_field field) {
+// The row of the setting that the field holds. A field without a row doesn't compile.
+[[nodiscard]] consteval parse_row row_of(settings_field field) {
     std::size_t row = 0;
     while (parse_table.at(row).field != field) {
         ++row;
     }
-    return parse_table.at(row).range;
+    return parse_table.at(row);
+}
+
+// Its range.
+[[nodiscard]] consteval value_range range_of(settings_field field) {
+    return row_of(field).range;
 }

@@ -1,13 +1,16 @@
 // vtrdcctl as its users run it: answers, exit statuses, scripts, completion.
 #include "scripted_server.h"
 #include "support/daemon.h"
+#include "vtrdcctl/requests.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <sstream>
+#include <tuple>
 
 using testing::AllOf;
+using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::Gt;
 using testing::HasSubstr;
@@ -74,7 +77,7 @@ TEST_F(VtrdcctlTest, WithoutADaemonNoAnswer) {
     const scripted_server mute{socket_, {}};
     const result ended = ctl({"--timeout", "0.1", "get_lum"});
     EXPECT_EQ(ended.status, 2);
-    EXPECT_EQ(ended.errors, "vtrdcctl: no reply: time-out\n");
+    EXPECT_EQ(ended.errors, "vtrdcctl: get_lum: no reply: time-out\n");
 }
 
 // The first word of a connection that is closed without one, or that brings something else.
@@ -86,20 +89,79 @@ TEST_F(VtrdcctlTest, ClosedConnectionOrStrangerIsNoAnswer) {
     }
 }
 
-TEST_F(VtrdcctlTest, JsonKeepsEveryText) {
+TEST_F(VtrdcctlTest, JsonIsTyped) {
     scripted_server server{socket_,
                            {"r:get_lum:s:2", "r:set_lum:n:", "e:set_origin:s:say \"x\"\n\x01:\xff",
-                            "e:set_lum:n:", "r:print_config:s:"}};
+                            "e:set_lum:n:",
+                            "r:print_config:s:luminance=2\norigin_x=5.5\nnew=1\n"
+                            "media_path=/a=b\nreticle=x\n"}};
     const result ended = ctl({"--json", "--keep-going", "-"},
-                             "get_lum\nset_lum 1\nset_origin 1 2\nset_lum 9\nprint_config\n");
+                             "get_lum\nset_lum 1\nset_origin 1 2\nset_lum 9\nset_lum on\n"
+                             "print_config\n\"get_lum\n");
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.errors, "");
-    EXPECT_EQ(ended.output, "{\"command\":\"get_lum\",\"ok\":true,\"answer\":\"2\"}\n"
-                            "{\"command\":\"set_lum\",\"ok\":true,\"answer\":null}\n"
-                            "{\"command\":\"set_origin\",\"ok\":false,"
-                            "\"answer\":\"say \\\"x\\\"\\n\\u0001:\xef\xbf\xbd\"}\n"
-                            "{\"command\":\"set_lum\",\"ok\":false,\"answer\":null}\n"
-                            "{\"command\":\"print_config\",\"ok\":true,\"answer\":\"\"}\n");
+    const std::string failed = R"("ok":false,"answer":null,"error":{"kind":)";
+    EXPECT_EQ(ended.output,
+              R"({"command":"get_lum","ok":true,"answer":2})"
+              "\n"
+              R"({"command":"set_lum","ok":true,"answer":null})"
+              "\n"
+              R"({"command":"set_origin",)" +
+                  failed + R"("refused","text":"line 3: say \"x\"\n\u0001:)" +
+                  "\xef\xbf\xbd\"}}\n"
+                  R"({"command":"set_lum",)" +
+                  failed +
+                  R"("refused","text":"line 4: takes 0 to 3, not 9"}})"
+                  "\n"
+                  R"({"command":"set_lum",)" +
+                  failed +
+                  R"("usage","text":"line 5: takes 0 to 3, not \"on\""}})"
+                  "\n"
+                  R"({"command":"print_config","ok":true,"answer":{"luminance":2,"origin_x":5.5,)"
+                  R"("new":"1","media_path":"/a=b","reticle":"x"}})"
+                  "\n"
+                  R"({"command":null,)" +
+                  failed +
+                  R"("usage","text":"line 7: quotes that are not closed"}})"
+                  "\n");
+}
+
+TEST_F(VtrdcctlTest, JsonHasEveryFailure) {
+    const std::pair<words, const char*> cases[] = {
+        {{"get_lum", "--json"}, R"("get_lum".*"no_answer","text":"can't connect to .*")"},
+        {{"--json", "set_lum", "1", "2"}, R"("set_lum".*"usage","text":"one argument too many)"},
+        {{"--jsn", "get_lum", "-j"},
+         R"(null.*"usage","text":"no such option: --jsn; did you mean)"},
+        {{"--json", "--timeout", "x", "get_lum"}, R"(null.*"usage")"},
+        {{"--json", "recrod"}, R"(null.*"usage")"},
+        {{"--json"}, R"(null.*"usage")"},
+    };
+    for (const auto& [arguments, text] : cases) {
+        const result ended = ctl(arguments);
+        EXPECT_THAT(ended.output, ContainsRegex(std::string{R"(^\{"command":)"} + text));
+        EXPECT_EQ(ended.errors, "");
+    }
+}
+
+TEST_F(VtrdcctlTest, RefusalsHaveTheirReasons) {
+    const std::tuple<words, const char*, const char*> cases[] = {
+        {{"set_reticle_opacity", "1.5"}, "", "takes 0 to 1, not 1.5"},
+        {{"set_nuc_type", "4"}, "", "takes 0 to 3, not 4"},
+        {{"set_nuc_type", "2"},
+         "",
+         "the thermal core refuses; the daemon's log has the tool's status"},
+        {{"enable_pip", "4"},
+         "",
+         "the thermal core refuses; the daemon's log has the tool's status"},
+        {{"enable_video", "1"}, "", "this sight's display can't be switched"},
+        {{"enable_qml", "1"}, "No.", "No."},
+    };
+    for (const auto& [arguments, reply, reason] : cases) {
+        const std::string kind = *reply == '\0' ? "n" : "s";
+        const scripted_server server{socket_, {"e:x:" + kind + ":" + reply}};
+        EXPECT_EQ(ctl(arguments).errors, "vtrdcctl: " + arguments.front() + ": " + reason + "\n");
+        std::filesystem::remove(socket_);
+    }
 }
 
 TEST_F(VtrdcctlTest, RetryAsksUntilItIsDone) {
@@ -126,7 +188,7 @@ TEST_F(VtrdcctlTest, ScriptStopsAtTheFirstFailure) {
     const result ended = ctl({"-"}, SCRIPT);
     EXPECT_EQ(ended.status, 64);
     EXPECT_EQ(ended.output, "2\n");
-    EXPECT_EQ(ended.errors, "vtrdcctl: line 5: set_lum: takes a number, not \"on\"\n");
+    EXPECT_EQ(ended.errors, "vtrdcctl: line 5: set_lum: takes 0 to 3, not \"on\"\n");
     EXPECT_THAT(server.requests(), ElementsAre("c:get_lum:n:"));
 }
 
@@ -207,10 +269,21 @@ TEST_F(VtrdcctlLiveTest, CommandsAreAnswered) {
     const result refused = ctl({"set_lum", "4"});
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.output, "");
-    EXPECT_EQ(refused.errors,
-              "vtrdcctl: set_lum: failed without a reason; the daemon's log may have one\n");
-    EXPECT_EQ(ctl({"set_origin", "1,2,3"}).errors,
-              "vtrdcctl: set_origin: Invalid argument count\n");
+    EXPECT_EQ(refused.errors, "vtrdcctl: set_lum: takes 0 to 3, not 4\n");
+    EXPECT_EQ(ctl({"set_qml_prop", "1,2"}).errors,
+              "vtrdcctl: set_qml_prop: Invalid argument count\n");
+}
+
+TEST_F(VtrdcctlLiveTest, RepliesGiveWhatTheRowsSay) {
+    for (const client_command& command : all_commands()) {
+        if (command.gives != answer_kind::nothing) {
+            const std::string name{command.name};
+            const bool is_number = command.gives == answer_kind::number;
+            EXPECT_THAT(ctl({"--json", name}).output,
+                        ContainsRegex(is_number ? R"("answer":-?[0-9]+\})" : R"("answer":\{")"))
+                << name;
+        }
+    }
 }
 
 TEST_F(VtrdcctlLiveTest, RecordingStartsWhileTheLastOneEnds) {

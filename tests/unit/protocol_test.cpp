@@ -103,14 +103,16 @@ std::string described(const command_arguments& taken) {
     if (taken.is_list()) {
         return joined("list: \\w+(, \\w+){", taken.count - 1, "}");
     }
-    const auto& [kind, range] = taken.rows.front();
+    const argument_kind kind = taken.rows.front().kind;
+    const value_range range = taken.rows.front().range;
     if (kind == argument_kind::flag) {
         return "flag";
     }
-    const char* const name = kind == argument_kind::integer ? "integer(: pipe number)?" : "number";
+    const char* const read_as =
+        kind == argument_kind::integer ? "integer(: pipe number)?" : "number";
     return std::isfinite(range.most)
-               ? joined(name, ", ", std::lround(range.least), " to ", std::lround(range.most))
-               : joined(name, ", .*");
+               ? joined(read_as, ", ", std::lround(range.least), " to ", std::lround(range.most))
+               : joined(read_as, ", .*");
 }
 
 TEST(ProtocolDocumentTest, TellsWhatEachCommandTakes) {

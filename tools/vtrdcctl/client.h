@@ -3,8 +3,8 @@
 
 #include "config/settings.h"
 #include "vtrdcctl/connection.h"
+#include "vtrdcctl/exit_status.h"
 #include "vtrdcctl/requests.h"
-#include "vtrdcctl/status.h"
 
 #include <chrono>
 #include <optional>
@@ -19,18 +19,18 @@ struct client_options {
     bool is_json = false;
 };
 
-// Writes a line about a failure to standard error.
-void complain(std::string_view subject, std::string_view problem);
-
 class client {
 public:
     // Connects with the first command.
     explicit client(client_options options) : options_{std::move(options)} {}
 
-    // Runs a command and writes the answer to standard output. The plain text of an error reply
-    // goes to standard error, with the subject before it. Fails as request_for and connection do.
+    [[nodiscard]] bool is_json() const { return options_.is_json; }
+
+    // Runs a command and writes the answer or the refusal; the place is where it was in a script.
+    // Fails as request_for and connection do.
     [[nodiscard]] exit_status run(const client_command& command,
-                                  std::span<const std::string> arguments, std::string_view subject);
+                                  std::span<const std::string> arguments,
+                                  std::string_view place = {});
 
 private:
     [[nodiscard]] reply ask(std::string_view request);

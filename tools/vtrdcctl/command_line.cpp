@@ -2,6 +2,8 @@
 #include "vtrdcctl/command_line.h"
 
 #include "api/help_legend.h"
+#include "vtrdcctl/nearest.h"
+#include "vtrdcctl/wording.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -13,17 +15,17 @@ constexpr double DAY_S = 86400.0;
 constexpr std::size_t HELP_COLUMN = 26;
 constexpr const char* STATUS_HELP =
     "\nExit status: 0 done, 1 error reply, 2 no daemon or no reply, "
-    "64 wrong usage, 74 answers not written.\n"
-    "The commands are described in the daemon's words; vtrdcctl(1) says where these mislead.";
+    "64 wrong usage, 74 answers not written.";
 
-std::string footer() {
+// What the marks in the commands' help mean.
+std::string legend() {
     std::string text;
     for (const char* const line : api_legend_arr) {
         text += line;
         text += '\n';
     }
     text.erase(0, text.find_first_not_of('\n')); // the parser leaves a line free
-    return text + STATUS_HELP;
+    return text;
 }
 
 void add_seconds(CLI::App& parser, const std::string& names, std::chrono::milliseconds& target,
@@ -48,7 +50,10 @@ void add_options(CLI::App& parser, command_line& line) {
     add_seconds(parser, "-t,--timeout", line.client.timeout, "How long to wait for a reply");
     add_seconds(parser, "-r,--retry", line.client.retry,
                 "How long to ask again while the reply is an error");
-    parser.add_flag("-j,--json", line.client.is_json, "Write each answer as a JSON object");
+    parser
+        .add_flag("-j,--json", line.client.is_json,
+                  "Write each answer as a JSON object, and each error")
+        ->trigger_on_parse(); // also for an error in the rest of the command line
     parser.add_flag("-k,--keep-going", line.keep_going,
                     "Go on after a failure in commands from standard input");
     parser
@@ -62,12 +67,14 @@ void add_options(CLI::App& parser, command_line& line) {
 
 // An option for each argument: one that takes several would make more of a word in brackets.
 void add_command(CLI::App& parser, const client_command& command) {
-    CLI::App* const entry =
-        parser.add_subcommand(std::string{command.name}, std::string{command.help});
+    CLI::App* const entry = parser.add_subcommand(std::string{command.name}, summary(command));
     entry->group("Commands")->fallthrough();
-    for (std::size_t i = 1; i <= command.takes.count; ++i) {
-        entry->add_option(argument_name(command, i))->group(""); // in the usage line only
+    for (std::size_t i = 0; i < command.takes.count; ++i) {
+        const argument_row& row = command.takes.rows.at(i);
+        entry->add_option(row.name)->description(accepted(row))->option_text(" ");
     }
+    const std::string more = details(command);
+    entry->footer(more + (more.empty() ? "" : "\n\n") + legend());
 }
 
 std::vector<std::string> words_of(const CLI::App& command) {
@@ -84,7 +91,7 @@ std::vector<std::string> words_of(const CLI::App& command) {
 void describe(CLI::App& parser, command_line& line) {
     parser.name("vtrdcctl");
     parser.description("Asks vtrdc, the daemon of the sight, to run a command.");
-    parser.footer(footer());
+    parser.footer(legend() + STATUS_HELP);
     parser.set_version_flag("--version", VTRDC_VERSION);
     parser.get_formatter()->column_width(HELP_COLUMN);
     parser.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -109,21 +116,43 @@ void parse(CLI::App& parser, command_line& line, int argc, const char* const* ar
     }
 }
 
+std::vector<std::string> names_of(const std::vector<CLI::App*>& commands) {
+    std::vector<std::string> names;
+    for (const CLI::App* const command : commands) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+// The error in words of the command line that nothing takes.
+usage_error explain_extras(CLI::App& parser, const std::vector<std::string>& extras) {
+    const std::string& word = extras.front();
+    if (word.size() > 1 && word.front() == '-') {
+        return usage_error{unknown("option", word, option_names())};
+    }
+    const std::vector<CLI::App*> given = parser.get_subcommands();
+    if (given.empty()) {
+        return usage_error{unknown("command", word, names_of(parser.get_subcommands({})))};
+    }
+    return usage_error{given.front()->get_name(), "one argument too many: \"" + word + "\""};
+}
+
 } // namespace
 
-std::optional<command_line> read_command_line(int argc, const char* const* argv) {
+bool read_command_line(int argc, const char* const* argv, command_line& line) {
     CLI::App parser;
-    command_line line;
     describe(parser, line);
     try {
         parse(parser, line, argc, argv);
     } catch (const CLI::Success& wish) {
         parser.exit(wish); // writes the help, or the version
-        return std::nullopt;
+        return false;
+    } catch (const CLI::ExtrasError&) {
+        throw explain_extras(parser, parser.remaining(true));
     } catch (const CLI::ParseError& error) {
         throw usage_error{error.what()};
     }
-    return line;
+    return true;
 }
 
 std::vector<std::string> option_names() {

@@ -3,7 +3,6 @@
 
 #include "vtrdcctl/client.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,9 +15,10 @@ struct command_line {
     std::vector<std::string> words;
 };
 
-// Reads the command line. None when it asked for help or the version, which are written then; a
-// usage_error when it can't be read, or does not ask for exactly one thing.
-[[nodiscard]] std::optional<command_line> read_command_line(int argc, const char* const* argv);
+// Reads the command line. False when it asked for help or the version, which are written then; a
+// usage_error when it can't be read, or does not ask for exactly one thing. What was read until
+// then is in the record.
+[[nodiscard]] bool read_command_line(int argc, const char* const* argv, command_line& line);
 
 // The options there are: "--socket" and the others, without their short names.
 [[nodiscard]] std::vector<std::string> option_names();

@@ -1,7 +1,7 @@
 // A connection to the daemon's command socket.
 #include "vtrdcctl/connection.h"
 
-#include "vtrdcctl/status.h"
+#include "vtrdcctl/exit_status.h"
 
 #include <algorithm>
 #include <array>

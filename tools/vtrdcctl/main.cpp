@@ -1,4 +1,5 @@
 // vtrdcctl, the command-line client of the daemon.
+#include "vtrdcctl/answers.h"
 #include "vtrdcctl/command_line.h"
 #include "vtrdcctl/completion.h"
 #include "vtrdcctl/script.h"
@@ -17,23 +18,24 @@ exit_status run(const command_line& line) {
     if (!line.script.empty()) {
         return run_script(client, std::cin, line.keep_going);
     }
-    const std::string& name = line.words.front();
-    return client.run(find_command(name), std::span{line.words}.subspan(1), name);
+    return client.run(find_command(line.words.front()), std::span{line.words}.subspan(1));
 }
 
-exit_status failed(const std::exception& error, exit_status status) {
-    std::cerr << "vtrdcctl: " << error.what() << '\n';
-    return status;
+exit_status failed(const command_line& line, const failure& what) {
+    write_failure(line.client.is_json, what);
+    return what.status;
 }
 
 exit_status run_command_line(int argc, const char* const* argv) {
+    command_line line;
     try {
-        const std::optional<command_line> line = read_command_line(argc, argv);
-        return line ? run(*line) : STATUS_DONE;
+        return read_command_line(argc, argv, line) ? run(line) : STATUS_DONE;
     } catch (const usage_error& error) {
-        return failed(error, STATUS_USAGE);
+        return failed(line, {STATUS_USAGE, error.command(), error.problem()});
     } catch (const no_answer& error) {
-        return failed(error, STATUS_NO_ANSWER);
+        const std::string_view command =
+            line.words.empty() ? "" : std::string_view{line.words.front()};
+        return failed(line, {STATUS_NO_ANSWER, command, error.what()});
     }
 }
 

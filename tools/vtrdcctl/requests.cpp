@@ -1,11 +1,16 @@
 // The daemon's commands as a client sees them, and requests made from words.
 #include "vtrdcctl/requests.h"
 
-#include "vtrdcctl/status.h"
+#include "vtrdcctl/command_notes.h"
+#include "vtrdcctl/exit_status.h"
+#include "vtrdcctl/nearest.h"
+#include "vtrdcctl/wording.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
+#include <vector>
 
 namespace {
 
@@ -21,45 +26,74 @@ constexpr std::string_view wording(std::string_view help) {
     return help.substr(help.find_first_not_of(", "));
 }
 
+constexpr command_note note_on(std::string_view name) {
+    const auto* const found = std::ranges::find(command_notes, name, &command_note::command);
+    return found == command_notes.end() ? command_note{name} : *found;
+}
+
+constexpr client_command describe(std::string_view name, const command_arguments& takes,
+                                  answer_kind gives, std::string_view help) {
+    const command_note note = note_on(name);
+    return {name,        takes,        gives,   note.help.empty() ? wording(help) : note.help,
+            note.remark, note.refusal, note.log};
+}
+
 constexpr auto commands = std::to_array<client_command>({
-#define VTRDC_COMMAND(name, handler, takes, help) {name, takes, wording(help)},
+#define VTRDC_COMMAND(name, handler, takes, gives, help) describe(name, takes, gives, help),
 #include "api/command_list.inc"
 #undef VTRDC_COMMAND
 });
 
-bool is_number(const std::string& text) {
+constexpr bool notes_are_on_commands() {
+    return std::ranges::all_of(command_notes, [](const command_note& note) {
+        return std::ranges::find(commands, note.command, &client_command::name) != commands.end();
+    });
+}
+static_assert(notes_are_on_commands());
+
+usage_error refusal(const client_command& command, const std::string& problem) {
+    return usage_error{command.name, problem};
+}
+
+bool is_finite_number(const std::string& text) {
     double value = 0.0;
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, value);
-    return rest == end && error != std::errc::invalid_argument;
+    return rest == end && error == std::errc{} && std::isfinite(value);
 }
 
-bool is_integer(std::string_view number) {
-    number.remove_prefix(number.starts_with('-') ? 1 : 0);
-    return number.find_first_not_of("0123456789") == std::string_view::npos;
+bool is_whole_number(std::string_view text) {
+    text.remove_prefix(text.starts_with('-') ? 1 : 0);
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-usage_error refusal(const client_command& command, const std::string& problem) {
-    return usage_error{std::string{command.name} + ": " + problem};
+bool is_of_kind(argument_kind kind, const std::string& text) {
+    return kind == argument_kind::text ||
+           (kind == argument_kind::number ? is_finite_number(text) : is_whole_number(text));
 }
 
-bool is_text(const client_command& command) {
-    return command.takes.rows.front().kind == argument_kind::text;
-}
-
-std::string number_data(const client_command& command, const std::string& argument) {
-    // To the daemon, a word such as "on" would be 0.
-    if (!is_number(argument)) {
-        throw refusal(command, "takes a number, not \"" + argument + "\"");
+// To the daemon, a word such as "on" would be 0, and "2.5" 2.
+void require_kinds(const client_command& command, std::span<const std::string> arguments) {
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const argument_row& row = command.takes.rows.at(i);
+        if (!is_of_kind(row.kind, arguments[i])) {
+            throw refusal(command, (command.takes.is_list() ? std::string{row.name} + " " : "") +
+                                       "takes " + accepted(row) + ", not \"" + arguments[i] + "\"");
+        }
     }
-    return (is_integer(argument) ? "i:" : "s:") + argument;
+}
+
+void require_count(const client_command& command, std::size_t given) {
+    const std::size_t count = command.takes.count;
+    if (given != count) {
+        throw refusal(command, "takes " + std::to_string(count) +
+                                   (count == 1 ? " argument, not " : " arguments, not ") +
+                                   std::to_string(given));
+    }
 }
 
 // A comma separates, unless a backslash stands before it or it begins an argument.
 std::string list_data(const client_command& command, std::span<const std::string> arguments) {
-    if (arguments.size() == 1) {
-        return "l:" + arguments.front();
-    }
     std::string data = "l:";
     for (const std::string& argument : arguments) {
         const bool is_last = &argument == &arguments.back();
@@ -74,21 +108,44 @@ std::string list_data(const client_command& command, std::span<const std::string
     return data;
 }
 
-std::string data_for(const client_command& command, std::span<const std::string> arguments) {
-    const std::size_t count = command.takes.count;
-    const bool is_ready_list = command.takes.is_list() && arguments.size() == 1;
-    if (arguments.size() != count && !is_ready_list) {
-        throw refusal(command, "takes " + std::to_string(count) +
-                                   (count == 1 ? " argument, not " : " arguments, not ") +
-                                   std::to_string(arguments.size()));
+std::string single_data(const client_command& command, const std::string& argument) {
+    const bool is_integer =
+        command.takes.rows.front().kind != argument_kind::text && is_whole_number(argument);
+    return (is_integer ? "i:" : "s:") + argument;
+}
+
+std::vector<std::string> split_at_commas(const std::string& list) {
+    std::vector<std::string> parts(1);
+    for (const char character : list) {
+        if (character == ',') {
+            parts.emplace_back();
+        } else {
+            parts.back() += character;
+        }
     }
-    if (count == 0) {
+    return parts;
+}
+
+bool is_of_texts(const client_command& command) {
+    return command.takes.rows.front().kind == argument_kind::text;
+}
+
+std::string data_of_words(const client_command& command, std::span<const std::string> arguments) {
+    require_count(command, arguments.size());
+    require_kinds(command, arguments);
+    if (command.takes.count == 0) {
         return "n:";
     }
-    if (command.takes.is_list()) {
-        return list_data(command, arguments);
+    return command.takes.is_list() ? list_data(command, arguments)
+                                   : single_data(command, arguments.front());
+}
+
+std::string data_for(const client_command& command, std::span<const std::string> arguments) {
+    if (!command.takes.is_list() || arguments.size() != 1) {
+        return data_of_words(command, arguments);
     }
-    return is_text(command) ? "s:" + arguments.front() : number_data(command, arguments.front());
+    const std::string& list = arguments.front();
+    return is_of_texts(command) ? "l:" + list : data_of_words(command, split_at_commas(list));
 }
 
 } // namespace
@@ -100,16 +157,13 @@ std::span<const client_command> all_commands() {
 const client_command& find_command(std::string_view name) {
     const auto* const found = std::ranges::find(commands, name, &client_command::name);
     if (found == commands.end()) {
-        throw usage_error{"no such command: " + std::string{name}};
+        std::vector<std::string> names;
+        for (const client_command& command : commands) {
+            names.emplace_back(command.name);
+        }
+        throw usage_error{unknown("command", name, names)};
     }
     return *found;
-}
-
-std::string argument_name(const client_command& command, std::size_t number) {
-    if (command.takes.is_list()) {
-        return "argument" + std::to_string(number);
-    }
-    return is_text(command) ? "text" : "number";
 }
 
 std::string request_for(const client_command& command, std::span<const std::string> arguments) {

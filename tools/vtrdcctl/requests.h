@@ -11,17 +11,20 @@
 struct client_command {
     std::string_view name;
     command_arguments takes;
-    std::string_view help; // the daemon's wording, without the number of arguments
+    answer_kind gives;
+    std::string_view
+        help; // the daemon's wording without the number of arguments, unless it misleads
+    // As in command_note.
+    std::string_view remark;
+    std::string_view refusal;
+    std::string_view log;
 };
 
 // All commands, in the daemon's order.
 [[nodiscard]] std::span<const client_command> all_commands();
 
-// The command of exactly that name; a usage_error when there is none.
+// The command of exactly that name; a usage_error, which suggests another, when there is none.
 [[nodiscard]] const client_command& find_command(std::string_view name);
-
-// The word for an argument, counted from 1, in a usage line.
-[[nodiscard]] std::string argument_name(const client_command& command, std::size_t number);
 
 // The request for a command with these arguments. Those of a list may come as one word, which is
 // then sent as it is. A usage_error when the daemon would not read these arguments out of it.

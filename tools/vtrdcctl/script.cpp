@@ -1,6 +1,8 @@
 // Commands from a text, one a line.
 #include "vtrdcctl/script.h"
 
+#include "vtrdcctl/answers.h"
+
 #include <iomanip>
 #include <sstream>
 
@@ -14,10 +16,9 @@ bool is_passed_over(const std::string& line) {
 exit_status run_line(client& client, const std::string& line, const std::string& place) {
     try {
         const std::vector<std::string> words = split_words(line);
-        const client_command& command = find_command(words.front());
-        return client.run(command, std::span{words}.subspan(1), place + ": " + words.front());
+        return client.run(find_command(words.front()), std::span{words}.subspan(1), place);
     } catch (const usage_error& error) {
-        complain(place, error.what());
+        write_failure(client.is_json(), {STATUS_USAGE, error.command(), error.problem(), place});
         return STATUS_USAGE;
     }
 }

@@ -1,7 +1,7 @@
 // The connection to the daemon's command socket.
 #include "daemon_client.h"
 
-#include "vtrdcctl/status.h"
+#include "vtrdcctl/exit_status.h"
 
 #include <array>
 #include <cerrno>

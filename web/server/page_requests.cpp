@@ -4,8 +4,9 @@
 #include "button_rows.h"
 
 #include "util/glib_owned.h"
+#include "vtrdcctl/exit_status.h"
 #include "vtrdcctl/requests.h"
-#include "vtrdcctl/status.h"
+#include "vtrdcctl/wording.h"
 
 #include <algorithm>
 #include <array>
@@ -48,10 +49,11 @@ void send_command(const request_context& context, const json& message,
                   const response_callback& respond) {
     const std::vector<std::string> words = words_of(text_in(message, "line"));
     const client_command& command = find_command(words.front());
-    const std::string request = request_for(command, std::span(words).subspan(1));
-    context.daemon.ask(request, [respond](const reply& answer) {
+    const std::span arguments = std::span(words).subspan(1);
+    const std::string reason = refusal_reason(command, arguments);
+    context.daemon.ask(request_for(command, arguments), [respond, reason](const reply& answer) {
         const bool is_mute = !answer.is_done && answer.data.empty();
-        respond(answer.is_done, is_mute ? NO_REASON : answer.data);
+        respond(answer.is_done, is_mute ? reason : answer.data);
     });
 }
 
