@@ -1,6 +1,8 @@
 // The command line of vtrdc-recover.
 #include "recover/command_line.h"
 
+#include "util/build_version.h"
+
 #include <CLI/CLI.hpp>
 
 namespace {
@@ -12,7 +14,7 @@ void describe(CLI::App& parser, command_line& line) {
         "daemon was killed.");
     parser.footer("Exit status: 0 all done, also when there was nothing to do; 1 some recordings "
                   "could not be\nrecovered; 2 wrong usage. vtrdc-recover(1) says what comes back.");
-    parser.set_version_flag("--version", VTRDC_VERSION);
+    parser.set_version_flag("--version", build_version);
     parser.add_flag("-n,--dry-run", line.is_dry_run, "Say what could be recovered, change nothing");
     parser.add_flag("-j,--json", line.is_json, "Write a JSON object for each recording");
     parser

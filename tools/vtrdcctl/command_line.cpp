@@ -2,6 +2,7 @@
 #include "vtrdcctl/command_line.h"
 
 #include "api/help_legend.h"
+#include "util/build_version.h"
 #include "vtrdcctl/nearest.h"
 #include "vtrdcctl/wording.h"
 
@@ -92,7 +93,7 @@ void describe(CLI::App& parser, command_line& line) {
     parser.name("vtrdcctl");
     parser.description("Asks vtrdc, the daemon of the sight, to run a command.");
     parser.footer(legend() + STATUS_HELP);
-    parser.set_version_flag("--version", VTRDC_VERSION);
+    parser.set_version_flag("--version", build_version);
     parser.get_formatter()->column_width(HELP_COLUMN);
     parser.get_formatter()->label("SUBCOMMAND", "COMMAND");
     parser.validate_positionals();
