@@ -1,6 +1,7 @@
 // The settings that apply, and the configuration file's reader and writer.
 #include "config/cfg.h"
 
+#include "core/failures.h"
 #include "core/log.h"
 #include "util/never_destroyed.h"
 #include "util/private_file.h"
@@ -135,7 +136,7 @@ const parse_row* row_of(const char* key) {
 
 // A line is named by its number: its text may hold what is no business of a log's readers.
 void warn_of_line(int number, const char* what) {
-    log_message(LEVEL_WARN, "Settings line %d: %s", number, what);
+    log_failure(failure_kind::settings, "Settings line %d: %s", number, what);
 }
 
 bool is_finite(double value) {

@@ -21,6 +21,9 @@ struct settings {
 #undef VTRDC_SETTING
     // Path of the broker's socket; has no key in the file.
     const char* redis_socket_file = "/run/redis.sock";
+
+    // Texts are compared by address: each change stores another.
+    bool operator==(const settings&) const = default;
 };
 
 // The field that a key names; its alternative is the value's type.

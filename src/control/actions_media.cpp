@@ -4,6 +4,7 @@
 
 #include "config/cfg.h"
 #include "control/pipe_events.h"
+#include "core/failures.h"
 #include "core/log.h"
 #include "util/files.h"
 #include "util/free_names.h"
@@ -57,7 +58,7 @@ int start_record() {
         return 1;
     }
     if (has_enough_space(global_config.media_path, RECORD_BYTES) == 0) {
-        log_message(LEVEL_WARN, "Record: not enough space");
+        log_failure(failure_kind::storage, "Record: not enough space");
         return 1;
     }
     // The recording fills the number of each file in.
@@ -92,7 +93,7 @@ int ac_make_snapshot() {
         return 1;
     }
     if (has_enough_space(global_config.media_path, SNAPSHOT_BYTES) == 0) {
-        log_message(LEVEL_WARN, "Snapshot: not enough space");
+        log_failure(failure_kind::storage, "Snapshot: not enough space");
         return 1;
     }
     const malloc_text name = free_path(folder.get(), "img_", ".jpeg");

@@ -18,6 +18,10 @@ namespace {
 int zoom_value_index = 0;
 int pip_index_value = 0;
 
+// What the thermal core shows: the factors that it took last. It has no inset at 0.
+int current_zoom = 1;
+int current_inset = 0;
+
 // The type with which the core's shutter stays still.
 constexpr int NUC_TYPE_SHUTTERLESS = 2;
 
@@ -45,6 +49,7 @@ int ac_exec_zoom_cmd(int factor) {
     if (const int status = exec_system_cmd("vtrcore zoom %d", factor); status != 0) {
         return status;
     }
+    current_zoom = factor;
     ov_zoom_icon(factor, OV_KEY_ZOOM);
     ov_zoom_reticle(geometry.reticle.x, geometry.reticle.y, geometry.red_dot.x, geometry.red_dot.y,
                     size.x, size.y);
@@ -91,7 +96,19 @@ int ac_exec_pip_cmd(int factor) {
     }
     ov_pip_reticle_offset(0.0, 0.0);
     ov_zoom_icon(factor, OV_KEY_PIP_ZOOM);
-    return exec_system_cmd("vtrcore pip %d", factor);
+    const int status = exec_system_cmd("vtrcore pip %d", factor);
+    if (status == 0) {
+        current_inset = factor;
+    }
+    return status;
+}
+
+int ac_get_zoom() {
+    return current_zoom;
+}
+
+int ac_get_inset() {
+    return current_inset;
 }
 
 int ac_exec_luminance_cmd(int index) {

@@ -20,6 +20,10 @@ void ac_reset_zoom();
 // Switches picture-in-picture off (0) or on with that factor (2 or 4).
 [[nodiscard]] int ac_exec_pip_cmd(int factor);
 
+// The factors that the thermal core shows; the inset's is 0 while there is none.
+[[nodiscard]] int ac_get_zoom();
+[[nodiscard]] int ac_get_inset();
+
 // Takes the luminance level of that index, 0..3; 1 for any other. The panel is left alone while a
 // monitor is plugged in.
 [[nodiscard]] int ac_exec_luminance_cmd(int index);

@@ -3,15 +3,20 @@
 #include "core/live_view.h"
 
 #include "config/cfg.h"
+#include "control/hand_over.h"
 #include "control/pipe_events.h"
+#include "core/failures.h"
 #include "core/log.h"
 #include "osd/notices.h"
+#include "osd/overlay.h"
 #include "osd/redis_message_broker.h"
 #include "util/files.h"
+#include "video/controls.h"
 #include "video/registry.h"
 #include "video/settings.h"
 #include "video/start.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -50,7 +55,7 @@ void display_no_input() {
     if (is_splash_due) {
         return;
     }
-    log_message(LEVEL_WARN, "Input failed - showing no video indication");
+    log_failure(failure_kind::camera, "Input failed - showing no video indication");
     const bus_handle splash = gstvideo_start_splash(global_config.qml_file, NO_INPUT_IMAGE);
     if (splash.fd < 0) {
         log_fatal("Failed to create no input splash pipe");
@@ -61,7 +66,54 @@ void display_no_input() {
     send_mb_event(NOTICE_NO_INPUT);
 }
 
+// What the display showed at the last tick, and for how many ticks it has.
+picture_mark shown_last;
+int ticks_unchanged = 0;
+constexpr int FROZEN_TICKS = 2;
+
+bool is_frozen() {
+    return ticks_unchanged >= FROZEN_TICKS;
+}
+
+// Returns how many ticks the display has shown its picture, 0 for a new one or without a display.
+int count_unchanged_ticks() {
+    if (gstvideo_is_playing(PIPE_DISPLAY) == 0) {
+        shown_last = {};
+        return 0;
+    }
+    const picture_mark shown = gstvideo_shown_picture();
+    const bool is_new = std::exchange(shown_last, shown) != shown;
+    return is_new ? 0 : std::min(ticks_unchanged + 1, FROZEN_TICKS);
+}
+
 } // namespace
+
+live_view_state get_live_view_state() {
+    if (gstvideo_is_playing(PIPE_SPLASH) != 0) {
+        return live_view_state::no_input;
+    }
+    if (gstvideo_is_playing(PIPE_DISPLAY) == 0) {
+        return live_view_state::none;
+    }
+    return is_frozen() ? live_view_state::frozen : live_view_state::live;
+}
+
+void watch_live_view() {
+    const bool was_frozen = is_frozen();
+    ticks_unchanged = count_unchanged_ticks();
+    if (is_frozen() && !was_frozen) {
+        log_failure(failure_kind::camera, "The picture is frozen: no new one for two seconds");
+    } else if (was_frozen && !is_frozen()) {
+        log_message(LEVEL_INFO, "The picture is not frozen any more");
+    }
+}
+
+void refresh_new_overlay() {
+    static bool is_first = true;
+    if (gstvideo_take_new_overlay() && !std::exchange(is_first, false) && !ac_is_handed_over()) {
+        ov_send_again();
+    }
+}
 
 live_view start_live_view(bool profile) {
     if (gstvideo_init(video_settings(profile)) != 0) {

@@ -4,6 +4,24 @@
 
 #include "video/registry.h"
 
+// What the panel shows.
+enum class live_view_state {
+    none,     // neither of the two
+    live,     // the camera's picture
+    frozen,   // the same picture of the camera for two seconds
+    no_input, // the picture that stands in for the camera's
+};
+
+[[nodiscard]] live_view_state get_live_view_state();
+
+// Judges whether the picture is frozen; a change is logged. To be called once a second.
+void watch_live_view();
+
+// Brings an overlay that was built since the last call, whose scene knows nothing yet, to the
+// present state. The first one is told at start-up instead, and none once the sight was handed
+// over.
+void refresh_new_overlay();
+
 // The pipes that show the camera, as they were started. Their buses are not registered yet.
 struct live_view {
     bus_handle src;

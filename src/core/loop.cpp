@@ -10,6 +10,7 @@
 #include "core/notify.h"
 #include "core/settings_file.h"
 #include "core/signals.h"
+#include "core/status.h"
 #include "core/timer.h"
 #include "devices/acc.h"
 #include "devices/kbd.h"
@@ -105,6 +106,8 @@ void on_end_at_tick(bus_handle handle) {
 void on_timer(const user_event& /*event*/) {
     notify_supervisor("WATCHDOG=1");
     process_timer();
+    watch_live_view();
+    gstvideo_watch_pushes();
     gstvideo_handle_ending_pipes(on_end_at_tick);
 }
 
@@ -141,6 +144,8 @@ void run_loop(const char* pid_file_name) {
                 dispatch(event);
             }
         }
+        refresh_new_overlay();
         rewrite_changed_settings();
+        write_changed_status();
     } while (!is_stopping || gstvideo_are_pipes_closed() == 0);
 }

@@ -14,6 +14,7 @@
 #include "core/notify.h"
 #include "core/settings_file.h"
 #include "core/signals.h"
+#include "core/status.h"
 #include "core/timer.h"
 #include "devices/kbd.h"
 #include "osd/redis_message_broker.h"
@@ -131,6 +132,7 @@ void register_events(const start_events& events) {
 
 void daemon_shutdown(server_socket& server, const char* app_name) {
     socket_close(server);
+    remove_status();
     kbd_close();
     log_close();
     syslog(LOG_INFO, "Stopped %s", app_name);
@@ -166,6 +168,8 @@ int main(int argc, char* argv[]) {
                      .kbd_fd = kbd_fd,
                      .signal_fd = signal_fd,
                      .timer_fd = timer_init()});
+    refresh_new_overlay();
+    write_changed_status();
     notify_supervisor("READY=1\nSTATUS=Takes buttons and commands");
     run_loop(options.pid_file_name);
     gstvideo_destroy();

@@ -3,6 +3,7 @@
 
 #include "config/cfg.h"
 #include "config/settings.h"
+#include "core/failures.h"
 #include "core/log.h"
 
 #include <cerrno>
@@ -34,8 +35,8 @@ void write_conf_file() {
     const bool was_failing =
         std::exchange(is_failing, cfg_write_config_file(DEFAULT_CONF_FILE) != 0);
     if (is_failing && !was_failing) {
-        log_message(LEVEL_WARN, "Failed to write the settings to %s: %s", DEFAULT_CONF_FILE,
-                    std::strerror(errno));
+        log_failure(failure_kind::settings, "Failed to write the settings to %s: %s",
+                    DEFAULT_CONF_FILE, std::strerror(errno));
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "config/cfg.h"
 #include "control/actions_media.h"
+#include "core/failures.h"
 #include "core/log.h"
 #include "osd/notices.h"
 #include "osd/redis_message_broker.h"
@@ -46,7 +47,7 @@ void watch_free_space() {
         return;
     }
     static_cast<void>(gstvideo_stop_record());
-    log_message(LEVEL_WARN, "Ran out of space while recording video.");
+    log_failure(failure_kind::storage, "Ran out of space while recording video.");
     send_mb_event(NOTICE_OUT_OF_SPACE);
 }
 

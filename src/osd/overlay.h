@@ -44,3 +44,7 @@ void ov_leveler_visibility(int shown);
 
 // Tilt angles for the leveler in whole degrees; nothing takes them yet, which a warning says.
 void ov_leveler_data(int xz_tilt_deg, int y_tilt_deg);
+
+// Sends the last update about each thing again, to a scene that was loaded since. What shows for a
+// moment only, such as the icon of a correction, is not among them.
+void ov_send_again();

@@ -26,6 +26,8 @@ struct gst_release {
     void operator()(GstIterator* iterator) const noexcept { gst_iterator_free(iterator); }
     void operator()(GstMessage* message) const noexcept { gst_message_unref(message); }
     void operator()(GstSample* sample) const noexcept { gst_sample_unref(sample); }
+
+    void operator()(GstStructure* fields) const noexcept { gst_structure_free(fields); }
 };
 
 // One counted reference; empty means "none".

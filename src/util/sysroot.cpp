@@ -11,6 +11,15 @@ std::string_view sysroot() {
     return folder == nullptr ? std::string_view{} : std::string_view{folder};
 }
 
+// Without the slashes at the end, since an absolute path follows.
+std::string_view prefix() {
+    std::string_view root = sysroot();
+    while (!root.empty() && root.back() == '/') {
+        root.remove_suffix(1);
+    }
+    return root;
+}
+
 } // namespace
 
 bool sysroot_is_valid() {
@@ -18,12 +27,10 @@ bool sysroot_is_valid() {
 }
 
 std::string sysroot_path(std::string_view path) {
-    std::string_view root = sysroot();
-    if (root.empty() || path.empty() || path.front() != '/') {
-        return std::string{path};
-    }
-    while (!root.empty() && root.back() == '/') {
-        root.remove_suffix(1);
-    }
-    return std::string{root}.append(path);
+    const bool is_absolute = !path.empty() && path.front() == '/';
+    return std::string{is_absolute ? prefix() : std::string_view{}}.append(path);
+}
+
+const char* sysroot_stripped(const char* path) {
+    return std::string_view{path}.starts_with(prefix()) ? path + prefix().size() : path;
 }

@@ -16,3 +16,6 @@ inline constexpr const char* SYSROOT_VARIABLE = "VTRDC_SYSROOT";
 // when it is relative. Called where a path is opened, bound or handed on, never where it is
 // stored or printed. The environment is read once.
 [[nodiscard]] std::string sysroot_path(std::string_view path);
+
+// The other way: the path on the sight of a path that sysroot_path gave, within that text.
+[[nodiscard]] const char* sysroot_stripped(const char* path);

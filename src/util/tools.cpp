@@ -1,6 +1,7 @@
 // Running other programs.
 #include "util/tools.h"
 
+#include "core/failures.h"
 #include "core/imem.h"
 #include "core/log.h"
 #include "core/signals.h"
@@ -35,7 +36,7 @@ reason_text reason_of(const tool_end& end) {
 
 void warn_of(const char* command, const tool_end& end) {
     const char* const separator = end.output.empty() ? "" : ": ";
-    log_message(LEVEL_WARN, "Tool %s: %s%s%s", reason_of(end).data(), command, separator,
+    log_failure(failure_kind::tool, "Tool %s: %s%s%s", reason_of(end).data(), command, separator,
                 end.output.c_str());
 }
 
@@ -48,7 +49,7 @@ int exec_system_cmd(const char* format, ...) {
     const int length = std::vsnprintf(command.get(), COMMAND_SIZE, format, arguments);
     va_end(arguments);
     if (length < 0 || static_cast<std::size_t>(length) >= COMMAND_SIZE) {
-        log_message(LEVEL_WARN, "system cmd too long, not executed: %s", command.get());
+        log_failure(failure_kind::tool, "system cmd too long, not executed: %s", command.get());
         return TOOL_NOT_RUN;
     }
     if (stop_was_asked_for()) {

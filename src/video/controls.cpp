@@ -14,6 +14,14 @@
 
 namespace {
 
+bool is_overlay_hidden = false;
+// The overlay that gstvideo_take_new_overlay told of last. Weak: another may get its address.
+constinit GWeakRef known_overlay{};
+
+void set_hidden(GstElement* overlay) {
+    g_object_set(overlay, "disable", static_cast<gboolean>(is_overlay_hidden), nullptr);
+}
+
 gst_owned<GstSample> last_display_sample() {
     GstSample* sample = nullptr;
     if (const gst_owned<GstElement> sink = handle_get(element_handle::display_sink)) {
@@ -75,11 +83,33 @@ int gstvideo_takesnapshot(const char* path) {
     return 0;
 }
 
+picture_mark gstvideo_shown_picture() {
+    const gst_owned<GstSample> shown = last_display_sample();
+    GstBuffer* const picture = shown ? gst_sample_get_buffer(shown.get()) : nullptr;
+    if (picture == nullptr) {
+        return {};
+    }
+    return {.stamp = GST_BUFFER_PTS(picture), .buffer = reinterpret_cast<std::uintptr_t>(picture)};
+}
+
 int gstvideo_show_overlay(int show) {
+    is_overlay_hidden = show == 0;
     if (const gst_owned<GstElement> overlay = handle_get(element_handle::overlay)) {
-        g_object_set(overlay.get(), "disable", static_cast<gboolean>(show == 0), nullptr);
+        set_hidden(overlay.get());
     }
     return 0;
+}
+
+bool gstvideo_take_new_overlay() {
+    const gst_owned<GstElement> overlay = handle_get(element_handle::overlay);
+    if (!overlay || overlay == weak_get(known_overlay)) {
+        return false;
+    }
+    g_weak_ref_set(&known_overlay, overlay.get());
+    if (is_overlay_hidden) {
+        set_hidden(overlay.get());
+    }
+    return true;
 }
 
 int gstvideo_set_qml_param(const char* object, const char* property, const char* value) {

@@ -27,8 +27,12 @@ inline void handle_set(element_handle handle, GstElement* element) {
     }
 }
 
-// The element, kept alive while the result lives; none when its pipe is gone.
+// What a weak reference refers to, kept alive while the result lives; none when it is gone.
+[[nodiscard]] inline gst_owned<GstElement> weak_get(GWeakRef& reference) {
+    return gst_owned<GstElement>{static_cast<GstElement*>(g_weak_ref_get(&reference))};
+}
+
+// The element; none when its pipe is gone.
 [[nodiscard]] inline gst_owned<GstElement> handle_get(element_handle handle) {
-    void* const element = g_weak_ref_get(&handles[static_cast<std::size_t>(handle)]);
-    return gst_owned<GstElement>{static_cast<GstElement*>(element)};
+    return weak_get(handles[static_cast<std::size_t>(handle)]);
 }

@@ -1,6 +1,7 @@
 // The pipes, a row each: all that distinguishes one pipe from another is in its row.
 #pragma once
 
+#include "core/failures.h"
 #include "video/pipe_table.h"
 #include "video/registry.h"
 
@@ -53,6 +54,8 @@ struct pipe_row {
     const char* end_element = nullptr;
     // Each error, warning or info of this element restarts the pipe; null: none does.
     const char* restarted_by = nullptr;
+    // Under which failure clients find an error of its elements, or a restart; count: under none.
+    failure_kind failure = failure_kind::count;
     // Clients may create it by its number, with the default arguments.
     bool clients_may_create = false;
 };

@@ -1,6 +1,7 @@
 // The registry of pipes: ten numbered slots, each with its pipeline, bus and end-of-stream flag.
 #include "video/registry.h"
 
+#include "core/failures.h"
 #include "core/log.h"
 #include "util/never_destroyed.h"
 #include "video/ending.h"
@@ -30,6 +31,8 @@ std::array<int, PIPE_COUNT> eos_events{};
 constinit never_destroyed<std::array<end_timer, PIPE_COUNT>> forced_ends;
 // Pipes of which an element reported an error.
 std::array<bool, PIPE_COUNT> failed{};
+// Outputs that deliver what they are for.
+std::array<bool, PIPE_COUNT> delivering{};
 // Set once every pipe was asked to stop: nothing starts from then on.
 bool stopping = false;
 // Set once a pipe could not be shut down.
@@ -41,6 +44,10 @@ GstBus* bus_of(int pipe) {
 
 bool& has_failed(int pipe) {
     return failed.at(static_cast<std::size_t>(pipe));
+}
+
+bool& is_delivering(int pipe) {
+    return delivering.at(static_cast<std::size_t>(pipe));
 }
 
 end_timer& forced_end_of(int pipe) {
@@ -150,11 +157,25 @@ void ask_again(const pipe_row& row) {
 void tell_forced_end(const pipe_row& row) {
     const char* const file = row.records ? record_file_name() : nullptr;
     if (file != nullptr) {
-        log_message(LEVEL_WARN, "Pipe %d is ended by force, the last file of %s is incomplete",
-                    row.number, file);
+        log_failure(failure_kind::storage,
+                    "Pipe %d is ended by force, the last file of %s is incomplete", row.number,
+                    file);
     } else {
         log_message(LEVEL_WARN, "Pipe %d is ended by force", row.number);
     }
+}
+
+// True once the sink of that name has got rid of something since it was started.
+bool has_sent(GstElement* pipeline, const char* sink_name) {
+    const gst_owned<GstElement> sink{gst_bin_get_by_name(GST_BIN(pipeline), sink_name)};
+    GstStructure* statistics = nullptr;
+    if (sink) {
+        g_object_get(sink.get(), "stats", &statistics, nullptr);
+    }
+    const gst_owned<GstStructure> owned{statistics};
+    guint64 rendered = 0;
+    return owned && gst_structure_get_uint64(owned.get(), "rendered", &rendered) != FALSE &&
+           rendered > 0;
 }
 
 int pause_pipe(int pipe) {
@@ -269,6 +290,7 @@ void destroy_pipe(int pipe, bool is_forced) {
     }
     eos_event_of(pipe) = 0;
     has_failed(pipe) = false;
+    is_delivering(pipe) = false;
     if (!was_asked) {
         end_branches_with_last_output(row);
     }
@@ -281,12 +303,17 @@ void note_error(int pipe) {
     }
 }
 
+void note_delivery(int pipe) {
+    is_delivering(pipe) = true;
+}
+
 // A pipe that was asked to end is asked again: its event goes away with the restart, and so may the
 // message that forces its end. That keeps its time, however often the pipe is restarted.
 void restart_pipe(int pipe) {
     log_message(LEVEL_INFO, "event detected");
     const bool ending = eos_event_of(pipe) != 0;
     const GstClockTime due = forced_end_of(pipe).disarm();
+    is_delivering(pipe) = false;
     gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_NULL);
     gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
     if (ending) {
@@ -340,6 +367,25 @@ int gstvideo_are_pipes_closed() {
 
 int gstvideo_is_playing(int pipe) {
     return is_created(pipe);
+}
+
+output_state gstvideo_output_state(int pipe) {
+    if (is_created(pipe) == 0) {
+        return output_state::off;
+    }
+    if (is_ending(pipe)) {
+        return output_state::ending;
+    }
+    return is_delivering(pipe) ? output_state::on : output_state::starting;
+}
+
+void gstvideo_watch_pushes() {
+    for (const pipe_row& row : pipe_rows()) {
+        if (row.restarted_by != nullptr && is_created(row.number) != 0 &&
+            has_sent(pipe_pipeline(row.number), row.restarted_by)) {
+            note_delivery(row.number);
+        }
+    }
 }
 
 void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle)) {

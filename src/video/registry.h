@@ -71,6 +71,20 @@ void gstvideo_stop_all_pipes();
 // True for a pipe that was asked to end and has not ended yet.
 [[nodiscard]] bool is_ending(int pipe);
 
+// How far an output is.
+enum class output_state {
+    off,
+    starting, // a recording without a file yet, a stream that sends nothing yet
+    on,
+    ending,
+};
+
+[[nodiscard]] output_state gstvideo_output_state(int pipe);
+
+// Looks whether the servers that are pushed to take what they get, which nothing else tells. To be
+// called once a second.
+void gstvideo_watch_pushes();
+
 // Asks pipes that were asked to end once more, where their sources may have refused. Handles what
 // is pending on their buses, also on those that could not be registered, and calls `ended` with the
 // bus of each that ends by it. To be called once a second.

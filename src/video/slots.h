@@ -38,6 +38,9 @@ void destroy_pipe(int pipe, bool is_forced);
 // Takes notice of an error of the pipe: a recording with one can't be completed any more.
 void note_error(int pipe);
 
+// Takes notice that the output delivers what it is for.
+void note_delivery(int pipe);
+
 // Stops the pipe's elements and sets them playing again. If it was asked to end, it is asked again.
 void restart_pipe(int pipe);
 

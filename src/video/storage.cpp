@@ -2,6 +2,7 @@
 #include "video/storage.h"
 
 #include "core/imem.h"
+#include "core/log.h"
 #include "util/file_owners.h"
 #include "util/files.h"
 #include "util/never_destroyed.h"
@@ -10,6 +11,7 @@
 
 #include <cstdint>
 #include <fcntl.h>
+#include <filesystem>
 #include <libgen.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +21,10 @@ namespace {
 
 // Location pattern of the recording that is being written, until its files have reached storage.
 constinit never_destroyed<malloc_text> record_file;
+
+// Path on the sight of the file that was opened last.
+constinit never_destroyed<malloc_text> last_file;
+recorded_files files;
 
 // How the file of a recording that ends was last seen to grow.
 struct file_growth {
@@ -94,6 +100,21 @@ void flush_folder_of_file(const char* path) {
 void record_file_set(const char* location_pattern) {
     *record_file = estrdup(location_pattern);
     growth = {};
+    files.of_this_recording = 0;
+}
+
+void record_file_opened(const char* path) {
+    // Settings may have a slash too many where the parts were joined.
+    const std::filesystem::path written{sysroot_stripped(path)};
+    *last_file = estrdup(written.lexically_normal().c_str());
+    files.last = last_file->get();
+    ++files.count;
+    ++files.of_this_recording;
+    log_message(LEVEL_INFO, "Recording to %s", files.last);
+}
+
+recorded_files record_files() {
+    return files;
 }
 
 const char* record_file_name() {

@@ -14,6 +14,17 @@ void record_file_set(const char* location_pattern);
 // The remembered pattern, borrowed; null when there is none.
 [[nodiscard]] const char* record_file_name();
 
+// Takes notice of a file that the recording has opened, by its path on this machine.
+void record_file_opened(const char* path);
+
+// The files of recordings since the daemon's start.
+struct recorded_files {
+    const char* last = nullptr; // path on the sight of the one opened last, borrowed; null: none
+    unsigned int count = 0;
+    unsigned int of_this_recording = 0; // or of the last one
+};
+[[nodiscard]] recorded_files record_files();
+
 // Forgets the remembered recording, if there is one, and forces its folder to storage before that
 // unless `is_flushed` is false: storage that stalls would hold up the caller.
 void record_file_finish(bool is_flushed);

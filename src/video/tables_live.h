@@ -116,6 +116,7 @@ constexpr std::array live_pipes = std::to_array<pipe_row>({
         .playing = "Source Pipeline set to playing",
         // A camera that delivers nothing takes no event.
         .end_element = "g2d-transform",
+        .failure = failure_kind::camera,
         .clients_may_create = true,
     },
     {

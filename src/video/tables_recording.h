@@ -81,5 +81,6 @@ constexpr std::array recording_pipes = std::to_array<pipe_row>({
         .muxer = "vid-sink",
         .inputs = record_inputs,
         .records = true,
+        .failure = failure_kind::storage,
     },
 });

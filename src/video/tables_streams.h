@@ -118,5 +118,6 @@ constexpr std::array stream_pipes = std::to_array<pipe_row>({
         .branches = http_branches,
         // A server that went away or refused: the push begins again.
         .restarted_by = "http-sink",
+        .failure = failure_kind::http,
     },
 });
