@@ -71,6 +71,7 @@ install(FILES "${vtrdc_packaging}/man/vtrdc-sim.1"
 install(PROGRAMS "${PROJECT_SOURCE_DIR}/scripts/sim"
   DESTINATION "${vtrdc_sim_share}/scripts" COMPONENT simulated-board)
 install(FILES "${PROJECT_SOURCE_DIR}/scripts/lib.sh" "${PROJECT_SOURCE_DIR}/scripts/board.sh"
+  "${PROJECT_SOURCE_DIR}/scripts/background.sh"
   DESTINATION "${vtrdc_sim_share}/scripts" COMPONENT simulated-board)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/board"
   DESTINATION "${vtrdc_sim_share}/sim" USE_SOURCE_PERMISSIONS COMPONENT simulated-board)

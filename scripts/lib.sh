@@ -16,11 +16,10 @@ die() {
     exit "$status"
 }
 
-# Ends the script, whose function `usage` says what it takes instead.
+# Ends the script with the complaint, below the first lines of what its function `usage` says.
 bad_usage() {
-    say "${0##*/}: $*"
-    usage >&2
-    exit 2
+    usage | awk '!/^Usage:/ && !/^       / { is_over = 1 } !is_over' >&2
+    die 2 "$*"
 }
 
 # Runs a command as root, by sudo for anybody else.

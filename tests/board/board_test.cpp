@@ -2,6 +2,8 @@
 #include "keeper.h"
 
 #include "support/daemon.h"
+#include "support/file_watch.h"
+#include "support/media.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -79,6 +81,47 @@ TEST(BoardFolder, CablesAndBadWords) {
         EXPECT_EQ(board.sim(words), 2) << words.back();
     }
     EXPECT_EQ(board.sim({"press", "zoom"}), 1); // no daemon runs
+}
+
+TEST(BoardInBackground, StartsSaysWhatItDoesAndStops) {
+    const board board;
+    const std::string shot = board.at("/tmp/shot.png");
+    EXPECT_EQ(board.sim({"status"}), 1);
+    EXPECT_EQ(board.sim({"stop"}), 1);
+    EXPECT_EQ(board.sim({"shot", shot}), 1);
+    for (int starts = 0; starts < 7; ++starts) {
+        ASSERT_EQ(board.sim({"restart", "--no-build", "--headless"}), 0);
+    }
+    ASSERT_TRUE(board.wait_for_frames(5));
+    EXPECT_EQ(board.sim({"start", "--no-build", "--headless"}), 1) << "it runs already";
+    EXPECT_EQ(board.sim({"status"}), 0);
+    EXPECT_EQ(board.sim({"shot", shot}), 0);
+    EXPECT_EQ(board.sim({"log"}), 0);
+    std::ofstream{board.at("/dev/video0.state")} << "silent";
+    ASSERT_TRUE(board.stands_still());
+    EXPECT_TRUE(wait_for_file(
+        board.at("/run/vtrdc.status"),
+        [&] {
+            return read_text(board.at("/run/vtrdc.status")).find("frozen") != std::string::npos;
+        },
+        WAIT_LIMIT));
+    EXPECT_EQ(board.sim({"shot", shot}), 1) << "a picture of long ago";
+    EXPECT_EQ(board.sim({"stop"}), 0);
+    const auto is_log = [](const fs::path& file) {
+        return file.filename().string().starts_with("vtrdc.log");
+    };
+    std::size_t logs = 0;
+    for (const fs::path& file : files_in(board.at("/var/log"))) {
+        logs += is_log(file) ? 1 : 0;
+    }
+    EXPECT_EQ(logs, 6U) << "the present one and the five before";
+    EXPECT_NE(read_text(board.at("/var/log/vtrdc.log")).find("[INFO]: Goodbye\n"),
+              std::string::npos);
+}
+
+TEST(BoardInBackground, StartThatFailsSaysWhy) {
+    const board board{"socket_file=/nowhere/vtrdc.socket\n"};
+    EXPECT_EQ(board.sim({"start", "--no-build", "--headless"}), 1);
 }
 
 TEST(BoardFolder, FootageIsShownAndOnesOwnKept) {

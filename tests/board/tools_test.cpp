@@ -133,7 +133,7 @@ TEST(PanelPicture, HasThePanelsColours) {
     panel << "\x10\x20\x30\x40";
     panel.close();
     const fs::path file = board.at("/media/Bild für später");
-    ASSERT_EQ(board.sim({"shot", file}), 0);
+    ASSERT_EQ(board.take_shot(file), 0);
     const QImage image{QString::fromStdString(file), "PNG"};
     ASSERT_EQ(image.size(), QSize(1024, 768));
     EXPECT_EQ(image.pixelColor(0, 0), QColor(Qt::blue));
@@ -142,7 +142,7 @@ TEST(PanelPicture, HasThePanelsColours) {
     EXPECT_EQ(image.pixelColor(1023, 767), QColor(0x30, 0x20, 0x10));
 
     fs::resize_file(board.at("/dev/fb0"), 100);
-    EXPECT_EQ(board.sim({"shot", file}), 1);
+    EXPECT_EQ(board.take_shot(file), 1);
 }
 
 TEST(BoardTools, FindTheirBoardByTheirOwnPlace) {

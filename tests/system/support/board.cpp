@@ -56,9 +56,16 @@ std::string board::daemon_binary() {
     return VTRDC_BINARY_DIR "/vtrdc";
 }
 
+int board::take_shot(const fs::path& file) const {
+    const pid_t process =
+        spawn({VTRDC_BINARY_DIR "/sim/tools/vtrdc-sim-shot", at("/dev/fb0"), file}, environment({}),
+              folder_.path() / "sim.out");
+    return wait_for_exit(process, WAIT_LIMIT);
+}
+
 picture board::panel() const {
     const fs::path file = folder_.path() / "panel.png";
-    EXPECT_EQ(sim({"shot", file}), 0);
+    EXPECT_EQ(take_shot(file), 0);
     return picture{file};
 }
 

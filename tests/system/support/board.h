@@ -29,7 +29,10 @@ public:
     // The daemon's own program, for running it without a board's environment.
     [[nodiscard]] static std::string daemon_binary();
 
-    // What the panel shows.
+    // Writes what the panel shows, or showed last, as a PNG file: exit status of the tool.
+    [[nodiscard]] int take_shot(const std::filesystem::path& file) const;
+
+    // What the panel shows, or showed last.
     [[nodiscard]] picture panel() const;
 
     // Waits until the panel shows a picture of which the test says that it is the right one.
