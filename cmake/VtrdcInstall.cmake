@@ -73,6 +73,10 @@ install(PROGRAMS "${PROJECT_SOURCE_DIR}/scripts/sim"
 install(FILES "${PROJECT_SOURCE_DIR}/scripts/lib.sh" "${PROJECT_SOURCE_DIR}/scripts/board.sh"
   "${PROJECT_SOURCE_DIR}/scripts/background.sh"
   DESTINATION "${vtrdc_sim_share}/scripts" COMPONENT simulated-board)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/scenario"
+  DESTINATION "${vtrdc_sim_share}/sim" COMPONENT simulated-board)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/scenarios"
+  DESTINATION "${vtrdc_sim_share}" COMPONENT simulated-board)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/board"
   DESTINATION "${vtrdc_sim_share}/sim" USE_SOURCE_PERMISSIONS COMPONENT simulated-board)
 install(TARGETS gstvtrdcsim gstalsa

@@ -1,0 +1,156 @@
+"""What happens to a board: a row an act."""
+
+import contextlib
+import os
+import shutil
+import signal
+import subprocess
+import time
+
+from grammar import Row
+from stage import POLL_S, Failed, Stage, run, wait_until
+from surroundings import PushServer, Viewer
+
+MB = 1 << 20
+STOP_S = 60.0  # a hanging tool's ten seconds and a stalled card's thirty
+
+
+def stop(stage: Stage) -> None:
+    status = stage.end(signal.SIGTERM, STOP_S)
+    if status != 0:
+        raise Failed(f"it ended with status {status}")
+
+
+def send_signal(stage: Stage, name: str) -> None:
+    stage.end(signal.Signals["SIG" + name], STOP_S)
+
+
+def kill(stage: Stage) -> None:
+    stage.end(signal.SIGKILL, STOP_S)
+
+
+def command(stage: Stage, words: list[str]) -> None:
+    done = stage.client(words)
+    if done.returncode != 0:
+        raise Failed(done.stderr.strip())
+
+
+def refused(stage: Stage, words: list[str]) -> None:
+    done = stage.client(words)
+    if done.returncode == 0:
+        raise Failed("it was done")
+    if done.returncode != 1:
+        raise Failed(done.stderr.strip())
+
+
+def camera(stage: Stage, state: str) -> None:
+    if state in ("on", "off"):
+        stage.must("camera", state)
+    else:
+        stage.set_file("dev/video0.state", {"silent": "silent", "blocked": "block", "runs": None}[state])
+
+
+def core(stage: Stage, state: str) -> None:
+    tool = stage.board / "usr/bin/vtrcore"
+    kept = tool.with_name("vtrcore.kept")
+    if state == "hangs":
+        tool.rename(kept)
+        tool.write_text("#!/bin/sh\nexec sleep 1000\n")
+        tool.chmod(0o755)
+        return
+    if kept.exists():
+        kept.replace(tool)
+    stage.must("core", {"works": "work", "fails": "fail"}[state])
+
+
+def fill_storage(stage: Stage, megabytes_left: float) -> None:
+    """At once, so that nothing can be done about it meanwhile."""
+    free = shutil.disk_usage(stage.media()).free - int(megabytes_left * MB)
+    with open(stage.media() / "filler", "wb") as filler, contextlib.suppress(OSError):
+        os.posix_fallocate(filler.fileno(), 0, max(free, 1))
+
+
+def broker(stage: Stage, order: str) -> None:
+    path = stage.board / "run/redis.sock"
+    if order == "stop":
+        if stage.broker is None:
+            raise Failed("no broker runs")
+        stage.broker.terminate()
+        stage.broker.wait()
+        stage.broker = None
+        return
+    stage.broker = subprocess.Popen(["redis-server", "--port", "0", "--unixsocket", str(path), "--save", ""],
+                                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    if not wait_until(path.exists, 10):
+        raise Failed("no broker came up")
+
+
+def server(stage: Stage, order: str) -> None:
+    if order == "stop":
+        if stage.server is None:
+            raise Failed("no server runs")
+        stage.server.close()
+        stage.server = None
+        return
+    port = str(stage.field("settings.http_url")).split(":")[2].split("/")[0]
+    stage.server = PushServer(int(port))
+
+
+def viewers(stage: Stage, count: float) -> None:
+    while len(stage.viewers) > count:
+        stage.viewers.pop().close()
+    while len(stage.viewers) < count:
+        stage.viewers.append(Viewer(int(stage.field("settings.tcp_stream_port"))))
+
+
+def recover(stage: Stage) -> None:
+    done = run([str(stage.build / "vtrdc-recover"), str(stage.media() / "video")], stage.environment())
+    if done.returncode != 0:
+        raise Failed((done.stdout + done.stderr).strip())
+
+
+def mark(stage: Stage) -> None:
+    stage.mark = stage.resources()
+
+
+def frames(stage: Stage, count: float) -> None:
+    left, shown = count, stage.panel.time_ns()
+    deadline = time.monotonic() + 10 + count / 10
+    while left > 0:
+        now = stage.panel.time_ns()
+        left -= now != shown
+        shown = now
+        if time.monotonic() > deadline:
+            raise Failed(f"{left:g} of {count:g} pictures did not come")
+        time.sleep(POLL_S)
+
+
+ACTS = [
+    Row("setting <text>", "KEY=VALUE in the settings file, before start; FREE_PORT is one", Stage.add_setting),
+    Row("start <text...>", "starts the daemon with these options", Stage.start),
+    Row("stop", "ends it as a supervisor does; it must end with status 0", stop),
+    Row("kill", "ends it as a crash does", kill),
+    Row("signal TERM|INT|HUP|QUIT|USR1", "sends the signal and waits for the end", send_signal),
+    Row("press zoom|nuc|pol", "presses a button", lambda stage, key: stage.must("press", key)),
+    Row("command <text...>", "a client's command, which must be done", command),
+    Row("refused <text...>", "a client's command, which must be answered by an error", refused),
+    Row("camera on|off|silent|blocked|runs", "the camera's cable, and what its driver does", camera),
+    Row("footage <text>", "what the camera sees", lambda stage, file: stage.must("footage", file)),
+    Row("monitor on|off", "a monitor's cable", lambda stage, state: stage.must("hdmi", state)),
+    Row("core works|fails|hangs", "the thermal core's tool", core),
+    Row("storage small <number>", "media on a file system of so many MB (root)", Stage.use_small_storage),
+    Row("storage card", "media on a card with ext4 (root)", Stage.use_card),
+    Row("storage left <number>", "fills it until so many MB are left", fill_storage),
+    Row("storage empty", "removes what filled it",
+        lambda stage: (stage.media() / "filler").unlink(missing_ok=True)),
+    Row("storage stalls", "the card takes nothing", lambda stage: stage.freeze_card(True)),
+    Row("storage goes on", "the card works again", lambda stage: stage.freeze_card(False)),
+    Row("power cut", "the daemon is gone, and what had not reached the card", Stage.cut_power),
+    Row("recover", "vtrdc-recover on the recordings", recover),
+    Row("broker start|stop", "the message broker", broker),
+    Row("server start|stop", "the server that is pushed to", server),
+    Row("viewers <number>", "so many viewers of the stream, who read", viewers),
+    Row("mark", "remembers memory and descriptors", mark),
+    Row("wait <number>", "so many seconds pass", lambda _, seconds: time.sleep(seconds)),
+    Row("frames <number>", "so many pictures are shown", frames),
+]

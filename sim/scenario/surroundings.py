@@ -1,0 +1,70 @@
+"""The other ends of a sight's network: a server for the push, viewers of the stream."""
+
+import contextlib
+import socket
+import threading
+
+READ_SIZE = 65536
+
+
+def free_port() -> int:
+    """A port of this machine that nobody listens on."""
+    with socket.create_server(("127.0.0.1", 0)) as listener:
+        return listener.getsockname()[1]
+
+
+class PushServer:
+    """Takes what is pushed to it, answers nothing but that it goes on."""
+
+    def __init__(self, port: int) -> None:
+        self.bytes = 0
+        self.connections = 0
+        self._listener = socket.create_server(("127.0.0.1", port), reuse_port=False)
+        self._open: list[socket.socket] = [self._listener]
+        threading.Thread(target=self._accept, daemon=True).start()
+
+    def _accept(self) -> None:
+        with contextlib.suppress(OSError):
+            while True:
+                connection, _ = self._listener.accept()
+                self.connections += 1
+                self._open.append(connection)
+                threading.Thread(target=self._read, args=(connection,), daemon=True).start()
+
+    def _read(self, connection: socket.socket) -> None:
+        with contextlib.suppress(OSError):
+            begun = b""
+            while b"\r\n\r\n" not in begun:
+                begun += connection.recv(READ_SIZE)
+            if b"expect: 100-continue" in begun.lower():
+                connection.sendall(b"HTTP/1.1 100 Continue\r\n\r\n")
+            while data := connection.recv(READ_SIZE):
+                self.bytes += len(data)
+
+    def close(self) -> None:
+        for each in self._open:
+            with contextlib.suppress(OSError):
+                each.shutdown(socket.SHUT_RDWR)
+            each.close()
+
+
+class Viewer:
+    """Reads the TCP stream for as long as there is one."""
+
+    def __init__(self, port: int) -> None:
+        self.bytes = 0
+        self.is_connected = True
+        self._connection = socket.create_connection(("127.0.0.1", port), timeout=10)
+        self._connection.settimeout(None)
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self) -> None:
+        with contextlib.suppress(OSError):
+            while data := self._connection.recv(READ_SIZE):
+                self.bytes += len(data)
+        self.is_connected = False
+
+    def close(self) -> None:
+        with contextlib.suppress(OSError):
+            self._connection.shutdown(socket.SHUT_RDWR)
+        self._connection.close()
