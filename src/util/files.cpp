@@ -70,16 +70,6 @@ int write_full_file(const char* path, const char* text) {
     return written && closed ? 0 : -1;
 }
 
-void flush_file(const char* path) {
-    const int fd = open(sysroot_path(path).c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return;
-    }
-    log_message(LEVEL_DEBUG, "flushing: %s", path);
-    fsync(fd);
-    close(fd);
-}
-
 void create_folder(const char* path) {
     const std::string folder = sysroot_path(path);
     struct stat status {};

@@ -19,9 +19,6 @@
 // opened; -1 when less was written.
 [[nodiscard]] int write_full_file(const char* path, const char* text);
 
-// Forces the file, or folder, to storage. One that can't be opened is passed over.
-void flush_file(const char* path);
-
 // Creates the folder, but not its parents, when it is missing.
 void create_folder(const char* path);
 

@@ -4,10 +4,10 @@
 #include "config/settings.h"
 #include "core/log.h"
 #include "util/sysroot.h"
+#include "video/flushing.h"
 #include "video/handles.h"
 #include "video/settings.h"
 #include "video/slots.h"
-#include "video/storage.h"
 
 #include <cstdio>
 #include <gst/video/video.h>

@@ -5,6 +5,7 @@
 #include "core/log.h"
 #include "util/never_destroyed.h"
 #include "video/ending.h"
+#include "video/flushing.h"
 #include "video/pipes.h"
 #include "video/slots.h"
 #include "video/storage.h"
@@ -24,6 +25,9 @@ constexpr GstClockTime STATE_QUERY_TIMEOUT = GST_SECOND;
 // time it takes, unless its file can't be written.
 constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
 constexpr GstClockTime RECORD_END_TIMEOUT = 30 * GST_SECOND;
+// What the storage gets to take what was completed, before the daemon ends: the kernel goes on
+// after that.
+constexpr std::chrono::seconds FLUSH_TIMEOUT{5};
 
 constinit never_destroyed<std::array<gst_owned<GstElement>, PIPE_COUNT>> pipes;
 constinit never_destroyed<std::array<gst_owned<GstBus>, PIPE_COUNT>> buses;
@@ -402,6 +406,9 @@ void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle)) {
 }
 
 void gstvideo_destroy() {
+    if (!flushing_ends_within(FLUSH_TIMEOUT)) {
+        log_message(LEVEL_WARN, "The storage stalls, going on without it");
+    }
     // It would wait for the streaming threads of a pipe that is stuck.
     if (!is_any_stuck) {
         gst_deinit();

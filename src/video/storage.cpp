@@ -1,20 +1,16 @@
-// Getting what was written into a media folder to storage.
+// The recording that is being written.
 #include "video/storage.h"
 
 #include "core/imem.h"
 #include "core/log.h"
-#include "util/file_owners.h"
-#include "util/files.h"
 #include "util/never_destroyed.h"
 #include "util/sysroot.h"
+#include "video/flushing.h"
 #include "video/handles.h"
 
 #include <cstdint>
-#include <fcntl.h>
 #include <filesystem>
-#include <libgen.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -46,56 +42,7 @@ std::uintmax_t bytes_being_written() {
     return path && stat(path.get(), &status) == 0 ? static_cast<std::uintmax_t>(status.st_size) : 0;
 }
 
-// Changes into a folder for its lifetime. The way back is kept as a descriptor, so no length of
-// path is too long for it.
-class working_folder {
-public:
-    explicit working_folder(const char* path)
-        : previous_{open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)} {
-        entered_ = previous_ >= 0 && chdir(path) == 0;
-    }
-    working_folder(const working_folder&) = delete;
-    working_folder& operator=(const working_folder&) = delete;
-    ~working_folder() {
-        if (entered_ && fchdir(previous_) != 0) {
-            // The old folder was removed meanwhile: there is no way back.
-        }
-        if (previous_ >= 0) {
-            close(previous_);
-        }
-    }
-    [[nodiscard]] bool entered() const { return entered_; }
-
-private:
-    int previous_;
-    bool entered_ = false;
-};
-
-void flush_media_files(const char* folder_path) {
-    const working_folder inside{sysroot_path(folder_path).c_str()};
-    if (!inside.entered()) {
-        return;
-    }
-    const folder_owner folder{opendir(".")};
-    if (!folder) {
-        return;
-    }
-    while (const dirent* entry = readdir(folder.get())) {
-        if (entry->d_name[0] == 'v' || entry->d_name[0] == 'i') {
-            flush_file(entry->d_name);
-        }
-    }
-}
-
 } // namespace
-
-void flush_folder_of_file(const char* path) {
-    const malloc_text copy = estrdup(path);
-    const char* const folder = dirname(copy.get());
-    flush_media_files(folder);
-    flush_file(folder);
-    sync();
-}
 
 void record_file_set(const char* location_pattern) {
     *record_file = estrdup(location_pattern);

@@ -1,12 +1,7 @@
-// Getting what was written into a media folder to storage, since a sight is switched off by its
-// battery.
+// The recording that is being written: where, and whether its file grows.
 #pragma once
 
 #include <chrono>
-
-// Forces to storage the folder of the file at `path`, its recordings and its snapshots (names that
-// begin with v or i), and then all else with sync.
-void flush_folder_of_file(const char* path);
 
 // Remembers a copy of the location pattern of a recording, in place of any previous one.
 void record_file_set(const char* location_pattern);
@@ -25,8 +20,8 @@ struct recorded_files {
 };
 [[nodiscard]] recorded_files record_files();
 
-// Forgets the remembered recording, if there is one, and forces its folder to storage before that
-// unless `is_flushed` is false: storage that stalls would hold up the caller.
+// Forgets the remembered recording, if there is one, and has its folder forced to storage unless
+// `is_flushed` is false.
 void record_file_finish(bool is_flushed);
 
 // Asked once a second while a recording ends: true once its file has not grown for five minutes.

@@ -88,4 +88,21 @@ TEST_F(StalledStorageTest, DeadStorageIsGivenUpInTheEnd) {
                                              "/media//video/video_"));
 }
 
+// A card takes what is written, and stalls when it is to be on it.
+TEST_F(StalledStorageTest, FlushHoldsNobodyUp) {
+    const std::filesystem::path marker = board_.at("/storage-is-dead");
+    std::ofstream{marker};
+    record({"LD_PRELOAD=" VTRDC_STALLED_WRITES, "VTRDC_TEST_STALLED=" + marker.string(),
+            "VTRDC_TEST_WRITES_PASS=1"});
+    EXPECT_EQ(daemon_->ask("c:enable_record:i:0"), "r:enable_record:n:");
+    EXPECT_TRUE(daemon_->wait_for("[INFO]: Got EoS event on pipe 5\n"));
+    EXPECT_EQ(daemon_->ask("c:get_lum:n:"), "r:get_lum:s:0");
+    const auto files = files_in(board_.at("/media/video"));
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_EQ(complaints(files.front()), "");
+    daemon_->signal(SIGTERM);
+    EXPECT_EQ(daemon_->wait_exit(DEAD_STORAGE_LIMIT), 0);
+    EXPECT_THAT(daemon_->output(), HasSubstr("[WARN]: The storage stalls, going on without it\n"));
+}
+
 } // namespace

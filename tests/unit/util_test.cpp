@@ -4,7 +4,7 @@
 #include "util/files.h"
 #include "util/free_names.h"
 #include "util/text.h"
-#include "video/storage.h"
+#include "video/flushing.h"
 
 #include <cinttypes>
 #include <gmock/gmock.h>
@@ -102,16 +102,12 @@ TEST_F(HelpersTest, FreeSpaceIsEnoughUpToItsLastByte) {
                                  "/nonexistent\n"));
 }
 
-TEST_F(HelpersTest, FlushingAFolderTakesMediaOnlyAndComesBack) {
+TEST_F(HelpersTest, FlushingAFolderTakesMediaOnly) {
     const std::string video = folder_.write("media/video_1_00.mp4", "v");
     folder_.write("media/img_1.jpeg", "i");
     folder_.write("media/notes", "n");
-    std::array<char, 4096> before{};
-    std::array<char, 4096> after{};
-    ASSERT_NE(getcwd(before.data(), before.size()), nullptr);
     flush_folder_of_file(video.c_str());
-    ASSERT_NE(getcwd(after.data(), after.size()), nullptr);
-    EXPECT_STREQ(before.data(), after.data());
+    EXPECT_TRUE(flushing_ends_within(std::chrono::minutes{1}));
     EXPECT_THAT(log(), HasSubstr("[DEBUG]: flushing: video_1_00.mp4\n"));
     EXPECT_THAT(log(), HasSubstr("[DEBUG]: flushing: img_1.jpeg\n"));
     EXPECT_THAT(log(), HasSubstr("[DEBUG]: flushing: " + file("media") + "\n"));
