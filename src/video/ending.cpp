@@ -124,10 +124,15 @@ template <class Work> bool finishes_in_time(Work work) {
     return waiting.wait_for(SHUT_DOWN_TIMEOUT) == std::future_status::ready;
 }
 
-// A child that fails on the way keeps the bin from taking the others along.
+// A child that fails on the way keeps the bin from taking the others along. When all are at NULL,
+// the bin must not take them through the states that are on its own way there.
 void stop_pipeline(gst_owned<GstElement> pipeline) {
     if (gst_element_set_state(pipeline.get(), GST_STATE_NULL) == GST_STATE_CHANGE_FAILURE) {
-        stop_all(children_of(pipeline.get()));
+        const element_vector children = children_of(pipeline.get());
+        stop_all(children);
+        for (const gst_owned<GstElement>& child : children) {
+            gst_element_set_locked_state(child.get(), TRUE);
+        }
         gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     }
 }
