@@ -2,6 +2,7 @@
 // that are by design. The seed is printed; the same seed does the same again.
 #include "exits.h"
 #include "life.h"
+#include "stops.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -15,6 +16,7 @@ constexpr int PERIODS_LONG = 40;
 
 std::chrono::minutes duration{0};
 std::uint64_t seed = 0;
+int stops = 3;
 
 void live(std::uint64_t life_seed, int periods) {
     std::cout << "life with --seed " << life_seed << std::endl;
@@ -51,9 +53,15 @@ TEST(Soak, EndsByDesign) {
     expect_ends_by_design(seed, all);
 }
 
+TEST(Soak, StopsWhileRecording) {
+    std::cout << stops << " stops with --seed " << seed << std::endl;
+    expect_stops_to_lose_nothing(seed, stops);
+}
+
 [[noreturn]] void usage(const char* name) {
     std::cerr << "Usage: " << name
-              << " [MINUTES] [--seed N]\n  without minutes, a short run of one life\n";
+              << " [MINUTES | --stops N] [--seed N]\n  without minutes, a short run of one life; "
+                 "with --stops nothing but that many stops\n";
     std::exit(2);
 }
 
@@ -74,6 +82,9 @@ int main(int argc, char* argv[]) {
     for (int i = 1; i < argc; ++i) {
         if (std::string_view{argv[i]} == "--seed" && i + 1 < argc) {
             seed = static_cast<std::uint64_t>(number_of(argv[0], argv[++i]));
+        } else if (std::string_view{argv[i]} == "--stops" && i + 1 < argc) {
+            stops = static_cast<int>(number_of(argv[0], argv[++i]));
+            testing::GTEST_FLAG(filter) = "*.StopsWhileRecording";
         } else {
             duration = std::chrono::minutes{number_of(argv[0], argv[i])};
         }

@@ -15,12 +15,17 @@
 
 class storage_card {
 public:
-    // Mounts the card on the folder; the image lies beside it.
-    explicit storage_card(const std::filesystem::path& folder) : folder_{folder} {
-        const std::string image = folder.string() + ".img";
-        is_mounted_ = run({"/usr/bin/truncate", "-s", "256M", image}).status == 0 &&
-                      run({"/sbin/mkfs.ext4", "-q", image}).status == 0 &&
-                      run({"/bin/mount", "-o", "loop", image, folder}).status == 0;
+    // Mounts an empty card on the folder, with further options as mount takes them; its image lies
+    // beside it.
+    explicit storage_card(const std::filesystem::path& folder, const std::string& options = {})
+        : storage_card{empty_image(folder.string() + ".img"), folder, options} {}
+
+    // Mounts the card of which that is the image.
+    storage_card(const std::filesystem::path& image, const std::filesystem::path& folder,
+                 const std::string& options)
+        : folder_{folder}, image_{image} {
+        const std::string all = options.empty() ? "loop" : "loop," + options;
+        is_mounted_ = run({"/bin/mount", "-o", all, image, folder}).status == 0;
         file_ = is_mounted_ ? open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
     }
     storage_card(const storage_card&) = delete;
@@ -40,8 +45,20 @@ public:
     void stall() { EXPECT_EQ(ioctl(file_, FIFREEZE, 0), 0); }
     void go_on() { static_cast<void>(ioctl(file_, FITHAW, 0)); }
 
+    // Copies the image: what is on the card if the power goes now.
+    void copy_to(const std::filesystem::path& image) const {
+        EXPECT_EQ(run({"/bin/cp", "--sparse=always", image_, image}).status, 0);
+    }
+
 private:
+    static std::filesystem::path empty_image(const std::filesystem::path& image) {
+        EXPECT_EQ(run({"/usr/bin/truncate", "-s", "256M", image}).status, 0);
+        EXPECT_EQ(run({"/sbin/mkfs.ext4", "-q", image}).status, 0);
+        return image;
+    }
+
     std::filesystem::path folder_;
+    std::filesystem::path image_;
     bool is_mounted_ = false;
     int file_ = -1;
 };
