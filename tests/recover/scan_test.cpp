@@ -1,6 +1,6 @@
 // Samples in streams as encoders of other boards write them, and in damaged ones.
-#include "recover/descriptor.h"
 #include "recover/sample_scan.h"
+#include "util/fd_owned.h"
 
 #include <bit>
 #include <gmock/gmock.h>
@@ -79,7 +79,7 @@ public:
     [[nodiscard]] std::size_t size() const { return bytes_.size(); }
 
     [[nodiscard]] scanned scan() const {
-        const descriptor file{memfd_create("stream", MFD_CLOEXEC)};
+        const fd_owned file{memfd_create("stream", MFD_CLOEXEC)};
         EXPECT_EQ(pwrite(file.get(), bytes_.data(), bytes_.size(), 0),
                   static_cast<ssize_t>(bytes_.size()));
         byte_window window{file.get(), bytes_.size()};

@@ -1,10 +1,11 @@
 // What other recordings in a folder tell about one that lacks it.
 #include "recover/neighbours.h"
 
-#include "recover/descriptor.h"
+#include "recover/failed_call.h"
 #include "recover/mp4_index.h"
 #include "recover/outline.h"
 #include "recover/slice_check.h"
+#include "util/fd_owned.h"
 
 #include <algorithm>
 #include <array>
@@ -27,10 +28,10 @@ bool is_file(int folder, const std::string& name) {
 
 // The tracks of a complete recording; none for any other file.
 std::optional<std::vector<indexed_track>> tracks_of(int folder, const std::string& name) {
-    const descriptor file{
+    const fd_owned file{
         openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)};
     struct stat status {};
-    if (!file.is_open() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return std::nullopt;
     }
     byte_window window{file.get(), static_cast<std::uint64_t>(status.st_size)};

@@ -2,12 +2,13 @@
 #include "recover/recover.h"
 
 #include "recover/clock.h"
-#include "recover/descriptor.h"
+#include "recover/failed_call.h"
 #include "recover/lost_samples.h"
 #include "recover/mp4_index.h"
 #include "recover/neighbours.h"
 #include "recover/open_files.h"
 #include "recover/replacement.h"
+#include "util/fd_owned.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -28,12 +29,12 @@ public:
 // A folder that no other process works on meanwhile.
 struct work_folder {
     fs::path path;
-    descriptor folder;
+    fd_owned folder;
 };
 
 work_folder open_folder(const fs::path& path) {
     work_folder work{.path = path,
-                     .folder = descriptor{open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)}};
+                     .folder = fd_owned{open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)}};
     require_done(work.folder.get(), "opening the folder");
     if (flock(work.folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         throw not_recoverable{"another vtrdc-recover is at work in this folder"};
@@ -158,7 +159,7 @@ void recover_opened(const original_file& original, const recover_options& option
 // Who has it open may be completing it, so that its contents count only when nobody has.
 void recover_unused(const work_folder& work, const std::string& name,
                     const recover_options& options, file_report& report) {
-    const descriptor file{
+    const fd_owned file{
         openat(work.folder.get(), name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)};
     require_done(file.get(), "opening");
     original_file original{

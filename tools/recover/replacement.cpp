@@ -2,7 +2,8 @@
 #include "recover/replacement.h"
 
 #include "control/actions_media.h"
-#include "recover/descriptor.h"
+#include "recover/failed_call.h"
+#include "util/fd_owned.h"
 
 #include <algorithm>
 #include <array>
@@ -89,8 +90,8 @@ void write_copy(int copy, const original_file& original, const repair_plan& repa
 void replace_by_copy(const original_file& original, const repair_plan& repair) {
     const std::string name = copy_name(original.name);
     unlinkat(original.folder, name.c_str(), 0); // an earlier run's
-    const descriptor copy{openat(original.folder, name.c_str(),
-                                 O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600)};
+    const fd_owned copy{openat(original.folder, name.c_str(),
+                               O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600)};
     require_done(copy.get(), "making a copy");
     try {
         write_copy(copy.get(), original, repair);
@@ -108,8 +109,8 @@ void replace_by_copy(const original_file& original, const repair_plan& repair) {
 }
 
 // The same file, for writing.
-descriptor open_again(const original_file& original) {
-    descriptor file{
+fd_owned open_again(const original_file& original) {
+    fd_owned file{
         openat(original.folder, original.name.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW)};
     require_done(file.get(), "opening for writing");
     struct stat status {};
@@ -134,7 +135,7 @@ void append_index(int file, const original_file& original, byte_view index) {
 
 // What the media data end with and no sample has becomes part of them.
 void repair_in_place(const original_file& original, const repair_plan& repair) {
-    const descriptor file = open_again(original);
+    const fd_owned file = open_again(original);
     append_index(file.get(), original, repair.index);
     const std::uint64_t data_end = repair.index.empty() ? repair.data_end : size_of(original);
     std::uint64_t offset = 0;
