@@ -3,6 +3,7 @@
 #include "util/fd_owned.h"
 
 #include <bit>
+#include <bitset>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -34,19 +35,21 @@ void put_code(std::string& bits, unsigned value) {
     }
 }
 
-// A slice whose header says that much, filled up to its size.
+// A slice whose header says that much, filled up to 60 bytes.
 bytes slice(std::uint8_t first_byte, unsigned type, unsigned first_macroblock = 0,
-            unsigned picture_set = 0, std::size_t size = 60) {
+            unsigned picture_set = 0, unsigned frame_number = 0) {
+    constexpr std::size_t SIZE = 60;
     std::string bits;
     for (const unsigned code : {first_macroblock, type, picture_set}) {
         put_code(bits, code);
     }
+    bits += std::bitset<4>{frame_number}.to_string();
     bits.append((8 - bits.size() % 8) % 8, '1');
     bytes made{first_byte};
     for (std::size_t i = 0; i < bits.size(); i += 8) {
         made.push_back(static_cast<std::uint8_t>(std::stoul(bits.substr(i, 8), nullptr, 2)));
     }
-    made.resize(size, 0x5a);
+    made.resize(SIZE, 0x5a);
     return made;
 }
 
@@ -63,6 +66,7 @@ public:
     stream& picture(std::uint8_t first_byte = REFERENCE, unsigned type = P_SLICE) {
         return nal(slice(first_byte, type));
     }
+    stream& numbered(unsigned frame) { return nal(slice(REFERENCE, P_SLICE, 0, 0, frame)); }
     stream& key() { return nal(SEQUENCE_SET).nal(PICTURE_SET).picture(IDR, I_SLICE); }
     stream& sound() { // 128 kbit/s at 48 kHz: 384 bytes
         bytes_.insert(bytes_.end(), {0xff, 0xfb, 0x94, 0x64});
@@ -184,6 +188,23 @@ TEST(ScanTest, GoesOnBehindADamagedPicture) {
         EXPECT_THAT(damage_of(found), ElementsAre(0, 0, 0, SLICE_BYTES, 0, 0, 0)) << damaged.what;
         EXPECT_EQ(found.end, pictures.size()) << damaged.what;
     }
+}
+
+TEST(ScanTest, FrameNumbersTellWhetherPicturesAreMissing) {
+    stream pictures;
+    pictures.key();
+    for (unsigned frame = 1; frame < 8; ++frame) {
+        pictures.numbered(frame).sound();
+    }
+    const std::size_t place = stream{}.key().numbered(1).sound().size();
+    stream without_picture{pictures};
+    without_picture.overwrite(place, bytes(5, 0));
+    EXPECT_FALSE(without_picture.scan().runs[3].goes_on);
+    stream without_sound{pictures};
+    without_sound.overwrite(place + SLICE_BYTES, bytes(5, 0));
+    const scanned found = without_sound.scan();
+    EXPECT_EQ(found.runs[3].damage_before, 384U);
+    EXPECT_TRUE(found.runs[3].goes_on);
 }
 
 TEST(ScanTest, SoundOfAnotherKindIsDamage) {

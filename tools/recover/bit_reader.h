@@ -17,8 +17,6 @@ public:
     std::uint32_t ue();
     std::int32_t se();
 
-    // How many bits are left of the byte that was begun.
-    [[nodiscard]] unsigned rest_of_byte() const { return static_cast<unsigned>((8 - at_ % 8) % 8); }
     [[nodiscard]] bool is_past_end() const { return at_ > bytes_.size() * 8; }
 
 private:

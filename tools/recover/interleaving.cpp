@@ -17,6 +17,7 @@ void put_chunks(const scanned& found, sample_run run, std::vector<sample_run>& c
             run.offset += found.picture_sizes[run.first + i];
         }
         run.first += run.count;
+        run.goes_on = true;
     }
 }
 

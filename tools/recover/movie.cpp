@@ -91,7 +91,7 @@ track_table make_pictures(const scanned& found, const std::vector<run_times>& ti
     bool is_decodable = false; // from the first key frame on
     for (std::size_t i = 0; i < found.runs.size(); ++i) {
         const sample_run& run = found.runs[i];
-        is_decodable = is_decodable && run.lost_pictures == 0;
+        is_decodable = is_decodable && run.lost_pictures == 0 && run.goes_on;
         if (run.kind == sample_kind::sound) {
             continue;
         }

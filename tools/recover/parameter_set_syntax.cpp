@@ -1,4 +1,4 @@
-// What the parameter sets of an H.264 stream say.
+// What the parameter sets of an H.264 stream say, and what slices say in their terms.
 #include "recover/parameter_set_syntax.h"
 
 #include "recover/bit_reader.h"
@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::uint32_t SIDE_MAX = 8192; // pixels
 constexpr std::uint32_t SEQUENCE_SET_IDS = 32;
-constexpr std::uint32_t REFERENCES_MAX = 32;
 
 // Profiles whose sequence sets say more about colours.
 constexpr std::array<std::uint32_t, 9> HIGH_PROFILES{100, 110, 122, 244, 44, 83, 86, 118, 128};
@@ -48,7 +47,7 @@ void read_picture_order(bit_reader& in, sequence_set& set) {
     if (set.order_type == 0) {
         set.order_bits = std::min(in.ue(), 13U) + 4;
     } else if (set.order_type == 1) {
-        set.has_order_deltas = !in.flag();
+        in.flag(); // always zero
         in.se();
         in.se();
         for (std::uint32_t left = in.ue(); left > 0 && !in.is_past_end(); --left) {
@@ -127,21 +126,34 @@ std::optional<picture_set> read_picture_set(byte_view nal) {
         return std::nullopt;
     }
     bit_reader in{nal.subspan(1)};
-    picture_set set{.id = in.ue(), .sequence_id = in.ue()};
-    set.is_arithmetic = in.flag();
-    set.has_bottom_order = in.flag();
+    const picture_set set{.id = in.ue(), .sequence_id = in.ue()};
+    in.bits(2); // entropy coding, order of fields
     const std::uint32_t further_groups = in.ue();
-    set.references = in.ue() + 1;
-    in.ue(); // references of B slices
-    set.has_weights = in.flag();
-    in.bits(2);
-    set.quantiser = 26 + in.se();
-    in.se();
-    in.se();
-    set.has_deblocking = in.flag();
-    in.flag();
-    set.has_redundancy = in.flag();
-    const bool is_sensible = set.id < PICTURE_SET_IDS && set.sequence_id < SEQUENCE_SET_IDS &&
-                             further_groups == 0 && set.references <= REFERENCES_MAX;
+    const bool is_sensible =
+        set.id < PICTURE_SET_IDS && set.sequence_id < SEQUENCE_SET_IDS && further_groups == 0;
     return !in.is_past_end() && is_sensible ? std::optional{set} : std::nullopt;
+}
+
+slice_numbers read_slice_numbers(byte_view nal, const sequence_set& sequence) {
+    constexpr std::size_t BYTES_TO_READ = 32; // more than the numbers and what is before them take
+    const bool is_reference = (nal[0] & 0x60) != 0;
+    bit_reader in{nal.subspan(1, std::min(nal.size(), BYTES_TO_READ) - 1)};
+    for (int i = 0; i < 3; ++i) { // first macroblock, type, picture set
+        in.ue();
+    }
+    in.bits(sequence.has_separate_planes ? 2 : 0);
+    slice_numbers numbers{
+        .frame = in.bits(sequence.frame_number_bits), .next_frame = 0, .order = 0};
+    numbers.next_frame =
+        (numbers.frame + (is_reference ? 1U : 0U)) & ((1U << sequence.frame_number_bits) - 1);
+    if (sequence.has_fields && in.flag()) {
+        in.flag(); // bottom
+    }
+    if (type_of_nal(nal[0]) == NAL_IDR_SLICE) {
+        in.ue(); // number of the IDR picture
+    }
+    if (sequence.order_type == 0) {
+        numbers.order = in.bits(sequence.order_bits);
+    }
+    return numbers;
 }

@@ -1,4 +1,4 @@
-// What the parameter sets of an H.264 stream say.
+// What the parameter sets of an H.264 stream say, and what slices say in their terms.
 #pragma once
 
 #include "recover/nal.h"
@@ -11,7 +11,6 @@ struct sequence_set {
     unsigned frame_number_bits = 0;
     std::uint32_t order_type = 0; // how the order of pictures is told: 0 with so many bits
     unsigned order_bits = 0;
-    bool has_order_deltas = false; // of type 1
     bool has_fields = false;
     bool has_separate_planes = false;
     std::uint8_t chroma_format = 1;
@@ -25,14 +24,17 @@ struct sequence_set {
 struct picture_set {
     std::uint32_t id = 0;
     std::uint32_t sequence_id = 0;
-    bool is_arithmetic = false; // entropy coding: arithmetic, or of variable length
-    bool has_bottom_order = false;
-    std::uint32_t references = 1;
-    bool has_weights = false;
-    std::int32_t quantiser = 26;
-    bool has_deblocking = false;
-    bool has_redundancy = false;
 };
 
 // None when it is not a picture parameter set that makes sense, or has groups of slices.
 [[nodiscard]] std::optional<picture_set> read_picture_set(byte_view nal);
+
+// The numbers by which pictures follow one another.
+struct slice_numbers {
+    std::uint32_t frame;
+    std::uint32_t next_frame; // of the next picture; one more where others refer to this one
+    std::uint32_t order;      // with order type 0
+};
+
+// Takes the beginning of a slice that refers to that set.
+[[nodiscard]] slice_numbers read_slice_numbers(byte_view nal, const sequence_set& sequence);

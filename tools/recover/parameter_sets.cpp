@@ -85,11 +85,6 @@ bool parameter_sets::are_complete() const {
         pictures_, [this](const auto& set) { return sequence_of(set.values.id) != nullptr; });
 }
 
-const picture_set* parameter_sets::picture_of(std::uint32_t picture_set_id) const {
-    const auto* const picture = find_set(pictures_, picture_set_id);
-    return picture == nullptr ? nullptr : &picture->values;
-}
-
 const sequence_set* parameter_sets::sequence_of(std::uint32_t picture_set_id) const {
     const auto* const picture = find_set(pictures_, picture_set_id);
     const auto* const sequence =

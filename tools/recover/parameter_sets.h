@@ -15,9 +15,8 @@ public:
     // True when pictures can be decoded with them.
     [[nodiscard]] bool are_complete() const;
 
-    // The picture set of that number, and the sequence set that it refers to; none when one of them
-    // is missing. Borrowed.
-    [[nodiscard]] const picture_set* picture_of(std::uint32_t picture_set_id) const;
+    // The sequence set that the picture set of that number refers to; none when one of them is
+    // missing. Borrowed.
     [[nodiscard]] const sequence_set* sequence_of(std::uint32_t picture_set_id) const;
 
     // Width and height of the pictures; to be asked of complete sets only.

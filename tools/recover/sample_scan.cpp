@@ -19,6 +19,8 @@ struct scan_state {
     std::uint32_t last_slices = 0; // of the last picture
     std::uint32_t slices = 0;      // of the one before
     std::uint64_t reported = 0;
+    bool is_damaged = false;                   // there was damage since the last picture
+    std::optional<std::uint32_t> next_frame{}; // of the next picture
 };
 
 void report_at(scan_state& in, std::uint64_t offset) {
@@ -40,7 +42,16 @@ void begin_run(scanned& found, sample_kind kind, std::uint64_t offset) {
                           .damage_before = offset - found.end});
 }
 
+// An encoder may number frames in its own way, so the numbers are looked at behind damage only.
+bool goes_on(const scan_state& in, const sample& picture) {
+    return !in.is_damaged || picture.is_reset ||
+           (picture.numbers && in.next_frame == picture.numbers->frame);
+}
+
 void add_picture(scan_state& in, std::uint64_t offset, const sample& picture) {
+    in.found.runs.back().goes_on = in.found.runs.back().goes_on && goes_on(in, picture);
+    in.is_damaged = false;
+    in.next_frame = picture.numbers ? std::optional{picture.numbers->next_frame} : std::nullopt;
     if (picture.is_key) {
         in.found.key_pictures.push_back(static_cast<std::uint32_t>(in.found.picture_sizes.size()));
     }
@@ -124,8 +135,12 @@ bool is_last_doubtful(scan_state& in) {
                                                            : in.last_slices < in.slices;
 }
 
-void drop_last(scanned& found) {
+void drop_last(scan_state& in) {
+    scanned& found = in.found;
     sample_run& run = found.runs.back();
+    if (run.kind == sample_kind::picture) {
+        in.next_frame.reset();
+    }
     std::vector<std::uint32_t>& sizes = sizes_of(found, run.kind);
     found.end -= sizes.back();
     sizes.pop_back();
@@ -166,8 +181,9 @@ scanned scan_samples(byte_window& file, std::uint64_t start, parameter_sets& set
             report_at(in, at);
             continue;
         }
+        in.is_damaged = true;
         if (at == in.found.end && is_last_doubtful(in)) {
-            drop_last(in.found);
+            drop_last(in);
         }
         const std::uint64_t again = resynchronise(in, at + 1);
         if (again < file.end()) {

@@ -10,6 +10,8 @@ struct sample_run {
     std::uint32_t first = 0;  // number of its first sample among those of its kind
     std::uint32_t count = 0;
     std::uint64_t damage_before = 0; // bytes just before it that hold no whole sample
+    // Of pictures: none is missing before it, as far as the numbers of frames tell.
+    bool goes_on = true;
     // Samples that were in these bytes, as lost_samples.h reckons.
     std::uint32_t lost_pictures = 0;
     std::uint32_t lost_sounds = 0;

@@ -40,6 +40,14 @@ bool take_slice(picture_reading& in, byte_view nal, const sample_marks& marks) {
         !refers_to_known_set(in, *slice, marks)) {
         return false;
     }
+    if (is_first) {
+        const sequence_set* const sequence =
+            marks.sets == nullptr ? nullptr : marks.sets->sequence_of(slice->picture_set_id);
+        in.picture.is_reset = type_of_nal(nal[0]) == NAL_IDR_SLICE;
+        if (sequence != nullptr) {
+            in.picture.numbers = read_slice_numbers(nal, *sequence);
+        }
+    }
     ++in.picture.slices;
     in.picture.is_key = in.picture.is_key && slice->is_intra;
     return true;

@@ -11,9 +11,12 @@ enum class sample_kind : std::uint8_t { picture, sound };
 struct sample {
     sample_kind kind;
     std::uint32_t size;
-    bool is_key = false;         // picture: can be decoded by itself
-    bool has_sets = false;       // picture: parameter sets come with it
-    std::uint32_t slices = 0;    // picture
+    bool is_key = false;      // picture: can be decoded by itself
+    bool has_sets = false;    // picture: parameter sets come with it
+    std::uint32_t slices = 0; // picture
+    bool is_reset = false;    // picture: begins the numbers of frames
+    // Picture: where its sets are known.
+    std::optional<slice_numbers> numbers{};
     std::uint32_t signature = 0; // sound
 };
 

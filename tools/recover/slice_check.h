@@ -3,8 +3,8 @@
 
 #include "recover/parameter_sets.h"
 
-// Reads slices, one picture's after the other, as if the sets were theirs. With other sets their
-// headers soon make no sense: numbers that must go on don't, or are out of range.
+// Reads slices, one picture's after the other, as if the sets were theirs. With another encoder's
+// sets the numbers of frames, which must go on, soon don't.
 class slice_check {
 public:
     explicit slice_check(const parameter_sets& sets) : sets_{sets} {} // borrowed
@@ -14,8 +14,7 @@ public:
     [[nodiscard]] bool fits() const { return fits_; }
 
 private:
-    [[nodiscard]] bool goes_on(bool is_idr, bool is_reference, std::uint32_t frame_number,
-                               std::uint32_t order, const sequence_set& sequence);
+    [[nodiscard]] bool goes_on(byte_view nal, const sequence_set& sequence);
 
     const parameter_sets& sets_;
     bool fits_ = true;
