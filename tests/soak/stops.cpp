@@ -103,7 +103,7 @@ bool record_and_stop(const board& board, storage_card& card, const plan& what) {
     EXPECT_EQ(daemon.ask("c:enable_record:i:1"), "r:enable_record:n:");
     carry_out(what, daemon, card);
     EXPECT_EQ(daemon.wait_exit(STOP_LIMIT), 0);
-    EXPECT_TRUE(daemon.output().ends_with("[INFO]: Goodbye\n"));
+    EXPECT_EQ(daemon.count("[INFO]: Goodbye\n"), 1);
     EXPECT_EQ(daemon.count("by force"), 0);
     return judge_recording(board.at("/media/video"));
 }
