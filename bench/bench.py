@@ -13,8 +13,8 @@ import time
 from commands import disturbances, round_trips
 from figures import table_of
 from page import page
-from pipes import idling, pipes
-from subjects import Bench
+from pipes import OTHERS, idling, pipes
+from subjects import OTHERS_FOLDER, OTHERS_VARIABLES, Bench
 
 FULL = {"rounds": 5, "seconds": 6.0, "settle_seconds": 1.0, "ask_seconds": 0.6,
         "idle_seconds": 6.0}
@@ -52,17 +52,23 @@ def machine():
 
 def look_for_plugins(bench):
     """So that no program that is measured does it."""
-    subprocess.run(["gst-inspect-1.0", "qtoverlay"], check=True, stdout=subprocess.DEVNULL,
-                   env=os.environ | bench.plugin_environment())
+    for others in (False, True)[:1 + bool(bench.others)]:
+        subprocess.run(["gst-inspect-1.0", "qtoverlay"], check=True, stdout=subprocess.DEVNULL,
+                       env=os.environ | bench.plugin_environment(others))
+
+
+def taken_from_environment():
+    """What only those boards shall have that are for others' elements."""
+    return {name: os.environ.pop(name) for name in OTHERS_VARIABLES if name in os.environ}
 
 
 def measure(options, work):
     settings = QUICK if options.quick else FULL
     bench = Bench(options.source, options.build, work, options.build / "bench/registry.bin",
-                  **settings)
+                  taken_from_environment(), **settings)
     look_for_plugins(bench)
     result = {"machine": machine(), "quick": options.quick, "settings": settings,
-              "load_before": os.getloadavg()}
+              "elements": bench.others.get(OTHERS_FOLDER), "load_before": os.getloadavg()}
     figures = []
     for name, session in SESSIONS.items():
         if not options.only or name in options.only:
@@ -76,7 +82,12 @@ def heading(result):
     machine_name = "{processor}, {cores} cores, Linux {kernel}, {time}".format(**result["machine"])
     load = "load average before {:.2f}, after {:.2f}".format(result["load_before"][0],
                                                               result["load_after"][0])
-    return f"{machine_name}; {load}"
+    lines = [f"{machine_name}; {load}"]
+    if result["elements"]:
+        lines.append(f"{OTHERS}: those in {result['elements']}")
+    if result["quick"]:
+        lines.append("one short round: it shows that everything runs, its figures prove little")
+    return "\n".join(lines)
 
 
 def main():

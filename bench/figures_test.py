@@ -1,9 +1,11 @@
 """The arithmetic behind the performance figures."""
 
+import collections
 import unittest
 
 from figures import Figure, Runs, Target, number, part_of, row_of, table_of
 from pipelines import quoted
+from pipes import LAUNCH, LIVE_VIEW, OTHERS, STAND_INS, pipe_figures
 from subjects import FRAME_NS, missed
 
 LIMIT = Target("ratio", "<=", 1.3)
@@ -70,6 +72,15 @@ class FiguresTest(unittest.TestCase):
         for value in (1, 2):
             runs.add(("live", "cpu"), value)
         self.assertEqual(runs["live", "cpu"], [1, 2])
+
+    def test_others_elements_are_compared_with_both(self):
+        runs = collections.defaultdict(lambda: [3])
+        self.assertFalse(any(OTHERS in figure.group for figure in pipe_figures(runs)))
+        runs[LIVE_VIEW, OTHERS, "cpu"] = [6]
+        self.assertEqual([(figure.baseline, figure.ratio().median, figure.met())
+                          for figure in pipe_figures(runs)
+                          if OTHERS in figure.group and "processor" in figure.name],
+                         [(LAUNCH, 2, False), (STAND_INS, 2, False)])
 
     def test_texts_for_gst_launch_survive_its_grammar(self):
         self.assertEqual(quoted('a "b" c\\'), '"a \\"b\\" c\\\\"')

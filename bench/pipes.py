@@ -11,6 +11,8 @@ from subjects import (ASK_DAEMON, ASK_REDIS, FRAMES_PER_SECOND, Board, Daemon, P
 
 LAUNCH = "gst-launch"
 REDIS = "redis"
+OTHERS, STAND_INS = "others' elements", "stand-ins"
+LIVE_VIEW = "Live view"
 
 
 def measure(bench, board, process, state, who, runs):
@@ -52,12 +54,21 @@ def stream(bench, board, process, port, who, runs):
         measure(bench, board, process, "TCP stream", who, runs)
 
 
+def others_round(bench, board, runs):
+    """The live view alone on others' elements."""
+    board.clear_logs()
+    with Daemon(bench, board) as daemon:
+        board.wait_for_frame(daemon)
+        measure(bench, board, daemon, LIVE_VIEW, OTHERS, runs)
+
+
 def daemon_round(bench, board, port, runs):
     """Streaming has a life of its own: memory that the recording took is not given back."""
+    board.clear_logs()
     with Daemon(bench, board) as daemon:
         runs.add(("answer", "vtrdc"), daemon.wait_for_answer(ASK_DAEMON.encode()))
         runs.add(("frame", "vtrdc"), board.wait_for_frame(daemon))
-        measure(bench, board, daemon, "Live view", "vtrdc", runs)
+        measure(bench, board, daemon, LIVE_VIEW, "vtrdc", runs)
         asked_ns = time.monotonic_ns()
         daemon.ask("enable_record", 1)
         record(bench, board, daemon, asked_ns, lambda: daemon.ask("enable_record", 0), "vtrdc",
@@ -81,7 +92,7 @@ def launch_round(bench, board, attributes, port, runs):
     """The same states as single pipelines, one after the other."""
     with launched(board, pipelines.live(board, attributes)) as process:
         runs.add(("frame", LAUNCH), board.wait_for_frame(process))
-        measure(bench, board, process, "Live view", LAUNCH, runs)
+        measure(bench, board, process, LIVE_VIEW, LAUNCH, runs)
     with launched(board, pipelines.record(board, attributes)) as process:
         record(bench, board, process, process.started_ns, process.interrupt, LAUNCH, runs)
     with launched(board, pipelines.stream(board, attributes, port)) as process:
@@ -99,23 +110,34 @@ def overlay_texts(board):
 
 
 # The most that an output may cost, as a ratio.
-COST_LIMITS = {"Live view": 1.05, "Recording": 1.10, "TCP stream": 1.10}
+COST_LIMITS = {LIVE_VIEW: 1.05, "Recording": 1.10, "TCP stream": 1.10}
+
+
+def state_figures(runs, state, who="vtrdc", baseline=LAUNCH):
+    """What a state costs `who` against `baseline`, who had their rounds in turn."""
+    def figure(name, unit, key, target=None):
+        return Figure(f"{state} on {who}" if who == OTHERS else state, name, unit,
+                      runs[state, who, key], STAND_INS if baseline == "vtrdc" else baseline,
+                      runs[state, baseline, key], target)
+
+    return [
+        figure("processor time a second of video", "ms", "cpu",
+               Target("ratio", "<=", COST_LIMITS[state])),
+        figure("camera to panel, middle", "ms", "p50"),
+        figure("camera to panel, 99th percentile", "ms", "p99",
+               Target("difference", "<=", 1) if state == LIVE_VIEW else None),
+        figure("pictures that the panel misses", "pictures", "missed", Target("value", "<=", 0)),
+        figure("memory", "MiB", "memory"),
+    ]
 
 
 def pipe_figures(runs):
-    for state, limit in COST_LIMITS.items():
-        def figure(name, unit, key, target=None):
-            return Figure(state, name, unit, runs[state, "vtrdc", key], LAUNCH,
-                          runs[state, LAUNCH, key], target)
-
-        yield figure("processor time a second of video", "ms", "cpu",
-                     Target("ratio", "<=", limit))
-        yield figure("camera to panel, middle", "ms", "p50")
-        yield figure("camera to panel, 99th percentile", "ms", "p99",
-                     Target("difference", "<=", 1) if state == "Live view" else None)
-        yield figure("pictures that the panel misses", "pictures", "missed",
-                     Target("value", "<=", 0))
-        yield figure("memory", "MiB", "memory")
+    for state in COST_LIMITS:
+        yield from state_figures(runs, state)
+    if (LIVE_VIEW, OTHERS, "cpu") in runs:
+        for both in zip(*(state_figures(runs, LIVE_VIEW, OTHERS, baseline)
+                          for baseline in (LAUNCH, "vtrdc"))):
+            yield from both
     starts = (("frame", LAUNCH, "Starting", "exec to the first picture on the panel"),
               ("answer", REDIS, "Starting", "exec to the first answer"),
               ("record start", LAUNCH, "Recording", "start to the first picture in the file"),
@@ -129,11 +151,14 @@ def pipes(bench):
     runs = Runs()
     port = free_port()
     with (Board(bench, "daemon", f"tcp_stream_port={port}\n") as board,
-          Board(bench, "launch") as plain):
+          Board(bench, "launch") as plain,
+          Board(bench, "others", others=True) if bench.others
+          else contextlib.nullcontext() as others):
         plain.at("media/video").mkdir()
         for _ in range(bench.rounds):
-            board.clear_logs()
             daemon_round(bench, board, port, runs)
+            if others:
+                others_round(bench, others, runs)
             launch_round(bench, plain, overlay_texts(board), port, runs)
             redis_round(bench, runs)
     return sorted(pipe_figures(runs), key=lambda figure: figure.group)

@@ -10,6 +10,10 @@ import subprocess
 import threading
 import time
 
+# What scripts/bench --elements exports: the folder, and the stand-ins that give way.
+OTHERS_FOLDER = "VTRDC_SIM_ELEMENTS"
+OTHERS_VARIABLES = (OTHERS_FOLDER, "VTRDC_SIM_WITHOUT")
+
 ASK_DAEMON = "c:get_lum:n:"
 ASK_REDIS = "*1\r\n$4\r\nPING\r\n"
 
@@ -62,6 +66,7 @@ class Bench:
     build: pathlib.Path
     work: pathlib.Path
     registry: pathlib.Path
+    others: dict  # the environment in which others' elements replace stand-ins; empty without any
     rounds: int
     seconds: float  # of pipes, a round
     settle_seconds: float  # before that
@@ -76,10 +81,14 @@ class Bench:
         return ([self.source / "scripts/sim", *words, "--board", folder],
                 os.environ | {"VTRDC_BUILD_DIR": str(self.build)})
 
-    def plugin_environment(self):
-        """Where GStreamer finds the stand-ins and the tracer, and keeps what it knows of them."""
-        return {"GST_PLUGIN_PATH": f"{self.build}/sim/plugins:{self.build}/bench/plugins",
-                "GST_REGISTRY": str(self.registry)}
+    def plugin_environment(self, others=False):
+        """Where GStreamer finds the stand-ins and the tracer, and keeps what it knows of them;
+        with others' elements where told."""
+        path = f"{self.build}/sim/plugins:{self.build}/bench/plugins"
+        if not others:
+            return {"GST_PLUGIN_PATH": path, "GST_REGISTRY": str(self.registry)}
+        return self.others | {"GST_PLUGIN_PATH": f"{self.others[OTHERS_FOLDER]}:{path}",
+                              "GST_REGISTRY": f"{self.registry}.others"}
 
 
 class Process:
@@ -184,7 +193,7 @@ def start_redis(bench):
 class Board:
     """A simulated board; also what GStreamer programs on it need in their environment."""
 
-    def __init__(self, bench, name, settings=""):
+    def __init__(self, bench, name, settings="", others=False):
         self.folder = bench.work / name
         words, environment = bench.front_door(self.folder, "layout")
         subprocess.run(words, check=True, env=environment)
@@ -192,7 +201,7 @@ class Board:
         # Held open, the buttons' FIFO can be opened without waiting.
         self._fifo = os.open(self.folder / "dev/input/event1", os.O_RDWR | os.O_CLOEXEC)
         self.frames_file = self.folder / "frames"
-        self.environment = os.environ | bench.plugin_environment() | {
+        self.environment = os.environ | bench.plugin_environment(others) | {
             "VTRDC_SYSROOT": str(self.folder),
             "PATH": f"{self.folder}/usr/bin:{os.environ['PATH']}",
             "LC_ALL": "C.UTF-8",
