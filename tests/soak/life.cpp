@@ -20,10 +20,6 @@ constexpr std::size_t LOG_BYTES_TOLD = 6000;
 // A stop takes five seconds where a pipe must be ended by force.
 constexpr std::chrono::seconds STOP_LIMIT{15};
 constexpr area MIDDLE{100, 100, 800, 500};
-// What is freed goes back to the system at once; else the figures show how the allocator's arenas
-// fill up for some minutes, as threads come and go, and no leak could be told from that.
-const std::vector<std::string> PLAIN_MEMORY{"MALLOC_ARENA_MAX=1", "MALLOC_MMAP_THRESHOLD_=65536",
-                                            "MALLOC_TRIM_THRESHOLD_=65536"};
 
 } // namespace
 
@@ -34,7 +30,7 @@ const life::deed_row life::deeds[] = {
 };
 
 life::life(std::uint64_t seed)
-    : seed_{seed}, dice_{seed}, daemon_{around_.where(), {"-l", LOG_FILE}, PLAIN_MEMORY},
+    : seed_{seed}, dice_{seed}, daemon_{around_.where(), {"-l", LOG_FILE}, flatness::environment()},
       log_{around_.where().at(LOG_FILE)}, clients_{daemon_} {
     EXPECT_TRUE(around_.where().wait_for_panel(
         [](const picture& panel) { return panel.deviation(MIDDLE) > 5.0; }));

@@ -167,3 +167,41 @@ std::vector<int> picture_numbers(const std::filesystem::path& file) {
     }
     return numbers;
 }
+
+namespace {
+
+// How far the number goes on from one picture to the next.
+int step(int from, int to) {
+    return (to - from + NUMBERED_PICTURES) % NUMBERED_PICTURES;
+}
+
+// The pictures of a recording's file. The very first may come up to three times: from a pipe that
+// is set playing, sinks hand it on when the pipe pauses, and again when it plays.
+std::vector<int> distinct_pictures(const std::filesystem::path& file, bool is_first) {
+    std::vector<int> numbers = picture_numbers(file);
+    EXPECT_FALSE(numbers.empty()) << file;
+    for (int again = 0; is_first && again < 2 && numbers.size() > 1; ++again) {
+        if (numbers[0] == numbers[1]) {
+            numbers.erase(numbers.begin());
+        }
+    }
+    return numbers;
+}
+
+} // namespace
+
+left_out_pictures follow_pictures(const std::vector<std::filesystem::path>& recorded) {
+    left_out_pictures left_out;
+    std::optional<int> last;
+    for (const auto& file : recorded) {
+        const std::vector<int> numbers = distinct_pictures(file, !last);
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            const int moved = last ? step(*last, numbers[i]) : 1;
+            EXPECT_GE(moved, 1) << "picture " << i << " of " << file;
+            EXPECT_LE(moved, 30) << "picture " << i << " of " << file;
+            (i == 0 ? left_out.between_files : left_out.within_files) += moved - 1;
+            last = numbers[i];
+        }
+    }
+    return left_out;
+}

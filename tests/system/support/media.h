@@ -50,3 +50,13 @@ void write_numbered_footage(const std::filesystem::path& file);
 
 // The numbers of the pictures of a recording.
 std::vector<int> picture_numbers(const std::filesystem::path& file);
+
+// Pictures that a recording lacks.
+struct left_out_pictures {
+    int within_files = 0;
+    int between_files = 0;
+};
+
+// Follows the numbers through the files of a recording. But for the very first, no picture may come
+// twice or before its time. The camera leaves some out when the machine is busy.
+left_out_pictures follow_pictures(const std::vector<std::filesystem::path>& recorded);
