@@ -165,7 +165,7 @@ void footage::take(GstSample* sample) {
 void footage::draw_own_scene(GstClockTime time) {
     const double seconds = static_cast<double>(time) / GST_SECOND;
     for (int y = 0; y < SENSOR_HEIGHT; ++y) {
-        const std::uint8_t cool = static_cast<std::uint8_t>(40 + 60 * y / SENSOR_HEIGHT);
+        const auto cool = static_cast<std::uint8_t>(40 + 60 * y / SENSOR_HEIGHT);
         std::fill_n(picture_.begin() + std::ptrdiff_t{y} * SENSOR_WIDTH, SENSOR_WIDTH, cool);
     }
     for (const blob& each : blobs) {
@@ -178,8 +178,8 @@ void footage::draw_own_scene(GstClockTime time) {
             for (int column = std::max(0, x - radius); column < std::min(SENSOR_WIDTH, x + radius);
                  ++column) {
                 const double distance = std::hypot(column - x, row - y) / radius;
-                std::uint8_t& pixel =
-                    picture_[static_cast<std::size_t>(row * SENSOR_WIDTH + column)];
+                std::uint8_t& pixel = picture_[static_cast<std::size_t>(row) * SENSOR_WIDTH +
+                                               static_cast<std::size_t>(column)];
                 pixel = static_cast<std::uint8_t>(
                     std::min(255.0, pixel + each.warmth * std::max(0.0, 1.0 - distance)));
             }

@@ -38,7 +38,7 @@ GstClockTime shifted(GstClockTime stamp, GstClockTimeDiff offset) {
 // None when the buffer is older than the listening pipe, which has no time of its own before it
 // plays.
 gst_owned<GstBuffer> compensated(GstElement* producer, GstElement* source, GstBuffer* buffer) {
-    const GstClockTimeDiff offset =
+    const auto offset =
         GST_CLOCK_DIFF(gst_element_get_base_time(source), gst_element_get_base_time(producer));
     const GstClockTime pts = GST_BUFFER_PTS(buffer);
     if (GST_STATE(source) != GST_STATE_PLAYING ||
