@@ -25,8 +25,8 @@ std::vector<std::filesystem::path> other_paths(const QFileInfo& file) {
 
 } // namespace
 
-scene_watch::scene_watch(const QString& file, std::function<void()> on_change)
-    : file_(file), on_change_(std::move(on_change)) {
+scene_watch::scene_watch(QString file, std::function<void()> on_change)
+    : file_(std::move(file)), on_change_(std::move(on_change)) {
     settled_.setSingleShot(true);
     settled_.setInterval(SETTLE_MS);
     QObject::connect(&settled_, &QTimer::timeout, [this] { tell(); });

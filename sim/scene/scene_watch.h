@@ -19,7 +19,7 @@ public:
     // the folder that it leads to. Any of them may be missing, or replaced by another. Told once a
     // burst of changes is over, a tenth of a second after the last of them; what is told may
     // destroy the watch's scene, but not the watch.
-    scene_watch(const QString& file, std::function<void()> on_change);
+    scene_watch(QString file, std::function<void()> on_change);
     scene_watch(const scene_watch&) = delete;
     scene_watch& operator=(const scene_watch&) = delete;
 
