@@ -203,8 +203,9 @@ bool shut_down(GstElement* pipeline, bool is_forced) {
     const bool is_done = finishes_in_time(
         [kept = own_shared(pipeline)]() mutable { stop_pipeline(std::move(kept)); });
     if (!is_done) {
-        // They are at NULL already: a pipeline stops from its end.
-        const element_vector sinks = cut_off(pipeline);
+        // They are on their way still, together with what holds the pipeline up; an element that is
+        // released above NULL is never freed.
+        finishes_in_time([sinks = cut_off(pipeline)] { stop_all(sinks); });
     }
     return is_done;
 }

@@ -59,7 +59,15 @@ TEST_P(StuckCameraTest, ItsPipeIsEndedAndTheSplashComes) {
     EXPECT_EQ(ask("c:enable_record:i:0"), "r:enable_record:n:");
     EXPECT_TRUE(daemon_.wait_for("[INFO]: Got EoS event on pipe 5\n"));
     expect_recording_plays();
+    // When the driver goes on, what was left behind is released, and another live view works.
+    std::ofstream{board_.at("/dev/video0.state")} << "run";
+    EXPECT_EQ(ask("c:kill_pipe:i:6"), "r:kill_pipe:n:");
+    EXPECT_TRUE(daemon_.wait_for("[INFO]: Got EoS event on pipe 6\n"));
+    EXPECT_EQ(ask("c:create_pipe:i:0"), "r:create_pipe:n:");
+    EXPECT_EQ(ask("c:create_pipe:i:1"), "r:create_pipe:n:");
+    EXPECT_TRUE(board_.wait_for_frames(30));
     EXPECT_EQ(daemon_.stop(), 0);
+    EXPECT_EQ(daemon_.count("CRITICAL"), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Cameras, StuckCameraTest, testing::Values("silent", "block"),
