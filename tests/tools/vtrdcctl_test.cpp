@@ -1,4 +1,5 @@
 // vtrdcctl as its users run it: answers, exit statuses, scripts, completion.
+#include "client_fixture.h"
 #include "scripted_server.h"
 #include "support/daemon.h"
 #include "vtrdcctl/requests.h"
@@ -20,32 +21,6 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 namespace {
-
-using words = std::vector<std::string>;
-
-constexpr const char* WITH_FILES = R"(exec "$0" "$@" <"$INPUT" 2>"$ERRORS")";
-
-struct result {
-    int status;
-    std::string output;
-    std::string errors;
-};
-
-class VtrdcctlTest : public testing::Test {
-protected:
-    // Runs vtrdcctl with these words, and this on standard input.
-    [[nodiscard]] result ctl(const words& arguments, const std::string& input = {}) const {
-        words command{"/bin/sh", "-c", WITH_FILES, VTRDCCTL};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        const std::string errors = folder_.write("errors", "");
-        const outcome ended = run(command, {"INPUT=" + folder_.write("input", input),
-                                            "ERRORS=" + errors, "VTRDC_SOCKET=" + socket_});
-        return {ended.status, ended.output, read_text(errors)};
-    }
-
-    temp_folder folder_;
-    std::string socket_ = folder_.path() / "socket";
-};
 
 TEST_F(VtrdcctlTest, NothingIsSentWhenTheCommandLineIsWrong) {
     const words cases[] = {
@@ -232,6 +207,8 @@ TEST_F(VtrdcctlTest, BashCompletesCommandsAndOptions) {
     EXPECT_THAT(completions("vtrdcctl --json set_ret"),
                 ElementsAre("set_reticle_src", "set_reticle_color", "set_reticle_opacity"));
     EXPECT_THAT(completions("vtrdcctl --t"), ElementsAre("--timeout"));
+    EXPECT_THAT(completions("vtrdcctl wat"), ElementsAre("watch"));
+    EXPECT_THAT(completions("vtrdcctl watch --u"), ElementsAre("--until"));
     EXPECT_THAT(completions("vtrdcctl get_lum --j"), ElementsAre("--json"));
     EXPECT_THAT(completions("vtrdcctl get_lum get_"), IsEmpty());
     EXPECT_THAT(completions("vtrdcctl --timeout ''"), IsEmpty());

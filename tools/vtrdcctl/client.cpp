@@ -2,18 +2,22 @@
 #include "vtrdcctl/client.h"
 
 #include "vtrdcctl/answers.h"
+#include "vtrdcctl/exit_status.h"
+#include "vtrdcctl/status_file.h"
 #include "vtrdcctl/wording.h"
 
 #include <algorithm>
 #include <iostream>
 #include <thread>
 
+using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 namespace {
 
-// The daemon tells nobody when an output has ended, so there is nothing else to wait for.
-constexpr std::chrono::milliseconds RETRY_INTERVAL{100};
+// What has been in the way may be of any kind, so there is nothing else to wait for.
+constexpr milliseconds RETRY_INTERVAL{100};
+constexpr milliseconds LOOK_INTERVAL{1000};
 
 } // namespace
 
@@ -32,9 +36,27 @@ exit_status client::run(const client_command& command, std::span<const std::stri
     return answer.is_done ? STATUS_DONE : STATUS_REFUSED;
 }
 
+// A daemon writes its status once it answers; one that can't write it is found by looking again.
+void client::connect_in_time(steady_clock::time_point end) {
+    status_file status{options_.status_path};
+    for (;;) {
+        const steady_clock::time_point now = steady_clock::now();
+        try {
+            const auto left = std::chrono::ceil<milliseconds>(end - now);
+            connection_.emplace(options_.socket_path, std::max(options_.timeout, left));
+            return;
+        } catch (const no_daemon&) {
+            if (now >= end) {
+                throw;
+            }
+        }
+        static_cast<void>(status.wait(std::min(end, now + LOOK_INTERVAL)));
+    }
+}
+
 reply client::ask(std::string_view request) {
     if (!connection_) {
-        connection_.emplace(options_.socket_path, options_.timeout);
+        connect_in_time(steady_clock::now() + options_.wait);
     }
     reply answer = connection_->ask(request);
     const steady_clock::time_point end = steady_clock::now() + options_.retry;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "config/settings.h"
+#include "core/status.h"
 #include "vtrdcctl/connection.h"
 #include "vtrdcctl/exit_status.h"
 #include "vtrdcctl/requests.h"
@@ -14,6 +15,8 @@
 
 struct client_options {
     std::string socket_path = settings{}.socket_file;
+    std::string status_path = STATUS_FILE;
+    std::chrono::milliseconds wait{0}; // how long to wait for a daemon
     std::chrono::milliseconds timeout{5000};
     std::chrono::milliseconds retry{0}; // how long to ask again while the reply is an error
     bool is_json = false;
@@ -33,6 +36,7 @@ public:
                                   std::string_view place = {});
 
 private:
+    void connect_in_time(std::chrono::steady_clock::time_point end);
     [[nodiscard]] reply ask(std::string_view request);
 
     client_options options_;

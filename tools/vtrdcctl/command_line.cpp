@@ -4,11 +4,13 @@
 #include "api/help_legend.h"
 #include "util/build_version.h"
 #include "vtrdcctl/nearest.h"
+#include "vtrdcctl/status_file.h"
 #include "vtrdcctl/wording.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace {
 
@@ -29,18 +31,31 @@ std::string legend() {
     return text;
 }
 
-void add_seconds(CLI::App& parser, const std::string& names, std::chrono::milliseconds& target,
-                 const std::string& help) {
-    const auto keep = [names, &target](const double& seconds) {
+CLI::Option* add_seconds_option(CLI::App& parser, const std::string& names,
+                                const std::function<void(std::chrono::milliseconds)>& keep,
+                                const std::string& help) {
+    const auto convert = [names, keep](const double& seconds) {
         if (!(seconds >= 0.0)) { // not a number is not, either
             throw CLI::ValidationError{names, "must be a time in seconds"};
         }
-        target = std::chrono::milliseconds{std::lround(std::min(seconds, DAY_S) * 1000.0)};
+        keep(std::chrono::milliseconds{std::lround(std::min(seconds, DAY_S) * 1000.0)});
     };
+    return parser.add_option_function<double>(names, convert, help)->type_name("SECONDS");
+}
+
+void add_seconds(CLI::App& parser, const std::string& names, std::chrono::milliseconds& target,
+                 const std::string& help) {
     const std::chrono::duration<double> standard = target;
-    parser.add_option_function<double>(names, keep, help)
-        ->type_name("SECONDS")
+    add_seconds_option(
+        parser, names, [&target](auto time) { target = time; }, help)
         ->default_str(CLI::detail::to_string(standard.count()));
+}
+
+// One that can be left out.
+void add_seconds(CLI::App& parser, const std::string& names,
+                 std::optional<std::chrono::milliseconds>& target, const std::string& help) {
+    add_seconds_option(
+        parser, names, [&target](auto time) { target = time; }, help);
 }
 
 void add_options(CLI::App& parser, command_line& line) {
@@ -49,6 +64,7 @@ void add_options(CLI::App& parser, command_line& line) {
         ->envname("VTRDC_SOCKET")
         ->capture_default_str();
     add_seconds(parser, "-t,--timeout", line.client.timeout, "How long to wait for a reply");
+    add_seconds(parser, "-w,--wait", line.client.wait, "How long to wait for a daemon");
     add_seconds(parser, "-r,--retry", line.client.retry,
                 "How long to ask again while the reply is an error");
     parser
@@ -78,6 +94,23 @@ void add_command(CLI::App& parser, const client_command& command) {
     entry->footer(more + (more.empty() ? "" : "\n\n") + legend());
 }
 
+void add_own_commands(CLI::App& parser, command_line& line) {
+    CLI::App* const status = parser.add_subcommand(
+        "status", "Show what the sight does; with --json as it is in the file");
+    CLI::App* const watch = parser.add_subcommand(
+        "watch", "Write the status as a JSON object, and again at each change");
+    for (CLI::App* const entry : {status, watch}) {
+        entry->group("Watching")->fallthrough();
+        entry->footer("The protocol document describes the fields of the status.");
+    }
+    add_seconds(*watch, "--for", line.watch.duration, "End after that time");
+    const auto keep = [&line](const std::string& text) { line.watch.until = read_condition(text); };
+    watch
+        ->add_option_function<std::string>(
+            "--until", keep, "End when a field has that value: outputs.recording.state=on")
+        ->type_name("FIELD=VALUE");
+}
+
 std::vector<std::string> words_of(const CLI::App& command) {
     std::vector<std::string> words{command.get_name()};
     for (const CLI::Option* const option : command.get_options()) {
@@ -99,6 +132,7 @@ void describe(CLI::App& parser, command_line& line) {
     parser.validate_positionals();
     parser.require_subcommand(0, 1);
     add_options(parser, line);
+    add_own_commands(parser, line);
     for (const client_command& command : all_commands()) {
         add_command(parser, command);
     }
@@ -108,6 +142,9 @@ void parse(CLI::App& parser, command_line& line, int argc, const char* const* ar
     parser.parse(argc, argv);
     for (const CLI::App* const command : parser.get_subcommands()) {
         line.words = words_of(*command);
+    }
+    if (parser.get_option("--socket")->count() > 0) { // from the environment, too
+        line.client.status_path = status_path_beside(line.client.socket_path);
     }
     const int wishes = (line.words.empty() ? 0 : 1) + (line.script.empty() ? 0 : 1) +
                        (line.completion.empty() ? 0 : 1);
@@ -125,11 +162,21 @@ std::vector<std::string> names_of(const std::vector<CLI::App*>& commands) {
     return names;
 }
 
+std::vector<std::string> long_names(const CLI::App& parser) {
+    std::vector<std::string> names;
+    for (const CLI::Option* const option : parser.get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+    return names;
+}
+
 // The error in words of the command line that nothing takes.
 usage_error explain_extras(CLI::App& parser, const std::vector<std::string>& extras) {
     const std::string& word = extras.front();
     if (word.size() > 1 && word.front() == '-') {
-        return usage_error{unknown("option", word, option_names())};
+        return usage_error{unknown("option", word, long_names(parser))};
     }
     const std::vector<CLI::App*> given = parser.get_subcommands();
     if (given.empty()) {
@@ -156,15 +203,11 @@ bool read_command_line(int argc, const char* const* argv, command_line& line) {
     return true;
 }
 
-std::vector<std::string> option_names() {
+command_line_names all_names() {
     CLI::App parser;
     command_line line;
     describe(parser, line);
-    std::vector<std::string> names;
-    for (const CLI::Option* const option : parser.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
-        }
-    }
-    return names;
+    std::vector<std::string> watch_options = long_names(*parser.get_subcommand("watch"));
+    std::erase(watch_options, "--help"); // which is one of all
+    return {long_names(parser), names_of(parser.get_subcommands({})), watch_options};
 }

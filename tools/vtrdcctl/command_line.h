@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vtrdcctl/client.h"
+#include "vtrdcctl/watch.h"
 
 #include <string>
 #include <vector>
@@ -11,8 +12,9 @@ struct command_line {
     bool keep_going = false;
     std::string script;     // "-" for commands from standard input
     std::string completion; // the shell whose completion is asked for
-    // The command and its arguments.
+    // The command and its arguments; the client's own commands are "status" and "watch".
     std::vector<std::string> words;
+    watch_options watch;
 };
 
 // Reads the command line. False when it asked for help or the version, which are written then; a
@@ -20,5 +22,11 @@ struct command_line {
 // then is in the record.
 [[nodiscard]] bool read_command_line(int argc, const char* const* argv, command_line& line);
 
-// The options there are: "--socket" and the others, without their short names.
-[[nodiscard]] std::vector<std::string> option_names();
+// What a shell completes: the options, such as "--socket", without their short names, and the
+// commands.
+struct command_line_names {
+    std::vector<std::string> options;
+    std::vector<std::string> commands;
+    std::vector<std::string> watch_options; // of the command "watch"
+};
+[[nodiscard]] command_line_names all_names();

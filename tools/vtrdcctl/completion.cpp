@@ -1,8 +1,6 @@
 // Completion of vtrdcctl's command line in a shell.
 #include "vtrdcctl/completion.h"
 
-#include "vtrdcctl/requests.h"
-
 namespace {
 
 // A second command is never offered.
@@ -15,11 +13,12 @@ _vtrdcctl() {
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
-    -t | --timeout | -r | --retry) return ;;
+    -t | --timeout | -w | --wait | -r | --retry | --for | --until) return ;;
     --completion) offered=bash ;;
     *)
         for word in "${COMP_WORDS[@]:1:COMP_CWORD - 1}"; do
             [[ " $_vtrdcctl_commands " != *" $word "* ]] || offered=$_vtrdcctl_options
+            [[ $word != watch ]] || offered+=" $_vtrdcctl_watch_options"
         done
         ;;
     esac
@@ -28,19 +27,19 @@ _vtrdcctl() {
 complete -F _vtrdcctl vtrdcctl
 )";
 
+std::string assignment(const char* variable, const std::vector<std::string>& words) {
+    std::string text = std::string{variable} + "='";
+    for (const std::string& word : words) {
+        text += " " + word;
+    }
+    return text + "'\n";
+}
+
 } // namespace
 
-std::string bash_completion(std::span<const std::string> options) {
-    std::string names;
-    for (const std::string& name : options) {
-        names += " " + name;
-    }
-    std::string commands;
-    for (const client_command& command : all_commands()) {
-        commands += " ";
-        commands += command.name;
-    }
-    return "# Completion for vtrdcctl, written by vtrdcctl --completion bash.\n"
-           "_vtrdcctl_options='" +
-           names + "'\n_vtrdcctl_commands='" + commands + "'\n" + FUNCTION;
+std::string bash_completion(const command_line_names& names) {
+    return "# Completion for vtrdcctl, written by vtrdcctl --completion bash.\n" +
+           assignment("_vtrdcctl_options", names.options) +
+           assignment("_vtrdcctl_watch_options", names.watch_options) +
+           assignment("_vtrdcctl_commands", names.commands) + FUNCTION;
 }

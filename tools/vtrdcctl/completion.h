@@ -1,8 +1,9 @@
 // Completion of vtrdcctl's command line in a shell.
 #pragma once
 
-#include <span>
+#include "vtrdcctl/command_line.h"
+
 #include <string>
 
-// Code for bash that completes these options, and the commands there are.
-[[nodiscard]] std::string bash_completion(std::span<const std::string> options);
+// Code for bash that completes these names.
+[[nodiscard]] std::string bash_completion(const command_line_names& names);

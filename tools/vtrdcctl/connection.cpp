@@ -73,7 +73,11 @@ connection::connection(const std::string& path, std::chrono::milliseconds timeou
         const int reason = errno;
         close(fd_);
         errno = reason;
-        throw failed("can't connect to " + path);
+        const std::string problem = "can't connect to " + path;
+        if (reason == ENOENT || reason == ECONNREFUSED) {
+            throw no_daemon{problem + ": " + std::strerror(reason)};
+        }
+        throw failed(problem);
     }
 }
 

@@ -24,7 +24,7 @@ inline constexpr std::size_t REPLY_SIZE = 65536;
 class connection {
 public:
     // Connects to the socket at that path. The time-out is how long connecting, sending, and the
-    // wait for a reply may take each. A no_answer when there is no daemon.
+    // wait for a reply may take each. A no_daemon when none listens there.
     connection(const std::string& path, std::chrono::milliseconds timeout);
     connection(const connection&) = delete;
     connection& operator=(const connection&) = delete;

@@ -11,14 +11,21 @@ namespace {
 
 exit_status run(const command_line& line) {
     if (!line.completion.empty()) {
-        std::cout << bash_completion(option_names());
+        std::cout << bash_completion(all_names());
         return STATUS_DONE;
     }
     client client{line.client};
     if (!line.script.empty()) {
         return run_script(client, std::cin, line.keep_going);
     }
-    return client.run(find_command(line.words.front()), std::span{line.words}.subspan(1));
+    const std::string& name = line.words.front();
+    if (name == "status") {
+        return show_status(line.client);
+    }
+    if (name == "watch") {
+        return watch_status(line.client, line.watch);
+    }
+    return client.run(find_command(name), std::span{line.words}.subspan(1));
 }
 
 exit_status failed(const command_line& line, const failure& what) {
