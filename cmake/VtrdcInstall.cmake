@@ -3,6 +3,7 @@ include(GNUInstallDirs)
 
 # Distributions differ in this one; a relative folder is below the prefix.
 set(VTRDC_SYSTEMD_UNIT_DIR "lib/systemd/system" CACHE STRING "Folder of systemd's units")
+set(VTRDC_PYTHON_DIR "lib/python3/dist-packages" CACHE STRING "Folder of Python's modules")
 
 set(vtrdc_packaging "${PROJECT_SOURCE_DIR}/packaging")
 # Programs that only the units run.
@@ -31,6 +32,12 @@ if(VTRDC_BUILD_CLIENT)
   install(TARGETS vtrdcctl vtrdc-recover DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT daemon)
   install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc-recover.service"
     DESTINATION "${VTRDC_SYSTEMD_UNIT_DIR}" COMPONENT daemon)
+endif()
+if(TARGET python_module)
+  install(FILES "${PROJECT_BINARY_DIR}/python/vtrdc.py"
+    DESTINATION "${VTRDC_PYTHON_DIR}" COMPONENT daemon)
+  install(PROGRAMS "${PROJECT_SOURCE_DIR}/tools/python/examples/record_on_button.py"
+    DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT daemon)
 endif()
 install(FILES "${vtrdc_packaging}/man/vtrdcctl.1" "${vtrdc_packaging}/man/vtrdc-recover.1"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT daemon)
