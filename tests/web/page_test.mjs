@@ -305,7 +305,6 @@ test('a long log is followed to its end', async () => {
     appendFileSync(board.at('var/log/vtrdc.log'), `${'x'.repeat(8192)}y\nand this is its end\n`);
     await page.locator('#log-lines').getByText('and this is its end').waitFor();
     await page.locator('#log-lines').getByText('y', { exact: true }).waitFor();
-    await lamp('camera', 'live'); // of a line that is long gone
 });
 
 test('messages are as the protocol document has them', async () => {
@@ -359,6 +358,15 @@ test('a folder in place of the scene is nothing to fall over', async () => {
     rmdirSync(scene);
     renameSync(`${scene}.kept`, scene);
     await page.getByText('The stock scene.').waitFor();
+});
+
+test('a status that a crash has left says nothing', async () => {
+    const file = board.at('run/vtrdc.status');
+    renameSync(file, `${file}.kept`);
+    writeFileSync(file, JSON.stringify({ ...JSON.parse(board.text('run/vtrdc.status.kept')), pid: 4194305 }));
+    await lamp('recording', '--');
+    renameSync(`${file}.kept`, file);
+    await lamp('recording', 'off');
 });
 
 test('a daemon that is silent, gone and back is shown as it is', async () => {

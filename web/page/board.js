@@ -7,7 +7,7 @@ function plugs(server) {
     byId('plugs').append(
         toggle(server, {
             id: 'camera-plug', name: 'Camera cable', drawing: 'camera',
-            read: ({ camera }) => camera.plugged, ask: (on) => ({ request: 'camera', on }),
+            read: ({ camera }) => camera, ask: (on) => ({ request: 'camera', on }),
         }),
         toggle(server, {
             id: 'monitor-plug', name: 'Monitor cable', drawing: 'monitor',

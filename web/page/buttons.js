@@ -18,7 +18,7 @@ export function startButtons(server) {
     for (const button of document.querySelectorAll('.hard')) {
         button.addEventListener('click', () => press(server, button));
     }
-    server.on('state', ({ handed_over: isHandedOver }) => {
-        byId('hand-over-note').hidden = !isHandedOver;
+    server.on('state', ({ sight }) => {
+        byId('hand-over-note').hidden = !sight?.handed_over;
     });
 }

@@ -2,26 +2,25 @@
 import { byId } from './dom.js';
 import { action, choice, command, list, slider, toggle } from './fields.js';
 import { httpAddress, tcpAddress } from './indicators.js';
-import { ENCODING_TYPES, colorName, settingNumber } from './values.js';
+import { ENCODING_TYPES, colorName, isRunning, isSet, setting } from './values.js';
 
 /** The request for a command that takes a flag. */
 const flag = (name) => (isOn) => command(`${name} ${isOn ? 1 : 0}`);
 const index = (name) => (number) => command(`${name} ${number}`);
-const setting = (key) => (state) => settingNumber(state, key);
 
 function outputs(server) {
     byId('outputs').append(
         toggle(server, {
             id: 'record', name: 'Record', drawing: 'record',
-            read: ({ recording }) => recording, ask: flag('enable_record'),
+            read: isRunning('recording'), ask: flag('enable_record'),
         }),
         toggle(server, {
             id: 'tcp-stream', name: 'TCP stream', drawing: 'stream',
-            read: (state) => state.tcp_stream, ask: flag('enable_tcp_stream'), note: tcpAddress,
+            read: isRunning('tcp'), ask: flag('enable_tcp_stream'), note: tcpAddress,
         }),
         toggle(server, {
             id: 'http-stream', name: 'HTTP push', drawing: 'push',
-            read: (state) => state.http_stream, ask: flag('enable_http_stream'), note: httpAddress,
+            read: isRunning('http'), ask: flag('enable_http_stream'), note: httpAddress,
         }),
         action(server, {
             id: 'snapshot', name: 'Take a snapshot', drawing: 'snapshot', keys: 'S',
@@ -34,11 +33,11 @@ function display(server, { luminance: levels }) {
     byId('display').append(
         choice(server, {
             id: 'luminance', name: 'Luminance', choices: levels.map((level) => ({ text: String(level) })),
-            read: ({ luminance }) => luminance.index, ask: index('set_lum'), className: 'number',
+            read: setting('luminance'), ask: index('set_lum'), className: 'number',
         }),
         toggle(server, {
             id: 'pip', name: 'Picture in picture', drawing: 'pip',
-            read: ({ pip }) => pip.on, ask: flag('enable_pip'),
+            read: isSet('pip_mode'), ask: flag('enable_pip'),
         }),
     );
 }
@@ -47,11 +46,11 @@ function reticle(server, { reticle_images: images, reticle_colors: colors }, opa
     byId('reticle').append(
         toggle(server, {
             id: 'reticle-on', name: 'Reticle', drawing: 'sight',
-            read: (state) => state.reticle, ask: flag('enable_reticle'),
+            read: isSet('reticle'), ask: flag('enable_reticle'),
         }),
         toggle(server, {
             id: 'dot-on', name: 'Red dot', drawing: 'dot',
-            read: ({ dot }) => dot, ask: flag('enable_dot'),
+            read: isSet('red_dot'), ask: flag('enable_dot'),
         }),
         list(server, {
             id: 'reticle-image', name: 'Image', choices: images,

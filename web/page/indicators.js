@@ -1,88 +1,93 @@
 // The state at a glance: a lamp for each value, always with a text beside its colour.
 import { byId, el, setText } from './dom.js';
-import { condition } from './server_connection.js';
-import { beginningOf, durationText } from './values.js';
+import { durationText, isSet, setting } from './values.js';
 
 const UNKNOWN = { tone: 'unknown', text: '--' };
 const OFF = { tone: 'off', text: 'off' };
 
-const onOff = (flag, tone = 'on') => (flag === null ? UNKNOWN : flag ? { tone, text: 'on' } : OFF);
+// A push without a server fails each second; after this long without a failure it has found one.
+const PUSH_FAILS_MS = 3000;
+
+const onOff = (flag) => (flag === null ? UNKNOWN : flag ? { tone: 'on', text: 'on' } : OFF);
 
 /** An address without its scheme. */
 const shortAddress = (address) => address.replace(/^\w+:\/\//, '');
 
-export const tcpAddress = (state) =>
-    `tcp://${location.hostname}:${state?.settings?.tcp_stream_port ?? '?'}`;
+export const tcpAddress = (state) => {
+    const port = setting('tcp_stream_port')(state);
+    return port === null ? '' : `tcp://${location.hostname}:${port}`;
+};
 
-export const httpAddress = (state) => state?.settings?.http_url ?? '';
+export const httpAddress = (state) => setting('http_url')(state) ?? '';
 
-function output(isOn, address) {
-    const lamp = onOff(isOn);
-    return isOn ? { ...lamp, text: shortAddress(address) || 'on', title: address } : lamp;
+/** A lamp for an output of that name; `text` says what is there while it is on. */
+function output({ sight }, name, text, tone = 'on', title = '') {
+    const state = sight?.outputs[name].state;
+    return { undefined: UNKNOWN, off: OFF, on: { tone, text, title } }[state] ?? { tone: 'ready', text: state, title };
+}
+
+function stream(state, name, address) {
+    return output(state, name, shortAddress(address) || 'on', 'on', address);
 }
 
 /** Without a server at its address the push keeps trying. */
 function push(state) {
-    const lamp = output(state.http_stream, httpAddress(state));
-    return state.http_stream && state.push_fails ? { ...lamp, tone: 'warn', text: 'no server' } : lamp;
+    const lamp = stream(state, 'http', httpAddress(state));
+    const failed = state.sight?.failures.http?.time;
+    return lamp !== OFF && failed && Date.now() - Date.parse(failed) < PUSH_FAILS_MS
+        ? { ...lamp, tone: 'warn', text: 'no server' } : lamp;
 }
 
 /** While a monitor is plugged in, the panel keeps its light and the level is only stored. */
-function luminance({ luminance: { level }, panel: { level: ofPanel } }) {
-    if (level === null) {
+function luminance(state, { luminance: levels }) {
+    const level = levels[setting('luminance')(state)];
+    if (level === undefined) {
         return UNKNOWN;
     }
+    const { level: ofPanel } = state.panel;
     return ofPanel === null || ofPanel === level ? { tone: 'on', text: String(level) }
         : { tone: 'ready', text: `${level} stored`, title: `The panel is at ${ofPanel}` };
 }
 
-function camera({ camera: { plugged, shown } }) {
-    if (!plugged) {
-        return { tone: 'warn', text: 'unplugged' };
-    }
-    return shown === null ? UNKNOWN
-        : shown ? { tone: 'on', text: 'live' } : { tone: 'warn', text: 'not shown' };
-}
-
-const BROKER = {
-    none: { tone: 'off', text: 'none' },
-    there: { tone: 'ready', text: 'there' },
-    connected: { tone: 'on', text: 'connected' },
+const VIEWS = {
+    live: { tone: 'on', text: 'live' },
+    frozen: { tone: 'warn', text: 'frozen' },
+    no_input: { tone: 'warn', text: 'not shown' },
+    none: { tone: 'warn', text: 'not shown' },
 };
 
-function zoom({ zoom: { factor } }) {
-    return factor === null ? UNKNOWN : { tone: factor > 1 ? 'on' : 'ready', text: `× ${factor}` };
+function camera({ camera: isPlugged, sight }) {
+    return isPlugged ? VIEWS[sight?.live_view.state] ?? UNKNOWN : { tone: 'warn', text: 'unplugged' };
 }
 
-function inset({ pip: { on, factor } }) {
-    return on && factor !== null ? { tone: 'on', text: `× ${factor}` } : onOff(on);
+function factor(number) {
+    return number === undefined ? UNKNOWN : { tone: number > 1 ? 'on' : 'ready', text: `× ${number}` };
 }
 
-function recording(state, began) {
-    return state.recording && began !== null
-        ? { tone: 'record', text: durationText(Date.now() / 1000 - began) }
-        : onOff(state.recording, 'record');
+function recording(state) {
+    const since = Date.parse(state.sight?.outputs.recording.since);
+    return output(state, 'recording', durationText((Date.now() - since) / 1000), 'record');
 }
 
-function handedOver({ handed_over: flag }) {
-    return flag === null ? UNKNOWN : flag ? { tone: 'warn', text: 'yes' } : { tone: 'off', text: 'no' };
+function handedOver({ sight }) {
+    return sight === null ? UNKNOWN : sight.handed_over ? { tone: 'warn', text: 'yes' } : { tone: 'off', text: 'no' };
 }
+
+const thereOr = (flag, there, missing) => (flag ? { tone: 'on', text: there } : { tone: 'off', text: missing });
 
 const LAMPS = [
     { id: 'recording', name: 'Recording', read: recording },
-    { id: 'tcp', name: 'TCP stream', read: (state) => output(state.tcp_stream, tcpAddress(state)) },
+    { id: 'tcp', name: 'TCP stream', read: (state) => stream(state, 'tcp', tcpAddress(state)) },
     { id: 'http', name: 'HTTP push', read: push },
-    { id: 'zoom', name: 'Zoom', read: zoom },
-    { id: 'pip', name: 'PIP', read: inset },
+    { id: 'zoom', name: 'Zoom', read: ({ sight }) => factor(sight?.zoom) },
+    { id: 'pip', name: 'PIP', read: ({ sight }) => (sight?.inset === 0 ? OFF : factor(sight?.inset)) },
     { id: 'luminance', name: 'Luminance', read: luminance },
-    { id: 'reticle', name: 'Reticle', read: ({ reticle }) => onOff(reticle) },
-    { id: 'dot', name: 'Red dot', read: ({ dot }) => onOff(dot) },
+    { id: 'reticle', name: 'Reticle', read: (state) => onOff(isSet('reticle')(state)) },
+    { id: 'dot', name: 'Red dot', read: (state) => onOff(isSet('red_dot')(state)) },
     { id: 'camera', name: 'Camera', read: camera },
-    { id: 'monitor', name: 'Monitor',
-        read: ({ monitor }) => (monitor ? { tone: 'on', text: 'plugged' } : { tone: 'off', text: 'none' }) },
-    { id: 'broker', name: 'Broker', read: ({ broker }) => BROKER[broker] ?? UNKNOWN },
-    { id: 'handed-over', name: 'Handed over',
-        read: handedOver },
+    { id: 'monitor', name: 'Monitor', read: ({ monitor }) => thereOr(monitor, 'plugged', 'none') },
+    { id: 'broker', name: 'Broker', read: ({ broker }) => thereOr(broker, 'there', 'none') },
+    { id: 'handed-over', name: 'Handed over', read: handedOver },
 ];
 
 function build(lamp) {
@@ -100,52 +105,18 @@ function show(lamp, { tone, text, title = '' }) {
     setText(lamp.value, text);
 }
 
-// How much earlier than it was seen to start a recording can have begun.
-const START_SLACK_S = 5;
-
-/** When the running recording began, in seconds since 1970; null without one. */
-class RecordingClock {
-    #earliest = null;
-    began = null;
-
-    /** `before` is null for the first known state: the recording may have begun long ago. */
-    takeState(isRecording, before) {
-        if (!isRecording) {
-            this.began = null;
-        } else if (this.began === null) {
-            this.began = Date.now() / 1000;
-            this.#earliest = before === false ? this.began - START_SLACK_S : 0;
-        }
-    }
-
-    /** The name of the running recording's file is more exact, also for a page that was opened later. */
-    takeMedia({ recordings }) {
-        const growing = recordings.find((each) => each.growing);
-        const named = growing ? beginningOf(growing.name) : null;
-        if (this.began !== null && named !== null && named >= this.#earliest) {
-            this.began = named;
-        }
-    }
-}
-
+/** Each state, and twice a second for what only the clock tells: how long it records, and that a push works. */
 export function startIndicators(server) {
     byId('lamps').append(...LAMPS.map(build));
-    const clock = new RecordingClock();
-    let wasRecording = null;
+    let choices = {};
+    server.on('hello', (hello) => {
+        ({ choices } = hello);
+    });
     const showAll = () => {
         for (const lamp of LAMPS) {
-            show(lamp, server.state === null ? UNKNOWN : lamp.read(server.state, clock.began));
+            show(lamp, server.state === null ? UNKNOWN : lamp.read(server.state, choices));
         }
     };
-    server.on('state', ({ recording: isRecording }) => {
-        clock.takeState(isRecording, wasRecording);
-        wasRecording = isRecording;
-        showAll();
-    });
-    server.on('media', (media) => clock.takeMedia(media));
-    setInterval(() => {
-        if (condition(server) === 'up' && server.state.recording) {
-            showAll();
-        }
-    }, 500);
+    server.on('state', showAll);
+    setInterval(showAll, 500);
 }

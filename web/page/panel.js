@@ -71,12 +71,13 @@ function noteFor(server, pictures, watchedSince) {
     if (server.state.panel?.on === false) {
         return { text: 'The panel is off', isOff: true };
     }
-    if (server.state.camera?.shown === false) {
-        return server.state.camera.plugged
-            ? { text: 'The camera is plugged in, but not shown', hasWayOut: true }
+    const { sight, camera } = server.state;
+    if (['none', 'no_input'].includes(sight?.live_view.state)) {
+        return camera ? { text: 'The camera is plugged in, but not shown', hasWayOut: true }
             : { text: 'The camera is unplugged' };
     }
-    if (Date.now() - Math.max(watchedSince, pictures.lastAt ?? 0) > STILL_MS) {
+    if (sight?.live_view.state === 'frozen'
+        || Date.now() - Math.max(watchedSince, pictures.lastAt ?? 0) > STILL_MS) {
         return { text: pictures.lastAt ? `The picture stands still.${last}` : 'No picture yet' };
     }
     return null;

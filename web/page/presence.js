@@ -2,6 +2,7 @@
 import { byId, el, setText } from './dom.js';
 import { clearFailures } from './fields.js';
 import { condition } from './server_connection.js';
+import { isRunning } from './values.js';
 
 const LINK_TEXTS = {
     connecting: 'Connecting',
@@ -59,7 +60,7 @@ function showBanner(server, now) {
 }
 
 function showTitle(server, now) {
-    const mark = now === 'up' && server.state.recording ? '● ' : '';
+    const mark = now === 'up' && isRunning('recording')(server.state) ? '● ' : '';
     const words = now === 'up' ? '' : `${LINK_TEXTS[now].toLowerCase()} – `;
     document.title = `${mark}${words}vtrdc control page`;
 }

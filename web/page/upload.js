@@ -121,7 +121,7 @@ class Sending {
     }
 }
 
-const footageUse = (state) => (state?.camera?.plugged === false
+const footageUse = (state) => (state?.camera === false
     ? 'is for the camera when its cable is in' : 'is what the camera sees');
 
 /** Keeps a video on the board and shows it to the camera. */

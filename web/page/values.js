@@ -15,12 +15,17 @@ export const colorName = (color) => COLOR_NAMES[color] ?? color;
 /** In the order of the types' numbers. */
 export const ENCODING_TYPES = ['Video and sound', 'Video only', 'Sound only'];
 
-/** A setting as a number; null when it isn't known. */
-export function settingNumber(state, key) {
-    const text = state?.settings?.[key];
-    const number = text === undefined || text === '' ? NaN : Number(text);
-    return Number.isFinite(number) ? number : null;
-}
+/** A setting of the sight; null when it isn't known. */
+export const setting = (key) => (state) => state?.sight?.settings?.[key] ?? null;
+
+/** Whether a setting that is 0 or 1 is 1; null when it isn't known. */
+export const isSet = (key) => (state) => {
+    const value = setting(key)(state);
+    return value === null ? null : value !== 0;
+};
+
+/** Whether an output ('recording', 'tcp', 'http') is not off; null when it isn't known. */
+export const isRunning = (output) => ({ sight }) => (sight === null ? null : sight.outputs[output].state !== 'off');
 
 const two = (number) => String(number).padStart(2, '0');
 
@@ -54,14 +59,4 @@ export function momentText(seconds) {
 
 export function clockText(at) {
     return `${two(at.getHours())}:${two(at.getMinutes())}:${two(at.getSeconds())}`;
-}
-
-/** When a recording began, in seconds since 1970, according to its file name; null without. */
-export function beginningOf(recordingName) {
-    const digits = recordingName.match(/_(\d{4})(\d\d)(\d\d)(\d\d)(\d\d)(\d\d)_/);
-    if (digits === null) {
-        return null;
-    }
-    const [year, month, day, hour, minute, second] = digits.slice(1).map(Number);
-    return new Date(year, month - 1, day, hour, minute, second).getTime() / 1000;
 }

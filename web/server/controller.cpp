@@ -69,7 +69,12 @@ controller::controller(const controller_options& options)
       state_(board_, daemon_, options.stock_scene,
              [this] { clients_.broadcast(state_.message()); }),
       lists_(board_, [this](const json& list) { clients_.broadcast(list); }),
-      panel_(board_.path("/dev")), log_(options.log, log_listeners()), page_files_(options.page),
+      panel_(board_.path("/dev")),
+      log_(options.log,
+           [this](bool is_fresh, const std::deque<std::string>& lines) {
+               clients_.broadcast(log_message(is_fresh, lines));
+           }),
+      page_files_(options.page),
       server_({.board = board_,
                .sim = sim_,
                .page = page_files_,
@@ -101,18 +106,6 @@ void controller::follow_board(bool has_clients) {
         lists_.shut();
         daemon_.shut();
     }
-}
-
-log_tail::listeners controller::log_listeners() {
-    return {.on_begin = [this] { facts_.reset(); },
-            .on_line = [this](std::string_view line) { take_line(facts_, line); },
-            .on_news =
-                [this](bool is_fresh, const std::deque<std::string>& lines) {
-                    state_.take_facts(facts_);
-                    if (clients_.has_clients()) {
-                        clients_.broadcast(log_message(is_fresh, lines));
-                    }
-                }};
 }
 
 } // namespace web

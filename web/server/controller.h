@@ -6,14 +6,12 @@
 #include "daemon_client.h"
 #include "event_clients.h"
 #include "http_server.h"
-#include "log_facts.h"
 #include "log_tail.h"
 #include "page_requests.h"
 #include "panel_stream.h"
 #include "sight_state.h"
 #include "sim_command.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,12 +37,10 @@ public:
 private:
     [[nodiscard]] std::vector<nlohmann::json> greeting() const;
     void follow_board(bool has_clients);
-    [[nodiscard]] log_tail::listeners log_listeners();
 
     const board_folder board_;
     const std::string start_;
     const sim_command sim_;
-    std::optional<log_facts> facts_;
     daemon_client daemon_;
     event_clients clients_;
     sight_state state_;

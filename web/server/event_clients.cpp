@@ -44,6 +44,9 @@ void event_clients::add(std::unique_ptr<page_socket> socket) {
 }
 
 void event_clients::broadcast(const nlohmann::json& message) {
+    if (clients_.empty()) {
+        return;
+    }
     const std::string text = text_of(message);
     for (const auto& each : clients_) {
         each->socket->send(text);

@@ -28,8 +28,8 @@ constexpr std::size_t SLICE_BYTES_MAX = std::size_t{1024} * 1024;
 
 } // namespace
 
-log_tail::log_tail(std::filesystem::path path, listeners told)
-    : path_(std::move(path)), told_(std::move(told)),
+log_tail::log_tail(std::filesystem::path path, listener on_news)
+    : path_(std::move(path)), on_news_(std::move(on_news)),
       watch_([this](const std::string& /*folder*/, const std::string& name) {
           if (name.empty() || name == path_.filename()) {
               read_soon(LOG_DELAY);
@@ -62,7 +62,6 @@ void log_tail::reopen_when_replaced() {
     last_bytes_ = 0;
     untold_ = 0;
     is_fresh_ = true;
-    told_.on_begin();
 }
 
 void log_tail::read_more() {
@@ -109,7 +108,6 @@ void log_tail::take_bytes(std::string_view bytes) {
 void log_tail::end_line() {
     last_lines_.push_back(std::exchange(unfinished_, {}));
     last_bytes_ += last_lines_.back().size();
-    told_.on_line(last_lines_.back());
     ++untold_;
     while (last_lines_.size() > LINES_MAX || last_bytes_ > BYTES_MAX) {
         last_bytes_ -= last_lines_.front().size();
@@ -120,11 +118,10 @@ void log_tail::end_line() {
 void log_tail::tell_news() {
     const std::size_t untold = std::exchange(untold_, 0);
     if (std::exchange(is_fresh_, false) || untold >= last_lines_.size()) {
-        told_.on_news(true, last_lines_);
+        on_news_(true, last_lines_);
         return;
     }
-    told_.on_news(false,
-                  {last_lines_.end() - static_cast<std::ptrdiff_t>(untold), last_lines_.end()});
+    on_news_(false, {last_lines_.end() - static_cast<std::ptrdiff_t>(untold), last_lines_.end()});
 }
 
 } // namespace web

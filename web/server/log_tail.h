@@ -15,17 +15,11 @@ namespace web {
 
 class log_tail {
 public:
-    struct listeners {
-        // The file starts from the beginning: earlier lines are history.
-        std::function<void()> on_begin;
-        // Each line, in order.
-        std::function<void(std::string_view)> on_line;
-        // At most ten times a second, after new lines. `lines` are those since the last call; with
-        // `is_fresh` they are all there is, and replace those of earlier calls.
-        std::function<void(bool is_fresh, const std::deque<std::string>& lines)> on_news;
-    };
+    // Called at most ten times a second, after new lines. `lines` are those since the last call;
+    // with `is_fresh` they are all there is, and replace those of earlier calls.
+    using listener = std::function<void(bool is_fresh, const std::deque<std::string>& lines)>;
 
-    log_tail(std::filesystem::path path, listeners told);
+    log_tail(std::filesystem::path path, listener on_news);
     log_tail(const log_tail&) = delete;
     log_tail& operator=(const log_tail&) = delete;
 
@@ -41,7 +35,7 @@ private:
     void tell_news();
 
     const std::filesystem::path path_;
-    const listeners told_;
+    const listener on_news_;
     fd_owned file_;
     off_t position_ = 0;
     std::string unfinished_; // of a line, so far
