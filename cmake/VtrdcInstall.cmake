@@ -88,7 +88,7 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/board"
   DESTINATION "${vtrdc_sim_share}/sim" USE_SOURCE_PERMISSIONS COMPONENT simulated-board)
 install(TARGETS gstvtrdcsim gstalsa
   DESTINATION "${vtrdc_sim_lib}/sim/plugins" COMPONENT simulated-board)
-install(TARGETS vtrdc-sim-buttons vtrdc-sim-shot
+install(TARGETS vtrdc-sim-buttons vtrdc-sim-footage-trial vtrdc-sim-shot
   DESTINATION "${vtrdc_sim_lib}/sim/tools" COMPONENT simulated-board)
 # Where a build has its daemon.
 file(CREATE_LINK "${CMAKE_INSTALL_FULL_SBINDIR}/vtrdc" "${PROJECT_BINARY_DIR}/packaging/vtrdc" SYMBOLIC)

@@ -210,6 +210,13 @@ leads_to() {
     done
 }
 
+# What plays stays when the next can't be played. An empty file is no video: the camera draws a scene.
+try_footage() {
+    local trial=$build_folder/sim/tools/vtrdc-sim-footage-trial why
+    [[ -f $1 && -s $1 && -x $trial ]] || return 0
+    why=$(board_environment && "${emulator[@]}" "$trial" "$1" 2>&1) || die 1 "${1##*/} can't be played: ${why##*$'\n'}"
+}
+
 # Where the cable is pulled it stays so: what was set aside is replaced.
 verb_footage() {
     local file=$1 link shown=$camera passing=$board/dev/.video0.$$
@@ -217,6 +224,7 @@ verb_footage() {
     [[ $file == */* || ! -r $board/footage/$file ]] || file=$board/footage/$file
     [[ $file == */* ]] || file=./$file
     [[ -r $file && (-f $file || -c $file) ]] || die 1 "there is no footage $1 that can be read"
+    try_footage "$file"
     is_there "$camera" || shown=$camera.unplugged
     ! leads_to "$file" "$shown" || die 1 "$1 is the camera's own place, not footage"
     if [[ ${file%/*} -ef $board/footage ]]; then
