@@ -126,7 +126,7 @@ public:
         engine_.setOutputWarningsToStandardError(false);
         QObject::connect(&engine_, &QQmlEngine::warnings, [](const QList<QQmlError>& errors) {
             for (const QQmlError& error : errors) {
-                GST_WARNING("%s", error.toString().toUtf8().constData());
+                say_of_scene(error.toString().toStdString());
             }
         });
         engine_.addUrlInterceptor(&urls_);

@@ -1,14 +1,23 @@
-// The logging category of the overlay's scenes: the element's own. Included for its macro, which
-// GStreamer's logging calls look for.
+// What is said of the overlay's scenes: in the element's own logging category, by the macro that
+// GStreamer's logging calls look for, and on standard error.
 #pragma once
 
 #include <gst/gst.h>
+
+#include <cstdio>
+#include <string>
 
 namespace sim {
 
 inline GstDebugCategory* scene_category() {
     static GstDebugCategory* const category = _gst_debug_category_new("qtoverlay", 0, nullptr);
     return category;
+}
+
+// What a scene's script says, or does wrong. A line of its own, whatever other threads write.
+inline void say_of_scene(const std::string& text) {
+    const std::string line = "scene: " + text + '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 } // namespace sim

@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <deque>
 #include <mutex>
+#include <string_view>
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
@@ -95,7 +96,18 @@ void end_qt() {
     state().tasks.clear();
 }
 
-void log_qt_message(QtMsgType type, const QMessageLogContext&, const QString& text) {
+// Of console.log and the like in a scene, which its author wants to see wherever the daemon's log
+// is.
+bool is_of_script(const QMessageLogContext& context) {
+    const std::string_view category = context.category != nullptr ? context.category : "";
+    return category == "qml" || category == "js";
+}
+
+void log_qt_message(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (is_of_script(context)) {
+        say_of_scene(text.toStdString());
+        return;
+    }
     const bool routine = type == QtDebugMsg || type == QtInfoMsg;
     GST_CAT_LEVEL_LOG(GST_CAT_DEFAULT, routine ? GST_LEVEL_INFO : GST_LEVEL_WARNING, nullptr,
                       "Qt: %s", text.toUtf8().constData());

@@ -17,9 +17,16 @@ function rowOf({ time, level, text }) {
     const row = el('div', { className: 'log-line' },
         el('span', { className: 'log-time' }, time),
         el('span', { className: 'log-level' }, level === 'other' ? '' : level),
-        el('span', { className: 'log-text' }, text));
+        el('span', { className: 'log-text' }, text, el('span', { className: 'log-times' })));
     row.dataset.level = level;
     return row;
+}
+
+/** The same line again: its row says how often it has come, and when last. */
+function repeat(entry, { time }) {
+    entry.times += 1;
+    entry.row.querySelector('.log-time').textContent = time;
+    entry.row.querySelector('.log-times').textContent = ` × ${entry.times}`;
 }
 
 class Block {
@@ -30,7 +37,7 @@ class Block {
     add(entry, isShown) {
         const row = rowOf(entry);
         row.hidden = !isShown;
-        this.entries.push({ ...entry, row });
+        this.entries.push({ ...entry, row, times: 1 });
         this.shown += isShown ? 1 : 0;
         this.node.append(row);
     }
@@ -75,7 +82,12 @@ export class Blocks {
 
     add(entries) {
         for (const entry of entries) {
-            this.#last().add(entry, this.#isShown(entry));
+            const before = this.#blocks.at(-1)?.entries.at(-1);
+            if (before?.text === entry.text && before.level === entry.level) {
+                repeat(before, entry);
+            } else {
+                this.#last().add(entry, this.#isShown(entry));
+            }
         }
     }
 
