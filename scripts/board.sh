@@ -12,7 +12,7 @@ readonly STOCK_SCENE=/opt/okr/osd_okr/qml/main.qml
 readonly STOCK_SCENE_FILE=$VTRDC_SOURCE_DIR/sim/board$STOCK_SCENE
 readonly PANEL_BYTES=$((1024 * 768 * 4))
 
-: "${board:?}"
+: "${board:?}" "${build_folder:?}"
 camera=$board/dev/video0
 fifo=$board/dev/input/event1
 cable_state=$board/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state
@@ -214,7 +214,8 @@ leads_to() {
 try_footage() {
     local trial=$build_folder/sim/tools/vtrdc-sim-footage-trial why
     [[ -f $1 && -s $1 && -x $trial ]] || return 0
-    why=$(board_environment && "${emulator[@]}" "$trial" "$1" 2>&1) || die 1 "${1##*/} can't be played: ${why##*$'\n'}"
+    why=$(board_environment && become_tool "$trial" "$1" 2>&1) ||
+        die 1 "${1##*/} can't be played: ${why##*$'\n'}"
 }
 
 # Where the cable is pulled it stays so: what was set aside is replaced.

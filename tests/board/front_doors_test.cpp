@@ -258,14 +258,14 @@ TEST_F(SimDoorTest, StartsThePageBesideTheDaemonWhoseWordsItKeeps) {
     EXPECT_THAT(daemon.output, AllOf(HasSubstr("page:      http://127.0.0.1:9000/\n"),
                                      HasSubstr("pid " + std::to_string(daemon.pid) + "\n")));
     EXPECT_THAT(calls(), AllOf(HasSubstr("--board " + at("b") + " "), HasSubstr("--port 9000 "),
-                               HasSubstr("--beside " + std::to_string(daemon.pid) + "\n")));
+                               HasSubstr("--background -- --no-build --headless -- -v\n")));
     EXPECT_THAT(read_text(at("b/var/log/vtrdc.log")),
                 AllOf(StartsWith("pid "), HasSubstr("options -v\n")));
 
     const outcome page =
         open_door("scripts/sim", {"page", "--port=9001", "--board", at("b")}, {"VTRDC_SYSROOT="});
     EXPECT_EQ(page.status, 0);
-    EXPECT_THAT(calls(), EndsWith("--port 9001\n"));
+    EXPECT_THAT(calls(), EndsWith("--port 9001 -- --no-build --headless --\n"));
 }
 
 TEST_F(SimDoorTest, GoesOnWithoutAPageThatCannotBeServed) {

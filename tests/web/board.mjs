@@ -1,6 +1,6 @@
 // A simulated board for a test: a folder of its own, the daemon on it, and its page's server.
 import { spawn, execFileSync } from 'node:child_process';
-import { mkdtempSync, rmSync, readFileSync } from 'node:fs';
+import { existsSync, mkdtempSync, readFileSync, readdirSync, rmSync } from 'node:fs';
 import { connect } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -106,9 +106,29 @@ export class SimulatedBoard {
         return this.#ended;
     }
 
+    /** The process that serves the page; undefined without. */
+    get server() {
+        return readdirSync('/proc').find((pid) => /^\d+$/.test(pid) && this.#isServer(pid));
+    }
+
+    #isServer(pid) {
+        try {
+            const words = readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0');
+            return words[0].endsWith('/vtrdc-web') && words.includes(this.folder);
+        } catch {
+            return false; // it has ended meanwhile
+        }
+    }
+
     async remove() {
         if (this.#daemon !== null) {
             await this.stop();
+        }
+        if (existsSync(this.at('run/vtrdc.status'))) { // of a daemon that the page has started
+            this.verb('stop');
+        }
+        if (this.server !== undefined) {
+            process.kill(Number(this.server));
         }
         rmSync(this.folder, { recursive: true, force: true });
     }

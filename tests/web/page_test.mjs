@@ -21,6 +21,7 @@ before(async () => {
     await board.logged('Display Pipeline set to playing');
     browser = await openBrowser();
     page = await newPage(browser, complaints);
+    page.on('dialog', (dialog) => dialog.accept());
     await openPage(page, board);
 });
 after(async () => {
@@ -91,7 +92,7 @@ test('a recording plays in the page', async () => {
     await record.click();
     const row = page.locator('#recordings li').first();
     await row.waitFor();
-    assert.ok(await row.getByRole('button').isDisabled(), 'what grows can not be played yet');
+    assert.ok(await row.getByRole('button', { name: /^Play/ }).isDisabled(), 'what grows can not be played yet');
     await lamp('recording', /0:0[2-9]/);
     await takePicture(page, 'page-recording');
     await record.click();
@@ -108,6 +109,34 @@ test('a recording plays in the page', async () => {
         page.waitForEvent('download'), page.locator('dialog[open]').getByRole('link').click()]);
     assert.match(download.suggestedFilename(), /^video_\d{14}_00\.mp4$/);
     await page.keyboard.press('Escape');
+    await row.getByText(/^00:0\d · /).waitFor();
+    writeFileSync(board.at('media/video/torn.mp4'), 'no end');
+    const torn = page.locator('#recordings li', { hasText: 'torn.mp4' });
+    await torn.getByText(/^not ended/).waitFor();
+    await torn.getByRole('button', { name: 'Delete torn.mp4' }).click();
+    await torn.waitFor({ state: 'detached' });
+    assert.ok(!existsSync(board.at('media/video/torn.mp4')));
+});
+
+test('the origin is dragged on the panel, and moved with keys', async () => {
+    const stored = () => ['x', 'y'].map((axis) =>
+        Number(new RegExp(`origin_${axis}=(.*)`).exec(board.text('etc/vtrdc.conf'))[1]));
+    const handle = page.getByRole('button', { name: /^Origin x/ });
+    await page.getByRole('button', { name: 'Set origin' }).click();
+    const { x, y, width } = await page.locator('#panel').boundingBox();
+    await handle.hover();
+    await page.mouse.down();
+    await page.mouse.move(x + width / 2, y + width / 4, { steps: 5 });
+    await page.mouse.up();
+    await until('it is where it was dragged to', () => existsSync(board.at('etc/vtrdc.conf'))
+        && Math.abs(stored()[0] - (512 - 185)) <= 2 && Math.abs(stored()[1] - (256 - 185)) <= 2);
+    const [before] = stored();
+    await takePicture(page, 'page-origin');
+    await handle.press('Shift+ArrowRight');
+    await handle.press('ArrowLeft');
+    await until('it is moved', () => stored()[0] === before + 9);
+    await page.getByRole('button', { name: 'Set origin' }).click();
+    await handle.waitFor({ state: 'hidden' });
 });
 
 test('the camera is pulled: the no-input picture is seen, and the live view comes back as it was', async () => {
@@ -278,6 +307,10 @@ test('a scene and footage from outside are shown, and what is broken is told of'
     const uploads = page.locator('#uploads');
     await showScene('color: "white"');
     await pictureWhen(page, (light) => light.every((each) => each > 240));
+    await showScene('Component.onCompleted: { console.log("hello of the scene"); nothing.there() }');
+    const said = page.locator('.log-line[data-level=SCENE]');
+    await said.filter({ hasText: 'hello of the scene' }).waitFor();
+    await said.filter({ hasText: 'ReferenceError' }).waitFor();
     await showScene('color: nonsense(');
     await page.locator('#log-lines').getByText(/main\.qml:2/).first().waitFor();
     await uploads.getByText(/test\.qml: .*main\.qml:2/).waitFor();
@@ -286,12 +319,16 @@ test('a scene and footage from outside are shown, and what is broken is told of'
     await pictureWhen(page, (light) => difference(light, before) < OTHER_PICTURE);
 
     await dropFile('own.avi', 'no video');
-    await until('the camera sees it', () => board.text('dev/video0') === 'no video');
     await uploads.getByText(/own\.avi: .*can't be played/).waitFor();
     const choice = page.getByRole('combobox', { name: 'Footage' });
+    assert.equal(await choice.inputValue(), 'pedestrians.avi');
+    await dropFile('own.avi', '');
     await until('it is the choice', async () => await choice.inputValue() === 'own.avi');
-    await dropFile('own.avi', 'no video either');
-    await page.getByRole('log', { name: 'Commands and replies' }).getByText('kept as own-2.avi').waitFor();
+    await choice.selectOption('pedestrians.avi');
+    await page.getByText('Delete footage').click();
+    await page.getByRole('button', { name: 'Delete own.avi' }).and(page.locator(':enabled')).click();
+    await until('it is deleted', () => !existsSync(board.at('footage/own.avi')));
+    await page.getByText('Delete footage').click();
     await dropFile('letter.txt', 'neither of the two');
     await page.getByText('is neither a video nor a .qml file').first().waitFor();
     await uploads.evaluate((node) => node.querySelectorAll('button').forEach((each) => each.click()));
@@ -302,6 +339,7 @@ test('a long log is followed to its end', async () => {
     for (let part = 0; part < 10; ++part) {
         appendFileSync(board.at('var/log/vtrdc.log'), line);
     }
+    await page.locator('.log-line', { hasText: / × [0-9]{2,}$/ }).first().waitFor();
     appendFileSync(board.at('var/log/vtrdc.log'), `${'x'.repeat(8192)}y\nand this is its end\n`);
     await page.locator('#log-lines').getByText('and this is its end').waitFor();
     await page.locator('#log-lines').getByText('y', { exact: true }).waitFor();
@@ -380,7 +418,7 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     await line.fill('get_');
     assert.equal(await board.stop(), 0);
     await page.getByRole('status').filter({ hasText: `scripts/sim --board ${board.folder}` }).waitFor();
-    await page.locator('#media-lists[inert]').waitFor(); // who served them went, too
+    await page.locator('#snapshots li img').first().waitFor(); // the page outlives the daemon
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isDisabled());
     await takePicture(page, 'page-gone');
     await page.keyboard.type('?'); // no key of the page's
@@ -388,11 +426,21 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     assert.equal(await line.inputValue(), 'get_');
     assert.equal(await page.getByRole('dialog').count(), 0);
     await page.getByRole('listbox').waitFor({ state: 'hidden' });
-    await board.start();
-    await lamp('camera', 'live');
-    await page.locator('body[data-link=up]').waitFor();
+    for (const verb of ['Start', 'Restart']) {
+        const before = existsSync(board.at('run/vtrdc.status')) && JSON.parse(board.text('run/vtrdc.status')).pid;
+        await page.getByRole('button', { name: verb, exact: true }).click();
+        await until('another daemon runs', () => existsSync(board.at('run/vtrdc.status'))
+            && JSON.parse(board.text('run/vtrdc.status')).pid !== before);
+        await lamp('camera', 'live');
+        await page.getByRole('button', { name: 'Stop', exact: true }).and(page.locator(':enabled')).waitFor();
+    }
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isEnabled());
     await line.fill('');
+    await page.getByRole('button', { name: 'Stop', exact: true }).click();
+    await page.locator('body[data-link=gone]').waitFor();
+    assert.ok(!existsSync(board.at('run/vtrdc.status')));
+    await board.start();
+    await page.locator('body[data-link=up]').waitFor();
 });
 
 test('a page whose token is an old one says so', async () => {

@@ -18,6 +18,8 @@ const isOf = {
     string: (value) => typeof value === 'string',
     'array of numbers': (value) => Array.isArray(value) && value.every(isOf.number),
     'array of strings': (value) => Array.isArray(value) && value.every(isOf.string),
+    'array of points': (value) => Array.isArray(value) && value.every((each) => isOf['array of numbers'](each) && each.length === 2),
+    'array of limits': (value) => Array.isArray(value) && value.every((each) => each === null || isOf.number(each)),
     object: (value) => value?.constructor === Object,
 };
 

@@ -1,8 +1,10 @@
 // The server of the page as whoever wants in from outside sees it.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
-import { appendFileSync, chmodSync, closeSync, existsSync, mkdirSync, openSync, readFileSync, readdirSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
+import { appendFileSync, chmodSync, closeSync, existsSync, mkdirSync, openSync, mkdtempSync, readFileSync, readdirSync, readlinkSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
 import { Agent, get, request } from 'node:http';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { connect } from 'node:net';
 import { SimulatedBoard, until } from './board.mjs';
 import { WebSocketClient } from './websocket.mjs';
@@ -42,15 +44,6 @@ function send(text) {
         socket.on('error', reject);
         socket.on('close', () => resolve(Buffer.concat(parts).toString()));
     });
-}
-
-function isServer(pid) {
-    try {
-        const words = readFileSync(`/proc/${pid}/cmdline`, 'utf8').split('\0');
-        return words[0].endsWith('/vtrdc-web') && words.includes(board.folder);
-    } catch {
-        return false; // it has ended meanwhile
-    }
 }
 
 const socket_headers = {
@@ -204,10 +197,8 @@ test('a media folder that is the board itself is served as well', async () => {
     rmSync(board.at('etc/vtrdc.conf'));
 });
 
-const serverProcess = () => readdirSync('/proc').find((pid) => /^\d+$/.test(pid) && isServer(pid));
-
 test('a visitor that goes leaves nothing behind', async () => {
-    const server = serverProcess();
+    const { server } = board;
     const descriptors = () => readdirSync(`/proc/${server}/fd`).length;
     await ask('/');
     const before = descriptors();
@@ -222,7 +213,7 @@ test('a visitor that goes leaves nothing behind', async () => {
 });
 
 test('a page that does not read is dropped, others are told on', async () => {
-    const server = serverProcess();
+    const { server } = board;
     const kilobytes = () => Number(/VmRSS:\s*(\d+)/.exec(readFileSync(`/proc/${server}/status`, 'utf8'))[1]);
     const [deaf, reader] = [await WebSocketClient.open(board, '/events'), await WebSocketClient.open(board, '/events')];
     const told = (text) => reader.messages.some(({ lines }) => lines?.includes(text));
@@ -291,13 +282,18 @@ test('four uploads come at once', async () => {
 
 test('uploads are kept beside each other, and bad ones refused', async () => {
     const footage = (name, body) => ask(`/footage/${name}`, { method: 'POST', body });
-    assert.equal((await footage('own.avi', 'first')).status, 200);
-    const second = await footage('own.avi', 'second');
-    assert.equal(second.status, 200);
-    assert.match(second.body.toString(), /kept as own-2\.avi/);
-    assert.equal(board.text('footage/own.avi'), 'first');
-    assert.equal(board.text('footage/own-2.avi'), 'second');
-    assert.equal(board.text('dev/video0'), 'second');
+    const before = readlinkSync(board.at('dev/video0'));
+    const broken = await footage('own.avi', 'no video');
+    assert.equal(broken.status, 409);
+    assert.match(broken.body.toString(), /can't be played/);
+    assert.equal(readlinkSync(board.at('dev/video0')), before);
+    assert.equal(existsSync(board.at('footage/own.avi')), false);
+    for (const name of ['own.avi', 'own-2.avi']) {
+        const { status, body } = await footage('own.avi', ''); // as the drawn scene is
+        assert.equal(status, 200);
+        assert.equal(body.toString().includes(`kept as ${name}`), name !== 'own.avi');
+        assert.equal(readlinkSync(board.at('dev/video0')), `../footage/${name}`);
+    }
     for (const name of ['.hidden', '..', '%2e%2e%2fout.avi', '%ff%fe.avi', 'x'.repeat(201), '']) {
         const { status } = await footage(name, 'x');
         assert.ok(status === 400 || status === 405, `${name}: ${status}`);
@@ -327,7 +323,44 @@ test('a scene from outside takes the place of the one before, which is kept', as
     assert.equal(board.text('opt/okr/osd_okr/qml/main.qml.~1~'), before);
 });
 
-test('the server ends with the daemon, whose log and status are its own', async () => {
+test('only what is listed can be deleted, and not while it is in use', async () => {
+    const client = await WebSocketClient.open(board, '/events');
+    const remove = async (kind, name) => {
+        client.send(JSON.stringify({ id: 7, request: 'delete', kind, name }));
+        const isAnswer = ({ type }) => type === 'response';
+        const { ok } = await until('the answer', () => client.messages.find(isAnswer));
+        client.messages = client.messages.filter((each) => !isAnswer(each));
+        return ok;
+    };
+    mkdirSync(board.at('media/video'), { recursive: true });
+    writeFileSync(board.at('media/video/old.mp4'), 'old');
+    writeFileSync(board.at('keep'), 'kept');
+    symlinkSync('../../keep', board.at('media/video/to-keep.mp4'));
+    assert.equal(await remove('video', 'old.mp4'), true);
+    assert.equal(existsSync(board.at('media/video/old.mp4')), false);
+    assert.equal(await remove('video', 'to-keep.mp4'), true); // the link alone
+    assert.equal(await remove('footage', 'own.avi'), true);
+    const file = openSync(board.at('media/video/new.mp4'), 'w');
+    for (const [kind, name] of [['video', 'new.mp4'], ['footage', 'own-2.avi'], ['video', 'missing'],
+        ['video', '../../keep'], ['video', '..'], ['video', ''], ['..', 'keep'], ['', 'keep'], ['etc', 'vtrdc.conf'],
+        ['video/..', 'video']]) {
+        assert.equal(await remove(kind, name), false, `${kind} ${name}`);
+    }
+    closeSync(file);
+    rmSync(board.at('media'), { recursive: true });
+    const outside = mkdtempSync(join(tmpdir(), 'vtrdc-outside-'));
+    mkdirSync(join(outside, 'image'));
+    writeFileSync(join(outside, 'image/x.png'), 'kept');
+    symlinkSync(outside, board.at('media'));
+    assert.equal(await remove('image', 'x.png'), false);
+    assert.equal(readFileSync(join(outside, 'image/x.png'), 'utf8'), 'kept');
+    assert.equal(board.text('keep'), 'kept');
+    rmSync(board.at('media'));
+    rmSync(outside, { recursive: true });
+    client.close();
+});
+
+test('the server outlives the daemon, whose log and status are its own', async () => {
     await board.logged('Display Pipeline set to playing');
     const shown = [...board.log].filter((line) => line.includes('[INFO]'));
     const status = await board.stop();
@@ -337,7 +370,12 @@ test('the server ends with the daemon, whose log and status are its own', async 
         assert.ok(kept.includes(line), line);
     }
     assert.match(kept, /Goodbye\n$/);
-    await until('nobody serves the page', () => ask('/').then(() => false, () => true));
+    const { server } = board;
+    assert.equal((await ask('/')).status, 200);
+    await board.start();
+    assert.notEqual(board.server, server); // the next start's takes its place
+    assert.equal((await ask('/')).status, 200);
+    await board.stop();
 });
 
 test('a page stays let in at the next start, unless others could read the token', async () => {

@@ -1,6 +1,7 @@
 // Controls for the board: cables, a failing thermal core, what the camera sees, the scene on the display.
 import { byId, el, setText } from './dom.js';
 import { action, fileChoice, follow, isBusy, set, toggle } from './fields.js';
+import { deleteButton } from './delete.js';
 import { sendFootage, sendScene } from './upload.js';
 
 function plugs(server) {
@@ -21,9 +22,15 @@ function plugs(server) {
     );
 }
 
+function footageFile(server, name) {
+    return el('li', {}, el('span', { className: 'file-name number', title: name }, name),
+        deleteButton(server, 'footage', { name }));
+}
+
 function footage(server) {
     const select = el('select', { id: 'footage-choice', 'aria-label': 'Footage' });
     select.addEventListener('change', () => set(server, select, { request: 'footage', name: select.value }));
+    const files = el('ul', { className: 'footage-files', 'aria-label': 'Footage on the board' });
     const other = el('option', { value: '', disabled: true }, 'another');
     let chosen = null;
     let listed = null;
@@ -39,6 +46,10 @@ function footage(server) {
             const { value } = select;
             select.replaceChildren(other, ...now.choices.map((name) => el('option', { value: name }, name)));
             select.value = value;
+            files.replaceChildren(...now.choices.map((name) => footageFile(server, name)));
+        }
+        for (const button of files.querySelectorAll('button')) {
+            button.disabled = button.dataset.name === chosen;
         }
         if (!isBusy(select)) {
             show();
@@ -58,6 +69,7 @@ function footage(server) {
             onFile: (file) => sendFootage(server, file),
         }),
         el('p', { className: 'note' }, 'Or drop one anywhere on this page.'),
+        el('details', {}, el('summary', {}, 'Delete footage'), files),
     );
 }
 

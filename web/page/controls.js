@@ -29,11 +29,17 @@ function outputs(server) {
     );
 }
 
-function display(server, { luminance: levels }) {
+function display(server, { luminance: levels }, [, lastNuc]) {
     byId('display').append(
         choice(server, {
             id: 'luminance', name: 'Luminance', choices: levels.map((level) => ({ text: String(level) })),
             read: setting('luminance'), ask: index('set_lum'), className: 'number',
+        }),
+        choice(server, {
+            id: 'nuc-type', name: 'NUC type', className: 'number',
+            choices: Array.from({ length: lastNuc + 1 }, (_, type) => ({ text: String(type) })),
+            read: setting('nuc_type'),
+            ask: index('set_nuc_type'),
         }),
         toggle(server, {
             id: 'pip', name: 'Picture in picture', drawing: 'pip',
@@ -87,7 +93,7 @@ export function startControls(server) {
         const rangeOf = (name) => commands.find((each) => each.name === name).range;
         stop();
         outputs(server);
-        display(server, choices);
+        display(server, choices, rangeOf('set_nuc_type'));
         reticle(server, choices, rangeOf('set_reticle_opacity'));
         sound(server, rangeOf('set_mic_volume'));
     });

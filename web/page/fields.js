@@ -2,25 +2,9 @@
 // control changes when the next state does, and one whose request failed goes back. A slider or a choice
 // shows what was set while it is held or its request is pending.
 import { el, icon, setText, showAddress } from './dom.js';
-
-/** Where a group of controls says why its last request failed. */
-function failureLine(group) {
-    let line = group.querySelector(':scope > .failure');
-    if (line === null) {
-        line = el('p', { className: 'failure' });
-        group.append(line);
-    }
-    return line;
-}
+import { endTrouble, showTrouble } from './trouble.js';
 
 export const isBusy = (control) => control.getAttribute('aria-busy') === 'true';
-
-/** Failures of an earlier daemon say nothing of this one. */
-export function clearFailures() {
-    for (const line of document.querySelectorAll('.failure')) {
-        setText(line, '');
-    }
-}
 
 function showStateAgain(server) {
     if (server.state !== null) {
@@ -28,10 +12,14 @@ function showStateAgain(server) {
     }
 }
 
-/** True when it succeeded. A failure is shown in the control's group; the transcript reads it out. */
-async function requestFor(server, control, message) {
+/** True when it succeeded. */
+async function requestFor(server, message) {
     const { ok, text } = await server.request(message);
-    setText(failureLine(control.closest('fieldset')), ok ? '' : text || 'failed');
+    if (ok) {
+        endTrouble();
+    } else {
+        showTrouble(message, text);
+    }
     return ok;
 }
 
@@ -44,7 +32,7 @@ export async function perform(server, control, message) {
         return;
     }
     control.setAttribute('aria-busy', 'true');
-    const ok = await requestFor(server, control, message);
+    const ok = await requestFor(server, message);
     control.removeAttribute('aria-busy');
     if (!ok) {
         showStateAgain(server);
@@ -73,7 +61,7 @@ export async function set(server, control, message) {
     while (wanted.get(control) !== null) {
         const next = wanted.get(control);
         wanted.set(control, null);
-        ok = await requestFor(server, control, next);
+        ok = await requestFor(server, next);
     }
     control.removeAttribute('aria-busy');
     setTimeout(() => showStateAgain(server), ok ? SETTLE_MS : 0);

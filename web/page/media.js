@@ -1,6 +1,7 @@
 // Recordings and snapshots: to look at, to play and to download.
+import { deleteButton } from './delete.js';
 import { byId, el, icon, setText } from './dom.js';
-import { momentText, sizeText } from './values.js';
+import { durationText, momentText, sizeText } from './values.js';
 import { startViewer } from './viewer.js';
 
 // Thumbnails are full-size pictures, so only so many are loaded at once.
@@ -14,34 +15,39 @@ function downloadLink({ name, url }) {
         icon('download'));
 }
 
-function recordingRow(file, view) {
+const length = ({ seconds }) => (seconds === null ? 'not ended' : durationText(seconds));
+
+function recordingRow(server, file, view) {
     const isSound = file.name.startsWith('audio_');
     const play = el('button', { type: 'button', className: 'tool', 'aria-label': `Play ${file.name}` },
         icon(isSound ? 'sound' : 'play'));
     const facts = el('span', { className: 'facts number' });
+    const remove = deleteButton(server, 'video', file);
     const node = el('li', {}, play,
         el('span', { className: 'file' }, el('span', { className: 'file-name number' }, file.name), facts),
-        downloadLink(file));
+        downloadLink(file), remove);
     play.addEventListener('click', () => view(isSound ? 'audio' : 'video', file));
     return {
         node,
         update(now) {
             play.disabled = now.growing;
+            remove.disabled = now.growing;
             node.classList.toggle('growing', now.growing);
             setText(facts, now.growing ? `${sizeText(now.bytes)} · recording`
-                : `${sizeText(now.bytes)} · ${momentText(now.time)}`);
+                : [length(now), sizeText(now.bytes), momentText(now.time).slice(5)].join(' · '));
         },
     };
 }
 
-function snapshotTile(file, view) {
+function snapshotTile(server, file, view) {
     const show = el('button', { type: 'button', className: 'thumbnail', 'aria-label': `Show ${file.name}` },
         el('img', { src: file.url, alt: '', loading: 'lazy', decoding: 'async', width: 160, height: 120 }));
     const moment = el('span');
     const size = el('span');
     show.addEventListener('click', () => view('img', file));
     const node = el('li', {}, show, el('span', { className: 'tile-foot' },
-        el('span', { className: 'facts number' }, moment, size), downloadLink(file)));
+        el('span', { className: 'facts number' }, moment, size),
+        el('span', { className: 'tile-tools' }, downloadLink(file), deleteButton(server, 'image', file))));
     return {
         node,
         update(now) {
@@ -102,9 +108,9 @@ class FileList {
     }
 }
 
-/** The server that has the files ends with the daemon. */
+/** Without the server there are no files. */
 function followServer(server) {
-    const away = el('p', { className: 'note', hidden: true }, 'Available when the daemon is back.');
+    const away = el('p', { className: 'note', hidden: true }, 'Available when this page’s server is back.');
     byId('media-lists').before(away);
     server.on('presence', (presence) => {
         away.hidden = presence !== 'lost';
@@ -115,8 +121,8 @@ function followServer(server) {
 export function startMedia(server) {
     followServer(server);
     const view = startViewer(server, downloadUrl);
-    const recordings = new FileList(byId('recordings'), (file) => recordingRow(file, view));
-    const snapshots = new FileList(byId('snapshots'), (file) => snapshotTile(file, view));
+    const recordings = new FileList(byId('recordings'), (file) => recordingRow(server, file, view));
+    const snapshots = new FileList(byId('snapshots'), (file) => snapshotTile(server, file, view));
     server.on('media', (media) => {
         recordings.show(media.recordings);
         snapshots.show(media.snapshots);

@@ -66,7 +66,8 @@ function noteFor(server, pictures, watchedSince) {
         return { text: `No picture: this page is not let in.${last}`, isOld: true };
     }
     if (now === 'lost' || now === 'gone') {
-        return { text: `No picture: the daemon is not running.${last}`, isOld: true };
+        const missing = now === 'lost' ? 'page’s server' : 'daemon';
+        return { text: `No picture: the ${missing} is not running.${last}`, isOld: true };
     }
     if (server.state.panel?.on === false) {
         return { text: 'The panel is off', isOff: true };
@@ -104,11 +105,15 @@ function showLight(light, isFull) {
 
 function followPointer() {
     panel.addEventListener('pointermove', ({ offsetX, offsetY }) => {
+        if (panel.classList.contains('aiming')) {
+            return; // the origin is said there
+        }
         const x = Math.floor((offsetX / panel.clientWidth) * panel.width);
         const y = Math.floor((offsetY / panel.clientHeight) * panel.height);
         setText(byId('picture-point'), `x ${x} y ${y}`);
     });
-    panel.addEventListener('pointerleave', () => setText(byId('picture-point'), ''));
+    panel.addEventListener('pointerleave', () =>
+        panel.classList.contains('aiming') || setText(byId('picture-point'), ''));
 }
 
 function startFullLight(onChange) {

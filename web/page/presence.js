@@ -1,12 +1,12 @@
 // Whether server and daemon are there: banner, title, and which controls are enabled.
 import { byId, el, setText } from './dom.js';
-import { clearFailures } from './fields.js';
 import { condition } from './server_connection.js';
+import { endTrouble } from './trouble.js';
 import { isRunning } from './values.js';
 
 const LINK_TEXTS = {
     connecting: 'Connecting',
-    lost: 'No daemon',
+    lost: 'No server',
     gone: 'No daemon',
     refused: 'Not let in',
     silent: 'Daemon silent',
@@ -16,9 +16,10 @@ const LINK_TEXTS = {
 function bannerFor(server, now) {
     switch (now) {
     case 'lost':
-    case 'gone':
-        return ['The daemon is not running: start it with ', el('code', {}, server.startCommand),
+        return ['This page’s server is not running: start it with ', el('code', {}, server.startCommand),
             '. This page comes back by itself.'];
+    case 'gone':
+        return ['The daemon is not running. Start it above, or with ', el('code', {}, server.startCommand), '.'];
     case 'refused':
         return ['This page needs another token: open the address that ', el('code', {}, server.startCommand), ' printed.'];
     case 'silent':
@@ -79,7 +80,7 @@ export function startPresence(server) {
         showBanner(server, now);
         switchNeeds(now);
         if (['lost', 'refused', 'gone'].includes(now)) {
-            clearFailures();
+            endTrouble(); // of an earlier daemon it says nothing of this one
         }
     };
     server.on('presence', show);

@@ -32,7 +32,7 @@ async function isRefused() {
 
 /**
  * Emits each message of the server by its type ('hello', 'state', 'log', 'media', 'footage'), 'presence'
- * when the server comes or goes, and 'response' after each request. web/PROTOCOL.md has the messages.
+ * when the server comes or goes, and 'asked' and 'response' around each request. web/PROTOCOL.md has the messages.
  */
 export class ServerConnection extends EventTarget {
     #socket = null;
@@ -71,6 +71,7 @@ export class ServerConnection extends EventTarget {
 
     /** Sends a request; resolves to {ok, text}, never rejects. */
     async request(message) {
+        this.emit('asked', message);
         const response = await this.#send(message);
         this.emit('response', { message, ...response });
         return response;

@@ -13,34 +13,60 @@ const NAMES = {
     core: ({ fails }) => `core ${fails ? 'fail' : 'work'}`,
     footage: ({ name }) => `footage ${name}`,
     scene: () => 'scene stock',
+    delete: ({ kind, name }) => `rm ${kind}/${name}`,
+    daemon: ({ verb }) => verb,
     upload: ({ words }) => words,
     refuse: ({ name }) => name,
 };
 
 // What acts on the board is a verb of scripts/sim, not a command of the daemon.
-const ORIGINS = { command: '> ', refuse: '' };
+const ORIGINS = { command: '> ', delete: '', refuse: '' };
 
-function entry(simCommand, { message, ok, text }) {
-    const { request } = message;
-    const asked = el('p', { className: 'asked' },
-        el('span', { className: 'origin' }, ORIGINS[request] ?? `${simCommand} `), NAMES[request](message));
-    const reply = el('p', { className: 'said' });
-    if (!ok) {
-        reply.append(el('strong', {}, 'Error'), ` ${text || 'failed'}`);
-    } else {
-        reply.append(text || 'done');
+/** What a request is called in words. */
+export const wordsOf = (message) => NAMES[message.request](message);
+
+// What is answered sooner isn't seen to wait.
+const WAITS_MS = 400;
+
+/** A request on the transcript, and the reply once it is there. */
+class Entry {
+    #said = el('p', { className: 'said' });
+    #waits = setTimeout(() => this.#said.append('waiting for the reply'), WAITS_MS);
+
+    constructor(simCommand, message) {
+        this.node = el('div', { className: 'mute' },
+            el('p', { className: 'asked' },
+                el('span', { className: 'origin' }, ORIGINS[message.request] ?? `${simCommand} `), wordsOf(message)),
+            this.#said);
     }
-    return el('div', { className: ok ? text ? 'ok' : 'ok mute' : 'error' }, asked, reply);
+
+    finish({ ok, text }) {
+        clearTimeout(this.#waits);
+        this.node.className = ok ? text ? 'ok' : 'ok mute' : 'error';
+        this.#said.replaceChildren(...(ok ? [text || 'done'] : [el('strong', {}, 'Error'), ` ${text || 'failed'}`]));
+    }
 }
 
 export function startTranscript(server) {
     const transcript = byId('transcript');
     const follower = new Follower(transcript);
-    server.on('response', (response) => {
-        transcript.append(entry(server.simCommand, response));
+    const waiting = new Map();
+    const ask = (message) => {
+        const entry = new Entry(server.simCommand, message);
+        waiting.set(message, entry);
+        transcript.append(entry.node);
         while (transcript.childElementCount > ENTRIES_MAX) {
             transcript.firstElementChild.remove();
         }
+        follower.toEnd();
+    };
+    server.on('asked', ask);
+    server.on('response', (response) => {
+        if (!waiting.has(response.message)) {
+            ask(response.message); // what is sent as a file is told of when it has come
+        }
+        waiting.get(response.message).finish(response);
+        waiting.delete(response.message);
         follower.toEnd();
     });
 }

@@ -2,7 +2,7 @@
 import { byId, el } from './dom.js';
 
 const FAILED = 'This file can’t be shown: it is gone, was not ended properly, or lies outside of the board.';
-const AWAY = 'This file can’t be reached while the daemon is away.';
+const AWAY = 'This file can’t be reached while this page’s server is away.';
 
 function content(kind, { name, url }, onFail) {
     const node = kind === 'img' ? el('img', { src: url, alt: `Snapshot ${name}` })

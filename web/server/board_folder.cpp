@@ -44,10 +44,23 @@ std::string board_folder::media_folder() const {
     return configured;
 }
 
+// As seen from the board's folder.
+std::string board_folder::relative(const std::string& path) const {
+    std::string rest = path.substr(folder_.size());
+    rest.erase(0, rest.find_first_not_of('/'));
+    return rest;
+}
+
 opened_file board_folder::open_media(const std::string& name) const {
-    std::string folder = media_folder().substr(folder_.size());
-    folder.erase(0, folder.find_first_not_of('/'));
-    return files_.open_file(folder.empty() ? name : folder + "/" + name);
+    return files_.open_file(relative(media_folder() + "/" + name));
+}
+
+bool board_folder::delete_media(std::string_view kind, const std::string& name) const {
+    return files_.delete_file(relative(media_folder() + "/" + std::string(kind)), name);
+}
+
+bool board_folder::delete_footage(const std::string& name) const {
+    return files_.delete_file(relative(footage_folder()), name);
 }
 
 std::string board_folder::broker_socket_path() const {

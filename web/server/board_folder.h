@@ -43,6 +43,11 @@ public:
     // A recording or snapshot by a name from outside ("video/..."): no name leads out of the board.
     [[nodiscard]] opened_file open_media(const std::string& name) const;
 
+    // Deletes a file of the folder for recordings ("video") or snapshots ("image"), or of that for
+    // footage, by its plain name. A link is deleted itself. False when there is none.
+    [[nodiscard]] bool delete_media(std::string_view kind, const std::string& name) const;
+    [[nodiscard]] bool delete_footage(const std::string& name) const;
+
     // Names in a folder, which is a full path, in alphabetical order; without hidden ones.
     [[nodiscard]] static std::vector<std::string> names_in(const std::string& folder);
     // The ordinary files among them, latest first.
@@ -52,6 +57,7 @@ public:
     [[nodiscard]] std::optional<std::string> first_line(std::string_view on_the_sight) const;
 
 private:
+    [[nodiscard]] std::string relative(const std::string& path) const;
     [[nodiscard]] std::string setting(std::string_view key, std::string_view standard) const;
 
     const std::string folder_;

@@ -1,6 +1,8 @@
 // What the page lists: recordings and snapshots, and the footage that the camera can be shown.
 #include "board_lists.h"
 
+#include "mp4_length.h"
+
 #include "util/fd_owned.h"
 #include "util/glib_owned.h"
 
@@ -47,6 +49,24 @@ nlohmann::json entries(const std::vector<board_file>& files, const char* kind) {
     return list;
 }
 
+nlohmann::json list_footage(const board_folder& board) {
+    const std::vector<std::string> names = board_folder::names_in(board.footage_folder());
+    std::error_code failed;
+    const fs::path devices = board.path("/dev");
+    fs::path shown = fs::read_symlink(devices / CAMERA, failed);
+    if (failed) {
+        shown = fs::read_symlink(devices / UNPLUGGED_CAMERA, failed);
+    }
+    const std::string name = shown.filename();
+    // A relative link starts in the folder of devices.
+    const bool is_choice =
+        std::ranges::find(names, name) != names.end() &&
+        fs::equivalent(devices / shown.parent_path(), board.footage_folder(), failed);
+    return {{"type", "footage"},
+            {"choices", names},
+            {"chosen", is_choice ? nlohmann::json(name) : nlohmann::json()}};
+}
+
 } // namespace
 
 board_lists::board_lists(const board_folder& board,
@@ -79,14 +99,16 @@ void board_lists::look() {
         }
     };
     tell(media_, list_media());
-    tell(footage_, list_footage());
+    tell(footage_, list_footage(board_));
 }
 
-nlohmann::json board_lists::list_media() const {
+nlohmann::json board_lists::list_media() {
     const std::string folder = board_.media_folder() + "/video";
     nlohmann::json recordings = entries(board_folder::files_in(folder), "video");
     for (nlohmann::json& each : recordings) {
+        const nlohmann::json seconds = seconds_of(each);
         each["growing"] = is_being_written(folder + "/" + each["name"].get<std::string>());
+        each["seconds"] = seconds;
     }
     return {
         {"type", "media"},
@@ -94,22 +116,30 @@ nlohmann::json board_lists::list_media() const {
         {"snapshots", entries(board_folder::files_in(board_.media_folder() + "/image"), "image")}};
 }
 
-nlohmann::json board_lists::list_footage() const {
-    const std::vector<std::string> names = board_folder::names_in(board_.footage_folder());
-    std::error_code failed;
-    const fs::path devices = board_.path("/dev");
-    fs::path shown = fs::read_symlink(devices / CAMERA, failed);
-    if (failed) {
-        shown = fs::read_symlink(devices / UNPLUGGED_CAMERA, failed);
+// Each file is looked into once, unless it changes.
+nlohmann::json board_lists::seconds_of(const nlohmann::json& recording) {
+    const auto known = seconds_.find(recording);
+    if (known != seconds_.end()) {
+        return known->second;
     }
-    const std::string name = shown.filename();
-    // A relative link starts in the folder of devices.
-    const bool is_choice =
-        std::ranges::find(names, name) != names.end() &&
-        fs::equivalent(devices / shown.parent_path(), board_.footage_folder(), failed);
-    return {{"type", "footage"},
-            {"choices", names},
-            {"chosen", is_choice ? nlohmann::json(name) : nlohmann::json()}};
+    const opened_file file = board_.open_media("video/" + recording["name"].get<std::string>());
+    const std::optional<double> seconds = mp4_seconds(file);
+    return seconds_[recording] = seconds ? nlohmann::json(*seconds) : nlohmann::json();
+}
+
+bool delete_listed(const board_folder& board, std::string_view kind, const std::string& name,
+                   std::string& why) {
+    const bool is_footage = kind == "footage";
+    if (!is_footage && kind != "video" && kind != "image") {
+        why = "no such kind of file";
+    } else if (is_footage && list_footage(board)["chosen"] == name) {
+        why = "the camera is shown it";
+    } else if (kind == "video" && is_being_written(board.media_folder() + "/video/" + name)) {
+        why = "it is being recorded";
+    } else if (!(is_footage ? board.delete_footage(name) : board.delete_media(kind, name))) {
+        why = "there is no such file, or it can't be deleted";
+    }
+    return why.empty();
 }
 
 } // namespace web

@@ -7,7 +7,10 @@
 #include <nlohmann/json.hpp>
 
 #include <functional>
+#include <map>
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace web {
 
@@ -28,15 +31,21 @@ public:
 
 private:
     void look();
-    [[nodiscard]] nlohmann::json list_media() const;
-    [[nodiscard]] nlohmann::json list_footage() const;
+    [[nodiscard]] nlohmann::json list_media();
+    [[nodiscard]] nlohmann::json seconds_of(const nlohmann::json& recording);
 
     const board_folder& board_;
     const std::function<void(const nlohmann::json&)> on_change_;
     nlohmann::json media_;
     nlohmann::json footage_;
+    std::map<nlohmann::json, nlohmann::json> seconds_; // that recordings play, by their entries
     std::optional<file_watch> watch_;
     timer soon_;
 };
+
+// Deletes a recording ("video"), a snapshot ("image") or footage of the board by its plain name.
+// False when there is none, or it is in use; `why` says so.
+[[nodiscard]] bool delete_listed(const board_folder& board, std::string_view kind,
+                                 const std::string& name, std::string& why);
 
 } // namespace web

@@ -5,14 +5,13 @@
 #include <array>
 #include <charconv>
 #include <getopt.h>
-#include <limits>
 #include <string_view>
 
 namespace web {
 namespace {
 
 // Numbers of the options for getopt. Those with a text come first; each of them is required.
-enum : int { board, page, log, sim, stock_scene, start, daemon_program, port, beside };
+enum : int { board, page, log, sim, stock_scene, start, port, background };
 
 constexpr std::array options = std::to_array<option>({
     {"board", required_argument, nullptr, board},
@@ -21,39 +20,37 @@ constexpr std::array options = std::to_array<option>({
     {"sim", required_argument, nullptr, sim},
     {"stock-scene", required_argument, nullptr, stock_scene},
     {"start", required_argument, nullptr, start},
-    {"daemon", required_argument, nullptr, daemon_program},
     {"port", required_argument, nullptr, port},
-    {"beside", required_argument, nullptr, beside},
+    {"background", no_argument, nullptr, background},
     {nullptr, 0, nullptr, 0},
 });
 
 constexpr unsigned PORT_MAX = 65535;
 
-// A number from 1 to `max`; none when the text is anything else.
-template <typename T> std::optional<T> number_in(std::string_view text, T max) {
-    T number = 0;
+// None when the text is anything but a port.
+std::optional<unsigned> port_in(std::string_view text) {
+    unsigned number = 0;
     const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
     const bool is_number =
-        error == std::errc{} && end == text.end() && number >= 1 && number <= max;
+        error == std::errc{} && end == text.end() && number >= 1 && number <= PORT_MAX;
     return is_number ? std::optional{number} : std::nullopt;
 }
 
-// Where the texts of the options up to --daemon go.
+// Where the texts of the options up to --start go.
 std::array<std::string*, port> texts_of(command_line& line) {
     controller_options& text = line.options;
-    return {&text.board,       &text.page,  &text.log,   &text.sim,
-            &text.stock_scene, &text.start, &line.daemon};
+    return {&text.board, &text.page, &text.log, &text.sim, &text.stock_scene, &text.start};
 }
 
 // False when the option's value is invalid, or there is no such option.
 bool apply_option(command_line& line, int which) {
     switch (which) {
     case port:
-        line.port = number_in(optarg, PORT_MAX);
+        line.port = port_in(optarg);
         return line.port.has_value();
-    case beside:
-        line.beside = number_in(optarg, std::numeric_limits<pid_t>::max());
-        return line.beside.has_value();
+    case background:
+        line.is_in_background = true;
+        return true;
     case '?': // getopt has said why
         return false;
     default:
@@ -78,11 +75,12 @@ std::optional<command_line> read_command_line(int argc, char* argv[], std::strin
             return std::nullopt;
         }
     }
-    if (optind < argc || !is_complete(line)) {
-        why = "it takes each of --board, --page, --log, --sim, --stock-scene, --start and "
-              "--daemon, and no more than --port and --beside";
+    if (!is_complete(line)) {
+        why = "it takes each of --board, --page, --log, --sim, --stock-scene and --start, perhaps "
+              "--port and --background, and what a start of the daemon takes";
         return std::nullopt;
     }
+    line.options.start_words.assign(argv + optind, argv + argc);
     return line;
 }
 

@@ -5,16 +5,14 @@
 
 #include <optional>
 #include <string>
-#include <sys/types.h>
 
 namespace web {
 
 struct command_line {
     controller_options options;
-    std::string daemon;           // its program, by which it is recognised
     std::optional<unsigned> port; // of the loopback; else the first free one is found
-    // The process that becomes the daemon: the server runs in the background and ends with it.
-    std::optional<pid_t> beside;
+    // It leaves its starter once it serves, and ends when nobody needs it any more.
+    bool is_in_background = false;
 };
 
 // Reads the command line; none when something is wrong with it, with the reason in `why`.

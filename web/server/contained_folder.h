@@ -25,6 +25,10 @@ public:
     // or "..", leads out.
     [[nodiscard]] opened_file open_file(const std::string& path) const;
 
+    // Deletes the file of that plain name in a folder in this one, relative to it; a link is
+    // deleted itself. False when there is none, or when the folder leads out.
+    [[nodiscard]] bool delete_file(const std::string& folder, const std::string& name) const;
+
 private:
     const fd_owned folder_;
 };

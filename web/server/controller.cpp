@@ -1,8 +1,10 @@
 // Connects board, daemon and pages.
 #include "controller.h"
 
+#include "daemon_status.h"
 #include "page_token.h"
 
+#include "config/settings.h"
 #include "util/value_tables.h"
 #include "vtrdcctl/requests.h"
 
@@ -26,17 +28,38 @@ std::string sim_command_name() {
 // What commands choose from by index.
 json choices() {
     json images = json::array();
+    json aims = json::array();
     for (const reticle_src& each : reticle_srcs) {
         images.push_back(std::filesystem::path(each.path).stem());
+        aims.push_back({each.center_x, each.center_y});
     }
-    return {
-        {"luminance", lum_values}, {"reticle_images", images}, {"reticle_colors", reticle_colors}};
+    return {{"luminance", lum_values},
+            {"reticle_images", images},
+            {"reticle_aims", aims},
+            {"reticle_colors", reticle_colors}};
 }
 
 // Least and most that the command's only argument can be; null without limits.
 json range_of(const command_arguments& taken) {
     const value_range& range = taken.rows.front().range;
     return taken.count == 1 && std::isfinite(range.most) ? json{range.least, range.most} : json();
+}
+
+// A limit that there is none of is null.
+json limit(double value) {
+    return std::isfinite(value) ? json(value) : json();
+}
+
+// All settings of the sight; without a range for texts.
+json settings_rows() {
+    json rows = json::array();
+    for (const parse_row& row : parse_table) {
+        const bool is_text = std::holds_alternative<const char * settings::*>(row.field);
+        rows.push_back(
+            {{"key", row.key},
+             {"range", is_text ? json() : json{limit(row.range.least), limit(row.range.most)}}});
+    }
+    return rows;
 }
 
 json hello(const std::string& board, const std::string& start) {
@@ -47,8 +70,13 @@ json hello(const std::string& board, const std::string& start) {
                             {"range", range_of(each.takes)},
                             {"help", each.help}});
     }
-    return {{"type", "hello"},        {"board", board},       {"sim_command", sim_command_name()},
-            {"start_command", start}, {"commands", commands}, {"choices", choices()}};
+    return {{"type", "hello"},
+            {"board", board},
+            {"sim_command", sim_command_name()},
+            {"start_command", start},
+            {"commands", commands},
+            {"choices", choices()},
+            {"settings", settings_rows()}};
 }
 
 json log_message(bool is_fresh, const std::deque<std::string>& lines) {
@@ -58,13 +86,14 @@ json log_message(bool is_fresh, const std::deque<std::string>& lines) {
 } // namespace
 
 controller::controller(const controller_options& options)
-    : board_(options.board), start_(options.start), sim_(options.sim, options.board),
-      daemon_(board_.socket_path(), [this] { state_.refresh(); }),
+    : board_(options.board), start_(options.start), start_words_(options.start_words),
+      sim_(options.sim, options.board), daemon_(board_.socket_path(), [this] { state_.refresh(); }),
       clients_({.greeting = [this] { return greeting(); },
                 .on_presence = [this](bool has_clients) { follow_board(has_clients); },
                 .on_request =
                     [this](const json& message, const response_callback& respond) {
-                        handle_page_request({board_, sim_, daemon_, state_}, message, respond);
+                        handle_page_request({board_, sim_, daemon_, state_, start_words_}, message,
+                                            respond);
                     }}),
       state_(board_, daemon_, options.stock_scene,
              [this] { clients_.broadcast(state_.message()); }),
@@ -93,6 +122,10 @@ std::vector<json> controller::greeting() const {
     }
     messages.push_back(log_message(true, log_.last_lines()));
     return messages;
+}
+
+bool controller::is_needed() const {
+    return clients_.has_clients() || !daemon_status(board_).is_null();
 }
 
 // The daemon and the board are left alone while nobody looks.

@@ -24,6 +24,8 @@ struct controller_options {
     std::string sim;         // scripts/sim, whose verbs act on the board
     std::string stock_scene; // the simulated board's own scene file
     std::string start;       // the command that starts this board's daemon, for a person
+    // What such a start takes behind its verb, as the page was served with it.
+    std::vector<std::string> start_words;
 };
 
 class controller {
@@ -33,6 +35,8 @@ public:
     controller& operator=(const controller&) = delete;
 
     [[nodiscard]] http_server& server() { return server_; }
+    // While a page is open, or the board's daemon runs.
+    [[nodiscard]] bool is_needed() const;
 
 private:
     [[nodiscard]] std::vector<nlohmann::json> greeting() const;
@@ -40,6 +44,7 @@ private:
 
     const board_folder board_;
     const std::string start_;
+    const std::vector<std::string> start_words_;
     const sim_command sim_;
     daemon_client daemon_;
     event_clients clients_;

@@ -225,10 +225,6 @@ http_server::http_server(services known, std::string token)
 }
 
 http_server::~http_server() {
-    stop_listening();
-}
-
-void http_server::stop_listening() {
     soup_server_disconnect(context_->server.get());
 }
 

@@ -20,8 +20,6 @@ public:
     [[nodiscard]] bool listen(unsigned port, std::string& why);
     // The page's address, with the token.
     [[nodiscard]] std::string address() const;
-    // Gives the port back; pages that are there stay connected.
-    void stop_listening();
 
     struct context;
 

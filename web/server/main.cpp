@@ -2,26 +2,25 @@
 #include "command_line.h"
 #include "controller.h"
 #include "daemon_life.h"
+#include "sole_server.h"
 
 #include <array>
+#include <chrono>
 #include <fcntl.h>
-#include <filesystem>
 #include <functional>
 #include <glib-unix.h>
 #include <iostream>
+#include <memory>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 // The page of a second board takes the next free port.
 constexpr unsigned FIRST_PORT = 8040;
 constexpr unsigned PORTS_TRIED = 10;
-
-// The daemon and the browser come first.
-constexpr int NICENESS = 5;
 
 bool listen(web::http_server& server, std::optional<unsigned> port, std::string& why) {
     if (port) {
@@ -40,23 +39,18 @@ gboolean quit(gpointer loop) noexcept {
     return G_SOURCE_CONTINUE;
 }
 
-// Time for the daemon's last lines to reach the pages through its log.
-constexpr guint LAST_WORDS_MS = 500;
+// How often a server in the background looks whether it is needed; twice in a row it has to be not.
+constexpr std::chrono::seconds NEED_INTERVAL{30};
 
-// Frees the port for the next daemon's page.
-gboolean stop_listening(gpointer server) noexcept {
-    static_cast<web::http_server*>(server)->stop_listening();
-    return G_SOURCE_REMOVE;
-}
-
-// Waits on a thread of its own, which is still waiting if the main loop ends first.
-void quit_with_daemon(GMainLoop* loop, web::http_server& server, const web::command_line& line) {
-    const daemon_marks marks = marks_of_daemon(line.daemon, line.options.board);
-    std::thread([loop, &server, marks, starter = *line.beside] {
-        wait_for_daemon_end(marks, starter);
-        g_idle_add(stop_listening, &server);
-        g_timeout_add(LAST_WORDS_MS, quit, loop);
-    }).detach();
+// A page that is loaded anew is away for a moment.
+std::function<void()> quit_when_unneeded(GMainLoop* loop, const web::controller& controller) {
+    const auto was_needed = std::make_shared<bool>(true); // a timer calls copies of its task
+    return [loop, &controller, was_needed] {
+        const bool is_needed = controller.is_needed();
+        if (!std::exchange(*was_needed, is_needed) && !is_needed) {
+            g_main_loop_quit(loop);
+        }
+    };
 }
 
 // Called once: with the address of the page, or why it can't be served.
@@ -81,10 +75,13 @@ void raise_descriptor_limit() {
 }
 
 int serve(const web::command_line& line, const report& tell) {
-    setpriority(PRIO_PROCESS, 0, NICENESS);
     raise_descriptor_limit();
-    web::controller controller{line.options};
     std::string why;
+    if (!web::become_sole_server(line.options.board + "/run/page.lock")) {
+        tell(false, "the board's folder run can't be written to");
+        return EXIT_FAILURE;
+    }
+    web::controller controller{line.options};
     if (!listen(controller.server(), line.port, why)) {
         tell(false, why);
         return EXIT_FAILURE;
@@ -93,8 +90,9 @@ int serve(const web::command_line& line, const report& tell) {
     const g_owned<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
     g_unix_signal_add(SIGINT, quit, loop.get());
     g_unix_signal_add(SIGTERM, quit, loop.get());
-    if (line.beside) {
-        quit_with_daemon(loop.get(), controller.server(), line);
+    web::timer need;
+    if (line.is_in_background) {
+        need.every(NEED_INTERVAL, quit_when_unneeded(loop.get(), controller));
     }
     g_main_loop_run(loop.get());
     return EXIT_SUCCESS;
@@ -150,5 +148,5 @@ int main(int argc, char* argv[]) {
         write_report(false, why);
         return EXIT_FAILURE;
     }
-    return line->beside ? serve_in_background(*line) : serve(*line, write_report);
+    return line->is_in_background ? serve_in_background(*line) : serve(*line, write_report);
 }

@@ -1,6 +1,7 @@
 // What a page can request over its WebSocket: commands of the daemon, and verbs for the board.
 #include "page_requests.h"
 
+#include "board_lists.h"
 #include "button_rows.h"
 
 #include "util/glib_owned.h"
@@ -99,6 +100,31 @@ void restore_scene(const request_context& context, const json& message,
     context.sim.run({"scene", "stock"}, respond);
 }
 
+// A start and a restart use what the page was served with.
+void run_daemon(const request_context& context, const json& message,
+                const response_callback& respond) {
+    const std::string verb = text_in(message, "verb");
+    std::vector<std::string> words{verb};
+    if (verb == "start" || verb == "restart") {
+        words.insert(words.end(), context.start_words.begin(), context.start_words.end());
+    } else if (verb != "stop") {
+        throw usage_error{"start, stop or restart?"};
+    }
+    context.sim.run(words, respond);
+}
+
+// What the camera is shown, and what is being recorded, stay.
+void delete_file(const request_context& context, const json& message,
+                 const response_callback& respond) {
+    const std::string kind = text_in(message, "kind");
+    const std::string name = text_in(message, "name");
+    if (!is_plain_name(name)) {
+        throw usage_error{"no such file"};
+    }
+    std::string why;
+    respond(delete_listed(context.board, kind, name, why), why);
+}
+
 constexpr auto page_requests = std::to_array<page_request>({
     {"command", send_command},
     {"press", press_button},
@@ -107,6 +133,8 @@ constexpr auto page_requests = std::to_array<page_request>({
     {"core", set_core_fault},
     {"footage", choose_footage},
     {"scene", restore_scene},
+    {"delete", delete_file},
+    {"daemon", run_daemon},
 });
 
 } // namespace

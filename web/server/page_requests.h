@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace web {
@@ -20,6 +21,7 @@ struct request_context {
     const sim_command& sim;
     daemon_client& daemon;
     sight_state& state;
+    std::span<const std::string> start_words; // of the daemon
 };
 
 // A request by its name, which is its message's "request".

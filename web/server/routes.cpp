@@ -9,6 +9,7 @@
 #include <array>
 #include <memory>
 #include <string_view>
+#include <unistd.h>
 
 namespace web {
 namespace {
@@ -17,12 +18,17 @@ namespace {
 constexpr goffset SCENE_BYTES_MAX = goffset{1024} * 1024;
 constexpr goffset FOOTAGE_BYTES_MAX = goffset{4} * 1024 * 1024 * 1024;
 
-// Runs a verb with a file, and responds when it has ended; with `note` when that went well.
+// Runs a verb with a file, and responds when it has ended; with `note` when that went well. Else
+// the `kept` file, if any, is removed.
 void run_and_respond(SoupServerMessage* request, const sim_command& sim,
-                     const std::vector<std::string>& words, const std::string& note) {
+                     const std::vector<std::string>& words, const std::string& note,
+                     const std::string& kept = {}) {
     soup_server_message_pause(request);
     const std::shared_ptr<SoupServerMessage> waiting = own_shared(request);
-    sim.run(words, [waiting, note](bool is_done, const std::string& text) {
+    sim.run(words, [waiting, note, kept](bool is_done, const std::string& text) {
+        if (!is_done && !kept.empty()) {
+            unlink(kept.c_str());
+        }
         respond(waiting.get(), is_done ? SOUP_STATUS_OK : SOUP_STATUS_CONFLICT, is_done,
                 is_done ? note : text);
         soup_server_message_unpause(waiting.get());
@@ -58,7 +64,7 @@ void post_footage(const services& known, SoupServerMessage* request, const std::
     }
     const std::string kept_name = kept.substr(kept.rfind('/') + 1);
     run_and_respond(request, known.sim, {"footage", kept},
-                    kept_name == name ? "" : "kept as " + kept_name);
+                    kept_name == name ? "" : "kept as " + kept_name, kept);
 }
 
 void post_scene(const services& known, SoupServerMessage* request, const std::string& /*none*/) {

@@ -9,9 +9,10 @@
 namespace web {
 namespace {
 
-// The complaint's first line, without the program's name before it.
+// The last line, which is the complaint, without the program's name before it.
 std::string complaint(std::string_view said) {
-    said = said.substr(0, said.find('\n'));
+    said = said.substr(0, said.find_last_not_of('\n') + 1);
+    said = said.substr(said.rfind('\n') + 1);
     const std::size_t colon = said.find(": ");
     return std::string(colon == std::string_view::npos ? said : said.substr(colon + 2));
 }
@@ -31,11 +32,11 @@ void on_ended(GObject* process, GAsyncResult* result, gpointer data) noexcept {
 } // namespace
 
 void sim_command::run(const std::vector<std::string>& words, response_callback respond) const {
-    std::vector<const gchar*> arguments{program_.c_str()};
+    std::vector<const gchar*> arguments{program_.c_str(), "--board", board_.c_str()};
     for (const std::string& word : words) {
         arguments.push_back(word.c_str());
     }
-    arguments.insert(arguments.end(), {"--board", board_.c_str(), nullptr});
+    arguments.push_back(nullptr);
     GError* failed = nullptr;
     const auto flags = static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDERR_PIPE |
                                                      G_SUBPROCESS_FLAGS_STDOUT_SILENCE);
