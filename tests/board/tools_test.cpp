@@ -129,7 +129,7 @@ TEST(PanelPicture, HasThePanelsColours) {
     const board board;
     std::ofstream panel{board.at("/dev/fb0"), std::ios::binary | std::ios::in};
     panel << std::string{"\xff\x00\x00\x00\x00\xff\x00\x00\x00\x00\xff\x00", 12};
-    panel.seekp((767 * 1024 + 1023) * 4);
+    panel.seekp(std::streamoff{767 * 1024 + 1023} * 4);
     panel << "\x10\x20\x30\x40";
     panel.close();
     const fs::path file = board.at("/media/Bild für später");

@@ -162,7 +162,7 @@ protected:
         SCOPED_TRACE(step.request + (", " + describe(fault)));
         get_ready(step);
         plan(fault);
-        const result result = subject_.ask(step.request);
+        result result = subject_.ask(step.request);
         judge(fault, result.what);
         return result;
     }

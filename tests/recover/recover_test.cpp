@@ -9,7 +9,6 @@
 #include <map>
 
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 

@@ -6,10 +6,11 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 
 class log_reader {
 public:
-    explicit log_reader(const std::filesystem::path& file) : path_{file} {}
+    explicit log_reader(std::filesystem::path file) : path_{std::move(file)} {}
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
