@@ -178,7 +178,7 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
     for (const [bad, error] of [
         ['dance', 'no such command: dance'],
         ['set_lum', 'takes 1 argument, not 0'],
-        ['set_lum 99', 'failed'],
+        ['set_lum 99', 'takes 0 to 3, not 99'],
     ]) {
         await answered(bad, error);
     }
@@ -191,7 +191,7 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
     const fault = page.getByRole('switch', { name: 'Thermal core fails' });
     await fault.click();
     await until('the fault is set', () => existsSync(board.at('var/lib/vtrcore/fail')));
-    await answered('kbd_zoom', 'failed');
+    await answered('kbd_zoom', 'the thermal core refuses');
     await fault.click();
     await until('the fault is over', () => !existsSync(board.at('var/lib/vtrcore/fail')));
     await lamp('luminance', '75');

@@ -39,9 +39,20 @@ export async function perform(server, control, message) {
     }
 }
 
-// A state with the change comes shortly after the response; when none has come after this time,
-// nothing has changed.
+// A state with the change comes shortly after the response, perhaps behind one from before it; when none
+// has come after this time, nothing has changed.
 const SETTLE_MS = 1000;
+
+/** The timers of controls whose change may not be in the state yet. */
+const settling = new WeakMap();
+
+function settle(server, control, time) {
+    clearTimeout(settling.get(control));
+    settling.set(control, setTimeout(() => {
+        settling.delete(control);
+        showStateAgain(server);
+    }, time));
+}
 
 /** The request that each control wants next; null when it only waits for a response. */
 const wanted = new WeakMap();
@@ -64,13 +75,13 @@ export async function set(server, control, message) {
         ok = await requestFor(server, next);
     }
     control.removeAttribute('aria-busy');
-    setTimeout(() => showStateAgain(server), ok ? SETTLE_MS : 0);
+    settle(server, control, ok ? SETTLE_MS : 0);
 }
 
-/** Has a control with a value show each state, unless it is held or its request is pending. */
+/** Has a control with a value show each state, unless it is held, or waits for its own change. */
 export function follow(server, control, show, isHeld = () => false) {
     server.on('state', (state) => {
-        if (!isHeld() && !isBusy(control)) {
+        if (!isHeld() && !isBusy(control) && !settling.has(control)) {
             show(state);
         }
     });
