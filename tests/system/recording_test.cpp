@@ -253,7 +253,8 @@ TEST_F(RecordingTest, WithoutAFolderItEndsAllTheSame) {
     daemon_->ask("c:pause_video:n:");
     daemon_->ask("c:resume_video:n:");
     EXPECT_EQ(daemon_->stop(), 0);
-    EXPECT_THAT(daemon_->output(), Not(HasSubstr("CRITICAL"))); // it was at NULL when it was released
+    EXPECT_THAT(daemon_->output(),
+                Not(HasSubstr("CRITICAL"))); // it was at NULL when it was released
 }
 
 // Loudness of a second of the sound, in dB of full scale.
