@@ -49,7 +49,7 @@ is_there() {
 
 # Prints the process id of a daemon that runs on this board, whatever started it; fails without one. It has
 # the folder in its environment, as the tools that it starts have, but also a file named vtrdc mapped:
-# even where its executable is an emulator, or valgrind, and when that file was built anew meanwhile.
+# even where its executable is an emulator, or valgrind, and when that file was built again meanwhile.
 daemon_on_board() {
     local environments environment
     # Of processes that end meanwhile, or are somebody else's, it can't read them: that is no failure.
@@ -86,7 +86,7 @@ take_hold() {
     done
 }
 
-# For whoever starts the daemon: the keeper still holds.
+# For the process that starts the daemon: the keeper still holds.
 let_go_of_hold() {
     exec {hold}<&-
 }

@@ -1,7 +1,7 @@
 # How the package check speaks; sourced by its parts, after lib.sh.
 # shellcheck shell=bash
 
-# Where the output of a step stands until the next one; whoever sources this sets it.
+# Where the output of a step stands until the next one; the script that sources this sets it.
 check_log=${check_log:-/dev/null}
 
 # Runs a step: SENTENCE COMMAND... The sentence says what is expected, and is what fails loudly.

@@ -30,8 +30,8 @@ public:
     // the own scene; so does what is neither, which is not touched (opening a FIFO would block).
     void open(const std::string& path, GstClockTime time);
 
-    // The picture to show at `time`, which must not go back. Footage keeps its own speed and begins
-    // anew at its end. Never waits: while nothing is decoded yet, the last picture stays (before
+    // The picture to show at `time`, which must not go back. Footage keeps its own speed and starts
+    // over at its end. Never waits: while nothing is decoded yet, the last picture stays (before
     // the first one: uniform grey). Valid until the next call.
     [[nodiscard]] grey_picture at(GstClockTime time);
 

@@ -1,4 +1,4 @@
-// What a scene was told, so that the same scene can be told anew.
+// What a scene was told, so that the same scene can be told again.
 #include "attribute_memory.h"
 
 #include <QJsonDocument>

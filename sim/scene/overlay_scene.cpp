@@ -224,7 +224,7 @@ void drop_all_scenes() {
     drop_idle_scene_stages();
 }
 
-// Whoever looks sees the scene before, until this one is in the state that the texts say.
+// Viewers see the scene before, until this one is in the state that the texts say.
 void show_scene(scene_output& output, const QString& file, const std::vector<QString>& texts) {
     output.scene.reset();
     output.scene = std::make_unique<rendered_scene>(output);
@@ -259,7 +259,7 @@ void load_scene(scene_output& output, const QString& file) {
     }
     // Before it is read, so that no later change is missed.
     output.watch = std::make_unique<scene_watch>(file, [&output, file] {
-        GST_INFO("loading %s anew", file.toUtf8().constData());
+        GST_INFO("loading %s again", file.toUtf8().constData());
         show_scene(output, file, output.attributes.texts());
     });
     const std::vector<QString> early = std::exchange(output.early_attributes, {});

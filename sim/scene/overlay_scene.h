@@ -26,7 +26,7 @@ public:
 
     // Loads the scene file in place of any other; an empty name takes the scene away. One that
     // can't be loaded shows nothing. When the file changes, or another beside it or in a folder
-    // beside it, the scene is loaded anew and brought to the state that it was in.
+    // beside it, the scene is loaded again and brought to the state that it was in.
     void load(const std::string& file);
 
     // Hands "object.property:value" to the scene, after what was asked for before. It waits for the

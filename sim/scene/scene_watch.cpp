@@ -45,7 +45,7 @@ void scene_watch::watch_folders() {
     });
 }
 
-// Folders beside the file may have come or gone. They are watched before anything is read anew, so
+// Folders beside the file may have come or gone. They are watched before anything is read again, so
 // that no later change is missed.
 void scene_watch::tell() {
     watch_folders();

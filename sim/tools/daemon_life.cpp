@@ -66,8 +66,8 @@ void wait_for_end(const std::vector<pid_t>& processes) {
     }
 }
 
-// Goes on in a child. The parent ends with the status of whoever it started, or at once when the
-// child is the one to stay.
+// Goes on in a child. The parent ends with the status of the program that it started, or at once
+// when the child is the one to stay.
 void fork_away(bool child_stays) {
     const pid_t child = fork();
     if (child == 0) {
@@ -105,7 +105,7 @@ std::optional<pid_t> parse_pid(std::string_view text) {
     return whole ? std::optional{pid} : std::nullopt;
 }
 
-// One that forks lives on until its child exists, yet when process ids begin anew the child can
+// One that forks lives on until its child exists, yet when process ids start over the child can
 // stand in a part of the table that was passed already. A daemon that detaches forks twice, so
 // three looks can't all miss it.
 std::vector<pid_t> find_daemons(const daemon_marks& marks) {

@@ -19,7 +19,7 @@ constexpr std::array other_stop_signals{SIGHUP,  SIGQUIT, SIGUSR1, SIGUSR2, SIGA
 sigset_t stop_signals{};
 bool a_stop_was_read = false;
 
-// Whoever started the process may have it outlive some, as nohup does SIGHUP.
+// The starter of the process may have it outlive some, as nohup does SIGHUP.
 bool is_ignored(int number) {
     struct sigaction action {};
     return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;

@@ -277,7 +277,7 @@ TEST_F(SimDoorTest, GoesOnWithoutAPageThatCannotBeServed) {
                       HasSubstr("options -v\n"), Not(HasSubstr("page:"))));
 }
 
-// The first is one of another build, whose program was built anew since.
+// The first is one of another build, whose program was built again since.
 TEST_F(SimDoorTest, RefusesASecondDaemonBeforeItTouchesTheBoard) {
     serve_page_with("echo http://127.0.0.1:9000/");
     const std::string log = folder_.write("b/var/log/vtrdc.log", "of the first\n");

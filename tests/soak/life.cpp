@@ -163,7 +163,7 @@ void life::spend_period(bool calm) {
 void life::come_to_rest() {
     note("rest");
     around_.restore();
-    // Whoever is asked to end, ends. The end of the display brings the splash, which follows.
+    // A pipe that is asked to end, ends. The end of the display brings the splash, which follows.
     end_pipes(daemon_, log_, {0, 1});
     end_pipes(daemon_, log_, {2, 3, 4, 5, 6, 7, 8, 9});
     around_.end_viewers();

@@ -192,7 +192,7 @@ TEST_F(ClientsThatDoNotReadTest, DoNotDelayTheStop) {
 }
 
 // The table of what the daemon waits for has its limit; to go on without having registered a
-// client would leave it waiting for ever.
+// client would leave it waiting forever.
 TEST(Clients, MoreThanCanBeRegisteredAreAnError) {
     const board board;
     vtrdc_daemon daemon{board};

@@ -1,4 +1,4 @@
-// The server of the page as whoever wants in from outside sees it.
+// The server of the page as an intruder sees it.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { appendFileSync, chmodSync, closeSync, existsSync, mkdirSync, openSync, mkdtempSync, readFileSync, readdirSync, readlinkSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';

@@ -42,7 +42,7 @@ gboolean quit(gpointer loop) noexcept {
 // How often a server in the background looks whether it is needed; twice in a row it has to be not.
 constexpr std::chrono::seconds NEED_INTERVAL{30};
 
-// A page that is loaded anew is away for a moment.
+// A page that is loaded again is away for a moment.
 std::function<void()> quit_when_unneeded(GMainLoop* loop, const web::controller& controller) {
     const auto was_needed = std::make_shared<bool>(true); // a timer calls copies of its task
     return [loop, &controller, was_needed] {
