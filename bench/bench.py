@@ -14,6 +14,7 @@ from commands import disturbances, round_trips
 from figures import table_of
 from page import page
 from pipes import OTHERS, idling, pipes
+from status import status
 from subjects import OTHERS_FOLDER, OTHERS_VARIABLES, Bench
 
 FULL = {"rounds": 5, "seconds": 6.0, "settle_seconds": 1.0, "ask_seconds": 0.6,
@@ -35,7 +36,7 @@ def arguments():
 
 
 SESSIONS = {"commands": round_trips, "pipes": pipes, "idle": idling, "events": disturbances,
-            "page": page}
+            "page": page, "status": status}
 
 
 def processor():

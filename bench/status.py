@@ -1,0 +1,110 @@
+"""How soon after the daemon's own log line the status file tells a client of it."""
+
+import json
+import os
+import time
+
+from figures import Figure, Runs, Target
+from subjects import Board, Daemon, wait_until
+
+LOOK_S = 0.0005  # what a moment is told to
+
+
+def field(status, *names):
+    for name in names:
+        status = status.get(name, {})
+    return status
+
+
+def recording(status):
+    return field(status, "outputs", "recording")
+
+
+def set_camera(board, state):
+    board.at("dev/video0.state").write_text(state)
+
+
+def fail_tool(daemon, board):
+    marker = board.at("var/lib/vtrcore/fail")
+    marker.write_text("1")
+    try:
+        daemon.ask("kbd_zoom")
+    except RuntimeError:
+        pass  # as it shall
+    marker.unlink()
+
+
+# Name, what is done, the log's line, what the status then says; one after the other.
+EVENTS = (
+    ("a recording starts", lambda daemon, _: daemon.ask("enable_record", 1), "_00.mp4",
+     lambda status: recording(status).get("state") == "on"),
+    ("a recording splits", lambda *_: None, "_01.mp4",
+     lambda status: recording(status).get("splits") == 1),
+    ("a recording ends", lambda daemon, _: daemon.ask("enable_record", 0), "EoS event on pipe 5",
+     lambda status: recording(status).get("state") == "off"),
+    ("a tool fails", fail_tool, "Tool failed",
+     lambda status: "tool" in field(status, "failures")),
+    ("the picture freezes", lambda _, board: set_camera(board, "silent"), "The picture is frozen",
+     lambda status: field(status, "live_view", "state") == "frozen"),
+    ("the picture moves again", lambda _, board: set_camera(board, "run"), "not frozen any more",
+     lambda status: field(status, "live_view", "state") == "live"),
+    ("the camera is lost", lambda _, board: board.at("dev/video0").unlink(), "Input failed",
+     lambda status: field(status, "live_view", "state") == "no_input"),
+)
+
+
+class Watch:
+    """Looks at log and status all the time, and notes when each of them first says something."""
+
+    def __init__(self, log, status):
+        self._log, self._status = log, status
+        self._position = 0
+
+    def _new_log(self):
+        with open(self._log, errors="replace", encoding="utf-8") as file:
+            file.seek(self._position)
+            return file.read()
+
+    def _present_status(self):
+        try:
+            return json.loads(self._status.read_text())
+        except FileNotFoundError:
+            return {}
+
+    def behind_ms(self, line, says):
+        """Milliseconds from the log's line to the status that says so; 0 when that came first."""
+        seen = {}
+
+        def have_both():
+            if "log" not in seen and line in self._new_log():
+                seen["log"] = time.monotonic_ns()
+            if "status" not in seen and says(self._present_status()):
+                seen["status"] = time.monotonic_ns()
+            return len(seen) == 2
+
+        deadline = time.monotonic() + 20
+        while not have_both():
+            if time.monotonic() > deadline:
+                raise RuntimeError(f"waited in vain for {line!r} and its status: {sorted(seen)}")
+            time.sleep(LOOK_S)
+        self._position = os.stat(self._log).st_size
+        return max(seen["status"] - seen["log"], 0) / 1e6
+
+
+def one_round(bench, number, runs):
+    settings = "record_max_len=1\n"
+    with Board(bench, f"status{number}", settings) as board, Daemon(bench, board) as daemon:
+        board.wait_for_frame(daemon)
+        wait_until(board.at("run/vtrdc.status").exists, "the status file")
+        watch = Watch(daemon.output, board.at("run/vtrdc.status"))
+        for name, act, line, says in EVENTS:
+            act(daemon, board)
+            runs.add(name, watch.behind_ms(line, says))
+
+
+def status(bench):
+    runs = Runs()
+    for number in range(bench.rounds):
+        one_round(bench, number, runs)
+    return [Figure("Status file, behind the log's line", name, "ms", runs[name],
+                   target=Target("value", "<=", 50)) for name, *_ in EVENTS]
