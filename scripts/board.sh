@@ -210,7 +210,7 @@ leads_to() {
     done
 }
 
-# What plays stays when the next can't be played. An empty file is no video: the camera draws a scene.
+# What plays stays when the next can't be played. An empty file is not a video: the camera draws a scene.
 try_footage() {
     local trial=$build_folder/sim/tools/vtrdc-sim-footage-trial why
     [[ -f $1 && -s $1 && -x $trial ]] || return 0
