@@ -11,16 +11,11 @@
 
 #include <cstdio>
 #include <gst/video/video.h>
+#include <utility>
 
 namespace {
 
 bool is_overlay_hidden = false;
-// The overlay that gstvideo_take_new_overlay told of last. Weak: another may get its address.
-constinit GWeakRef known_overlay{};
-
-void set_hidden(GstElement* overlay) {
-    g_object_set(overlay, "disable", static_cast<gboolean>(is_overlay_hidden), nullptr);
-}
 
 gst_owned<GstSample> last_display_sample() {
     GstSample* sample = nullptr;
@@ -95,21 +90,17 @@ picture_mark gstvideo_shown_picture() {
 int gstvideo_show_overlay(int show) {
     is_overlay_hidden = show == 0;
     if (const gst_owned<GstElement> overlay = handle_get(element_handle::overlay)) {
-        set_hidden(overlay.get());
+        g_object_set(overlay.get(), "disable", static_cast<gboolean>(is_overlay_hidden), nullptr);
     }
     return 0;
 }
 
 bool gstvideo_take_new_overlay() {
-    const gst_owned<GstElement> overlay = handle_get(element_handle::overlay);
-    if (!overlay || overlay == weak_get(known_overlay)) {
-        return false;
+    const bool is_new = std::exchange(is_overlay_new, false);
+    if (is_new && is_overlay_hidden) {
+        static_cast<void>(gstvideo_show_overlay(0));
     }
-    g_weak_ref_set(&known_overlay, overlay.get());
-    if (is_overlay_hidden) {
-        set_hidden(overlay.get());
-    }
-    return true;
+    return is_new;
 }
 
 int gstvideo_set_qml_param(const char* object, const char* property, const char* value) {

@@ -20,19 +20,19 @@ enum class element_handle : std::size_t {
 // Weak, so that acting on an element that went away with its pipe does nothing.
 inline constinit std::array<GWeakRef, static_cast<std::size_t>(element_handle::count)> handles{};
 
+// Set when an overlay is built: its scene knows nothing of the sight's state yet.
+inline bool is_overlay_new = false;
+
 // Remembers the element without owning it.
 inline void handle_set(element_handle handle, GstElement* element) {
+    is_overlay_new = is_overlay_new || handle == element_handle::overlay;
     if (handle != element_handle::none) {
         g_weak_ref_set(&handles[static_cast<std::size_t>(handle)], element);
     }
 }
 
-// What a weak reference refers to, kept alive while the result lives; none when it is gone.
-[[nodiscard]] inline gst_owned<GstElement> weak_get(GWeakRef& reference) {
-    return gst_owned<GstElement>{static_cast<GstElement*>(g_weak_ref_get(&reference))};
-}
-
-// The element; none when its pipe is gone.
+// The element, kept alive while the result lives; none when its pipe is gone.
 [[nodiscard]] inline gst_owned<GstElement> handle_get(element_handle handle) {
-    return weak_get(handles[static_cast<std::size_t>(handle)]);
+    void* const element = g_weak_ref_get(&handles[static_cast<std::size_t>(handle)]);
+    return gst_owned<GstElement>{static_cast<GstElement*>(element)};
 }

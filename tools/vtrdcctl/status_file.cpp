@@ -37,7 +37,7 @@ int timeout_until(time_limit limit) {
     return static_cast<int>(std::max(left, milliseconds{0}).count());
 }
 
-// What the path leads to, whether it exists or not: there is no file yet, or a socket of no daemon.
+// Where the path leads. The file at its end need not exist yet.
 fs::path follow_links(fs::path path) {
     std::error_code none;
     for (int links = 0; fs::is_symlink(path, none) && links < LINKS_MAX; ++links) {
