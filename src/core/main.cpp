@@ -65,11 +65,14 @@ void require_signals(int signal_fd, int error_number) {
     }
 }
 
-// Who may command the sight is decided by the umask that the daemon was given.
-void bind_command_socket(server_socket& server, mode_t given_umask) {
-    const mode_t own_umask = umask(given_umask);
-    socket_bind(server, global_config.socket_file);
-    umask(own_umask);
+// The umask that the daemon was given decides who may command the sight. It is applied by a change
+// of mode, since the process's umask also holds for files that streaming threads create just then.
+// Nobody can connect before the socket listens.
+void admit_clients(const server_socket& server, mode_t given_umask) {
+    if (chmod(server.address.sun_path, ACCESSPERMS & ~given_umask) != 0) {
+        log_message(LEVEL_WARN, "Failed to set the mode of the command socket: %s",
+                    std::strerror(errno));
+    }
 }
 
 server_owner open_command_socket(mode_t given_umask) {
@@ -77,7 +80,8 @@ server_owner open_command_socket(mode_t given_umask) {
     if (!server) {
         log_fatal("Failed to create the command socket");
     }
-    bind_command_socket(*server, given_umask);
+    socket_bind(*server, global_config.socket_file);
+    admit_clients(*server, given_umask);
     socket_listen(*server);
     return server;
 }
