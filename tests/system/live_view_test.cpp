@@ -1,9 +1,13 @@
 // The picture's way from camera to panel, and what comes when the camera is lost.
 #include "support/daemon.h"
 
+#include <array>
+#include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using testing::HasSubstr;
 using testing::Not;
@@ -44,6 +48,29 @@ TEST(LiveView, LostCameraBringsTheSplash) {
     }));
     EXPECT_EQ(daemon.stop(), 0);
     EXPECT_THAT(daemon.output(), HasSubstr("Got EoS event on pipe 6\n"));
+}
+
+// Both are asked in one pass of the loop, and the display is gone first.
+TEST(LiveView, DisplayThatEndsWhileASplashIsEndingGetsItsSplash) {
+    const board board;
+    vtrdc_daemon daemon{board};
+    ASSERT_TRUE(daemon.wait_until_live());
+    ASSERT_EQ(board.sim({"camera", "off"}), 0);
+    ASSERT_TRUE(daemon.wait_for("Splash Pipeline set to playing"));
+    ASSERT_EQ(board.sim({"camera", "on"}), 0);
+    EXPECT_EQ(daemon.ask("c:create_pipe:i:0"), "r:create_pipe:n:");
+    EXPECT_EQ(daemon.ask("c:create_pipe:i:1"), "r:create_pipe:n:");
+    const std::array clients{daemon.connect(), daemon.connect()};
+    daemon.signal(SIGSTOP);
+    EXPECT_GT(send(clients[0], "c:kill_pipe:i:1", 15, 0), 0);
+    EXPECT_GT(send(clients[1], "c:kill_pipe:i:6", 15, 0), 0);
+    daemon.signal(SIGCONT);
+    EXPECT_TRUE(daemon.wait_for("Got EoS event on pipe 1\n"));
+    EXPECT_TRUE(daemon.wait_for("Splash Pipeline set to playing"));
+    for (const int client : clients) {
+        close(client);
+    }
+    EXPECT_EQ(daemon.stop(), 0);
 }
 
 TEST(LiveView, FootageThatCannotBePlayedIsReplacedByAScene) {

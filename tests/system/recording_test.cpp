@@ -269,7 +269,7 @@ double loudness(const std::filesystem::path& file, double from) {
                : std::strtod(result.output.c_str() + place + label.size(), nullptr);
 }
 
-TEST_F(RecordingTest, MicrophoneVolumeChangesWhileRecording) {
+TEST_F(RecordingTest, MicrophoneVolumeChangesWhileRecordingAndStays) {
     start_daemon("enc_type=2\nmic_volume=80\n");
     start();
     ASSERT_TRUE(board_.wait_for_frames(60));
@@ -279,7 +279,12 @@ TEST_F(RecordingTest, MicrophoneVolumeChangesWhileRecording) {
     const std::filesystem::path file = recorded().front();
     const double last_second = probe(file).audio->end() - 1;
     // A tenth of the factor is 20 dB less.
-    EXPECT_NEAR(loudness(file, 0.3) - loudness(file, last_second), 20.0, 1.0);
+    const double last = loudness(file, last_second);
+    EXPECT_NEAR(loudness(file, 0.3) - last, 20.0, 1.0);
+    start();
+    ASSERT_TRUE(board_.wait_for_frames(60));
+    stop();
+    EXPECT_NEAR(loudness(recorded().back(), 0.3), last, 1.0);
 }
 
 } // namespace
