@@ -1,6 +1,6 @@
-// A library that is loaded before all others into the daemon and makes one of its calls fail. Only
-// calls from the daemon's own code on its main thread count, none of the libraries that it uses. In
-// any other program, and without a plan, all calls work.
+// A library that is loaded before all others into one of our programs and makes one of its calls
+// fail. Only calls from the program's own code on its main thread count, none from the libraries
+// that it uses. In any other program, and without a plan, all calls work.
 #include "fault_plan.h"
 
 #include <cerrno>
@@ -16,6 +16,7 @@
 #include <new>
 #include <poll.h>
 #include <spawn.h>
+#include <string_view>
 #include <sys/mman.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -45,7 +46,8 @@ int find_program(dl_phdr_info* info, std::size_t /*size*/, void* /*data*/) {
 
 [[gnu::constructor]] void find_plan() {
     const char* const path = std::getenv(FAULT_PLAN_VARIABLE);
-    if (path == nullptr || std::strcmp(program_invocation_short_name, "vtrdc") != 0) {
+    const std::string_view program{program_invocation_short_name};
+    if (path == nullptr || (program != "vtrdc" && program != "vtrdc-recover")) {
         return;
     }
     dl_iterate_phdr(find_program, nullptr);
@@ -105,6 +107,10 @@ FAILING(fwrite, 0, std::size_t, fwrite,
         (data, size, count, file))
 FAILING(opendir, nullptr, DIR*, opendir, (const char* path), (path))
 FAILING(poll, -1, int, poll, (pollfd * polled, nfds_t count, int timeout), (polled, count, timeout))
+FAILING(pread, -1, ssize_t, pread64, (int fd, void* data, std::size_t size, off64_t offset),
+        (fd, data, size, offset))
+FAILING(pwrite, -1, ssize_t, pwrite64, (int fd, const void* data, std::size_t size, off64_t offset),
+        (fd, data, size, offset))
 FAILING(read, -1, ssize_t, read, (int fd, void* data, std::size_t size), (fd, data, size))
 FAILING(recv, -1, ssize_t, recv, (int fd, void* data, std::size_t size, int flags),
         (fd, data, size, flags))
@@ -127,9 +133,13 @@ FAILING(waitpid, -1, pid_t, waitpid, (pid_t process, int* status, int options),
 
 FAILING_QUIETLY(bind, bind, (int fd, const sockaddr* address, socklen_t size), (fd, address, size))
 FAILING_QUIETLY(fork, fork, (), ())
+FAILING_QUIETLY(ftruncate, ftruncate64, (int fd, off64_t size), (fd, size))
 FAILING_QUIETLY(listen, listen, (int fd, int backlog), (fd, backlog))
 FAILING_QUIETLY(mkdir, mkdir, (const char* path, mode_t mode), (path, mode))
 FAILING_QUIETLY(pipe, pipe2, (int ends[2], int flags), (ends, flags))
+FAILING_QUIETLY(renameat, renameat,
+                (int old_folder, const char* old_name, int folder, const char* name),
+                (old_folder, old_name, folder, name))
 FAILING_QUIETLY(signalfd, signalfd, (int fd, const sigset_t* set, int flags), (fd, set, flags))
 FAILING_QUIETLY(sigprocmask, sigprocmask, (int how, const sigset_t* set, sigset_t* old),
                 (how, set, old))
@@ -141,14 +151,25 @@ FAILING_QUIETLY(timer_set, timerfd_settime,
                 (int fd, int flags, const itimerspec* setting, itimerspec* old),
                 (fd, flags, setting, old))
 
+// A mode follows where a file may be made.
+#define MODE_BEHIND(flags)                                                                         \
+    std::va_list rest;                                                                             \
+    va_start(rest, flags);                                                                         \
+    const mode_t mode = ((flags)&O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;                         \
+    va_end(rest);
+
 int open64(const char* path, int flags, ...) {
     FAIL_AS_PLANNED(open, -1)
     static auto* const function = next<int(const char*, int, ...)>("open64");
-    std::va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
-    va_end(rest);
+    MODE_BEHIND(flags)
     return function(path, flags, mode);
+}
+
+int openat64(int folder, const char* path, int flags, ...) {
+    FAIL_AS_PLANNED(openat, -1)
+    static auto* const function = next<int(int, const char*, int, ...)>("openat64");
+    MODE_BEHIND(flags)
+    return function(folder, path, flags, mode);
 }
 
 // A sanitizer brings an allocator of its own.

@@ -1,4 +1,4 @@
-// Which call of the daemon's own code fails, as a test tells the library that makes it fail: memory
+// Which call of a program's own code fails, as a test tells the library that makes it fail: memory
 // that both have mapped from a file.
 #pragma once
 
@@ -19,18 +19,23 @@ enum class failing_call : int {
     fork,
     fread,
     fsync,
+    ftruncate,
     fwrite,
     listen,
     malloc,
     mkdir,
     new_object,
     open,
+    openat,
     opendir,
     pipe,
     poll,
+    pread,
+    pwrite,
     read,
     realloc,
     recv,
+    renameat,
     send,
     signalfd,
     sigprocmask,

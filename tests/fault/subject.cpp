@@ -1,6 +1,7 @@
 // The daemon whose calls fail as planned, and what comes of it.
 #include "subject.h"
 
+#include "fault/planned.h"
 #include "soak/ends.h"
 #include "support/file_watch.h"
 
@@ -21,15 +22,6 @@ constexpr const char* NOT_SENT = "[WARN]: Failed to send data through client soc
 constexpr const char* AFTERWARDS = "c:get_pip:n:";
 constexpr const char* ANSWER = "r:get_pip:s:";
 
-fault_plan* map_plan(const std::filesystem::path& file) {
-    const int fd = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    EXPECT_EQ(ftruncate(fd, sizeof(fault_plan)), 0);
-    void* const memory =
-        mmap(nullptr, sizeof(fault_plan), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    close(fd);
-    return static_cast<fault_plan*>(memory);
-}
-
 bool has_data(int connection, std::chrono::milliseconds timeout) {
     pollfd waiting{connection, POLLIN, 0};
     return poll(&waiting, 1, static_cast<int>(timeout.count())) == 1;
@@ -46,20 +38,11 @@ fault_subject::~fault_subject() {
 }
 
 std::vector<std::string> fault_subject::environment() const {
-    return {std::string{"LD_PRELOAD="} + VTRDC_FAILING_CALLS,
-            std::string{FAULT_PLAN_VARIABLE} + "=" + board_.at("/plan").string(),
-            // Its library need not come first: ours hands all calls on to it.
-            "ASAN_OPTIONS=detect_leaks=0:exitcode=99:verify_asan_link_order=0"};
+    return failing_environment(board_.at("/plan"));
 }
 
 void fault_subject::plan(failing_call call, int number, int error) {
-    for (auto& each : plan_->made) {
-        each = 0;
-    }
-    plan_->failed_from = 0;
-    plan_->number = number;
-    plan_->error = error;
-    plan_->call = call;
+    plan_failure(*plan_, call, number, error);
     log_.mark();
 }
 

@@ -235,7 +235,7 @@ TEST(RecoverTest, MemoryDoesNotGrowWithTheFile) {
 int main(int argc, char* argv[]) {
     testing::InitGoogleTest(&argc, argv);
     if (argc > 1 && std::string_view{argv[1]} == "--all") {
-        test_extent() = {.damages = 300, .kills = 50};
+        test_extent() = {.damages = 300, .kills = 50, .all_calls = true};
     }
     return RUN_ALL_TESTS();
 }

@@ -1,4 +1,6 @@
-// What must not be lost: originals, when the tool is killed or storage is full, and files in use.
+// What must not be lost: originals, when the tool is killed, storage is full or a call fails, and
+// files in use.
+#include "fault/planned.h"
 #include "recordings.h"
 #include "support/storage.h"
 #include "tool.h"
@@ -149,6 +151,56 @@ TEST_F(SmallStorageTest, WithoutAnyRoomItStaysAsItWas) {
 
 TEST_F(SmallStorageTest, KillsLoseNothingInPlaceEither) {
     kill_at_random_moments(folder_.path(), original_);
+}
+
+// --- Failing calls ---------------------------------------------------------------------------
+
+constexpr std::array failing_calls_tried{
+    failing_call::fsync,  failing_call::open,     failing_call::openat,    failing_call::pread,
+    failing_call::pwrite, failing_call::renameat, failing_call::ftruncate, failing_call::stat};
+
+// Has its calls fail, one a run; of many of a kind only some, unless everything is tried. The
+// recording in the folder is put back whenever it plays.
+void fail_each_call(const fs::path& folder, const std::string& original) {
+    const temp_folder elsewhere;
+    const fs::path file = folder / NAME;
+    const fs::path plan_file = elsewhere.path() / "plan";
+    fault_plan* const plan = map_plan(plan_file);
+    const std::size_t files = files_in(folder).size();
+    int failures = 0;
+    for (const failing_call call : failing_calls_tried) {
+        bool has_failed = true;
+        for (int number = 1; has_failed; number += test_extent().call_step(number)) {
+            SCOPED_TRACE("call " + std::to_string(static_cast<int>(call)) + ", number " +
+                         std::to_string(number));
+            plan_failure(*plan, call, number, EIO);
+            const outcome result = run({VTRDC_RECOVER, folder}, failing_environment(plan_file));
+            has_failed = plan->failed_from != 0;
+            failures += has_failed ? 1 : 0;
+            EXPECT_THAT(result.status, AnyOf(0, 1)) << result.output;
+            EXPECT_TRUE(holds_data_of(read_text(file), original));
+            EXPECT_EQ(files_in(folder).size(), files);
+            EXPECT_TRUE(result.status == 1 || plays(file)) << result.output;
+            if (plays(file)) {
+                std::ofstream{file, std::ios::binary} << original;
+            }
+        }
+    }
+    munmap(plan, sizeof *plan);
+    EXPECT_GT(failures, 20);
+    EXPECT_EQ(recover({folder}).status, 0);
+    EXPECT_EQ(complaints(file), "");
+}
+
+TEST(SafetyTest, CallsThatFailLoseNothing) {
+    const temp_folder folder;
+    folder.write(NAME, whole_data());
+    fail_each_call(folder.path(), whole_data());
+}
+
+TEST_F(SmallStorageTest, CallsThatFailLoseNothingInPlaceEither) {
+    leave_room(256 * 1024);
+    fail_each_call(folder_.path(), original_);
 }
 
 // --- Files that are left alone ---------------------------------------------------------------
