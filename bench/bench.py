@@ -10,17 +10,19 @@ import sys
 import tempfile
 import time
 
+import curves
 from commands import disturbances, round_trips
 from figures import table_of
+from growth import GROWTH
 from page import page
 from pipes import OTHERS, idling, pipes
 from status import status
 from subjects import OTHERS_FOLDER, OTHERS_VARIABLES, Bench
 
 FULL = {"rounds": 5, "seconds": 6.0, "settle_seconds": 1.0, "ask_seconds": 0.6,
-        "idle_seconds": 6.0}
+        "idle_seconds": 6.0, "soak_minutes": 60}
 QUICK = {"rounds": 1, "seconds": 1.5, "settle_seconds": 0.5, "ask_seconds": 0.2,
-         "idle_seconds": 2.0}
+         "idle_seconds": 2.0, "soak_minutes": 1}
 
 
 def arguments():
@@ -30,9 +32,15 @@ def arguments():
     parser.add_argument("--quick", action="store_true", help="one short run of everything")
     parser.add_argument("--json", action="store_true",
                         help="the JSON on standard output, the table on standard error")
-    parser.add_argument("--only", action="append", choices=sorted(SESSIONS),
+    parser.add_argument("--only", action="append",
                         help="only this part; may be given more than once")
-    return parser.parse_args()
+    parser.add_argument("--scale", action="store_true", help="how figures grow, as curves")
+    options = parser.parse_args()
+    parts = GROWTH if options.scale else SESSIONS
+    for part in options.only or ():
+        if part not in parts:
+            parser.error(f"--only needs one of {', '.join(parts)}")
+    return options
 
 
 SESSIONS = {"commands": round_trips, "pipes": pipes, "idle": idling, "events": disturbances,
@@ -63,20 +71,31 @@ def taken_from_environment():
     return {name: os.environ.pop(name) for name in OTHERS_VARIABLES if name in os.environ}
 
 
-def measure(options, work):
+def bench_of(options, work):
     settings = QUICK if options.quick else FULL
     bench = Bench(options.source, options.build, work, options.build / "bench/registry.bin",
                   taken_from_environment(), **settings)
     look_for_plugins(bench)
-    result = {"machine": machine(), "quick": options.quick, "settings": settings,
-              "elements": bench.others.get(OTHERS_FOLDER), "load_before": os.getloadavg()}
-    figures = []
-    for name, session in SESSIONS.items():
+    return bench, settings
+
+
+def measure_parts(parts, bench, options):
+    """What each part that is wanted gives, one after the other."""
+    results = []
+    for name, part in parts.items():
         if not options.only or name in options.only:
             print(f"measuring: {name}", file=sys.stderr, flush=True)
-            figures += session(bench)
-    result |= {"load_after": os.getloadavg(), "figures": [each.as_json() for each in figures]}
-    return result, figures
+            results += part(bench)
+    return results
+
+
+def measure(options, work):
+    """The result for JSON, without what was measured, and that."""
+    bench, settings = bench_of(options, work)
+    result = {"machine": machine(), "quick": options.quick, "settings": settings,
+              "elements": bench.others.get(OTHERS_FOLDER), "load_before": os.getloadavg()}
+    measured = measure_parts(GROWTH if options.scale else SESSIONS, bench, options)
+    return result | {"load_after": os.getloadavg()}, measured
 
 
 def heading(result):
@@ -91,14 +110,30 @@ def heading(result):
     return "\n".join(lines)
 
 
+def write_charts(charts, folder):
+    """A drawing and the points of each, so that one part can be measured again by itself."""
+    folder.mkdir(exist_ok=True)
+    for chart in charts:
+        curves.draw(chart, folder)
+        points = json.dumps(chart.as_json(), indent=1)
+        (folder / f"growth-{chart.name}.json").write_text(points + "\n")
+
+
 def main():
     options = arguments()
     with tempfile.TemporaryDirectory(prefix="b", dir=options.build / "bench") as work:
-        result, figures = measure(options, pathlib.Path(work))
-    text = json.dumps(result, indent=1)
-    file = options.build / "bench" / "results.json"
-    file.write_text(text + "\n")
-    print(f"{heading(result)}\n\n{table_of(figures)}\n\nas JSON: {file}",
+        result, measured = measure(options, pathlib.Path(work))
+    if options.scale:
+        place = options.build / "bench/growth"
+        write_charts(measured, place)
+        key, table = "charts", "\n\n".join(map(curves.table_of, measured))
+    else:
+        place = options.build / "bench/results.json"
+        key, table = "figures", table_of(measured)
+    text = json.dumps(result | {key: [each.as_json() for each in measured]}, indent=1)
+    if not options.scale:
+        place.write_text(text + "\n")
+    print(f"{heading(result)}\n\n{table}\n\nas JSON: {place}",
           file=sys.stderr if options.json else sys.stdout)
     if options.json:
         print(text)

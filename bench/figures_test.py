@@ -3,6 +3,7 @@
 import collections
 import unittest
 
+from curves import Chart, Curve, expected, gnuplot_words, straight, through_origin
 from figures import Figure, Runs, Target, number, part_of, row_of, table_of
 from pipelines import quoted
 from pipes import LAUNCH, LIVE_VIEW, OTHERS, STAND_INS, pipe_figures
@@ -84,6 +85,21 @@ class FiguresTest(unittest.TestCase):
 
     def test_texts_for_gst_launch_survive_its_grammar(self):
         self.assertEqual(quoted('a "b" c\\'), '"a \\"b\\" c\\\\"')
+
+
+class CurvesTest(unittest.TestCase):
+    def test_laws_fit_what_follows_them(self):
+        self.assertAlmostEqual(through_origin([(1, 2), (2, 4), (10, 20)]), 2)
+        start, slope = straight([(1, 5), (2, 7), (10, 23)])
+        self.assertAlmostEqual(start, 3)
+        self.assertAlmostEqual(slope, 2)
+
+    def test_a_chart_says_what_it_draws(self):
+        chart = Chart("name", 'With "quotes"', "clients", "us",
+                      [Curve("measured", [(1, 2.5)]), expected(lambda n: 2 * n, (1, 3), "law")])
+        words = gnuplot_words(chart, "out.svg")
+        self.assertIn('set title "With \\"quotes\\""', words)
+        self.assertIn("$data1 << END\n1 2\n3 6\nEND", words)
 
 
 if __name__ == "__main__":

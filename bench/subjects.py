@@ -72,6 +72,7 @@ class Bench:
     settle_seconds: float  # before that
     ask_seconds: float  # of each server, a round
     idle_seconds: float
+    soak_minutes: int
 
     def program(self, name):
         return self.build / "bench" / name

@@ -4,6 +4,8 @@
 #include "ends.h"
 #include "support/media.h"
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <iostream>
@@ -178,7 +180,20 @@ void life::come_to_rest() {
     if (!testing::Test::HasFailure()) {
         flatness_.look_at(daemon_.pid(),
                           [this] { EXPECT_TRUE(around_.where().wait_for_frames(5)); });
+        std::cout << "answers: " << usual_answer_time().count() << " us" << std::endl;
     }
+}
+
+// The median of what one client waits while nobody else asks.
+std::chrono::duration<double, std::micro> life::usual_answer_time() {
+    std::array<std::chrono::steady_clock::duration, 201> times{};
+    for (auto& time : times) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_TRUE(daemon_.ask("c:get_pip:n:").starts_with("r:get_pip:"));
+        time = std::chrono::steady_clock::now() - start;
+    }
+    std::ranges::nth_element(times, times.begin() + times.size() / 2);
+    return times[times.size() / 2];
 }
 
 void life::judge_settings() {

@@ -52,6 +52,7 @@ private:
     void start_recording();
     void judge_media();
     void judge_settings();
+    std::chrono::duration<double, std::micro> usual_answer_time();
 
     std::uint64_t seed_;
     dice dice_;

@@ -5,9 +5,11 @@
 #include "stops.h"
 
 #include <cstdlib>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <random>
+#include <utility>
 
 namespace {
 
@@ -15,14 +17,17 @@ constexpr int PERIODS_SHORT = 6;
 constexpr int PERIODS_LONG = 40;
 
 std::chrono::minutes duration{0};
+bool is_one_life = false;
 std::uint64_t seed = 0;
 int stops = 3;
 
-void live(std::uint64_t life_seed, int periods) {
+// `lived` says which part of the life is over; at 1 it ends.
+void live(std::uint64_t life_seed, const std::function<double(int period)>& lived) {
     std::cout << "life with --seed " << life_seed << std::endl;
     life daemon_life{life_seed};
-    for (int period = 0; period < periods && !testing::Test::HasFailure(); ++period) {
-        if (period == periods * 3 / 4) {
+    bool is_handed_over = false;
+    for (int period = 0; lived(period) < 1 && !testing::Test::HasFailure(); ++period) {
+        if (lived(period) >= 0.75 && !std::exchange(is_handed_over, true)) {
             daemon_life.hand_over();
         }
         daemon_life.spend_period(period % 2 == 0);
@@ -39,12 +44,27 @@ void live(std::uint64_t life_seed, int periods) {
     daemon_life.expect_flat();
 }
 
+void live_periods(std::uint64_t life_seed, int periods) {
+    live(life_seed, [periods](int period) { return static_cast<double>(period) / periods; });
+}
+
+void live_once(std::chrono::steady_clock::time_point start) {
+    live(seed, [start](int /*period*/) {
+        const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+        return passed / std::chrono::duration<double>{duration};
+    });
+}
+
 TEST(Soak, LivesOfRandomUse) {
-    const auto end = std::chrono::steady_clock::now() + duration;
+    const auto start = std::chrono::steady_clock::now();
+    if (is_one_life) {
+        live_once(start);
+        return;
+    }
     std::uint64_t next_seed = seed;
     do {
-        live(next_seed++, duration.count() > 0 ? PERIODS_LONG : PERIODS_SHORT);
-    } while (std::chrono::steady_clock::now() < end && !testing::Test::HasFailure());
+        live_periods(next_seed++, duration.count() > 0 ? PERIODS_LONG : PERIODS_SHORT);
+    } while (std::chrono::steady_clock::now() < start + duration && !testing::Test::HasFailure());
 }
 
 TEST(Soak, EndsByDesign) {
@@ -85,6 +105,9 @@ int main(int argc, char* argv[]) {
         } else if (std::string_view{argv[i]} == "--stops" && i + 1 < argc) {
             stops = static_cast<int>(number_of(argv[0], argv[++i]));
             testing::GTEST_FLAG(filter) = "*.StopsWhileRecording";
+        } else if (std::string_view{argv[i]} == "--one-life") {
+            is_one_life = true;
+            testing::GTEST_FLAG(filter) = "*.LivesOfRandomUse";
         } else {
             duration = std::chrono::minutes{number_of(argv[0], argv[i])};
         }
