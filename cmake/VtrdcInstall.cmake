@@ -10,7 +10,8 @@ set(vtrdc_packaging "${PROJECT_SOURCE_DIR}/packaging")
 set(vtrdc_libexec "${CMAKE_INSTALL_FULL_LIBEXECDIR}/vtrdc")
 
 # The daemon, its client, what recovers recordings, and what an init system and an administrator need.
-set(vtrdc_units vtrdc.service vtrdc-settings.path vtrdc-settings.service)
+set(vtrdc_units vtrdc.service vtrdc-settings.path vtrdc-settings.timer
+  vtrdc-settings@.service)
 foreach(file IN LISTS vtrdc_units ITEMS vtrdc-recover.service vtrdc.tmpfiles)
   configure_file("${vtrdc_packaging}/systemd/${file}.in" "packaging/${file}" @ONLY)
 endforeach()

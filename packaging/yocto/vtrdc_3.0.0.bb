@@ -30,7 +30,8 @@ FILES:${PN} += "${nonarch_libdir}/tmpfiles.d ${nonarch_libdir}/sysusers.d ${data
     ${systemd_system_unitdir}"
 
 # Loaded at run time: elements that the pipes use, beside the board's own, and the sound mixer's tool. What
-# makes pictures from hardware, scene and thermal core come with the board's layer.
+# makes pictures from hardware, scene and thermal core come with the board's layer. The unit and what keeps its
+# settings run the last two.
 RDEPENDS:${PN} += " \
     alsa-utils-amixer \
     gstreamer1.0-plugins-base-alsa \
@@ -48,6 +49,8 @@ RDEPENDS:${PN} += " \
     gstreamer1.0-plugins-bad-curl \
     gstreamer1.0-plugins-bad-mpegtsmux \
     gstreamer1.0-plugins-bad-videoparsersbad \
+    util-linux-flock \
+    util-linux-nsenter \
 "
 RRECOMMENDS:${PN} += "logrotate"
 RDEPENDS:${PN}-bash-completion = "bash-completion"
