@@ -2,6 +2,7 @@
 // manual against the commands.
 #include "api/arguments.h"
 #include "api/ipcmsg.h"
+#include "support/rows.h"
 #include "support/temp_folder.h"
 #include "vtrdcctl/requests.h"
 #include "vtrdcctl/script.h"
@@ -12,7 +13,6 @@
 #include <tuple>
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StrEq;
 using testing::ThrowsMessage;
@@ -140,12 +140,27 @@ std::string manual_entry(const client_command& command) {
            (more.empty() ? "" : ".IP\n" + more + "\n");
 }
 
-TEST(VtrdcctlManualTest, DescribesTheCommandsAsTheClientDoes) {
-    std::string entries;
-    for (const client_command& command : all_commands()) {
-        entries += manual_entry(command);
+// The manual's entries in that section.
+std::vector<std::string> entries_of(const std::string& section) {
+    const std::string manual = read_text(VTRDCCTL_MANUAL);
+    const std::string entry = ".TP\n";
+    const std::size_t end = manual.find(".SH ", manual.find(section) + 1);
+    std::vector<std::string> entries;
+    std::size_t at = manual.find(entry, manual.find(section));
+    while (at < end) {
+        const std::size_t next = std::min(manual.find(entry, at + 1), end);
+        entries.push_back(manual.substr(at, next - at));
+        at = next;
     }
-    EXPECT_THAT(read_text(VTRDCCTL_MANUAL), HasSubstr(entries + ".SH SCRIPTS\n"));
+    return entries;
+}
+
+TEST(VtrdcctlManualTest, DescribesTheCommandsAsTheClientDoes) {
+    std::vector<std::string> entries;
+    for (const client_command& command : all_commands()) {
+        entries.push_back(manual_entry(command));
+    }
+    EXPECT_EQ(rows_apart_in_order(entries, entries_of(".SH COMMANDS\n")), "");
 }
 
 } // namespace

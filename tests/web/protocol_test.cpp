@@ -1,6 +1,7 @@
 // The control page's protocol document against the server's tables of routes and requests.
 #include "page_requests.h"
 #include "routes.h"
+#include "support/rows.h"
 #include "support/temp_folder.h"
 
 #include <gmock/gmock.h>
@@ -8,9 +9,6 @@
 #include <regex>
 #include <string>
 #include <vector>
-
-using testing::ElementsAreArray;
-using testing::UnorderedElementsAreArray;
 
 namespace {
 
@@ -31,8 +29,7 @@ TEST(PageProtocolTest, DescribesEachRoute) {
     for (const web::route& each : web::all_routes()) {
         routes.push_back(std::string(each.method) + " " + each.path + each.parameter);
     }
-    EXPECT_THAT(all_in_document("\n## Routes\n", "\n### `([A-Z]+ /[^`]*)`"),
-                UnorderedElementsAreArray(routes));
+    EXPECT_EQ(rows_apart(routes, all_in_document("\n## Routes\n", "\n### `([A-Z]+ /[^`]*)`")), "");
 }
 
 TEST(PageProtocolTest, DescribesEachRequest) {
@@ -40,8 +37,9 @@ TEST(PageProtocolTest, DescribesEachRequest) {
     for (const web::page_request& each : web::all_page_requests()) {
         requests.emplace_back(each.name);
     }
-    EXPECT_THAT(all_in_document("\n## Requests\n", "\n\\| `([^`]*)` \\|"),
-                ElementsAreArray(requests));
+    EXPECT_EQ(
+        rows_apart_in_order(requests, all_in_document("\n## Requests\n", "\n\\| `([^`]*)` \\|")),
+        "");
 }
 
 } // namespace
