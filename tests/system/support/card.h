@@ -42,8 +42,8 @@ public:
     [[nodiscard]] bool is_mounted() const { return is_mounted_; }
 
     // Lets writes wait until go_on.
-    void stall() { EXPECT_EQ(ioctl(file_, FIFREEZE, 0), 0); }
-    void go_on() { static_cast<void>(ioctl(file_, FITHAW, 0)); }
+    void stall() const { EXPECT_EQ(ioctl(file_, FIFREEZE, 0), 0); }
+    void go_on() const { static_cast<void>(ioctl(file_, FITHAW, 0)); }
 
     // Copies the image: what is on the card if the power goes now.
     void copy_to(const std::filesystem::path& image) const {
