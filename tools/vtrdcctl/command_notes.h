@@ -67,7 +67,7 @@ inline constexpr auto command_notes = std::to_array<command_note>({
      .remark = "0 source, 1 display, 6 no-input picture; no other.",
      .refusal = "only the pipes 0, 1 and 6 can be made, and only while they don't exist"},
     {.command = "pause_pipe", .refusal = "the pipe does not exist, or is ending, or refuses"},
-    {.command = "resume_pipe", .refusal = "the pipe does not exist, or is ending, or refuses"},
+    {.command = "resume_pipe", .refusal = "the pipe does not exist, or refuses"},
     {.command = "pause_video", .refusal = "a pipe refuses", .log = LOG_SAYS_WHICH},
     {.command = "resume_video", .refusal = "a pipe refuses", .log = LOG_SAYS_WHICH},
 });
