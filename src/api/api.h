@@ -10,11 +10,12 @@
 #include <span>
 #include <string_view>
 
-// Texts of a request's arguments: as many as its row has if that is a list, else all of the data
-// as one, also for a command that takes nothing.
+// Arguments of a request. A row with several arguments gets them split; any other row, also one
+// that takes nothing, gets the whole data as one text.
 using request_arguments = std::span<const char* const>;
 
-// Runs a command. 0 for success; a text to answer with goes to `reply`, which is empty on entry.
+// Runs a command. Returns 0 on success; may put the text of the answer into `reply`, which is empty
+// on entry.
 using command_handler = int (*)(request_arguments arguments, malloc_text& reply);
 
 struct command_row {
@@ -31,14 +32,14 @@ inline constexpr std::initializer_list<const char*> command_names{
 };
 inline constexpr std::size_t CMD_LIST_SIZE = command_names.size();
 
-// All commands in the order of the help.
+// All commands in help order.
 extern const std::array<command_row, CMD_LIST_SIZE> cmd_list;
 
-// The reply to a request, which is taken apart; none when memory is short.
+// Returns the reply to a request, or none when memory is short. Modifies the request.
 [[nodiscard]] malloc_text process_ipc(char* request);
 
-// The row of the command with exactly that name; null when there is none.
+// Returns the row of the command with exactly that name, or null.
 [[nodiscard]] const command_row* api_locate_command(std::string_view name);
 
-// The commands with their help, and the legend.
+// Returns the commands with their help, and the legend.
 [[nodiscard]] malloc_text api_get_help();

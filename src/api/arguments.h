@@ -4,9 +4,8 @@
 #include <array>
 #include <cstddef>
 
-// Arguments of a request's data, separated by ",": references into the text. "\," stands for a
-// comma inside an argument, and the first character of an argument never separates. The tenth
-// argument holds all that is left.
+// Arguments of a request's data, separated by ",": references into the text. "\," is a comma inside
+// an argument; an argument's first character never separates. The tenth argument takes the rest.
 inline constexpr std::size_t ARGUMENTS_MAX = 10;
 struct argument_list {
     std::array<const char*, ARGUMENTS_MAX> arguments{};

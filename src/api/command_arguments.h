@@ -1,4 +1,4 @@
-// What a command takes and gives, as its row in command_list.inc says it.
+// What a command takes and returns, as declared by its row in command_list.inc.
 #pragma once
 
 #include "config/settings.h"
@@ -7,30 +7,30 @@
 #include <array>
 #include <cstddef>
 
-// How the text of an argument is read.
+// How an argument's text is parsed.
 enum class argument_kind { flag, integer, number, text };
 
 struct argument_row {
     const char* name = "";
     argument_kind kind = argument_kind::text;
-    value_range range{}; // that makes sense; what happens outside is the command's affair
+    value_range range{}; // valid values; the command decides what happens outside
 };
 
-// What the data of the reply is when the command is done: none, an integer, or all settings.
+// Data of a successful reply: none, an integer, or all settings.
 enum class answer_kind { nothing, number, settings };
 
-// Most arguments that a row can have.
+// Maximum number of arguments in a row.
 inline constexpr std::size_t ARGUMENT_ROWS_MAX = 3;
 
 struct command_arguments {
     std::array<argument_row, ARGUMENT_ROWS_MAX> rows{};
     std::size_t count = 0;
 
-    // Several come as a list. A single one is all of a request's data.
+    // Several arguments come as a list; a single one is the whole data of the request.
     [[nodiscard]] constexpr bool is_list() const { return count > 1; }
 };
 
-// How the rows of command_list.inc write what they take and give.
+// Helpers that rows of command_list.inc use for their arguments and replies.
 namespace argument_rows {
 
 template <class... Rows> consteval command_arguments takes(Rows... rows) {
@@ -59,7 +59,7 @@ consteval argument_kind kind_of(const char* settings::* /*field*/) {
     return argument_kind::text;
 }
 
-// A value of that setting, by its key.
+// A value of the setting with that key.
 consteval argument_row value_of(auto field) {
     return {row_of(field).key, kind_of(field), row_of(field).range};
 }

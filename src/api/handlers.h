@@ -1,5 +1,5 @@
-// The handlers of the client commands, declared from their rows and defined by subject in
-// handlers_*.cpp. See command_handler.
+// Handlers of the client commands, declared from the rows and defined by subject in handlers_*.cpp.
+// See command_handler.
 #pragma once
 
 #include "api/api.h"

@@ -3,7 +3,7 @@
 
 #include <array>
 
-// A heading, and a line for each mark.
+// A heading, then one line for each mark.
 inline constexpr std::array api_legend_arr{
     "\n  Client Commands Legend:",
     "   @ - the command updates the corresponding option in the config file",

@@ -1,20 +1,20 @@
-// The texts that pass over the command socket: four fields, separated by colons.
+// Messages on the command socket: four fields, separated by colons.
 //
 //   type ":" command ":" data type ":" data
 //
-// Requests have the type "c", replies "r" (done) or "e" (error). The data is all that follows the
-// third colon and may hold colons itself.
+// Requests have the type "c", replies "r" (done) or "e" (error). The data is everything after the
+// third colon and may contain colons.
 #pragma once
 
 #include "core/imem.h"
 
-// A decoded request. Texts are borrowed from that of the request.
+// A decoded request. Texts point into the request's text.
 struct ipc_msg {
     char ctype = '\0';
     const char* cmd = nullptr;
     unsigned int clen = 0;
     char dtype = '\0';
-    char* data = nullptr; // a list is taken apart in place
+    char* data = nullptr; // split in place if it is a list
     unsigned int dlen = 0;
 };
 
@@ -23,11 +23,12 @@ struct ipc_reply {
     char ctype = '\0';
     const char* cmd = nullptr;
     char dtype = '\0';
-    const char* data = nullptr; // absent counts as empty
+    const char* data = nullptr; // null counts as empty
 };
 
-// Decodes a request in place: separators become terminators. 0 for a valid request, else -1.
+// Decodes a request in place: separators become terminators. Returns 0 for a valid request, else
+// -1.
 [[nodiscard]] int ipc_deserialize(char* text, ipc_msg& message);
 
-// The reply's text; none when memory is short.
+// Returns the reply's text, or none when memory is short.
 [[nodiscard]] malloc_text ipc_serialize(const ipc_reply& reply);

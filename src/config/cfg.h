@@ -1,4 +1,4 @@
-// The settings that apply, and the configuration file's reader and writer.
+// The settings in use, and reading and writing of the configuration file.
 #pragma once
 
 #include "config/settings.h"
@@ -9,14 +9,13 @@
 #include <type_traits>
 #include <vector>
 
-// The one record; main thread only.
+// The only record. Main thread only.
 extern settings global_config;
 
-// Marks the file for rewriting, which the loop does after the pass.
+// Set to have the loop rewrite the file after the current pass.
 inline int update_conf_file = 0;
 
-// Stores a value that an action takes, and marks the file when it differs from the one before. True
-// when it did.
+// Stores a value and marks the file for rewriting if the value changed. Returns true if it did.
 template <class Value> bool cfg_store(Value settings::*field, std::type_identity_t<Value> value) {
     if (global_config.*field == value) {
         return false;
@@ -26,42 +25,42 @@ template <class Value> bool cfg_store(Value settings::*field, std::type_identity
     return true;
 }
 
-// Reads the file at `path` into the record. 0 when it held at least one key=value line, else 1.
-// What it can't take is a warning for each line. A number that is not finite is replaced by the
-// default, an index that selects no entry of its table by 0, without marking the file for
-// rewriting.
+// Reads the file at `path` into the record. Returns 0 if it held at least one key=value line, else
+// 1. Logs a warning for each invalid line. A number that is not finite becomes the default, an
+// index outside its table becomes 0; neither marks the file for rewriting.
 [[nodiscard]] int cfg_read_config(const char* path);
 
-// Builds the raw key table from the file. The number of entries, or -1 when no line could be read.
+// Builds the raw key table from the file. Returns the number of entries, or -1 when no line could
+// be read.
 [[nodiscard]] int cfg_parse(const char* path);
 
-// Stores one value into the record, whatever its range. 0 stored; 1 unknown key, or a number with
-// characters left over (its leading number is stored all the same).
+// Stores one value into the record without checking its range. Returns 0 when stored; 1 for an
+// unknown key, or for a number with characters left over (its leading number is stored).
 [[nodiscard]] int try_parse_key(const char* key, const char* value);
 
-// Leading base-10 integer of the text, clamped to 32 bits; 0, or 1 when characters remain.
+// Parses the leading base-10 integer, clamped to 32 bits. Returns 0, or 1 when characters remain.
 [[nodiscard]] int cfg_parse_to_int(const char* text, std::int32_t& value);
 
-// Leading floating-point number of the text; 0.0, or 1.0 when characters remain.
+// Parses the leading floating-point number. Returns 0.0, or 1.0 when characters remain.
 [[nodiscard]] double cfg_parse_to_double(const char* text, double& value);
 
-// All keyed settings, one line each in the table's order; the length without the terminator goes
-// to `length` when given.
+// Returns all settings, one line each in table order; stores the length without the terminator in
+// `length` if given.
 [[nodiscard]] malloc_text cfg_serialize_global_config(std::size_t* length = nullptr);
 
-// Rewrites the file at `path` in place and forces it to storage; 0, or 1 with errno set when it
-// can't be opened or written.
+// Rewrites the file at `path` in place and syncs it to storage. Returns 0, or 1 with errno set when
+// it can't be opened or written.
 [[nodiscard]] int cfg_write_config_file(const char* path);
 
 // Releases the raw key table.
 void cfg_clean();
 
-// Raw entries of the file that was read, the first one with that key.
-// Its index, or -1.
+// Look-ups in the raw table. Of duplicate keys, the first entry counts.
+// Returns the entry's index, or -1.
 [[nodiscard]] int find_key_in_table(const char* key);
-// Its value, borrowed from the table, or null.
+// Returns the entry's value, borrowed from the table, or null.
 [[nodiscard]] const char* cfg_get_str(const char* key);
-// Its value as an integer: status of cfg_parse_to_int, or 1 when the key is absent.
+// Parses the entry's value as cfg_parse_to_int does; 1 also when the key is absent.
 [[nodiscard]] int cfg_get_int(const char* key, std::int32_t& value);
-// All keys in file order, borrowed from the table; empty when the table is.
+// Returns all keys in file order, borrowed from the table.
 [[nodiscard]] std::vector<const char*> cfg_get_all_keys();

@@ -9,34 +9,34 @@
 #include <limits>
 #include <variant>
 
-// The sight's settings file: read unless the command line names another, and always the one that
-// is rewritten.
+// The sight's settings file: read unless the command line names another; always the one that is
+// rewritten.
 inline constexpr const char* DEFAULT_CONF_FILE = "/etc/vtrdc.conf";
 
-// Every persistent setting with its built-in default. Texts are borrowed: constants, or copies
-// that live until the process ends.
+// Every persistent setting with its default. Texts are borrowed: constants, or copies that live
+// until the process ends.
 struct settings {
 #define VTRDC_SETTING(key, type, standard, range) type key = standard;
 #include "config/settings_list.inc"
 #undef VTRDC_SETTING
-    // Path of the broker's socket; has no key in the file.
+    // Path of the broker's socket; not in the file.
     const char* redis_socket_file = "/run/redis.sock";
 
-    // Texts are compared by address: each change stores another.
+    // Compares texts by address: each change stores another text.
     bool operator==(const settings&) const = default;
 };
 
-// The field that a key names; its alternative is the value's type.
+// Pointer to the field of a key; its alternative is the value's type.
 using settings_field =
     std::variant<std::int32_t settings::*, const char * settings::*, double settings::*>;
 
-// The numbers that make sense for a setting, both ends included. Without meaning for texts.
+// The valid numbers of a setting, both ends included. Not used for texts.
 struct value_range {
     double least = -std::numeric_limits<double>::infinity();
     double most = std::numeric_limits<double>::infinity();
     bool is_index = false; // of a table
 
-    // False for what is not a number.
+    // False for NaN.
     [[nodiscard]] constexpr bool holds(double value) const {
         return value >= least && value <= most;
     }
@@ -48,7 +48,7 @@ struct parse_row {
     value_range range;
 };
 
-// How the rows write their ranges.
+// Helpers with which the rows write their ranges.
 namespace setting_ranges {
 
 inline constexpr value_range ANY_VALUE{};
@@ -76,11 +76,11 @@ constexpr auto make_parse_table() {
 
 } // namespace setting_ranges
 
-// One row a key, in the order of the file that is written.
+// One row for each key, in the order of the written file.
 inline constexpr auto parse_table = setting_ranges::make_parse_table();
 inline constexpr std::size_t parse_table_size = parse_table.size();
 
-// The row of the setting that the field holds. A field without a row doesn't compile.
+// Returns the row of that field. A field without a row doesn't compile.
 [[nodiscard]] consteval parse_row row_of(settings_field field) {
     std::size_t row = 0;
     while (parse_table.at(row).field != field) {
@@ -89,7 +89,7 @@ inline constexpr std::size_t parse_table_size = parse_table.size();
     return parse_table.at(row);
 }
 
-// Its range.
+// Returns the range of that field.
 [[nodiscard]] consteval value_range range_of(settings_field field) {
     return row_of(field).range;
 }

@@ -3,6 +3,6 @@
 
 #include "devices/kbd.h"
 
-// Runs the action of a released button. 0 when there was nothing to do or it succeeded, else the
-// action's result; 1 for an action that no button has.
+// Runs the action of a released button. Returns the action's result, 0 if there was nothing to do,
+// or 1 for an action that no button has.
 [[nodiscard]] int process_kbd_event(const kbd_event& event);

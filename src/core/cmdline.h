@@ -3,9 +3,9 @@
 
 #include "config/settings.h"
 
-// What the options said; texts are borrowed from the argument vector. Null: not given.
+// The parsed options. Texts point into the argument vector; null: not given.
 struct cmdline_options {
-    const char* app_name = nullptr; // as the program was invoked
+    const char* app_name = nullptr; // argv[0]
     const char* conf_file_name = DEFAULT_CONF_FILE;
     const char* log_file_name = nullptr;
     const char* pid_file_name = nullptr;
@@ -16,6 +16,6 @@ struct cmdline_options {
 // Version, build date and build kind, as logged at start-up.
 extern const char* const version_banner;
 
-// Reads the options and sets log_verbose. Help, asked for or after an invalid option, ends the
-// process with status 0 or 1.
+// Parses the options and sets log_verbose. Prints the help and exits with status 0 if it is
+// requested, with 1 after an invalid option.
 [[nodiscard]] cmdline_options parse_cmdline_opts(int argc, char* argv[]);

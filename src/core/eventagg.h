@@ -1,8 +1,8 @@
 // The event aggregator: the daemon's only wait point.
 //
 // Every descriptor that can wake the daemon is registered here with a type and one word of user
-// data. The aggregator never opens or closes a descriptor: the module that registered it owns it,
-// and may close it before or after unregistering it.
+// data. The module that registers a descriptor owns it, and may close it before or after
+// unregistering it; the aggregator never opens or closes descriptors.
 #pragma once
 
 #include <cstddef>
@@ -25,22 +25,22 @@ struct user_event {
     std::uintptr_t user_data;
     int type;
     int fd;
-    // Distinguishes registrations, since descriptor numbers are used again.
+    // Distinguishes registrations: descriptor numbers are reused.
     std::uint64_t serial;
 };
 
-// Registers `fd`, which may be negative (it never becomes ready). 0 when the descriptor is, or
-// already was, registered with that type; 1 when it has another type or 32 are in use.
+// Registers `fd`. A negative one is allowed and never becomes ready. Returns 0 if it is registered
+// with that type, now or before; 1 if it has another type or 32 are in use.
 [[nodiscard]] int ea_register_event(int fd, int type, std::uintptr_t user_data);
 
-// Takes `fd` out; 0, or -1 when it is not registered.
+// Unregisters `fd`. Returns 0, or -1 when it is not registered.
 [[nodiscard]] int ea_unregister_event(int fd);
 
-// Waits without time limit and returns the ready records in table order, at most one for each
-// descriptor. They are copies, valid until the next wait, so a handler may register and unregister
-// freely: ask ea_is_registered before dispatching each. Empty when nothing is registered, and when
-// the wait itself failed.
+// Waits without a timeout. Returns the ready records in table order, at most one per descriptor.
+// They are copies, valid until the next wait, so a handler may register and unregister freely;
+// check ea_is_registered before dispatching each. Empty when nothing is registered or the wait
+// failed.
 [[nodiscard]] std::span<const user_event> ea_poll_events();
 
-// True while the registration that `event` was taken from is in the table.
+// True while the registration from which `event` was copied is in the table.
 [[nodiscard]] bool ea_is_registered(const user_event& event);

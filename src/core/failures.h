@@ -1,4 +1,4 @@
-// The last failure of each kind, which the daemon's status tells to clients.
+// The last failure of each kind, published in the status file.
 #pragma once
 
 #include "core/imem.h"
@@ -14,16 +14,15 @@ inline constexpr std::array<const char*, static_cast<std::size_t>(failure_kind::
     failure_names{"tool", "storage", "camera", "http", "settings"};
 
 struct failure {
-    std::time_t when = 0; // 0: none of the kind since the start
+    std::time_t when = 0; // 0: no such failure since the start
     malloc_text text;     // as in the log
 };
 
 // Writes a WARN line and keeps its text as the last failure of the kind.
 [[gnu::format(printf, 2, 3)]] void log_failure(failure_kind kind, const char* format, ...);
 
-// One entry a kind, in the enumeration's order.
+// Returns one entry per kind, in the enumeration's order.
 [[nodiscard]] std::span<const failure> last_failures();
 
-// Differs from an earlier result once an entry has changed. The same failure twice in a second is
-// one.
+// Changes whenever an entry changes. Repeated failures within a second count as one.
 [[nodiscard]] unsigned int failures_revision();

@@ -1,7 +1,7 @@
 // The daemon's log: one call, four levels, every line flushed at once.
 #pragma once
 
-// Level numbers as they stand in calls; any other number writes nothing.
+// Log levels; any other number writes nothing.
 enum log_level : int {
     LEVEL_DEBUG = 0, // written only when log_verbose is set
     LEVEL_INFO = 1,
@@ -9,19 +9,19 @@ enum log_level : int {
     LEVEL_ERROR = 3, // the process ends with status 1 right after the line
 };
 
-// Non-zero lets DEBUG lines through (option -v).
+// Non-zero enables DEBUG lines (option -v).
 extern int log_verbose;
 
-// Appends to the file at `path` from now on; without a path, or when the file can't be opened,
-// lines go to standard output.
+// Appends to the file at `path` from now on. Without a path, or if the file can't be opened, lines
+// go to standard output.
 void log_open(const char* path);
 
 // Closes the log file; later lines go to standard output.
 void log_close();
 
-// Writes one line: time stamp, label, message (at most 1023 characters of it). The ERROR line also
-// shows errno as it was at the call. Returns the result of flushing the stream, 0 on success.
+// Writes one line: time stamp, label, message (at most 1023 characters). An ERROR line also shows
+// errno as of the call. Returns the result of flushing the stream, 0 on success.
 [[gnu::format(printf, 2, 3)]] int log_message(int level, const char* format, ...);
 
-// Writes the line at ERROR and ends the process with status 1, without any clean-up.
+// Writes an ERROR line and ends the process with status 1, without clean-up.
 [[noreturn, gnu::format(printf, 1, 2)]] void log_fatal(const char* format, ...);

@@ -1,6 +1,6 @@
-// The loop: waits for whatever is ready and dispatches it.
+// The main loop: waits for events and dispatches them.
 #pragma once
 
-// Runs until a signal was handled, which also releases the PID file of that name (null: none), and
-// every pipe has closed.
+// Runs until a stop signal was handled and every pipe has closed. The signal also releases the PID
+// file of that name (null: none).
 void run_loop(const char* pid_file_name);

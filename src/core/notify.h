@@ -1,11 +1,10 @@
-// Tells the supervisor that started the daemon how it is, in systemd's protocol: datagrams to the
-// socket that NOTIFY_SOCKET names.
+// Reports the daemon's state to the supervisor that started it, in systemd's protocol: datagrams to
+// the socket named by NOTIFY_SOCKET.
 #pragma once
 
-// Takes the supervisor's socket from the environment, out of which it is removed: tools that we run
-// don't speak for us. Without a supervisor that listens, notify_supervisor() does nothing.
+// Takes the supervisor's socket from the environment and removes the variable, so that our tools
+// don't notify in our name. Without a supervisor, notify_supervisor() does nothing.
 void notify_open();
 
-// Sends a state: lines NAME=VALUE. It never waits, and one that can't be sent is lost: the
-// supervisor judges by what it gets.
+// Sends a state: lines NAME=VALUE. Never waits; a datagram that can't be sent is dropped.
 void notify_supervisor(const char* state);

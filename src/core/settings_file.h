@@ -1,10 +1,9 @@
-// The settings file in the daemon's life: read at start-up, rewritten after a change. The log tells
-// the processor time that each takes.
+// Reads the settings file at start-up and rewrites it after changes. Logs the CPU time of each.
 #pragma once
 
-// A file that can't be read is only warned about: the defaults apply.
+// Warns if the file can't be read; the defaults apply.
 void read_settings(const char* path);
 
-// Rewrites the sight's own file, also when another one was read, if an action marked a change. One
-// that can't be written is warned about; the next change tries again.
+// Rewrites the sight's own file, even if another one was read, if an action marked a change. A
+// failure is a warning; the next change tries again.
 void rewrite_changed_settings();

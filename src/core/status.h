@@ -1,13 +1,13 @@
-// The status file: what the daemon says of itself to clients that watch, as one JSON object. The
-// protocol document has its fields.
+// The status file: the daemon's state for clients, as one JSON object. The protocol document lists
+// its fields.
 #pragma once
 
-// Its path on the sight; it is replaced as a whole.
+// Its path on the sight. Replaced atomically.
 inline constexpr const char* STATUS_FILE = "/run/vtrdc.status";
 
-// Writes the file if anything in it has changed since the last call. To be called after a pass of
-// the loop. One that can't be written is warned about once, until it can be again.
+// Writes the file if its content has changed since the last call. Call after each pass of the loop.
+// Repeated failures are logged once.
 void write_changed_status();
 
-// Removes the file if it is this process's own.
+// Removes the file if this process wrote it.
 void remove_status();

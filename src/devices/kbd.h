@@ -12,21 +12,22 @@ struct kbd_event {
     int action;   // kbd_action
 };
 
-// What reading one record gave.
+// Result of reading one record.
 enum kbd_result : int {
     KBD_KEY = 0,        // an event of one of the three keys
     KBD_NOTHING = 1,    // nothing usable
     KBD_OTHER_KEY = -1, // `released` is set, `action` is not
-    KBD_GONE = 2,       // the device is gone, and stays readable until it is dropped
+    KBD_GONE = 2,       // the device is gone; its descriptor stays readable until dropped
 };
 
-// Opens the event device. Its descriptor, owned by this module, or negative with errno set.
+// Opens the event device. Returns its descriptor, owned by this module, or a negative value with
+// errno set.
 [[nodiscard]] int kbd_init(const char* device_path);
 
 [[nodiscard]] kbd_result kbd_read(kbd_event& event);
 
-// Takes the device out of the event aggregator and closes it; nothing when it is not in there.
+// Unregisters and closes the device. Does nothing if it is not registered.
 void kbd_drop();
 
-// Closes the device when it is open.
+// Closes the device if it is open.
 void kbd_close();

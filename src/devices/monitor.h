@@ -1,4 +1,4 @@
-// The external monitor's plug.
+// Whether an external monitor is plugged in.
 #pragma once
 
 // Attribute of the monitor driver; it exists while a cable is plugged.

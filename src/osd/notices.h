@@ -1,10 +1,10 @@
-// The device notices that an outside controller gets through the broker.
+// Device notices that the broker passes to an outside controller.
 #pragma once
 
 #include <array>
 #include <cstddef>
 
-// A device notice for the broker: its text, channel and numeric code.
+// Text, channel and numeric code of a notice.
 struct event_message {
     const char* text;
     const char* channel;
