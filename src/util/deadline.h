@@ -8,7 +8,7 @@ class deadline {
 public:
     explicit deadline(std::chrono::milliseconds time) : end_{clock::now() + time} {}
 
-    // The time until then; 0 when it has passed.
+    // Time left; 0 when it has passed.
     [[nodiscard]] std::chrono::milliseconds left() const {
         using std::chrono::milliseconds;
         return std::max(std::chrono::ceil<milliseconds>(end_ - clock::now()), milliseconds{0});

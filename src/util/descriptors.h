@@ -1,8 +1,8 @@
-// All file descriptors of the process at once.
+// All file descriptors of the process.
 #pragma once
 
-// Closes every descriptor, the standard streams' included.
+// Closes every descriptor, including the standard streams.
 void close_all_descriptors();
 
-// Programs that are run inherit the standard streams alone.
+// Sets close-on-exec on every descriptor but the standard streams.
 void keep_descriptors_from_programs();

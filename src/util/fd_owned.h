@@ -7,7 +7,7 @@
 class fd_owned {
 public:
     fd_owned() = default;
-    // Takes it over; negative means "none", as from system calls.
+    // Takes ownership; negative means none, as in system calls.
     explicit fd_owned(int fd) : fd_(fd) {}
     fd_owned(fd_owned&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     fd_owned& operator=(fd_owned&& other) noexcept {
@@ -23,7 +23,7 @@ public:
             close(std::exchange(fd_, -1));
         }
     }
-    // Leaves the closing to the caller.
+    // Gives up ownership.
     [[nodiscard]] int release() { return std::exchange(fd_, -1); }
     [[nodiscard]] int get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }

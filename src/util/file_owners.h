@@ -1,4 +1,4 @@
-// Owners of the C library's files and folders.
+// Owners of the C library's FILE and DIR.
 #pragma once
 
 #include <cstdio>

@@ -1,10 +1,11 @@
-// Owners for what GLib hands out. A header alone: code that doesn't include it needs no GLib.
+// Owners for GLib's objects and allocations. Header only: code that doesn't include it doesn't need
+// GLib.
 #pragma once
 
 #include <glib-object.h>
 #include <memory>
 
-// Releases each type with the call that fits it.
+// Releases each type with the matching call.
 struct g_release {
     void operator()(char* text) const noexcept { g_free(text); }
     void operator()(char** texts) const noexcept { g_strfreev(texts); }
@@ -13,12 +14,12 @@ struct g_release {
     void operator()(GMainLoop* loop) const noexcept { g_main_loop_unref(loop); }
 };
 
-// One counted reference or one allocation; empty means "none".
+// One counted reference or one allocation; empty means none.
 template <class T> using g_owned = std::unique_ptr<T, g_release>;
 using g_text = g_owned<char>;
 using g_error_owned = g_owned<GError>;
 
-// A GValue that is unset at the end of its scope.
+// A GValue, unset at the end of its scope.
 class g_value {
 public:
     g_value() = default;

@@ -1,15 +1,15 @@
-// Owners for what GStreamer hands out; those for GLib's own types are in util/glib_owned.h.
+// Owners for GStreamer's objects; those for GLib's own types are in util/glib_owned.h.
 //
-// Floating references: gst_element_factory_make and friends return an object whose first reference
-// belongs to nobody yet; own_floating takes it, and a bin that the element is added to then takes
-// another of its own. Handles to elements that pipelines own are kept weak (video/handles.h).
+// Floating references: the first reference of an object from gst_element_factory_make and friends
+// belongs to nobody. own_floating takes it; a bin that the element is added to then takes its own.
+// Handles to elements that pipelines own are weak (video/handles.h).
 #pragma once
 
 #include "util/glib_owned.h"
 
 #include <gst/gst.h>
 
-// Objects and mini objects count references apart. A type that is missing here doesn't compile.
+// Objects and mini objects have different reference counts. A missing type doesn't compile.
 struct gst_release {
     void operator()(GstBus* bus) const noexcept { gst_object_unref(bus); }
     void operator()(GstBufferPool* pool) const noexcept { gst_object_unref(pool); }
@@ -30,7 +30,7 @@ struct gst_release {
     void operator()(GstStructure* fields) const noexcept { gst_structure_free(fields); }
 };
 
-// One counted reference; empty means "none".
+// One counted reference; empty means none.
 template <class T> using gst_owned = std::unique_ptr<T, gst_release>;
 
 template <class Object> [[nodiscard]] gst_owned<Object> own_floating(Object* object) {
@@ -40,7 +40,7 @@ template <class Object> [[nodiscard]] gst_owned<Object> own_floating(Object* obj
     return gst_owned<Object>{object};
 }
 
-// One more reference to what is borrowed.
+// Adds a reference to a borrowed object.
 [[nodiscard]] inline gst_owned<GstBuffer> own_shared(GstBuffer* buffer) {
     return gst_owned<GstBuffer>{gst_buffer_ref(buffer)};
 }

@@ -1,9 +1,9 @@
 // A static object that is not destroyed at exit.
 //
-// An ERROR line ends the process by exit() while GStreamer's streaming threads run. They may still
-// use what a static destructor would release, so nothing static in the daemon is destroyed: a
-// static owner is put into this wrapper. An orderly stop releases it by its module's own function.
-// It is constinit, but for a vector, whose constructor isn't constexpr in GCC 10.
+// An ERROR line calls exit() while GStreamer's streaming threads run. They may still use what
+// static destructors would release, so no static object of the daemon is destroyed: this wrapper
+// holds its static owners. An orderly stop releases them through their modules' functions.
+// Declare it constinit, except for a vector, whose constructor isn't constexpr in GCC 10.
 #pragma once
 
 #include <utility>
@@ -15,7 +15,7 @@ public:
         : value_(std::forward<Arguments>(arguments)...) {}
     never_destroyed(const never_destroyed&) = delete;
     never_destroyed& operator=(const never_destroyed&) = delete;
-    // Leaves the value alone; the default one would be deleted, as the union's is.
+    // Does not destroy the value. "= default" would be deleted, as the union's destructor is.
     ~never_destroyed() {} // NOLINT(modernize-use-equals-default)
 
     constexpr Value& operator*() { return value_; }

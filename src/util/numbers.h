@@ -1,5 +1,5 @@
-// Conversions between kinds of numbers.
+// Number conversions.
 #pragma once
 
-// The number truncated toward zero. Saturates; NaN gives 0.
+// Truncates toward zero. Saturates; NaN gives 0.
 [[nodiscard]] int truncate_to_int(double value);

@@ -1,9 +1,8 @@
-// Files that not everybody may read.
+// Files that only some users may read.
 #pragma once
 
 #include "util/file_owners.h"
 
-// Opens the file with the flags of open() and a stream's mode that fits them, close-on-exec. One
-// that has to be made is for its owner to write and for its group to read, less the umask. None,
-// with errno set, when that fails.
+// Opens the file, close-on-exec, with open()'s flags and the matching mode of a stream. A new file
+// gets mode 0640, less the umask. None, with errno set, on failure.
 [[nodiscard]] file_owner open_private_file(const char* path, int flags, const char* mode);

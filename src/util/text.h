@@ -9,8 +9,8 @@
 
 inline constexpr std::size_t TIMESTAMP_LENGTH = 14;
 
-// Local time as 14 digits, year first; none when it can't be had.
+// Formats local time as 14 digits, year first. None on failure.
 [[nodiscard]] malloc_text get_timestamp_string(std::time_t moment = std::time(nullptr));
 
-// The texts joined in order; none when memory is short.
+// Concatenates the texts. None when memory is short.
 [[nodiscard]] malloc_text concatenate_strings(std::initializer_list<const char*> texts);

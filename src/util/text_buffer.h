@@ -1,4 +1,4 @@
-// A text that grows by doubling, for listings put together piece by piece.
+// A text that grows by doubling, for listings.
 #pragma once
 
 #include "core/imem.h"
@@ -8,16 +8,16 @@
 
 class text_buffer {
 public:
-    // Starts empty with room for `capacity` bytes, the terminator included; at least 1.
+    // Starts empty, with room for `capacity` bytes (at least 1), including the terminator.
     explicit text_buffer(std::size_t capacity);
 
-    // Appends the formatted piece whole, whatever its length.
+    // Appends the whole formatted text, whatever its length.
     [[gnu::format(printf, 2, 3)]] void append(const char* format, ...);
 
-    // Characters so far, without the terminator.
+    // Length without the terminator.
     [[nodiscard]] std::size_t length() const { return length_; }
 
-    // Hands the text over; the buffer must not be used after it.
+    // Returns the text; don't use the buffer afterwards.
     [[nodiscard]] malloc_text take() { return std::move(text_); }
 
 private:

@@ -1,26 +1,25 @@
-// The process of a tool: a shell that runs a command line, in bounded time and memory.
+// Runs a tool's command line in a shell, with bounded time and memory.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
 #include <string>
 
-// What a tool may take. Then its process group is killed.
+// Time limit of a tool; then its process group is killed.
 inline constexpr std::chrono::seconds TOOL_TIME_MAX{10};
-// What is kept of what it writes.
+// How much of its output is kept.
 inline constexpr std::size_t TOOL_OUTPUT_MAX = 200;
 
 struct tool_end {
-    // As waitpid gives it, or one of the negative ones in tools.h.
+    // As from waitpid, or a negative TOOL_ value of tools.h.
     int status;
-    // Why it could not be started or waited for; 0 when it could.
+    // errno if it could not be started or waited for, else 0.
     int error;
-    // The first bytes that it wrote to standard output or error, with a blank for each control
-    // character.
+    // The first bytes of its standard output and error, control characters replaced by blanks.
     std::string output;
 };
 
-// Runs the command line and waits for the shell's end. It has a process group of its own, so that
-// signals for ours don't reach it, no signal is blocked or ignored, and no descriptor is inherited
-// but the standard ones. What it leaves in the background goes on without an output.
+// Runs the command line and waits for the shell to exit. The shell has its own process group, so
+// signals to ours don't reach it; no signal is blocked or ignored, and only the standard
+// descriptors are inherited. Background processes that it leaves keep running without output.
 [[nodiscard]] tool_end run_tool(const char* command);

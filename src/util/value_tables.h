@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// Digital zoom factors of the thermal core, stepped by the zoom button.
+// Digital zoom factors of the thermal core, in the order of the zoom button.
 inline constexpr std::array zoom_values{1, 2, 4};
 inline constexpr std::size_t ZOOM_VALUE_SIZE = zoom_values.size();
 
@@ -13,7 +13,7 @@ inline constexpr std::size_t ZOOM_VALUE_SIZE = zoom_values.size();
 inline constexpr std::array pip_values{2, 4};
 inline constexpr std::size_t PIP_VALUE_SIZE = pip_values.size();
 
-// Panel luminance levels in the panel's own units (it takes 0..240).
+// Panel luminance levels in the panel's units (range 0..240).
 inline constexpr std::array lum_values{75, 130, 185, 220};
 inline constexpr std::size_t LUM_VALUE_SIZE = lum_values.size();
 

@@ -1,37 +1,38 @@
-// Acting on running pipes: snapshot, overlay, microphone factor, encoding type.
+// Controls for running pipes: snapshot, overlay, microphone volume, encoding type.
 #pragma once
 
 #include <cstdint>
 
-// Writes what the display shows as a JPEG file. 0; 1 when there is no display pipe or the file
-// can't be written. A display without a picture, or one that can't be converted, is an ERROR.
+// Writes the displayed picture as a JPEG file. Returns 0; 1 without a display pipe, or when the
+// file can't be written. A display without a picture, or a failing conversion, is an ERROR.
 [[nodiscard]] int gstvideo_takesnapshot(const char* path);
 
-// What tells the picture that the live display shows from the one of a second ago: at least one of
-// the two differs.
+// Identifies the picture on the live display: of two different pictures, at least one field
+// differs.
 struct picture_mark {
     std::uint64_t stamp = 0;   // ns, of the buffer
-    std::uintptr_t buffer = 0; // its address, 0 while there is no picture
+    std::uintptr_t buffer = 0; // its address; 0 without a picture
     bool operator==(const picture_mark&) const = default;
 };
 [[nodiscard]] picture_mark gstvideo_shown_picture();
 
-// Shows (non-zero) or hides the overlay, also one that is built later; 0 always.
+// Shows (non-zero) or hides the overlay, including later ones. Always returns 0.
 [[nodiscard]] int gstvideo_show_overlay(int show);
 
-// True once for each overlay that was built since the last call: its scene knows nothing of the
-// sight's state yet. It is hidden if gstvideo_show_overlay hid the one before it.
+// True once for each overlay built since the last call: its scene doesn't know the sight's state
+// yet. A new overlay is hidden if gstvideo_show_overlay hid the previous one.
 [[nodiscard]] bool gstvideo_take_new_overlay();
 
-// Hands "object.property:value" to the overlay's scene; 0 always.
+// Sends "object.property:value" to the overlay's scene. Always returns 0.
 int gstvideo_set_qml_param(const char* object, const char* property, const char* value);
 
-// Takes the microphone's volume, 0..100, also for a running audio branch. 0; 1 with a warning when
-// out of range.
+// Sets the microphone volume, 0..100, also of a running audio branch. Returns 0; 1 with a warning
+// when out of range.
 [[nodiscard]] int gstvideo_set_microphone_volume(int volume);
 
-// Brings the amplifier of a running audio branch to the volume in force.
+// Applies the current volume to the amplifier of a running audio branch.
 void apply_microphone_volume();
 
-// Takes the encoding type, unchecked. 0; 1 while recording or streaming over TCP.
+// Sets the encoding type without checking its range. Returns 0; 1 while recording or streaming over
+// TCP.
 [[nodiscard]] int gstvideo_change_enc_type(int type);

@@ -1,12 +1,12 @@
-// Getting what was written into a media folder to storage, since a sight is switched off by its
-// battery. Storage that stalls holds nobody up: a thread of its own waits for it.
+// Syncs media folders to storage, since a sight may lose power at any time. A separate thread waits
+// for storage that stalls.
 #pragma once
 
 #include <chrono>
 
-// Has the folder of the file at `path` forced to storage: its recordings and its snapshots (names
-// that begin with v or i), itself, and then all else with sync. Folders wait for one another.
+// Syncs the folder of the file at `path`: its recordings and snapshots (names that begin with v or
+// i), the folder itself, then everything else with sync. Folders are synced one at a time.
 void flush_folder_of_file(const char* path);
 
-// Waits until all that is due has been forced to storage. False when the time is over.
+// Waits until every folder is synced. Returns false on timeout.
 [[nodiscard]] bool flushing_ends_within(std::chrono::milliseconds time);

@@ -1,4 +1,4 @@
-// Handles to single elements that are acted on after their pipe was built.
+// Handles to elements that are used after their pipe was built.
 #pragma once
 
 #include "util/gst_owned.h"
@@ -6,9 +6,9 @@
 #include <array>
 #include <cstddef>
 
-// Several pipes may set the same handle: it refers to the element that was built last.
+// If several pipes set the same handle, it refers to the element built last.
 enum class element_handle : std::size_t {
-    none, // for elements that nobody asks for later
+    none, // not used later
     overlay,
     display_sink,
     ipu_caps,
@@ -17,13 +17,13 @@ enum class element_handle : std::size_t {
     count,
 };
 
-// Weak, so that acting on an element that went away with its pipe does nothing.
+// Weak: after the pipe is gone, using the handle has no effect.
 inline constinit std::array<GWeakRef, static_cast<std::size_t>(element_handle::count)> handles{};
 
-// Set when an overlay is built: its scene knows nothing of the sight's state yet.
+// Set when an overlay is built: its scene doesn't know the sight's state yet.
 inline bool is_overlay_new = false;
 
-// Remembers the element without owning it.
+// Remembers the element without taking ownership.
 inline void handle_set(element_handle handle, GstElement* element) {
     is_overlay_new = is_overlay_new || handle == element_handle::overlay;
     if (handle != element_handle::none) {
@@ -31,7 +31,7 @@ inline void handle_set(element_handle handle, GstElement* element) {
     }
 }
 
-// The element, kept alive while the result lives; none when its pipe is gone.
+// Returns a reference to the element, or none when its pipe is gone.
 [[nodiscard]] inline gst_owned<GstElement> handle_get(element_handle handle) {
     void* const element = g_weak_ref_get(&handles[static_cast<std::size_t>(handle)]);
     return gst_owned<GstElement>{static_cast<GstElement*>(element)};

@@ -1,6 +1,6 @@
-// What a pipe consists of, as constants: a chain of elements with their properties.
+// Pipes as constant tables: chains of elements with their properties.
 //
-// A new element or property of a pipe is a row in its chain; nothing else changes.
+// A new element or property of a pipe is one new row in its chain.
 #pragma once
 
 #include "video/handles.h"
@@ -13,12 +13,12 @@
 #include <string_view>
 #include <variant>
 
-// What start operations hand to the chains of their pipes. The defaults are what a client's
-// create_pipe takes: the sight's own scene and picture.
+// Arguments from start operations to the chains of their pipes. The defaults are used for a
+// client's create_pipe: the sight's own scene and picture.
 struct start_arguments {
     const char* overlay_file = DEFAULT_OVERLAY_FILE;
     const char* image = NO_INPUT_IMAGE;
-    const char* location_pattern = nullptr; // of recorded files
+    const char* location_pattern = nullptr; // of recording files
     const char* url = nullptr;
     int port = 0;
 };
@@ -29,50 +29,49 @@ struct element_row {
     element_handle handle = element_handle::none;
     // The pipe has this element only while the setting is not 0; null: always.
     std::int32_t video_config::*wanted_by = nullptr;
-    // A pipe does without an element that can't be made, unless it is required.
+    // If false, the pipe works without the element when it can't be made.
     bool required = true;
-    // Most clients that a server sink keeps; 0: no limit.
+    // Maximum number of clients of a server sink; 0: no limit.
     unsigned int viewers_max = 0;
-    // Not added to the pipe and not linked: it is a property of another element.
+    // Not added or linked: it becomes a property of another element.
     bool inside_another = false;
 };
 
-// A caps text, turned into caps.
+// Text that is converted to caps.
 struct caps_text {
     const char* text;
 };
-// An absolute path on the sight, fixed or given at the start; the system root is put in front.
+// An absolute path on the sight, constant or given at the start; gets the system root prepended.
 struct board_path {
     const char* text;
 };
 struct given_path {
     const char* start_arguments::*argument;
 };
-// As given_path, a pattern whose last "%" alone stands for a number; those of folders are
-// characters.
+// As given_path, for a pattern: only its last "%" is a conversion; "%" in folder names is literal.
 struct given_pattern {
     const char* start_arguments::*argument;
 };
-// Another element of the chain.
+// Another element of the same chain.
 struct element_named {
     std::string_view name;
 };
 
-// Numbers are converted to the property's own type, enumerations included.
+// Numbers are converted to the property's type, including enumerations.
 using property_value = std::variant<bool, int, const char*, caps_text, board_path, given_path,
                                     given_pattern, element_named, const char * start_arguments::*,
                                     int start_arguments::*, std::int32_t video_config::*,
                                     std::int64_t video_config::*, double video_config::*>;
 
 struct property_row {
-    std::string_view element; // name of one of the chain's elements
+    std::string_view element; // name of an element of the chain
     const char* property = nullptr;
     property_value value;
-    // Passed over where the element is of a version that lacks the property.
+    // Skipped if the element's version lacks the property.
     bool is_optional = false;
 };
 
-// Groups of rows one after the other.
+// Concatenates groups of rows.
 template <class Row, std::size_t... Sizes>
 constexpr auto join_rows(const std::array<Row, Sizes>&... groups) {
     std::array<Row, (Sizes + ...)> rows{};
@@ -81,16 +80,16 @@ constexpr auto join_rows(const std::array<Row, Sizes>&... groups) {
     return rows;
 }
 
-// Elements that are linked in a row.
+// Elements that are linked one after the other.
 struct element_chain {
     std::span<const element_row> elements;           // in adding and linking order
-    std::span<const std::string_view> creation = {}; // names in creation order; empty: as linked
+    std::span<const std::string_view> creation = {}; // creation order by name; empty: linking order
     std::span<const property_row> properties;        // in the order they are set
     const char* create_failed = nullptr;             // ERROR text
-    const char* link_failed = nullptr; // ERROR text; null: a single element is linked to none
+    const char* link_failed = nullptr;               // ERROR text; null for a single element
 };
 
-// Most elements a chain may have.
+// Maximum number of elements in a chain.
 inline constexpr std::size_t CHAIN_ELEMENTS_MAX = 16;
 
 constexpr bool has_element(const element_chain& chain, std::string_view name) {
@@ -98,7 +97,7 @@ constexpr bool has_element(const element_chain& chain, std::string_view name) {
                                [name](const element_row& row) { return name == row.name; });
 }
 
-// True when every name in the chain's creation order and properties is one of its elements.
+// True when every name in the creation order and in the properties is an element of the chain.
 constexpr bool is_sound(const element_chain& chain) {
     const auto is_there = [&chain](std::string_view name) { return has_element(chain, name); };
     const auto is_set = [&is_there](const property_row& row) {

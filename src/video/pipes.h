@@ -1,23 +1,23 @@
-// The pipes, a row each: all that distinguishes one pipe from another is in its row.
+// The pipes, one row each. A pipe's row has everything specific to it.
 #pragma once
 
 #include "core/failures.h"
 #include "video/pipe_table.h"
 #include "video/registry.h"
 
-// A stream that a muxer takes from a branch.
+// A stream from a branch into a muxer.
 struct muxer_input {
-    medium carries = medium::none; // it exists for encoding types that include this
-    // The encoder is asked for a key frame, and what comes before that is dropped.
+    medium carries = medium::none; // it exists only for encoding types that include this
+    // Requests a key frame from the encoder and drops everything before it.
     bool begins_at_key_frame = false;
     element_chain chain;                // the pad "src" of its last element is linked to the muxer
-    const char* pad_template = nullptr; // of the muxer's request pad; null: the first there is
-    const char* pad_name = nullptr;     // the name it is requested under
+    const char* pad_template = nullptr; // of the muxer's request pad; null: the first one
+    const char* pad_name = nullptr;     // requested name
     const char* pad_failed = nullptr;   // ERROR text
 };
 
-// A property of an element in another pipe, set before the pipe's own elements are linked. Nothing
-// is set while that pipe is not there.
+// A property of an element in another pipe, set before the pipe's own elements are linked. Skipped
+// while the other pipe doesn't exist.
 struct remote_property {
     element_handle handle = element_handle::none;
     const char* property = nullptr;
@@ -28,42 +28,42 @@ struct pipe_row {
     pipe_enum number = PIPE_COUNT;
     const char* short_name = nullptr; // in the names of graph files
     const char* pipeline_name = nullptr;
-    const char* purpose = nullptr; // what it carries, for documents and drawings
+    const char* purpose = nullptr; // content, for documents and drawings
     element_chain chain;
 
-    // INFO text when building begins; null: none.
+    // INFO text when building begins, or null.
     const char* creating = nullptr;
-    // INFO text before ", rc = %d" when set playing; null: the change of state is logged instead.
+    // INFO text before ", rc = %d" when set playing; if null, the state change is logged instead.
     const char* playing = nullptr;
-    // Shell command that runs before the pipe is built for the first time; its result is ignored.
+    // Shell command that runs before the pipe is built for the first time. Its result is ignored.
     const char* first_command = nullptr;
     std::span<const remote_property> remote_properties = {};
 
-    // Media branch: what it encodes, or prepares for the encoders.
+    // Media branch: what it encodes or prepares for encoding.
     medium carries = medium::none;
-    // Media output: the branches that it listens to, in the order they are created. It has those
-    // that carry what the encoding type includes; if that is none, there is no such output.
+    // Media output: the branches it listens to, in creation order. Only those included in the
+    // encoding type are used; without any, the output can't start.
     std::span<const pipe_enum> branches = {};
-    // Media output that muxes: the element with the request pads, and what is linked to them.
+    // Media output with a muxer: the element with the request pads, and its inputs.
     const char* muxer = nullptr;
     std::span<const muxer_input> inputs = {};
-    // It writes files after start_arguments::location_pattern, which are flushed at its end.
+    // It writes files named by start_arguments::location_pattern, which are synced at its end.
     bool records = false;
 
-    // End-of-stream goes in at this element; null: into the pipeline as a whole.
+    // Element at which end-of-stream enters; null: the whole pipeline.
     const char* end_element = nullptr;
-    // Each error, warning or info of this element restarts the pipe; null: none does.
+    // Each error, warning or info of this element restarts the pipe. May be null.
     const char* restarted_by = nullptr;
-    // Under which failure clients find an error of its elements, or a restart; count: under none.
+    // Failure kind of its errors and restarts in the status file; count: none.
     failure_kind failure = failure_kind::count;
-    // Clients may create it by its number, with the default arguments.
+    // Clients may create it by number, with default arguments.
     bool clients_may_create = false;
 };
 
 // All rows: live view, branches, outputs. Branches are ended in this order.
 [[nodiscard]] std::span<const pipe_row> pipe_rows();
 
-// The row of a pipe number, which must be one.
+// The row of a valid pipe number.
 [[nodiscard]] const pipe_row& pipe_row_of(int pipe);
 
 [[nodiscard]] constexpr bool is_branch(const pipe_row& row) {

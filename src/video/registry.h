@@ -1,15 +1,15 @@
-// The registry of pipes, as the rest of the daemon sees it: ten numbered pipes that are stopped,
-// paused, resumed and whose bus messages are handled when their descriptor is readable.
+// Public interface of the pipe registry: ten numbered pipes that can be stopped, paused and
+// resumed. Their bus messages are handled when the bus descriptor is readable.
 //
-// A pipe ends only through end-of-stream: stopping sends the event, and the pipe is destroyed when
-// the message comes back on its bus. Main thread only. Every operation that takes a pipe number
-// requires 0..9; is_pipe_number tells.
+// A pipe ends only through end-of-stream: stopping sends the event; the pipe is destroyed when the
+// message arrives on its bus. Main thread only. Pipe number arguments must be 0..9; check with
+// is_pipe_number.
 #pragma once
 
 #include <array>
 #include <cstddef>
 
-// Pipe numbers; clients address pipes by them. Each has a row in one of the tables_*.h.
+// Pipe numbers, also used by clients. Each has a row in one of the tables_*.h.
 enum pipe_enum : int {
     PIPE_SRC = 0,
     PIPE_DISPLAY = 1,
@@ -21,7 +21,7 @@ enum pipe_enum : int {
     PIPE_HTTP_STREAM = 7,
     PIPE_TRANSFORMER = 8,
     PIPE_STREAM_VID_ENC = 9,
-    PIPE_COUNT // how many there are
+    PIPE_COUNT // number of pipes
 };
 
 // Result of starting a pipe. The caller registers the descriptor with the event aggregator as
@@ -31,63 +31,61 @@ struct bus_handle {
     int pipe; // pipe number
 };
 
-// Most branches that one output has.
+// Maximum number of branches of an output.
 inline constexpr std::size_t BRANCHES_MAX = 3;
 
-// The pipes of an output in the order they were created, branches first; an entry with descriptor 0
-// ends the list.
+// The pipes of an output in creation order, branches first; descriptor 0 ends the list.
 using bus_list = std::array<bus_handle, BRANCHES_MAX + 2>;
 
 [[nodiscard]] bool is_pipe_number(int pipe);
 
-// Name of a pipe in the names of its graph files.
+// Name of a pipe in graph file names.
 [[nodiscard]] const char* pipe_short_name(int pipe);
 
-// Handles at most one pending message of the pipe's bus. 1 when the pipe has ended or has no bus:
-// the caller unregisters the descriptor; else 0.
+// Handles at most one pending message of the pipe's bus. Returns 1 when the pipe has ended or has
+// no bus: the caller then unregisters the descriptor. Else 0.
 [[nodiscard]] int gstvideo_process_message(int pipe);
 
-// Ends the pipe when it exists; 0 always.
+// Ends the pipe if it exists. Always returns 0.
 int gstvideo_stop_pipe(int pipe);
 
-// 1 when the pipe doesn't exist or, for a pause, was asked to end; 0 when changed or already there;
-// -1 when a change is still in progress after a second, or the last one failed.
+// Returns 0 when changed or already there; 1 when the pipe doesn't exist or, for a pause, is
+// ending; -1 when the change takes longer than a second, or the last one failed.
 [[nodiscard]] int gstvideo_pause_pipe(int pipe);
 [[nodiscard]] int gstvideo_resume_pipe(int pipe);
 
-// Ends every pipe; from then on none can be made.
+// Ends every pipe; no new one can be made afterwards.
 void gstvideo_stop_all_pipes();
 
-// 0, or 1 at the first pipe that refused; later ones are not touched then.
+// Returns 0, or 1 at the first pipe that refuses; later ones are then left alone.
 [[nodiscard]] int gstvideo_pause_all_pipes();
 [[nodiscard]] int gstvideo_resume_all_pipes();
 
-// 1 when no pipe exists, else 0.
+// Returns 1 when no pipe exists, else 0.
 [[nodiscard]] int gstvideo_are_pipes_closed();
 
-// 1 when the pipe exists, whatever state its elements are in, else 0.
+// Returns 1 when the pipe exists, in whatever state its elements are, else 0.
 [[nodiscard]] int gstvideo_is_playing(int pipe);
 
-// True for a pipe that was asked to end and has not ended yet.
+// True from the request to end the pipe until it has ended.
 [[nodiscard]] bool is_ending(int pipe);
 
-// How far an output is.
+// State of an output.
 enum class output_state {
     off,
-    starting, // a recording without a file yet, a stream that sends nothing yet
+    starting, // a recording without a file, or a stream without data so far
     on,
     ending,
 };
 
 [[nodiscard]] output_state gstvideo_output_state(int pipe);
 
-// Looks whether the servers that are pushed to take what they get, which nothing else tells. To be
-// called once a second.
+// Checks whether push servers accept the data: nothing else reports that. Call once a second.
 void gstvideo_watch_pushes();
 
-// Asks pipes that were asked to end once more, where their sources may have refused. Handles what
-// is pending on their buses, also on those that could not be registered, and calls `ended` with the
-// bus of each that ends by it. To be called once a second.
+// Asks ending pipes again, since their sources may have refused. Handles pending messages on their
+// buses, even unregistered ones, and calls `ended` with the bus of each pipe that ends. Call once a
+// second.
 void gstvideo_handle_ending_pipes(void (*ended)(bus_handle handle));
 
 // Releases GStreamer.

@@ -1,48 +1,49 @@
-// The registry of pipes, as the modules that build and end pipes see it.
+// Internal interface of the pipe registry, for the modules that build and end pipes.
 //
-// Each slot owns one reference to its pipeline and one to its bus, both released when the pipe is
-// destroyed. A slot is "created" exactly while it holds a pipeline.
+// Each slot owns one reference to its pipeline and one to its bus; both are released when the pipe
+// is destroyed. A slot is "created" while it has a pipeline.
 #pragma once
 
 #include "util/gst_owned.h"
 #include "video/registry.h"
 
-// 1 when the slot holds a pipeline, else 0.
+// Returns 1 when the slot has a pipeline, else 0.
 [[nodiscard]] int is_created(int pipe);
 
-// The slot's pipeline, borrowed from the registry; null when the slot is empty.
+// Returns the slot's pipeline, borrowed, or null.
 [[nodiscard]] GstElement* pipe_pipeline(int pipe);
 
-// Makes an empty pipeline in the slot, unless it holds one. The bus descriptor, or -1 when it
-// could not be made or all pipes were asked to stop already. All pipelines count time from the same
-// moment, so that a time stamp means the same in each.
+// Creates an empty pipeline in the slot unless it has one. Returns the bus descriptor; -1 on
+// failure or once all pipes were asked to stop. All pipelines have the same base time, so time
+// stamps are comparable between them.
 [[nodiscard]] int create_pipeline(int pipe);
 
-// Descriptor that is readable while the bus holds messages; the bus owns it.
+// Returns a descriptor that is readable while the bus has messages; the bus owns it.
 [[nodiscard]] int get_bus_filefd(GstBus* bus);
 
-// Changes an element's state and logs it at DEBUG. 0 when changed or already there; -1 when a
-// change is still in progress after a second, or the last one failed.
+// Sets an element's state and logs it at DEBUG. Returns 0 when changed or already there; -1 when
+// the change takes longer than a second, or the last one failed.
 int gstvideo_set_state(GstElement* element, GstState state);
 
-// The element's current state, waiting at most a second for a change in progress; the result says
-// ASYNC when it is still in progress then.
+// Queries the element's state, waiting at most a second for a change in progress. Returns ASYNC if
+// it is still in progress then.
 GstStateChangeReturn query_state(GstElement* element, GstState& state);
 
-// Sends end-of-stream to a created pipe, once. The last output takes the branches along.
+// Sends end-of-stream to a created pipe, once. Ending the last output also ends the branches.
 void send_eos(int pipe);
 
-// Releases the pipe after its end-of-stream message, by force if that message was our own.
+// Releases the pipe after its end-of-stream message; `is_forced` if that message was our own.
 void destroy_pipe(int pipe, bool is_forced);
 
-// Takes notice of an error of the pipe: a recording with one can't be completed any more.
+// Records an error of the pipe: a recording with an error can't be completed any more.
 void note_error(int pipe);
 
-// Takes notice that the output delivers what it is for.
+// Records that the output delivers.
 void note_delivery(int pipe);
 
-// Stops the pipe's elements and sets them playing again. If it was asked to end, it is asked again.
+// Stops the pipe's elements and sets them playing again. A pipe that was ending is asked again to
+// end.
 void restart_pipe(int pipe);
 
-// Handles one bus message. 1 when the pipe has ended, else 0.
+// Handles one bus message. Returns 1 when the pipe has ended, else 0.
 [[nodiscard]] int message_handle(GstMessage* message, int pipe);

@@ -1,28 +1,27 @@
-// The recording that is being written: where, and whether its file grows.
+// The file of the current recording: its path, and whether it grows.
 #pragma once
 
 #include <chrono>
 
-// Remembers a copy of the location pattern of a recording, in place of any previous one.
+// Stores a copy of a recording's location pattern, replacing the previous one.
 void record_file_set(const char* location_pattern);
 
-// The remembered pattern, borrowed; null when there is none.
+// Returns the stored pattern, borrowed, or null.
 [[nodiscard]] const char* record_file_name();
 
-// Takes notice of a file that the recording has opened, by its path on this machine.
+// Records that a recording opened a file; `path` is the path on this machine.
 void record_file_opened(const char* path);
 
-// The files of recordings since the daemon's start.
+// Recording files since the daemon's start.
 struct recorded_files {
-    const char* last = nullptr; // path on the sight of the one opened last, borrowed; null: none
+    const char* last = nullptr; // path on the sight of the latest, borrowed; null: none
     unsigned int count = 0;
-    unsigned int of_this_recording = 0; // or of the last one
+    unsigned int of_this_recording = 0; // in the current or last recording
 };
 [[nodiscard]] recorded_files record_files();
 
-// Forgets the remembered recording, if there is one, and has its folder forced to storage unless
-// `is_flushed` is false.
+// Forgets the stored recording, if any, and then syncs its folder if `is_flushed`.
 void record_file_finish(bool is_flushed);
 
-// Asked once a second while a recording ends: true once its file has not grown for five minutes.
+// Call once a second while a recording ends: true once its file has not grown for five minutes.
 [[nodiscard]] bool record_file_stands_still(std::chrono::steady_clock::time_point now);

@@ -1,12 +1,11 @@
-// The branches between the live view and the media outputs: one pipe each that scales the picture,
-// encodes it for recording or for streaming, or encodes the microphone's sound. Included by
-// pipes.cpp alone.
+// The branches between live view and media outputs, one pipe each: scale the picture, encode it for
+// recording or streaming, encode the microphone's sound. Included by pipes.cpp only.
 #pragma once
 
 #include "video/pipes.h"
 #include "video/transport.h"
 
-// The encoders take their input in another format than the one the transformer begins with.
+// The encoders' input format differs from the transformer's first one.
 constexpr caps_text TRANSFORMER_CAPS{
     "video/x-raw, width=1024, height=768, framerate=30/1, format=I420"};
 constexpr caps_text ENCODER_CAPS{
@@ -171,10 +170,10 @@ constexpr std::array branch_pipes = std::to_array<pipe_row>({
                   .create_failed = "Element could not be created in the audio encoding pipe.",
                   .link_failed = "Failed to link elements in the audio encoding bin"},
         .creating = "Creating audio encoding.. ",
-        // A board where it fails records all the same.
+        // Recording works on boards where this fails.
         .first_command = "amixer -c 0 set 'DMic Rate' '128x'",
         .carries = medium::sound,
-        // A microphone that delivers nothing takes no event.
+        // A silent microphone doesn't forward events.
         .end_element = "audio-amp",
     },
 });

@@ -1,5 +1,5 @@
-// The pipes of the live view: the camera with its overlay, the display, and the splash that stands
-// in for a lost camera. Included by pipes.cpp alone.
+// The live view's pipes: camera with overlay, display, and the splash that replaces a lost camera.
+// Included by pipes.cpp only.
 #pragma once
 
 #include "video/pipes.h"
@@ -114,7 +114,7 @@ constexpr std::array live_pipes = std::to_array<pipe_row>({
                   .create_failed = "One element could not be created in the src pipe.",
                   .link_failed = "Failed to link elements in the src pipe"},
         .playing = "Source Pipeline set to playing",
-        // A camera that delivers nothing takes no event.
+        // A silent camera doesn't forward events.
         .end_element = "g2d-transform",
         .failure = failure_kind::camera,
         .clients_may_create = true,
@@ -143,7 +143,7 @@ constexpr std::array live_pipes = std::to_array<pipe_row>({
                   .create_failed = "One element could not be created in the splash pipe.",
                   .link_failed = "Failed to link elements in the splash pipe"},
         .playing = "Splash Pipeline set to playing",
-        // The still picture before it is endless.
+        // The still picture before it never ends.
         .end_element = "g2d-transform",
         .clients_may_create = true,
     },

@@ -1,4 +1,4 @@
-// The recording: a series of MP4 files of limited length. Included by pipes.cpp alone.
+// The recording: a series of MP4 files of limited length. Included by pipes.cpp only.
 #pragma once
 
 #include "video/pipes.h"

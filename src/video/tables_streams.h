@@ -1,5 +1,5 @@
 // The network streams: an MPEG transport stream served over TCP, and H.264 pushed over HTTP.
-// Included by pipes.cpp alone.
+// Included by pipes.cpp only.
 #pragma once
 
 #include "video/pipes.h"
@@ -8,8 +8,8 @@
 constexpr const char* TCP_CREATE_FAILED = "One element could not be created in the stream pipe.";
 constexpr const char* TCP_LINK_FAILED = "Failed to link elements in the streaming pipe";
 constexpr int CLIENT_TIMEOUT_NS = 2'000'000'000;
-constexpr unsigned int VIEWERS_MAX = 32; // each takes a descriptor, and a share of the processor
-constexpr int CLIENT_BUFFERS = 63;       // what a slow client may lag behind
+constexpr unsigned int VIEWERS_MAX = 32; // each needs a descriptor and some CPU time
+constexpr int CLIENT_BUFFERS = 63;       // how far a slow client may lag behind
 
 // --- TCP: muxer and server -------------------------------------------------------------------
 
@@ -25,7 +25,7 @@ constexpr std::array tcp_properties = std::to_array<property_row>({
     {.element = "tcp-sink", .property = "timeout", .value = CLIENT_TIMEOUT_NS},
 });
 
-// --- TCP: inputs; what is late is dropped before the muxer -----------------------------------
+// --- TCP: inputs; late data is dropped before the muxer --------------------------------------
 
 constexpr std::array tcp_video_elements = std::to_array<element_row>({
     {.factory = INTER_PIPE_SOURCE, .name = "tcp-vid-ipsrc"},
@@ -86,7 +86,7 @@ constexpr std::array http_properties =
 
 constexpr std::array<pipe_enum, 3> tcp_branches{PIPE_TRANSFORMER, PIPE_STREAM_VID_ENC,
                                                 PIPE_AUDIO_ENC};
-// Video only, whatever else is encoded.
+// Video only, whatever the encoding type.
 constexpr std::array<pipe_enum, 2> http_branches{PIPE_TRANSFORMER, PIPE_STREAM_VID_ENC};
 
 constexpr std::array stream_pipes = std::to_array<pipe_row>({
@@ -116,7 +116,7 @@ constexpr std::array stream_pipes = std::to_array<pipe_row>({
                   .link_failed = "Failed to link elements in the http streaming pipe"},
         .creating = "Creating http stream pipeline.. ",
         .branches = http_branches,
-        // A server that went away or refused: the push begins again.
+        // If the server goes away or refuses, the push restarts.
         .restarted_by = "http-sink",
         .failure = failure_kind::http,
     },

@@ -1,10 +1,10 @@
-// What the pipes that are joined to one another agree on: under which names streams are published,
-// and the plain numbers that the board's elements take.
+// Names and numbers that connected pipes share: names of published streams, and enumeration values
+// of the board's elements.
 #pragma once
 
 #include "video/pipe_table.h"
 
-// Factories of the elements through which pipes hear one another.
+// Element factories that connect pipes.
 inline constexpr const char* INTER_PIPE_SINK = "interpipesink";
 inline constexpr const char* INTER_PIPE_SOURCE = "interpipesrc";
 
@@ -16,12 +16,12 @@ inline constexpr const char* STREAM_VID_ENC_SINK = "stream-vid-enc-ipsink";
 inline constexpr const char* AUD_ENC_SINK = "aud-enc-ipsink";
 
 inline constexpr int LEAKY_DOWNSTREAM = 2; // queue, appsrc: drop the oldest buffers when full
-inline constexpr int STREAM_SYNC_PASS_THROUGH = 0; // interpipesrc: stamps as they are
+inline constexpr int STREAM_SYNC_PASS_THROUGH = 0; // interpipesrc: time stamps unchanged
 inline constexpr int STREAM_SYNC_COMPENSATE = 1;   // interpipesrc: convert between base times
 inline constexpr int FORMAT_TIME = 3;              // GST_FORMAT_TIME
 inline constexpr int NO_LIMIT = 0; // appsink: of "max-buffers"; appsrc: of "max-bytes"
 
-// The rows of an inter-pipe source that hears a published stream, format changes included.
+// Properties of an inter-pipe source that follows a published stream, including format changes.
 constexpr std::array<property_row, 5> listens_to(std::string_view source, const char* sink,
                                                  int stream_sync) {
     return {{
@@ -33,7 +33,7 @@ constexpr std::array<property_row, 5> listens_to(std::string_view source, const 
     }};
 }
 
-// The rows of a queue that keeps the newest buffer only.
+// Properties of a queue that keeps only the newest buffer.
 constexpr std::array<property_row, 2> holds_newest(std::string_view queue) {
     return {{
         {.element = queue, .property = "leaky", .value = LEAKY_DOWNSTREAM},
@@ -41,8 +41,8 @@ constexpr std::array<property_row, 2> holds_newest(std::string_view queue) {
     }};
 }
 
-// The rows of an inter-pipe source of raw pictures: a pipe that is paused or slow loses the oldest,
-// where it would else gather them without limit. The properties came with GStreamer 1.20.
+// Properties of an inter-pipe source for raw pictures: a paused or slow pipe drops the oldest
+// instead of queueing without limit. Needs GStreamer 1.20.
 constexpr std::array<property_row, 3> holds_few_pictures(std::string_view source) {
     return {{
         {.element = source,
@@ -54,8 +54,8 @@ constexpr std::array<property_row, 3> holds_few_pictures(std::string_view source
     }};
 }
 
-// The row of a sink that hears a live source without queues in between: such a source answers a
-// latency of 0, and the sink would warn that its own deadline doesn't fit in.
+// Property of a sink that follows a live source without queues in between: the source reports a
+// latency of 0, so the sink would warn that its own deadline doesn't fit.
 constexpr std::array<property_row, 1> in_time(std::string_view sink) {
     return {{
         {.element = sink, .property = "processing-deadline", .value = 0, .is_optional = true},
