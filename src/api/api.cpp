@@ -1,4 +1,4 @@
-// The client commands: their table, and how a request becomes a reply.
+// Command table and dispatch: turns a request into a reply.
 #include "api/api.h"
 
 #include "api/arguments.h"

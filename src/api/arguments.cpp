@@ -13,7 +13,7 @@ argument_list split_arg_list(char* text) {
         if (*at != ',') {
             ++at;
         } else if (at[-1] == '\\') {
-            // The rest moves one place left, so `at` is behind the comma then.
+            // Moves the text one place left, over the backslash; `at` then points past the comma.
             std::memmove(at - 1, at, std::strlen(at) + 1);
         } else if (list.count == ARGUMENTS_MAX) {
             break;

@@ -1,11 +1,11 @@
-// Client commands for recording, streams, snapshots, encoding and sound.
+// Client commands for recording, streams, snapshots, encoding type and microphone.
 #include "api/handlers.h"
 #include "api/values.h"
 #include "config/cfg.h"
 #include "control/actions_media.h"
 
 int user_cmd_gst_video_en(request_arguments /*arguments*/, malloc_text& /*reply*/) {
-    // The display can't be switched by this command on this sight.
+    // On this sight the command can't switch the display.
     return 1;
 }
 

@@ -1,11 +1,11 @@
-// Client commands that reach into the overlay scene.
+// Client commands for the overlay scene.
 #include "api/handlers.h"
 #include "api/values.h"
 #include "video/controls.h"
 
 namespace {
 
-// Explains a failed call to the client.
+// Tells the client why a call failed.
 int answer_call(int result, malloc_text& reply) {
     if (result != 0) {
         reply = estrdup("Failed when executing command.");

@@ -1,4 +1,4 @@
-// Client commands for looking into pipes and for handling single ones.
+// Client commands that inspect and control single pipes.
 #include "api/handlers.h"
 #include "api/values.h"
 #include "control/actions_media.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Runs the operation on the pipe whose number the data is; -1 for a number that no pipe has.
+// Runs the operation on the pipe with the number in `data`; -1 if there is no such pipe.
 template <class Operation> int on_pipe(const char* data, Operation operation) {
     const int pipe = to_integer(data);
     if (!is_pipe_number(pipe)) {

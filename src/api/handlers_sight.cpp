@@ -43,7 +43,7 @@ int user_cmd_pol(request_arguments /*arguments*/, malloc_text& /*reply*/) {
 }
 
 int user_cmd_pip(request_arguments arguments, malloc_text& /*reply*/) {
-    // A switch: whatever is not 0 means the first factor, 4 as well.
+    // A switch: any non-zero value selects the first factor, even 4.
     return ac_exec_pip_cmd(to_flag(arguments[0]) != 0 ? pip_values.front() : 0);
 }
 

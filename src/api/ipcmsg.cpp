@@ -1,4 +1,4 @@
-// The texts that pass over the command socket: four fields, separated by colons.
+// Messages on the command socket: four fields, separated by colons.
 #include "api/ipcmsg.h"
 
 #include "core/log.h"
@@ -13,7 +13,7 @@ namespace {
 
 constexpr char SEPARATOR = ':';
 constexpr const char* SEPARATORS = ":";
-// Fields before the data.
+// Number of fields before the data.
 constexpr std::size_t TOKEN_COUNT = 3;
 
 unsigned int length_of(const char* text) {
@@ -24,8 +24,8 @@ const char* shown(const char* text) {
     return text == nullptr ? "(null)" : text;
 }
 
-// Takes the fields before the data off the text; false when there are fewer. `rest` is left at
-// what follows the separator after the last.
+// Splits off the fields before the data; `rest` then points at the data. Returns false if there are
+// fewer.
 bool take_tokens(char* text, std::array<char*, TOKEN_COUNT>& tokens, char*& rest) {
     unsigned int offset = 0;
     char* token = strtok_r(text, SEPARATORS, &rest);
@@ -79,8 +79,8 @@ malloc_text ipc_serialize(const ipc_reply& reply) {
     if (!text) {
         return nullptr;
     }
-    // By hand: a library behind some plug-ins registers a printf conversion of its own, and from
-    // then on every printf of the process takes its slow way.
+    // Not snprintf: a library behind some plug-ins registers its own printf conversion, which makes
+    // every printf of the process slow.
     char* end = text.get();
     *end++ = reply.ctype;
     *end++ = SEPARATOR;

@@ -20,13 +20,14 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// Most bytes of one request; what a client sends beyond them is its next request.
+// Maximum bytes of one request. What a client sends beyond that is its next request.
 constexpr std::size_t REQUEST_SIZE = 2048;
 constexpr int BACKLOG = 1;
-// How long replies may wait for clients that don't read: the others, and the sight, wait meanwhile.
-constexpr milliseconds PASS_TIME{1000}; // all of one pass of the loop
-constexpr milliseconds STUCK_TIME{1};   // one to a client that is stuck
-milliseconds time_left = PASS_TIME;     // of this pass
+// How long replies may wait for clients that don't read. Other clients and the sight wait
+// meanwhile.
+constexpr milliseconds PASS_TIME{1000}; // for all replies of a pass
+constexpr milliseconds STUCK_TIME{1};   // for a stuck client
+milliseconds time_left = PASS_TIME;     // in this pass
 
 void set_send_time(client_socket& client, milliseconds time) {
     const auto time_ms = static_cast<int>(time.count());
@@ -39,7 +40,7 @@ void set_send_time(client_socket& client, milliseconds time) {
     setsockopt(client.fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
 }
 
-// The address of a path, which is cut to what fits.
+// Returns the address of a path, cut to the available length.
 sockaddr_un address_of(std::string_view path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -105,7 +106,7 @@ int socket_accept(server_socket& server, client_socket& client) {
 
 ssize_t socket_recv(client_socket& client, char* buffer, std::size_t size) {
     const ssize_t count = recv(client.fd, buffer, size, 0);
-    // Text has room for its terminator. Bytes after a NUL are dropped.
+    // Leaves room for the terminator. Bytes after a NUL are dropped.
     buffer[std::min(static_cast<std::size_t>(std::max(count, ssize_t{0})), size - 1)] = '\0';
     return count;
 }
@@ -116,12 +117,12 @@ void socket_begin_pass() {
 
 ssize_t socket_send(client_socket& client, const char* text) {
     const milliseconds time = std::min(client.is_stuck ? STUCK_TIME : PASS_TIME, time_left);
-    // No time at all would mean any time.
+    // A time of 0 would mean no limit.
     set_send_time(client, std::max(time, milliseconds{1}));
     const auto start = std::chrono::steady_clock::now();
     const ssize_t sent =
         send(client.fd, text, std::strlen(text), time > milliseconds{0} ? 0 : MSG_DONTWAIT);
-    // One that did not wait takes none of it.
+    // Sends that did not wait cost nothing.
     const auto taken = std::chrono::floor<milliseconds>(std::chrono::steady_clock::now() - start);
     time_left -= std::min(taken, time_left);
     client.is_stuck = sent < 1;
@@ -149,7 +150,7 @@ void accept_client_connection(server_socket& server) {
         log_fatal("failed to register client event");
     }
     log_message(LEVEL_DEBUG, "registered a new client connection");
-    // The aggregator's record refers to it now; it is released with that.
+    // The aggregator's record owns it now.
     static_cast<void>(client.release());
 }
 

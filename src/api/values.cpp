@@ -1,4 +1,4 @@
-// Reading a request's data and writing a reply, as the handlers do.
+// Parsing a request's data and formatting a reply, for the handlers.
 #include "api/values.h"
 
 #include "config/cfg.h"
@@ -6,7 +6,7 @@
 #include <array>
 #include <charconv>
 
-// What stands behind the leading number is not of interest here, unlike in the settings file.
+// Ignores anything after the number, unlike the settings file.
 std::int32_t to_integer(const char* text) {
     std::int32_t value = 0;
     static_cast<void>(cfg_parse_to_int(text, value));
@@ -24,7 +24,7 @@ int to_flag(const char* text) {
 }
 
 malloc_text decimal_text(std::int32_t value) {
-    // Eleven characters hold any 32-bit number.
+    // Any 32-bit number fits in eleven characters.
     std::array<char, 12> text{};
     std::to_chars(text.data(), text.data() + text.size() - 1, value);
     return estrdup(text.data());

@@ -1,4 +1,4 @@
-// The settings that apply, and the configuration file's reader and writer.
+// The settings in use, and reading and writing of the configuration file.
 #include "config/cfg.h"
 
 #include "core/failures.h"
@@ -35,13 +35,13 @@ struct file_lines {
     bool has_unended_line = false;
 };
 
-// Number of the line that no newline ends in the file that was read; 0 without one.
+// Number of the file's last line if it has no newline, else 0.
 int unended_line = 0;
 
-// Entries of the file that was read, in file order.
+// The file's entries, in file order.
 never_destroyed<std::vector<raw_entry>> table;
 
-// Keeps a text value alive until the process ends, as settings may be borrowed anywhere.
+// Keeps a text value until the process ends, since settings are borrowed anywhere.
 const char* keep_text(const char* value) {
     static never_destroyed<std::vector<malloc_text>> kept;
     return kept->emplace_back(estrdup(value)).get();
@@ -61,10 +61,10 @@ malloc_text read_whole(FILE* file, std::size_t& size) {
     return std::fread(buffer.get(), 1, size, file) == size ? std::move(buffer) : nullptr;
 }
 
-// The newline-terminated lines of the file; text after the last newline doesn't count.
+// Splits the file into lines. Text after the last newline is ignored.
 file_lines get_all_lines(const char* path) {
     file_lines result;
-    // Read-and-update: a file that can't be rewritten later is not read either.
+    // Opened for update: a file that can't be rewritten later is not read.
     FILE* const file = std::fopen(sysroot_path(path).c_str(), "r+e");
     if (file == nullptr) {
         return result;
@@ -134,7 +134,7 @@ const parse_row* row_of(const char* key) {
     return row == parse_table.end() ? nullptr : &*row;
 }
 
-// A line is named by its number: its text may hold what is no business of a log's readers.
+// Names a line by its number only: its text may be confidential.
 void warn_of_line(int number, const char* what) {
     log_failure(failure_kind::settings, "Settings line %d: %s", number, what);
 }
@@ -147,7 +147,7 @@ bool is_finite(const char* /*value*/) {
     return true;
 }
 
-// Replaces a value that nothing can be done with, and warns of any other that is out of range.
+// Replaces an unusable value; warns about any other that is out of range.
 template <class Value>
 void judge_value(Value settings::*field, const value_range& range, int line) {
     Value& value = global_config.*field;
@@ -234,7 +234,7 @@ int cfg_parse_to_int(const char* text, std::int32_t& value) {
     using limits = std::numeric_limits<std::int32_t>;
     char* rest = nullptr;
     const long number = std::strtol(text, &rest, 10);
-    // A long is wider than the field on a 64-bit machine only.
+    // Only a 64-bit machine's long is wider than the field.
     value = static_cast<std::int32_t>(std::clamp<long>(number, limits::min(), limits::max()));
     return *rest == '\0' ? 0 : 1;
 }

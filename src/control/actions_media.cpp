@@ -1,5 +1,5 @@
-// Actions between the client commands and the media: recording, streams, snapshot, encoding, sound,
-// graphs.
+// Media actions for client commands: recording, streams, snapshot, encoding type, microphone
+// volume, graphs.
 #include "control/actions_media.h"
 
 #include "config/cfg.h"
@@ -16,11 +16,11 @@
 
 namespace {
 
-// 2.25 MiB, more than a picture of the display takes.
+// 2.25 MiB, enough for a picture of the display.
 constexpr std::uint64_t SNAPSHOT_BYTES = 2'359'296;
 constexpr const char* GRAPH_FOLDER = "/home/root/";
 
-// The folder of that name in the media folder, created; none when its path can't be built.
+// Creates a folder in the media folder. Returns its path, or none.
 malloc_text make_media_folder(const char* name) {
     malloc_text folder = concatenate_strings({global_config.media_path, name});
     if (folder) {
@@ -29,7 +29,7 @@ malloc_text make_media_folder(const char* name) {
     return folder;
 }
 
-// 1 without a list; else the result of the last registration, the first that fails being the last.
+// Returns 1 without a list; else the result of the last registration. Stops at the first failure.
 int register_pipes(const std::optional<bus_list>& list) {
     if (!list) {
         return 1;
@@ -44,8 +44,8 @@ int register_pipes(const std::optional<bus_list>& list) {
     return result;
 }
 
-// A path in the folder that overwrites nothing, also where the clock begins at the same time at
-// each start; none when there is no such path.
+// Returns a path in the folder that overwrites no file, even if the clock starts at the same time
+// on every boot; none when there is no such path.
 malloc_text free_path(const char* folder, const char* prefix, const char* suffix) {
     const malloc_text timestamp = get_free_timestamp(folder, prefix, std::time(nullptr));
     return timestamp ? concatenate_strings({folder, prefix, timestamp.get(), suffix}) : nullptr;
@@ -61,7 +61,7 @@ int start_record() {
         log_failure(failure_kind::storage, "Record: not enough space");
         return 1;
     }
-    // The recording fills the number of each file in.
+    // The recording replaces %02d by the number of the file.
     const malloc_text pattern = free_path(folder.get(), prefix, "_%02d.mp4");
     return pattern ? register_pipes(gstvideo_start_record(pattern.get())) : 1;
 }
@@ -140,7 +140,7 @@ int ac_generate_dot_file() {
         if (!path) {
             return -1;
         }
-        // A pipe that doesn't exist has no graph.
+        // A pipe that doesn't exist has no graph; that is no failure.
         static_cast<void>(gstvideo_generate_dot_file(pipe, path.get()));
     }
     return 0;

@@ -1,4 +1,4 @@
-// The reticle's settings, and its state as the overlay is told it at start-up.
+// Reticle settings, and the reticle's state that the overlay gets at start-up.
 #include "control/actions_reticle.h"
 
 #include "config/cfg.h"
@@ -34,7 +34,7 @@ void ac_initial_reticle_config() {
     ov_reticle_opacity(global_config.reticle_opacity);
     ov_pip_reticle_color(color_text());
     ov_pip_reticle(global_config.pip_mode);
-    // A thermal core that refuses keeps what it has.
+    // If the thermal core refuses, it keeps its correction type.
     static_cast<void>(ac_update_nuc_type(global_config.nuc_type));
 }
 

@@ -1,4 +1,4 @@
-// The sight's image controls: zoom, picture-in-picture, luminance and correction of the picture.
+// The sight's image controls: zoom, picture-in-picture, luminance and non-uniformity correction.
 #include "control/actions_sight.h"
 
 #include "config/cfg.h"
@@ -14,18 +14,18 @@
 
 namespace {
 
-// Indices into zoom_values and pip_values of what the zoom button applied last.
+// Indices into zoom_values and pip_values of the values last applied by the zoom button.
 int zoom_value_index = 0;
 int pip_index_value = 0;
 
-// What the thermal core shows: the factors that it took last. It has no inset at 0.
+// The factors that the thermal core accepted last; an inset factor of 0 means no inset.
 int current_zoom = 1;
 int current_inset = 0;
 
-// The type with which the core's shutter stays still.
+// The correction type that never uses the shutter.
 constexpr int NUC_TYPE_SHUTTERLESS = 2;
 
-// The entry that follows in a table, round and round.
+// Returns the next index in a table; wraps.
 int next_index(int index, std::size_t size) {
     return static_cast<int>((static_cast<std::size_t>(index) + 1) % size);
 }

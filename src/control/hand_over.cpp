@@ -1,4 +1,4 @@
-// The hand-over of the sight to an outside controller, which holds for the rest of the run.
+// Hand-over of the sight to an outside controller, for the rest of the run.
 #include "control/hand_over.h"
 
 #include "config/cfg.h"

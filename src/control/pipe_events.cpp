@@ -1,4 +1,4 @@
-// Buses of pipes as events of the loop.
+// Connects the buses of pipes to the loop.
 #include "control/pipe_events.h"
 
 #include "core/eventagg.h"

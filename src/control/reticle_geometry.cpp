@@ -1,4 +1,4 @@
-// Where the reticle is at a zoom scale, and on which point the thermal core centres.
+// Where the reticle is at a given zoom, and on which point the thermal core centres.
 #include "control/reticle_geometry.h"
 
 #include "config/cfg.h"
@@ -16,16 +16,16 @@ const reticle_src& selected_image() {
     return reticle_srcs.at(static_cast<std::size_t>(global_config.reticle_source));
 }
 
-// What lies along one axis; both are alike but for the sign of the last step of the correction.
+// Geometry of one axis. The axes differ only in the sign of the correction's last step.
 struct axis_geometry {
     double tcore;
     double offset;
     double disp;
-    double reticle; // without the correction
+    double reticle; // without correction
     double fine;
 };
 
-// `half_step` is the scale's half in whole numbers, with the axis's sign.
+// `half_step` is half the scale, as an integer, with the axis's sign.
 axis_geometry calc_axis(int scale, double aim, double center, int half_step) {
     axis_geometry axis{};
     axis.tcore = std::trunc(aim / DISPLAY_PER_TCORE);

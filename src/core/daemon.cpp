@@ -12,7 +12,7 @@
 
 namespace {
 
-// Descriptor of the locked PID file; -1 when there is none.
+// Descriptor of the locked PID file, or -1.
 int pid_fd = -1;
 
 void fork_and_leave() {
@@ -36,7 +36,7 @@ void lock_pid_file(const char* name) {
     if (pid_fd < 0 || lockf(pid_fd, F_TLOCK, 0) != 0) {
         std::exit(EXIT_FAILURE);
     }
-    // Ours now: nothing of a longer number from before may stay behind.
+    // Locked: remove what an earlier process wrote, which may be longer.
     if (ftruncate(pid_fd, 0) != 0 || dprintf(pid_fd, "%d\n", static_cast<int>(getpid())) < 0) {
         std::exit(EXIT_FAILURE);
     }
@@ -46,7 +46,7 @@ void lock_pid_file(const char* name) {
 
 void open_standard_descriptors() {
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-        // The lowest number that is free is used. Tools inherit it: no close-on-exec.
+        // open() uses the lowest free number. Not close-on-exec: tools inherit it.
         if (fcntl(fd, F_GETFD) < 0 && open(sysroot_path("/dev/null").c_str(), O_RDWR) != fd) {
             std::exit(EXIT_FAILURE);
         }

@@ -8,14 +8,14 @@
 
 namespace {
 
-// Entry i of poll_events and record i of user_events always describe the same descriptor.
+// poll_events[i] and user_events[i] describe the same descriptor.
 std::array<pollfd, EA_MAX_EVENTS> poll_events{};
 std::array<user_event, EA_MAX_EVENTS> user_events{};
 std::size_t registered_events = 0;
 std::array<user_event, EA_MAX_EVENTS> out_list{};
 std::uint64_t next_serial = 1;
 
-// Index of the record with that descriptor, or -1.
+// Returns the index of the record with that descriptor, or -1.
 int find_existing_fd(int fd) {
     for (std::size_t i = 0; i < registered_events; ++i) {
         if (user_events[i].fd == fd) {
@@ -58,7 +58,7 @@ std::span<const user_event> ea_poll_events() {
     if (registered_events == 0) {
         return {};
     }
-    // After a failed wait the returned events mean nothing.
+    // After a failed poll() the returned events are undefined.
     if (poll(poll_events.data(), registered_events, -1) < 0) {
         return {};
     }

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::size_t TEXT_SIZE = 1024; // as long as a log message may be
+constexpr std::size_t TEXT_SIZE = 1024; // maximum size of a log message
 
 constinit never_destroyed<std::array<failure, failure_names.size()>> failures;
 unsigned int revision = 0;
@@ -25,7 +25,7 @@ void remember(failure& last, std::time_t now, const char* text) {
 } // namespace
 
 void log_failure(failure_kind kind, const char* format, ...) {
-    std::array<char, TEXT_SIZE> text; // filled just below
+    std::array<char, TEXT_SIZE> text; // filled by vsnprintf below
     std::va_list arguments;
     va_start(arguments, format);
     std::vsnprintf(text.data(), text.size(), format, arguments);

@@ -1,4 +1,4 @@
-// Checked allocation: memory that runs out is an ERROR, and what these calls return frees itself.
+// Checked allocation: running out of memory is an ERROR. Results free themselves.
 #include "core/imem.h"
 
 #include "core/log.h"

@@ -1,5 +1,4 @@
-// The live view in the daemon's life: started first, and replaced by the no-input picture when the
-// camera is lost.
+// Starts the live view and replaces it by the no-input picture when the camera is lost.
 #include "core/live_view.h"
 
 #include "config/cfg.h"
@@ -43,7 +42,7 @@ video_config video_settings(bool profile) {
     };
 }
 
-// Set when the display ended while a splash was ending: the next one can be shown after that.
+// Set when the display ended while a splash was still ending: a new one can start after that.
 bool is_splash_due = false;
 
 bool is_splash_awaited() {
@@ -66,7 +65,7 @@ void display_no_input() {
     send_mb_event(NOTICE_NO_INPUT);
 }
 
-// What the display showed at the last tick, and for how many ticks it has.
+// The picture at the last tick, and for how many ticks it has been shown.
 picture_mark shown_last;
 int ticks_unchanged = 0;
 constexpr int FROZEN_TICKS = 2;
@@ -75,7 +74,8 @@ bool is_frozen() {
     return ticks_unchanged >= FROZEN_TICKS;
 }
 
-// Returns how many ticks the display has shown its picture, 0 for a new one or without a display.
+// Returns for how many ticks the display has shown its picture; 0 for a new one or without a
+// display.
 int count_unchanged_ticks() {
     if (gstvideo_is_playing(PIPE_DISPLAY) == 0) {
         shown_last = {};

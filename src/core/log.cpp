@@ -17,13 +17,13 @@ int log_verbose = 0;
 
 namespace {
 
-// Longest message is one less, for the terminator.
+// Includes the terminator.
 constexpr std::size_t MESSAGE_SIZE = 1024;
 
-// Owned unless it is standard output; closed by log_close.
+// Owned unless it is standard output. log_close closes it.
 FILE* log_stream = nullptr;
 
-using stamp_text = std::array<char, 26>; // what ctime_r asks for
+using stamp_text = std::array<char, 26>; // size required by ctime_r
 
 stamp_text time_stamp() {
     stamp_text text{};
@@ -38,7 +38,7 @@ stamp_text time_stamp() {
     return text;
 }
 
-// Most DEBUG lines are never written: they must cost next to nothing then.
+// Called before any formatting: DEBUG lines that are not written must cost almost nothing.
 bool is_written(int level) {
     return level >= (log_verbose != 0 ? LEVEL_DEBUG : LEVEL_INFO) && level <= LEVEL_ERROR;
 }
@@ -63,7 +63,7 @@ void write_line(int level, const char* message, int error_number) {
 
 [[gnu::format(printf, 3, 0)]] void write_message(int level, int error_number, const char* format,
                                                  std::va_list arguments) {
-    std::array<char, MESSAGE_SIZE> message; // filled just below
+    std::array<char, MESSAGE_SIZE> message; // filled by vsnprintf below
     std::vsnprintf(message.data(), message.size(), format, arguments);
     write_line(level, message.data(), error_number);
 }
@@ -103,7 +103,7 @@ int log_message(int level, const char* format, ...) {
     if (level == LEVEL_ERROR) {
         end_process();
     }
-    // Nearly always there is nothing to flush, and asking costs less.
+    // Checking is cheaper than flushing, and there is almost never anything to flush.
     return __fpending(stream()) == 0 ? 0 : std::fflush(stream());
 }
 

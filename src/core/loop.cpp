@@ -1,4 +1,4 @@
-// The loop: waits for whatever is ready and dispatches it.
+// The main loop: waits for events and dispatches them.
 #include "core/loop.h"
 
 #include "api/socket.h"
@@ -22,7 +22,7 @@
 
 namespace {
 
-// Set by a signal.
+// Set when a stop signal was handled.
 bool is_stopping = false;
 const char* pid_file = nullptr;
 
@@ -38,11 +38,11 @@ void on_client(const user_event& event) {
     if (ea_unregister_event(event.fd) != 0) {
         log_fatal("failed to unregister client socket");
     }
-    // Nothing refers to it any more.
+    // No other reference is left.
     const client_owner released{client};
 }
 
-// Nothing is brought back once the daemon is to stop.
+// Once the daemon is stopping, nothing is restarted.
 void on_pipe_end(int pipe) {
     if (!is_stopping) {
         recover_live_view(pipe);
@@ -60,8 +60,8 @@ void on_bus(const user_event& event) {
     on_pipe_end(pipe);
 }
 
-// A tool that hangs may work at the next press, and one that was not started since the daemon is to
-// stop has not failed.
+// A hung tool may work at the next press; a tool that was not started because the daemon is
+// stopping has not failed.
 bool is_fatal(int button_result) {
     return button_result != 0 && button_result != TOOL_TIMED_OUT &&
            button_result != TOOL_NOT_STARTED;
@@ -97,8 +97,8 @@ void on_signal(const user_event& event) {
 }
 
 void on_end_at_tick(bus_handle handle) {
-    // Registered or not: a start that failed half-way registers nothing, and nothing is registered
-    // while the aggregator is full.
+    // May be unregistered: a start that failed half-way registers nothing, and a full aggregator
+    // refuses.
     static_cast<void>(ea_unregister_event(handle.fd));
     on_pipe_end(handle.pipe);
 }

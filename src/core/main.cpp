@@ -34,8 +34,8 @@
 
 namespace {
 
-// Plug-ins may call setlocale at any time; a comma must not get into the settings file or into the
-// texts for the overlay.
+// Plug-ins may call setlocale at any time. Decimal commas must not get into the settings file or
+// the overlay's texts.
 void pin_numeric_locale() {
     uselocale(newlocale(LC_NUMERIC_MASK, "C", duplocale(LC_GLOBAL_LOCALE)));
 }
@@ -57,7 +57,8 @@ void open_log(const char* file_name) {
     log_message(LEVEL_INFO, "%s", version_banner);
 }
 
-// The signals are set up before the log is open, so a failure is told later, with its errno.
+// Signals are set up before the log is open, so a failure is reported here, with the errno from
+// then.
 void require_signals(int signal_fd, int error_number) {
     if (signal_fd < 0) {
         errno = error_number;
@@ -65,9 +66,9 @@ void require_signals(int signal_fd, int error_number) {
     }
 }
 
-// The umask that the daemon was given decides who may command the sight. It is applied by a change
-// of mode, since the process's umask also holds for files that streaming threads create just then.
-// Nobody can connect before the socket listens.
+// The umask with which the daemon was started decides who may connect. It is applied with chmod:
+// lifting the process's umask would affect files that streaming threads create meanwhile. Nobody can
+// connect before the socket listens.
 void admit_clients(const server_socket& server, mode_t given_umask) {
     if (chmod(server.address.sun_path, ACCESSPERMS & ~given_umask) != 0) {
         log_message(LEVEL_WARN, "Failed to set the mode of the command socket: %s",
@@ -86,7 +87,7 @@ server_owner open_command_socket(mode_t given_umask) {
     return server;
 }
 
-// Brings overlay, panel and thermal core into the state that the settings ask for.
+// Sets overlay, panel and thermal core to the state in the settings.
 void device_start_init() {
     ac_initial_reticle_config();
     const int luminance = global_config.luminance;
@@ -100,7 +101,7 @@ void device_start_init() {
     }
 }
 
-// A sight whose buttons can't be read still takes commands.
+// Without buttons the sight still takes commands.
 int open_buttons() {
     const int kbd_fd = kbd_init(global_config.kbd_device);
     if (kbd_fd < 0) {
@@ -110,12 +111,12 @@ int open_buttons() {
     return kbd_fd;
 }
 
-// A registration that is refused is not fatal here.
+// A refused registration is not fatal here.
 void register_event(int fd, int type, std::uintptr_t user_data = 0) {
     static_cast<void>(ea_register_event(fd, type, user_data));
 }
 
-// What the loop waits for from the start.
+// The descriptors that the loop waits for from the start.
 struct start_events {
     live_view view;
     server_socket& server;

@@ -1,4 +1,4 @@
-// Tells the supervisor that started the daemon how it is.
+// Reports the daemon's state to the supervisor that started it.
 #include "core/notify.h"
 
 #include <cstddef>
@@ -12,16 +12,16 @@ namespace {
 
 constexpr const char* SOCKET_VARIABLE = "NOTIFY_SOCKET";
 
-// The name of a socket that has no file begins with a zero byte, for which this stands.
+// Stands for the NUL byte at the beginning of an abstract socket's name.
 constexpr char ABSTRACT_MARK = '@';
 
-// Owned until the process ends; -1 without a supervisor.
+// Open until the process ends; -1 without a supervisor.
 int sender = -1;
 
 sockaddr_un supervisor{};
 socklen_t supervisor_size = 0;
 
-// False when the text names no socket.
+// Returns false if the text is not the name of a socket.
 bool set_supervisor(std::string_view name) {
     const bool is_abstract = name.starts_with(ABSTRACT_MARK);
     if ((!is_abstract && !name.starts_with('/')) || name.size() >= sizeof supervisor.sun_path) {
@@ -38,7 +38,7 @@ bool set_supervisor(std::string_view name) {
 
 } // namespace
 
-// The path is the supervisor's, outside of any VTRDC_SYSROOT.
+// The path is not below VTRDC_SYSROOT.
 void notify_open() {
     const char* const name = secure_getenv(SOCKET_VARIABLE);
     if (name != nullptr && set_supervisor(name)) {

@@ -1,4 +1,4 @@
-// The settings file in the daemon's life: read at start-up, rewritten after a change.
+// Reads the settings file at start-up and rewrites it after changes.
 #include "core/settings_file.h"
 
 #include "config/cfg.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Seconds of processor time that the call takes.
+// Returns the CPU time of the call, in seconds.
 template <class Call> double processor_seconds(Call call) {
     const std::clock_t start = std::clock();
     call();
@@ -29,7 +29,7 @@ void read_conf_file(const char* path) {
     }
 }
 
-// A file that can't be written is warned about once, until it can be again.
+// Warns once about a file that can't be written, until a write succeeds.
 void write_conf_file() {
     static bool is_failing = false;
     const bool was_failing =

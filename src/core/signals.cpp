@@ -1,4 +1,4 @@
-// Signals as readable data: those that ask the daemon to stop never interrupt the code.
+// Stop signals as a readable descriptor, so that they never interrupt code.
 #include "core/signals.h"
 
 #include "core/log.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-// By default each of these ends a process at once, which would leave recordings unfinished.
+// By default each of these ends the process at once, leaving recordings unfinished.
 constexpr std::array other_stop_signals{SIGHUP,  SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM,  SIGVTALRM,
                                         SIGPROF, SIGIO,   SIGPWR,  SIGXCPU, SIGSTKFLT};
 
@@ -19,7 +19,7 @@ constexpr std::array other_stop_signals{SIGHUP,  SIGQUIT, SIGUSR1, SIGUSR2, SIGA
 sigset_t stop_signals{};
 bool a_stop_was_read = false;
 
-// The starter of the process may have it outlive some, as nohup does SIGHUP.
+// The parent may ignore some signals for us, as nohup does with SIGHUP.
 bool is_ignored(int number) {
     struct sigaction action {};
     return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
@@ -44,17 +44,17 @@ int signals_init() {
     if (sigprocmask(SIG_SETMASK, &stop_signals, nullptr) != 0) {
         return -1;
     }
-    // Writing to a client that is gone, or beyond the limit of a file's size, only fails.
+    // Writing to a client that is gone, or beyond the file size limit, then fails with an error.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    // If our parent ignored it, no tool that we run would have a status.
+    // If the parent ignored it, waiting for our tools would fail.
     std::signal(SIGCHLD, SIG_DFL);
     return signalfd(-1, &stop_signals, SFD_CLOEXEC);
 }
 
 int decode_signal(int signal_fd) {
     signalfd_siginfo info{};
-    // The kernel's record has 128 bytes.
+    // signalfd records have 128 bytes.
     if (read(signal_fd, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) {
         log_fatal("failed reading signal event");
     }

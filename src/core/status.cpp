@@ -1,4 +1,4 @@
-// The status file: what the daemon says of itself to clients that watch.
+// The status file: the daemon's state for clients.
 #include "core/status.h"
 
 #include "config/cfg.h"
@@ -31,7 +31,7 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-constexpr int SCHEMA = 1; // another one when a field changes its meaning or goes away
+constexpr int SCHEMA = 1; // incremented when a field is removed or changes its meaning
 constexpr const char* NEW_STATUS_FILE = "/run/vtrdc.status.new";
 constexpr mode_t STATUS_MODE = 0640;
 
@@ -48,7 +48,7 @@ constexpr std::array output_rows = std::to_array<output_row>({
     {"http", PIPE_HTTP_STREAM},
 });
 
-// All that the file says, in a form that is quick to compare: this happens in every pass.
+// The file's content in a form that is quick to compare, since every pass does.
 struct snapshot {
     live_view_state view = live_view_state::none;
     std::array<output_state, output_rows.size()> outputs{};
@@ -78,7 +78,7 @@ snapshot take_snapshot() {
     return now;
 }
 
-// When the states of the last snapshot began.
+// Start times of the states in the last snapshot.
 struct beginnings {
     std::time_t view = 0;
     std::array<std::time_t, output_rows.size()> outputs{};
@@ -93,7 +93,7 @@ struct file_identity {
     ino_t inode = 0;
     bool operator==(const file_identity&) const = default;
 };
-// Of the status file as this process wrote it last.
+// Identifies the status file that this process wrote last.
 file_identity own_file;
 
 void note_beginnings(const snapshot& now, std::time_t time) {
@@ -160,7 +160,7 @@ json failures_object() {
     return object;
 }
 
-// Bytes of paths and texts that are not UTF-8 are replaced.
+// Replaces bytes of paths and texts that are not UTF-8.
 std::string status_text(const snapshot& now) {
     const json status = {
         {"schema", SCHEMA},
@@ -182,7 +182,7 @@ std::string status_text(const snapshot& now) {
 
 // --- The file --------------------------------------------------------------------------------
 
-// Neither the umask nor a file that was left there decides who may read it.
+// The file's mode doesn't depend on the umask or on an old file.
 bool write_new_file(const std::string& text) {
     const file_owner file =
         open_private_file(NEW_STATUS_FILE, O_WRONLY | O_TRUNC | O_NOFOLLOW, "w");

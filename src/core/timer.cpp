@@ -1,4 +1,4 @@
-// The one-second timer and the housekeeping that its ticks drive.
+// The one-second timer and the housekeeping on its ticks.
 #include "core/timer.h"
 
 #include "config/cfg.h"
@@ -19,18 +19,18 @@
 
 namespace {
 
-// Owned; -1 while there is no timer.
+// Owned; -1 without a timer.
 int timerfd = -1;
 
 constexpr itimerspec timer_config{.it_interval = {1, 0}, .it_value = {1, 0}};
 
-// Counts ticks up to its limit; it starts so that the shutter corrections come 2 and 12 seconds
+// Counts ticks up to its limit. With this start value the shutter corrections come 2 and 12 seconds
 // after start-up.
 int counter = 9;
 constexpr int COUNTER_LIMIT = 100;
 constexpr std::array fast_nuc_counts{10, 20};
 
-// The core drifts while it warms up. No icon is shown, and an outside controller changes nothing.
+// The core drifts while it warms up. Shows no icon; runs under an outside controller too.
 void correct_shutter_after_start() {
     if (global_config.nuc_type == 0 &&
         std::ranges::find(fast_nuc_counts, counter) != fast_nuc_counts.end()) {

@@ -31,7 +31,7 @@ constexpr std::array buffer_en_files{
 constexpr double g_const = 9.81;
 constexpr double DEGREES_PER_RADIAN = 57.29577951308232;
 constexpr std::size_t PATH_SIZE = 256;
-// A sample: x, y and z as little-endian words with a 12-bit reading in their upper bits.
+// One sample: x, y and z as little-endian words, each with a 12-bit reading in the upper bits.
 constexpr std::size_t SAMPLE_SIZE = 6;
 constexpr unsigned int READING_SHIFT = 4;
 
@@ -41,7 +41,7 @@ constinit never_destroyed<malloc_text> sysfs_path; // while the device is open
 
 using path_buffer = std::array<char, PATH_SIZE>;
 
-// The path of an attribute; false when it doesn't fit.
+// Builds the path of an attribute. Returns false when it doesn't fit.
 bool attribute_path(const char* directory, const char* file, path_buffer& path) {
     const int length = std::snprintf(path.data(), path.size(), "%s/%s", directory, file);
     if (length < 0 || static_cast<std::size_t>(length) >= path.size()) {

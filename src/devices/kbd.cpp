@@ -14,7 +14,7 @@ namespace {
 int kbd_file_desc = -1;
 
 struct key_row {
-    int code; // of the kernel's input subsystem
+    int code; // key code of the input subsystem
     kbd_action action;
 };
 
@@ -24,7 +24,7 @@ constexpr key_row key_rows[] = {
     {KEY_MENU, KBD_ACTION_POL},
 };
 
-// errno is that of the read.
+// Call right after read(): uses errno.
 bool is_gone(ssize_t count) {
     return count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN);
 }
@@ -45,7 +45,7 @@ kbd_result kbd_read(kbd_event& event) {
     if (is_gone(count)) {
         return KBD_GONE;
     }
-    // Less than a whole record is of no use.
+    // Ignore incomplete records.
     if (count != static_cast<ssize_t>(sizeof record) || record.type != EV_KEY) {
         return KBD_NOTHING;
     }

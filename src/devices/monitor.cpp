@@ -1,4 +1,4 @@
-// The external monitor's plug.
+// Whether an external monitor is plugged in.
 #include "devices/monitor.h"
 
 #include "util/files.h"

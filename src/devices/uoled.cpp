@@ -1,4 +1,4 @@
-// The micro-OLED panel: its driver's attributes.
+// The micro-OLED panel, through its driver's attributes.
 #include "devices/uoled.h"
 
 #include "core/log.h"
@@ -10,10 +10,10 @@
 namespace {
 
 constexpr int LUMINANCE_MAX = 240;
-// Nine characters and the terminator, more than any value of the panel has; the rest is cut.
+// Nine characters and the terminator, more than any valid value needs; longer ones are cut.
 constexpr std::size_t VALUE_SIZE = 10;
 
-// A control of the panel, with its name in log lines.
+// An attribute of the panel, and its name in log lines.
 struct panel_control {
     const char* path;
     const char* name;

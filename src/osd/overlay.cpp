@@ -1,4 +1,4 @@
-// What the daemon tells the on-screen display: each call sends one update to the overlay's scene.
+// Updates for the on-screen display: each call sends one update to the overlay's scene.
 #include "osd/overlay.h"
 
 #include "core/imem.h"
@@ -15,7 +15,7 @@
 
 namespace {
 
-// A property of the scene that takes updates.
+// A property of the scene.
 struct target {
     const char* object;
     const char* property;
@@ -26,7 +26,7 @@ constexpr target ICONS{"OffMenu", "offMenuParams"};
 constexpr target PIP_STATE{"FtrMenu", "pipSt"};
 constexpr target LEVELER_STATE{"FtrMenu", "lvlSt"};
 
-// What an update is about. A scene that is loaded again gets the last one of each, in this order.
+// What an update sets. A newly loaded scene gets the last one of each, in this order.
 enum class subject : std::size_t {
     place,
     image,
@@ -40,7 +40,7 @@ enum class subject : std::size_t {
     zoom,
     pip_zoom,
     leveler,
-    passing, // gone after a moment: not sent again
+    passing, // only shows for a moment: not sent again
 };
 
 constexpr std::array<target, static_cast<std::size_t>(subject::passing) + 1> targets{
@@ -50,7 +50,7 @@ constexpr std::array<target, static_cast<std::size_t>(subject::passing) + 1> tar
 
 constinit never_destroyed<std::array<malloc_text, targets.size() - 1>> sent_last;
 
-// Most characters of an update, the terminator included.
+// Maximum size of an update, including the terminator.
 constexpr std::size_t SHORT_SIZE = 64;
 constexpr std::size_t LONG_SIZE = 128;
 
@@ -76,8 +76,7 @@ void send_switch(subject about, int flag) {
     send(about, flag != 0 ? "1" : "0");
 }
 
-// Sends the formatted value; one that does not fit is refused, since half an update says something
-// else than the whole one.
+// Sends the formatted value. Drops one that doesn't fit: half an update could mean something else.
 [[gnu::format(printf, 3, 4)]] void send_formatted(subject about, std::size_t size,
                                                   const char* format, ...) {
     const malloc_text text = emalloc_text(size);
@@ -140,7 +139,7 @@ void ov_nuc_icon() {
 
 int ov_zoom_icon(int factor, const char* key) {
     const subject about = std::strcmp(key, OV_KEY_ZOOM) == 0 ? subject::zoom : subject::pip_zoom;
-    // The icon's step is the place of the factor in the table of zoom factors.
+    // The icon's step is the index of the factor in zoom_values.
     for (std::size_t step = 0; step < ZOOM_VALUE_SIZE; ++step) {
         if (zoom_values.at(step) == factor) {
             send_formatted(about, LONG_SIZE, "{\"KEY\": \"%s\" , \"VAL\": %d}", key,

@@ -1,4 +1,4 @@
-// The link to the message broker: device notices published for an outside controller.
+// Connection to the message broker: publishes device notices for an outside controller.
 #include "osd/redis_message_broker.h"
 
 #include "core/log.h"
@@ -18,15 +18,15 @@
 
 namespace {
 
-// Longest time for a notice and its answer: clients and buttons wait meanwhile.
+// Time limit for a notice and its answer. Clients and buttons wait meanwhile.
 constexpr std::chrono::seconds EXCHANGE_TIME{1};
 constexpr timeval SEND_TIMEOUT{.tv_sec = EXCHANGE_TIME.count(), .tv_usec = 0};
-// An answer is a number. What is not whole after so many reads is none.
+// An answer is a number. If it is incomplete after this many reads, the server is broken.
 constexpr int READS_MAX = 16;
 
 constexpr const char* MESSAGE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\" }}";
 constexpr const char* CODE_FORMAT = "{ \"VTRDC\": {\"message\": \"%s\", \"code\": %d }}";
-// Characters of the longest code, its sign included.
+// Length of the longest code, including the sign.
 constexpr std::size_t CODE_LENGTH = 11;
 
 struct context_deleter {
@@ -46,8 +46,8 @@ bool send_commands(redisContext& context) {
     return redisBufferWrite(&context, &is_sent) == REDIS_OK && is_sent != 0;
 }
 
-// hiredis bounds each read by itself, so that a server that sends a byte now and then would be
-// waited for as long as it likes.
+// hiredis limits each read separately; without an overall deadline, a server that sends single
+// bytes could block the daemon forever.
 bool take_answer(redisContext& context, const deadline& until) {
     for (int reads = 0; reads < READS_MAX; ++reads) {
         if (!is_readable(context.fd, until.left()) || redisBufferRead(&context) != REDIS_OK) {
@@ -71,7 +71,7 @@ int rmb_connect(const char* socket_path) {
     if (*connection) {
         return 1;
     }
-    // Needs no time-out: a Unix socket connects or fails at once, also when the queue is full.
+    // No timeout needed: a Unix socket connects or fails at once, even if the queue is full.
     context_owner context{redisConnectUnix(sysroot_path(socket_path).c_str())};
     if (!context) {
         log_message(LEVEL_WARN, "Can't allocate redis context");
@@ -92,11 +92,11 @@ int rmb_pub_string(const char* channel, const char* message) {
     }
     redisContext& context = **connection;
     if (context.err != 0) {
-        return 0; // what can't be sent would pile up
+        return 0; // don't queue what can't be sent
     }
     const deadline until{EXCHANGE_TIME};
-    // When the server is gone or silent, the notice is lost, and so are the later ones: an answer
-    // that came late would be taken for theirs.
+    // If the server is gone or silent, this notice and all later ones are lost: a late answer would
+    // be taken for a later notice's.
     if (redisAppendCommand(&context, "PUBLISH %s %s", channel, message) != REDIS_OK ||
         !send_commands(context) || !take_answer(context, until)) {
         shutdown(context.fd, SHUT_RDWR);

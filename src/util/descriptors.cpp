@@ -1,4 +1,4 @@
-// All file descriptors of the process at once.
+// All file descriptors of the process.
 #include "util/descriptors.h"
 
 #include "util/file_owners.h"
@@ -11,8 +11,8 @@
 
 namespace {
 
-// close_range() came with glibc 2.34 and Linux 5.9. Older headers lack its number, which is the
-// same on every processor, and its flag.
+// close_range() needs glibc 2.34 and Linux 5.9. Older headers lack its system call number, which is
+// the same on every processor, and its flag.
 #ifdef SYS_close_range
 constexpr long CLOSE_RANGE_CALL = SYS_close_range;
 #else
@@ -20,7 +20,8 @@ constexpr long CLOSE_RANGE_CALL = 436;
 #endif
 constexpr unsigned CLOSE_ON_EXEC = 1U << 2; // since Linux 5.11
 
-// Closes the descriptors from `first` on, or marks them; false when the kernel can't.
+// Closes the descriptors from `first` on, or marks them close-on-exec. Returns false if the kernel
+// can't.
 bool close_from(unsigned first, unsigned flags) {
     return syscall(CLOSE_RANGE_CALL, first, ~0U, flags) == 0;
 }
@@ -40,7 +41,7 @@ void mark_one_by_one() {
 
 } // namespace
 
-// One call where the kernel has it, since the limit of descriptors may be 10^9.
+// Prefers the single system call: the descriptor limit may be 10^9.
 void close_all_descriptors() {
     if (close_from(0, 0)) {
         return;

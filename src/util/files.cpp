@@ -43,7 +43,7 @@ int is_file_created(const char* path) {
 
 malloc_text read_full_file(const char* path) {
     const file_owner file = open_file(path, "rbe");
-    // A folder opens like a file and then has any size.
+    // fopen also opens a folder, whose size is undefined.
     if (!file || is_folder(file.get()) || std::fseek(file.get(), 0, SEEK_END) != 0) {
         return nullptr;
     }
@@ -65,7 +65,7 @@ int write_full_file(const char* path, const char* text) {
     }
     const std::size_t length = std::strlen(text);
     const bool written = std::fwrite(text, 1, length, file.get()) == length;
-    // What the stream still holds is written by the close: an attribute refuses a value there.
+    // fclose writes what is buffered; this is where a driver attribute rejects a value.
     const bool closed = std::fclose(file.release()) == 0;
     return written && closed ? 0 : -1;
 }

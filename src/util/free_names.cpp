@@ -1,4 +1,4 @@
-// Names for new files: none that a file has already.
+// Names for new files that collide with no existing file.
 #include "util/free_names.h"
 
 #include "core/log.h"
@@ -18,11 +18,11 @@ namespace {
 using stamp_set = std::set<std::string, std::less<>>;
 
 const dirent* next_entry(DIR* folder) {
-    errno = 0; // the end leaves it alone
+    errno = 0; // readdir doesn't change it at the end
     return readdir(folder);
 }
 
-// The stamps behind the prefix in the folder's names; none, with errno set, when it can't be read.
+// Returns the stamps after the prefix in the folder's names; none, with errno set, on failure.
 std::optional<stamp_set> taken_stamps(const char* path, std::string_view prefix) {
     stamp_set taken;
     const folder_owner folder{opendir(sysroot_path(path).c_str())};
@@ -47,7 +47,7 @@ malloc_text get_free_timestamp(const char* folder, const char* prefix, std::time
                     std::strerror(errno));
         return nullptr;
     }
-    // Ends after as many steps as there are stamps taken, or twice that: an hour may come twice.
+    // At most as many steps as there are stamps, or twice that when clocks are set back by an hour.
     malloc_text stamp = get_timestamp_string(moment);
     while (stamp && taken->contains(std::string_view{stamp.get()})) {
         stamp = get_timestamp_string(++moment);

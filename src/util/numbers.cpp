@@ -1,4 +1,4 @@
-// Conversions between kinds of numbers.
+// Number conversions.
 #include "util/numbers.h"
 
 #include <algorithm>

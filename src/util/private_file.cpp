@@ -1,4 +1,4 @@
-// Files that not everybody may read.
+// Files that only some users may read.
 #include "util/private_file.h"
 
 #include "util/fd_owned.h"
@@ -10,7 +10,7 @@ file_owner open_private_file(const char* path, int flags, const char* mode) {
     fd_owned fd{open(sysroot_path(path).c_str(), flags | O_CREAT | O_CLOEXEC, 0640)};
     file_owner file{fd ? fdopen(fd.get(), mode) : nullptr};
     if (file) {
-        static_cast<void>(fd.release()); // the stream closes it
+        static_cast<void>(fd.release()); // now owned by the stream
     }
     return file;
 }

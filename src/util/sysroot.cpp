@@ -1,17 +1,17 @@
-// The one seam to the machine: a folder in front of every absolute path.
+// The system root: a folder prepended to every absolute path.
 #include "util/sysroot.h"
 
 #include <cstdlib>
 
 namespace {
 
-// Borrowed from the environment, in which the daemon never changes this variable.
+// Borrowed from the environment; the daemon never changes this variable.
 std::string_view sysroot() {
     static const char* const folder = secure_getenv(SYSROOT_VARIABLE);
     return folder == nullptr ? std::string_view{} : std::string_view{folder};
 }
 
-// Without the slashes at the end, since an absolute path follows.
+// Without trailing slashes, since an absolute path follows.
 std::string_view prefix() {
     std::string_view root = sysroot();
     while (!root.empty() && root.back() == '/') {

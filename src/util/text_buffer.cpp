@@ -1,4 +1,4 @@
-// A text that grows by doubling, for listings put together piece by piece.
+// A text that grows by doubling, for listings.
 #include "util/text_buffer.h"
 
 #include <cstdarg>

@@ -1,4 +1,4 @@
-// The process of a tool: a shell that runs a command line, in bounded time and memory.
+// Runs a tool's command line in a shell, with bounded time and memory.
 #include "util/tool_process.h"
 
 #include "util/deadline.h"
@@ -24,22 +24,22 @@
 
 namespace {
 
-// From the kill to the end. A process that is stuck in a driver doesn't end even then.
+// How long to wait for it after SIGKILL. A process stuck in a driver doesn't end even then.
 constexpr std::chrono::milliseconds KILL_TIME{500};
-// How often its end is looked for where the kernel can't tell it, before 5.3.
+// Polling interval where the kernel has no pidfd, before 5.3.
 constexpr std::chrono::milliseconds LOOK_INTERVAL{20};
-// What is read at a time, so that a tool that never stops writing is still killed in time.
+// Read size, so that a tool that never stops writing is still killed in time.
 constexpr std::size_t READ_BYTES = 65536;
 
 struct running_tool {
     pid_t id = -1;
     int error = 0;
-    fd_owned output; // non-blocking; none when everybody has closed it
-    fd_owned end;    // readable when the tool has ended
+    fd_owned output; // non-blocking; none after end of file
+    fd_owned end;    // pidfd: readable when the tool has ended
     std::string kept;
 };
 
-// Tools that did not end when they were killed, until they do.
+// Killed tools that have not ended yet.
 never_destroyed<std::vector<pid_t>> left_behind;
 
 // --- Starting --------------------------------------------------------------------------------
@@ -69,7 +69,7 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-// Leads standard output and error into a descriptor.
+// Redirects standard output and error to a descriptor.
 class output_actions {
 public:
     explicit output_actions(int fd) {
@@ -86,7 +86,7 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
-// Its id is -1 when it can't be started.
+// Its process id is -1 when it can't be started.
 running_tool start(const char* command) {
     running_tool tool;
     std::array<int, 2> ends{};
@@ -97,7 +97,7 @@ running_tool start(const char* command) {
     tool.output = fd_owned{ends[0]};
     const fd_owned write_end{ends[1]};
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    // Elements open some of their own.
+    // GStreamer elements open descriptors without close-on-exec.
     keep_descriptors_from_programs();
     std::array arguments{const_cast<char*>("sh"), const_cast<char*>("-c"),
                          const_cast<char*>(command), static_cast<char*>(nullptr)};
@@ -120,7 +120,7 @@ void keep(running_tool& tool, std::string_view bytes) {
     }
 }
 
-// What it wrote is read also where it isn't kept: the tool would wait for room in the pipe.
+// Reads even output that isn't kept: otherwise the tool would block on a full pipe.
 void read_output(running_tool& tool) {
     std::array<char, READ_BYTES> bytes;
     const ssize_t count = read(tool.output.get(), bytes.data(), bytes.size());
@@ -131,7 +131,7 @@ void read_output(running_tool& tool) {
     }
 }
 
-// Its wait status, or TOOL_NOT_RUN when there is no such child; none while it runs.
+// Returns its wait status, or TOOL_NOT_RUN if there is no such child; none while it runs.
 std::optional<int> status_of(pid_t tool) {
     int status = 0;
     const pid_t ended = waitpid(tool, &status, WNOHANG);
@@ -141,17 +141,17 @@ std::optional<int> status_of(pid_t tool) {
     return ended == tool ? std::optional{status} : std::nullopt;
 }
 
-// Until it has written something, has ended, or the time is over.
+// Waits until the tool writes or ends, or until the deadline.
 void wait_for_news(const running_tool& tool, const deadline& until) {
     const std::chrono::milliseconds time =
         tool.end ? until.left() : std::min(until.left(), LOOK_INTERVAL);
-    // A negative descriptor is passed over.
+    // poll() skips negative descriptors.
     std::array<pollfd, 2> news{pollfd{tool.output.get(), POLLIN, 0},
                                pollfd{tool.end.get(), POLLIN, 0}};
     poll(news.data(), news.size(), static_cast<int>(time.count()));
 }
 
-// The status that it ended with; none when the time is over.
+// Returns its wait status; none at the deadline.
 std::optional<int> wait_for_end(running_tool& tool, const deadline& until) {
     for (;;) {
         const std::optional<int> status = status_of(tool.id);

@@ -1,4 +1,4 @@
-// Running other programs.
+// Runs other programs.
 #include "util/tools.h"
 
 #include "core/failures.h"

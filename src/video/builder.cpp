@@ -1,4 +1,4 @@
-// Builds a pipe from its row: its elements, their properties, what they are linked to.
+// Builds a pipe from its row: elements, properties, links.
 #include "video/builder.h"
 
 #include "core/log.h"
@@ -20,13 +20,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// What a muxing output gets to settle after the change to playing; the loop waits meanwhile.
+// How long a muxing output may settle after it is set playing. The loop waits meanwhile.
 constexpr auto SETTLING_TIME = 200ms;
 
 // --- Elements --------------------------------------------------------------------------------
 
-// The elements of a chain under construction, by their place in the table; one that the pipe does
-// not have now stays empty.
+// The elements of a chain under construction, by index in the table. Empty for elements that the
+// pipe doesn't use.
 using element_list = std::array<gst_owned<GstElement>, CHAIN_ELEMENTS_MAX>;
 
 std::size_t index_of(const element_chain& chain, std::string_view name) {
@@ -37,7 +37,7 @@ std::size_t index_of(const element_chain& chain, std::string_view name) {
     return index;
 }
 
-// False when the pipe needs the element but it could not be made.
+// Returns false when a required element could not be made.
 bool make_element(const element_row& row, gst_owned<GstElement>& element) {
     if (row.wanted_by != nullptr && configs.*row.wanted_by == 0) {
         return true;
@@ -65,7 +65,7 @@ bool has_property(GstElement* element, const char* property) {
     return g_object_class_find_property(G_OBJECT_GET_CLASS(element), property) != nullptr;
 }
 
-// Through a GValue, so that a number becomes whatever the property's type is.
+// Uses a GValue, which converts a number to the property's type.
 template <class Setter, class Value>
 void set_property(GstElement* element, const char* property, GType type, Setter setter,
                   Value value) {
@@ -79,7 +79,7 @@ void set_caps(GstElement* element, const char* property, caps_text caps) {
     set_property(element, property, GST_TYPE_CAPS, gst_value_set_caps, value.get());
 }
 
-// Doubles each "%" but the last, as printf's formats have it.
+// Doubles each "%" but the last, for printf-style patterns.
 std::string with_one_conversion(std::string_view pattern) {
     const std::size_t last = pattern.rfind('%');
     std::string text;
@@ -96,7 +96,7 @@ public:
                     const element_list& elements, const start_arguments& arguments)
         : row_{row}, chain_{chain}, elements_{elements}, arguments_{arguments} {}
 
-    // Nothing when the pipe does without the element, or the element without the property.
+    // Does nothing if the pipe doesn't use the element, or the element lacks the property.
     void run() const {
         GstElement* const element = element_of(row_.element);
         if (element != nullptr && !(row_.is_optional && !has_property(element, row_.property))) {
@@ -152,7 +152,7 @@ void set_remote_properties(std::span<const remote_property> rows) {
 
 // --- Chains ----------------------------------------------------------------------------------
 
-// From here on the list holds what stands in the pipe only.
+// From here on the list contains only elements that were added.
 void add_elements(GstElement* pipeline, const element_chain& chain, element_list& elements) {
     for (std::size_t i = 0; i < chain.elements.size(); ++i) {
         if (chain.elements[i].inside_another) {
@@ -177,8 +177,8 @@ bool link_elements(const element_list& elements) {
     return true;
 }
 
-// Makes the chain's elements in the pipeline and links them in a row, other pipes' properties in
-// between.
+// Creates the chain's elements in the pipeline, sets their properties and those of other pipes, and
+// links them.
 void build_chain(GstElement* pipeline, const element_chain& chain, const start_arguments& arguments,
                  std::span<const remote_property> remote_properties = {}) {
     element_list elements;
@@ -212,7 +212,7 @@ bool link_to_muxer(GstPad* from, GstElement* muxer, const muxer_input& input) {
     return to && gst_pad_link(from, to.get()) == GST_PAD_LINK_OK;
 }
 
-// A listener gets what comes, and can't decode it before the first key frame.
+// A listener that joins late can't decode anything before the first key frame.
 GstPadProbeReturn drop_until_key_frame(GstPad* /*pad*/, GstPadProbeInfo* info,
                                        gpointer /*unused*/) {
     return GST_BUFFER_FLAG_IS_SET(GST_PAD_PROBE_INFO_BUFFER(info), GST_BUFFER_FLAG_DELTA_UNIT)
@@ -289,8 +289,8 @@ void build_pipe(GstElement* pipeline, const pipe_row& row, const start_arguments
     }
 }
 
-// The factory's static templates don't tell the type of pad that the element makes; its class does,
-// and an element that is asked by another template than its class's makes a pad of the wrong type.
+// Returns the class's template, since the factory's lacks the pad type: requesting a pad by the
+// factory's template creates one of the wrong type.
 gst_owned<GstPadTemplate> template_of_class(GstElement* element, const char* name) {
     GstPadTemplate* const found =
         gst_element_class_get_pad_template(GST_ELEMENT_GET_CLASS(element), name);

@@ -1,4 +1,4 @@
-// What pipes say on their buses: ends, errors, warnings and infos.
+// Handles the messages of pipes: ends, errors, warnings and infos.
 #include "core/log.h"
 #include "video/ending.h"
 #include "video/pipes.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-// What a bus message says, in its two parts.
+// The two parts of a bus message.
 struct report {
     g_error_owned error;
     g_text debug;
@@ -52,7 +52,7 @@ void handle_report(GstMessage* message, const char* path, int pipe, message_pars
     }
 }
 
-// Of splitmuxsink, with the file's path.
+// Message of splitmuxsink with the file's path.
 constexpr const char* FILE_OPENED = "splitmuxsink-fragment-opened";
 
 struct report_type {
@@ -66,7 +66,7 @@ constexpr report_type report_types[] = {
     {GST_MESSAGE_INFO, gst_message_parse_info},
 };
 
-// What goes out of a muxer shows that the output is on; a push only by what its server takes.
+// A muxer's output shows that the output is running; a push runs only once its server accepts data.
 void note_progress(GstMessage* message, const pipe_row& row) {
     if (row.records && gst_message_has_name(message, FILE_OPENED) != FALSE) {
         const GstStructure* const opened = gst_message_get_structure(message);

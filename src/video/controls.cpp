@@ -1,4 +1,4 @@
-// Acting on running pipes: snapshot, overlay, microphone factor, encoding type.
+// Controls for running pipes: snapshot, overlay, microphone volume, encoding type.
 #include "video/controls.h"
 
 #include "config/settings.h"

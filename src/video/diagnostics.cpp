@@ -1,4 +1,4 @@
-// Looking into running pipes: a dump to the log, and graphs for Graphviz.
+// Diagnostics of running pipes: a dump to the log, and graphs for Graphviz.
 #include "video/diagnostics.h"
 
 #include "core/log.h"
@@ -72,7 +72,7 @@ void print_bin_debug(GstBin* bin) {
     log_message(LEVEL_INFO, "-- Bin end --[%s]", name.get());
 }
 
-// All of the graph's details: media types, caps, non-default parameters and states.
+// All details: media types, caps, non-default parameters and states.
 constexpr auto GRAPH_DETAILS = static_cast<GstDebugGraphDetails>(15);
 
 } // namespace
@@ -90,6 +90,6 @@ int gstvideo_generate_dot_file(int pipe, const char* path) {
         return 1;
     }
     const g_text graph{gst_debug_bin_to_dot_data(GST_BIN(pipe_pipeline(pipe)), GRAPH_DETAILS)};
-    // A GStreamer that was built without its debugging draws nothing.
+    // GStreamer without debugging support returns no graph.
     return write_full_file(path, graph ? graph.get() : "");
 }

@@ -1,4 +1,4 @@
-// How a pipe ends: end-of-stream, the forced end, shutting down.
+// Ends a pipe: end-of-stream, forced end, shutdown.
 #include "video/ending.h"
 
 #include "video/transport.h"
@@ -15,7 +15,7 @@
 namespace {
 
 constexpr std::chrono::milliseconds SHUT_DOWN_TIMEOUT{500};
-// Action signal of GStreamer's appsrc, on which inter-pipe sources are built.
+// Action signal of appsrc, on which inter-pipe sources are based.
 constexpr const char* END_SIGNAL = "end-of-stream";
 
 using element_vector = std::vector<gst_owned<GstElement>>;
@@ -40,7 +40,7 @@ bool takes_end_signal(const gst_owned<GstElement>& element) {
     return g_signal_lookup(END_SIGNAL, G_OBJECT_TYPE(element.get())) != 0;
 }
 
-// A source that is paused refuses.
+// A paused source may refuse.
 bool refuses_end(const gst_owned<GstElement>& source) {
     GstFlowReturn result = GST_FLOW_ERROR;
     g_signal_emit_by_name(source.get(), END_SIGNAL, &result);
@@ -59,8 +59,8 @@ element_vector sources_with_end_signal(GstElement* pipeline) {
     return sources;
 }
 
-// An event that is sent to a source waits for its streaming thread, which may be stuck further
-// down; the signal of an inter-pipe source doesn't.
+// Sending an event to a source waits for its streaming thread, which may be stuck downstream. The
+// signal of an inter-pipe source doesn't wait.
 void end_sources(GstElement* pipeline) {
     element_vector sources = sources_with_end_signal(pipeline);
     if (sources.empty()) {
@@ -71,13 +71,13 @@ void end_sources(GstElement* pipeline) {
     std::ranges::for_each(sources, refuses_end);
 }
 
-// None when the name is null.
+// Returns none if the name is null.
 gst_owned<GstElement> element_in(GstElement* pipeline, const char* name) {
     return gst_owned<GstElement>{name == nullptr ? nullptr
                                                  : gst_bin_get_by_name(GST_BIN(pipeline), name)};
 }
 
-// Runs on GStreamer's clock thread and so only speaks through the bus, as streaming threads do.
+// Runs on GStreamer's clock thread, so it may only post to the bus, like streaming threads.
 gboolean post_end(GstClock* /*clock*/, GstClockTime /*time*/, GstClockID /*id*/, gpointer bus) {
     gst_bus_post(static_cast<GstBus*>(bus), gst_message_new_eos(nullptr));
     return TRUE;
@@ -90,9 +90,9 @@ bool is_made_by(const gst_owned<GstElement>& element, std::string_view factory_n
     return factory != nullptr && GST_OBJECT_NAME(factory) == factory_name;
 }
 
-// Cuts the pipeline off from the others: sinks are taken out of it and lose the names under which
-// they are known, sources stop listening. What replaces the pipe can take the names then, and no
-// flush gets from this pipe into others. The sinks, to be brought to NULL.
+// Disconnects the pipeline from others: removes its inter-pipe sinks, which frees their names for a
+// replacement, and stops its sources from listening, so that no flush reaches other pipes. Returns
+// the removed sinks; the caller sets them to NULL.
 element_vector cut_off(GstElement* pipeline) {
     element_vector sinks;
     for (gst_owned<GstElement>& element : children_of(pipeline)) {
@@ -113,7 +113,7 @@ void stop_all(const element_vector& elements) {
     }
 }
 
-// Runs the work on a thread of its own. False when it takes longer than half a second.
+// Runs the work on a separate thread. Returns false when it takes longer than half a second.
 template <class Work> bool finishes_in_time(Work work) {
     auto done = std::make_shared<std::promise<void>>();
     const std::future<void> waiting = done->get_future();
@@ -124,8 +124,8 @@ template <class Work> bool finishes_in_time(Work work) {
     return waiting.wait_for(SHUT_DOWN_TIMEOUT) == std::future_status::ready;
 }
 
-// A child that fails on the way keeps the bin from taking the others along. When all are at NULL,
-// the bin must not take them through the states that are on its own way there.
+// Sets the children to NULL one by one: a child that fails would keep the bin from changing the
+// others. Their state is then locked, or the bin would raise them again on its own way to NULL.
 void stop_pipeline(gst_owned<GstElement> pipeline) {
     if (gst_element_set_state(pipeline.get(), GST_STATE_NULL) == GST_STATE_CHANGE_FAILURE) {
         const element_vector children = children_of(pipeline.get());
@@ -139,7 +139,7 @@ void stop_pipeline(gst_owned<GstElement> pipeline) {
 
 bool stop_by_force(GstElement* pipeline) {
     return finishes_in_time([kept = own_shared(pipeline), sinks = cut_off(pipeline)]() mutable {
-        // Wakes what waits for room or for data.
+        // Wakes threads that wait for room or data.
         gst_element_send_event(kept.get(), gst_event_new_flush_start());
         stop_all(sinks);
         stop_pipeline(std::move(kept));
@@ -191,7 +191,7 @@ GstClockTime end_timer::disarm() {
     return std::exchange(due_, GST_CLOCK_TIME_NONE);
 }
 
-// A pipeline's own message names it as the source.
+// The pipeline itself is the source of our own message.
 bool is_forced_end(GstMessage* message) {
     return GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS && GST_MESSAGE_SRC(message) == nullptr;
 }
@@ -203,8 +203,8 @@ bool shut_down(GstElement* pipeline, bool is_forced) {
     const bool is_done = finishes_in_time(
         [kept = own_shared(pipeline)]() mutable { stop_pipeline(std::move(kept)); });
     if (!is_done) {
-        // They are on their way still, together with what holds the pipeline up; an element that is
-        // released above NULL is never freed.
+        // The sinks are still being stopped, like whatever blocks the pipeline; an element released
+        // above NULL is never freed.
         finishes_in_time([sinks = cut_off(pipeline)] { stop_all(sinks); });
     }
     return is_done;

@@ -1,4 +1,4 @@
-// Getting what was written into a media folder to storage.
+// Syncs media folders to storage.
 #include "video/flushing.h"
 
 #include "core/imem.h"
@@ -23,8 +23,8 @@ namespace {
 struct flush_work {
     std::mutex mutex;
     std::condition_variable is_done;
-    std::vector<std::string> folders; // due, each once
-    bool is_running = false;          // on a thread, which ends when nothing is due
+    std::vector<std::string> folders; // pending, without duplicates
+    bool is_running = false;          // whether a thread exists; it ends when nothing is pending
 };
 never_destroyed<flush_work> work;
 
@@ -64,7 +64,7 @@ void flush_what_is_due() {
     work->is_done.notify_all();
 }
 
-// The thread writes no log. The storage is not asked for lines that nobody reads.
+// For the DEBUG log only. The thread itself never logs.
 void tell_of_flush(const std::string& folder, const char* shown) {
     if (log_verbose != 0) {
         for_each_media_file(folder.c_str(), [](const char* name) {

@@ -1,4 +1,4 @@
-// The pipes, a row each.
+// The pipes, one row each.
 #include "video/pipes.h"
 
 #include "video/tables_branches.h"

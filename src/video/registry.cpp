@@ -1,4 +1,4 @@
-// The registry of pipes: ten numbered slots, each with its pipeline, bus and end-of-stream flag.
+// The pipe registry: ten numbered slots, each with its pipeline, bus and end-of-stream flag.
 #include "video/registry.h"
 
 #include "core/failures.h"
@@ -18,26 +18,25 @@
 
 namespace {
 
-// Longest wait for a state change in progress: clients and buttons wait meanwhile.
+// Time limit for a state change in progress. Clients and buttons wait meanwhile.
 constexpr GstClockTime STATE_QUERY_TIMEOUT = GST_SECOND;
-// What a pipe gets to end by itself once it was asked. A recording may still be completed when its
-// storage comes back from a stall: it gets longer when the daemon stops, and before that all the
-// time it takes, unless its file can't be written.
+// Time for a pipe to end by itself after the request. A recording can be completed when stalled
+// storage recovers: it gets more time when the daemon stops, and before that unlimited time, unless
+// its file can't be written.
 constexpr GstClockTime END_TIMEOUT = 5 * GST_SECOND;
 constexpr GstClockTime RECORD_END_TIMEOUT = 30 * GST_SECOND;
-// What the storage gets to take what was completed, before the daemon ends: the kernel goes on
-// after that.
+// Time for the final sync before the daemon ends. The kernel continues writing after that.
 constexpr std::chrono::seconds FLUSH_TIMEOUT{5};
 
 constinit never_destroyed<std::array<gst_owned<GstElement>, PIPE_COUNT>> pipes;
 constinit never_destroyed<std::array<gst_owned<GstBus>, PIPE_COUNT>> buses;
 std::array<int, PIPE_COUNT> eos_events{};
 constinit never_destroyed<std::array<end_timer, PIPE_COUNT>> forced_ends;
-// Pipes of which an element reported an error.
+// Pipes in which an element reported an error.
 std::array<bool, PIPE_COUNT> failed{};
-// Outputs that deliver what they are for.
+// Outputs that deliver.
 std::array<bool, PIPE_COUNT> delivering{};
-// Set once every pipe was asked to stop: nothing starts from then on.
+// Set once every pipe was asked to stop: nothing starts any more.
 bool stopping = false;
 // Set once a pipe could not be shut down.
 bool is_any_stuck = false;
@@ -62,9 +61,9 @@ int& eos_event_of(int pipe) {
     return eos_events.at(static_cast<std::size_t>(pipe));
 }
 
-// A microphone would bring a clock of its own, and each pipeline would count from its own start.
-// What is recorded joins pipes that started at different times, and its sources pass stamps on as
-// they are; also, a pipe that was paused would lag behind forever.
+// A microphone would bring its own clock, and each pipeline would have its own base time. A
+// recording joins pipes that started at different times, and its sources pass time stamps
+// unchanged; a pipe that was paused would also lag behind forever.
 void share_time(GstElement* pipeline) {
     static const GstClockTime origin = gst_clock_get_time(system_clock().get());
     gst_pipeline_use_clock(GST_PIPELINE(pipeline), system_clock().get());
@@ -76,9 +75,9 @@ bool is_running_output(const pipe_row& row) {
     return is_output(row) && is_created(row.number) != 0 && !is_ending(row.number);
 }
 
-// The last output takes the branches along, however it ends and whatever the encoding type is by
-// then. Outputs are asked, not counted: so each goes away once, whether it is stopped, stopped
-// again, killed, or ends by itself.
+// Ends the branches with the last output, however that ends and whatever the encoding type is by
+// then. Checks which outputs exist instead of counting starts: an output may be stopped, stopped
+// again, killed, or end by itself.
 void end_branches_with_last_output(const pipe_row& ending) {
     if (stopping || !is_output(ending)) {
         return;
@@ -96,8 +95,8 @@ void end_branches_with_last_output(const pipe_row& ending) {
     }
 }
 
-// Has `change` bring the element to the state, unless it is there already or still on its way
-// somewhere. Result and log lines as of gstvideo_set_state.
+// Calls `change` to set the element's state, unless it is already there or still changing. Result
+// and log lines as for gstvideo_set_state.
 template <class Change> int change_state(GstElement* element, GstState state, Change change) {
     GstState current = GST_STATE_VOID_PENDING;
     const GstStateChangeReturn answer = query_state(element, current);
@@ -119,7 +118,7 @@ template <class Change> int change_state(GstElement* element, GstState state, Ch
     return 0;
 }
 
-// A pipeline must be at NULL before it is released, also if its state couldn't be told.
+// A pipeline must be set to NULL before it is released, even if its state is unknown.
 void stop_elements(int pipe, bool is_forced) {
     GstElement* const pipeline = pipe_pipeline(pipe);
     std::optional<bool> is_stopped;
@@ -136,7 +135,7 @@ void stop_elements(int pipe, bool is_forced) {
     }
 }
 
-// When a pipe that is asked to end now is ended by force; GST_CLOCK_TIME_NONE: not for now.
+// When to force the end of a pipe that is asked to end now; GST_CLOCK_TIME_NONE: not yet.
 GstClockTime end_due(const pipe_row& row) {
     if (!row.records || has_failed(row.number)) {
         return clock_time_in(END_TIMEOUT);
@@ -144,7 +143,7 @@ GstClockTime end_due(const pipe_row& row) {
     return stopping ? clock_time_in(RECORD_END_TIMEOUT) : GST_CLOCK_TIME_NONE;
 }
 
-// A recording without any input has no error, and never ends.
+// A recording without any input reports no error and never ends by itself.
 void force_end_of_standing_recording(const pipe_row& row) {
     if (row.records && is_ending(row.number) && !forced_end_of(row.number).is_armed() &&
         record_file_stands_still(std::chrono::steady_clock::now())) {
@@ -169,7 +168,7 @@ void tell_forced_end(const pipe_row& row) {
     }
 }
 
-// True once the sink of that name has got rid of something since it was started.
+// True once the sink of that name has sent a buffer since its start.
 bool has_sent(GstElement* pipeline, const char* sink_name) {
     const gst_owned<GstElement> sink{gst_bin_get_by_name(GST_BIN(pipeline), sink_name)};
     GstStructure* statistics = nullptr;
@@ -190,8 +189,8 @@ int resume_pipe(int pipe) {
     return gstvideo_set_state(pipe_pipeline(pipe), GST_STATE_PLAYING);
 }
 
-// Runs the change on every created pipe in ascending order, up to the first failure. One that was
-// asked to end is passed over: it runs, and would not end while it is paused.
+// Runs the change on every created pipe in ascending order, up to the first failure. Skips ending
+// pipes: they would not end while paused.
 int change_all_pipes(const char* what, int (*change)(int pipe)) {
     log_message(LEVEL_INFO, "Requesting %s of all pipes..", what);
     for (int pipe = 0; pipe < PIPE_COUNT; ++pipe) {
@@ -311,8 +310,8 @@ void note_delivery(int pipe) {
     is_delivering(pipe) = true;
 }
 
-// A pipe that was asked to end is asked again: its event goes away with the restart, and so may the
-// message that forces its end. That keeps its time, however often the pipe is restarted.
+// An ending pipe is asked again: the restart discards the end-of-stream event, and maybe the
+// message that forces its end. The time limit stays the same, however often the pipe is restarted.
 void restart_pipe(int pipe) {
     log_message(LEVEL_INFO, "event detected");
     const bool ending = eos_event_of(pipe) != 0;
@@ -409,7 +408,7 @@ void gstvideo_destroy() {
     if (!flushing_ends_within(FLUSH_TIMEOUT)) {
         log_message(LEVEL_WARN, "The storage stalls, going on without it");
     }
-    // It would wait for the streaming threads of a pipe that is stuck.
+    // gst_deinit would wait for the streaming threads of a stuck pipe.
     if (!is_any_stuck) {
         gst_deinit();
     }

@@ -1,4 +1,4 @@
-// Starting and stopping: GStreamer itself, the pipes of the live view, and the media outputs.
+// Initialises GStreamer; starts and stops live-view pipes and media outputs.
 #include "video/start.h"
 
 #include "core/log.h"
@@ -22,7 +22,7 @@ bool is_needed(pipe_enum branch) {
     return encodes(configs.enc_type, pipe_row_of(branch).carries);
 }
 
-// An output that joined a pipe on its way out would be left without input.
+// An output that joined an ending pipe would be left without input.
 bool refuse_when_ending(int pipe) {
     if (is_ending(pipe)) {
         log_message(LEVEL_WARN, "Pipe %d is still ending, try again in a moment", pipe);
@@ -54,7 +54,7 @@ std::optional<bus_list> start_output(int pipe, const start_arguments& arguments)
             *entry++ = start_pipe(branch);
         }
     }
-    // A branch that ran on for another output has the volume it was built with.
+    // A branch that another output kept running has the volume it was built with.
     apply_microphone_volume();
     *entry = start_pipe(pipe, arguments);
     const auto is_missing = [](const bus_handle& handle) { return handle.fd < 0; };
@@ -75,7 +75,7 @@ int gstvideo_init(const video_config& settings) {
     if (gst_is_initialized() != FALSE) {
         return 0;
     }
-    // Unlike gst_init, this does not end the process itself when it fails.
+    // Unlike gst_init, gst_init_check doesn't exit on failure.
     gst_init_check(nullptr, nullptr, nullptr);
     if (gst_is_initialized() == FALSE) {
         return 1;

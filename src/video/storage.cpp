@@ -1,4 +1,4 @@
-// The recording that is being written.
+// The file of the current recording.
 #include "video/storage.h"
 
 #include "core/imem.h"
@@ -15,22 +15,22 @@
 
 namespace {
 
-// Location pattern of the recording that is being written, until its files have reached storage.
+// Location pattern of the current recording, until its files are written.
 constinit never_destroyed<malloc_text> record_file;
 
-// Path on the sight of the file that was opened last.
+// Path on the sight of the latest file.
 constinit never_destroyed<malloc_text> last_file;
 recorded_files files;
 
-// How the file of a recording that ends was last seen to grow.
+// Growth of the file of an ending recording.
 struct file_growth {
     std::uintmax_t bytes = 0;
-    std::chrono::steady_clock::time_point last; // the epoch before the first look
+    std::chrono::steady_clock::time_point last; // epoch before the first check
 };
 file_growth growth;
 constexpr std::chrono::minutes STANDSTILL_MAX{5};
 
-// Bytes of the file that is being written; 0 when there is none yet.
+// Returns the size of the current file; 0 when there is none yet.
 std::uintmax_t bytes_being_written() {
     const gst_owned<GstElement> sink = handle_get(element_handle::record_sink);
     gchar* location = nullptr;
@@ -51,7 +51,7 @@ void record_file_set(const char* location_pattern) {
 }
 
 void record_file_opened(const char* path) {
-    // Settings may have a slash too many where the parts were joined.
+    // A path from the settings may contain double slashes.
     const std::filesystem::path written{sysroot_stripped(path)};
     *last_file = estrdup(written.lexically_normal().c_str());
     files.last = last_file->get();

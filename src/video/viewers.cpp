@@ -1,4 +1,4 @@
-// Viewers of a network stream, as many as the sight can serve.
+// Limits the viewers of a network stream.
 #include "video/viewers.h"
 
 #include "util/gst_owned.h"
@@ -22,7 +22,7 @@ unsigned int viewers_of(GstElement* sink) {
     return viewers;
 }
 
-// On the server's own thread, which may speak through the bus only.
+// Runs on the server's thread, which may only post to the bus.
 void on_client_added(GstElement* sink, GObject* socket, viewer_limit* limit) {
     if (viewers_of(sink) <= limit->viewers_max) {
         return;
