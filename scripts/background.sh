@@ -1,14 +1,14 @@
-# A simulated board in the background, and the logs that it leaves; sourced by sim, after board.sh.
+# A simulated board in the background, and its logs; sourced by sim after board.sh.
 # shellcheck shell=bash disable=SC2154 # emulator is sim's
 
 : "${board:?}" "${daemon_log:?}" "${build_folder:?}"
-# A recording whose storage stalls gets half a minute, a tool that hangs ten seconds before that.
+# Stalled storage takes up to half a minute, a hung tool ten seconds before that.
 readonly STOP_PATIENCE=50
-# The first start of a build looks at every plug-in of this machine.
+# The first start of a build scans every plug-in of this machine.
 readonly START_PATIENCE=60
 readonly KEPT_LOGS=5
 
-# Begins a new log; the ones before are vtrdc.log.1, the latest, to vtrdc.log.5.
+# Begins a new log. Older ones become vtrdc.log.1 (the latest) to vtrdc.log.5.
 begin_log() {
     local number
     if [[ -s $daemon_log ]]; then
@@ -20,7 +20,7 @@ begin_log() {
     : >"$daemon_log"
 }
 
-# True once the daemon with that process id has said that it is ready.
+# True once the daemon with that process id is ready.
 is_ready() {
     grep -qs "\"pid\":$1," "$board/run/vtrdc.status"
 }
@@ -33,7 +33,7 @@ is_gone() {
     [[ ! -e /proc/$1 ]]
 }
 
-# A process of its own session, so that a terminal that is closed doesn't end it.
+# setsid: closing the terminal doesn't end it.
 start_in_background() {
     local pid
     setsid "$VTRDC_SOURCE_DIR/scripts/sim" --in-background --no-build "$@" </dev/null >>"$daemon_log" 2>&1 &
@@ -43,7 +43,7 @@ start_in_background() {
         tail -n 5 -- "$daemon_log" >&2
         die 1 "the daemon did not start (log: $daemon_log)"
     fi
-    sed -n '/^[a-zA-Z ]*: /!q;p' "$daemon_log" # what it said of its board
+    sed -n '/^[a-zA-Z ]*: /!q;p' "$daemon_log" # the description of the board
     echo "log:       $daemon_log"
     echo "stop:      $FRONT_DOOR --board $board stop"
 }
@@ -52,7 +52,7 @@ verb_stop() {
     local pid
     pid=$(daemon_on_board) || die 1 "no daemon runs on this board"
     kill -TERM "$pid"
-    await "$STOP_PATIENCE" is_gone "$pid" >/dev/null || die 1 "the daemon, process $pid, does not end"
+    await "$STOP_PATIENCE" is_gone "$pid" >/dev/null || die 1 "the daemon, process $pid, does not stop"
 }
 
 verb_status() {
@@ -64,10 +64,10 @@ verb_status() {
 }
 
 verb_log() {
-    [[ -e $daemon_log ]] || die 1 "there is no log $daemon_log"
+    [[ -e $daemon_log ]] || die 1 "no log at $daemon_log"
     case ${1:-} in
     '') cat -- "$daemon_log" ;;
     follow) exec tail -n +1 -F -- "$daemon_log" ;;
-    *) bad_usage "log, or log follow?" ;;
+    *) bad_usage "log takes follow or nothing" ;;
     esac
 }

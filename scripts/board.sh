@@ -1,11 +1,11 @@
-# The folder that stands for a board, and acts on its hardware; sourced by sim, after lib.sh and with the
-# folder in `board`. What every start goes through starts few programs: tests start hundreds of daemons.
+# The board folder and its simulated hardware; sourced by sim after lib.sh, with the folder in
+# `board`. Code that every start runs avoids starting programs: tests start hundreds of daemons.
 # shellcheck shell=bash
 
-# Most characters of a socket's path: sun_path of the kernel's sockaddr_un less its terminator.
+# Maximum length of a socket path: sun_path of the kernel's sockaddr_un without its terminator.
 readonly SOCKET_PATH_MAX=107
 readonly FOOTAGE=/usr/share/doc/opencv-doc/examples/data/vtest.avi
-# Names in the board's folder footage.
+# Names in the board's folder "footage".
 readonly STOCK_FOOTAGE=pedestrians.avi
 readonly DRAWN_SCENE=drawn-scene
 readonly STOCK_SCENE=/opt/okr/osd_okr/qml/main.qml
@@ -17,14 +17,14 @@ camera=$board/dev/video0
 fifo=$board/dev/input/event1
 cable_state=$board/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state
 
-# Where on this machine a path of the daemon's settings leads: KEY and the path that holds without.
+# Prints where a path of the daemon's settings is on this machine: KEY DEFAULT
 configured_path() {
     local configured=
     if [[ -f $board/etc/vtrdc.conf && -r $board/etc/vtrdc.conf ]]; then
         configured=$(sed -n "s/^$1=//p" "$board/etc/vtrdc.conf" | tail -n 1)
     fi
     configured=${configured:-$2}
-    # A relative path is the daemon's own affair: no folder comes in front of it.
+    # The daemon uses a relative path unchanged.
     [[ $configured != /* ]] || configured=$board$configured
     printf '%s\n' "$configured"
 }
@@ -35,24 +35,24 @@ socket_path() {
 
 refuse_unusable_folder() {
     local path LC_ALL=C # bytes, not characters
-    [[ $board != / ]] || die 2 "this machine's own root is no board"
-    [[ $board != *:* ]] || die 2 "the board folder's path has a colon, which PATH can't hold: $board"
+    [[ $board != / ]] || die 2 "the board folder can't be this machine's root"
+    [[ $board != *:* ]] || die 2 "the board folder's path must not contain a colon, which separates PATH: $board"
     path=$(socket_path)
     [[ ${#path} -le $SOCKET_PATH_MAX ]] ||
         die 2 "the board folder's path is too long: $path has more than $SOCKET_PATH_MAX bytes"
 }
 
-# True also for a link that leads nowhere: somebody put it there.
+# Also true for a dangling link: it was put there on purpose.
 is_there() {
     [[ -e $1 || -L $1 ]]
 }
 
-# Prints the process id of a daemon that runs on this board, whatever started it; fails without one. It has
-# the folder in its environment, as the tools that it starts have, but also a file named vtrdc mapped:
-# even where its executable is an emulator, or valgrind, and when that file was built again meanwhile.
+# Prints the process id of the daemon on this board, however it was started; fails without one.
+# Finds processes that have the folder in their environment, as the daemon's tools do too, and that
+# map a file named vtrdc: this works under an emulator or valgrind, and after a rebuild.
 daemon_on_board() {
     local environments environment
-    # Of processes that end meanwhile, or are somebody else's, it can't read them: that is no failure.
+    # Unreadable processes, such as those that just ended, don't matter.
     environments=$(grep -lzxF -- "VTRDC_SYSROOT=$board" /proc/[0-9]*/environ 2>/dev/null) || true
     for environment in $environments; do
         if grep -qE '/vtrdc( \(deleted\))?$' "${environment%/environ}/maps" 2>/dev/null; then
@@ -68,47 +68,47 @@ die_of_use() {
     die 1 "this board is in use: $1 (another board: --board DIR)"
 }
 
-# Two daemons would draw on one panel and take each other's socket.
+# Two daemons would share the panel and take each other's socket.
 refuse_board_in_use() {
     local pid
     ! pid=$(daemon_on_board) || die_of_use "its daemon has process id $pid"
 }
 
-# Opens what a daemon's keeper holds locked as long as the daemon lives, as descriptor `hold`, and locks it:
-# of two that start at the same moment neither sees the other's daemon yet. The keeper of a daemon that has
-# just ended lets go a little later.
+# Opens and locks, as descriptor `hold`, the folder that a daemon's keeper keeps locked while the
+# daemon lives. Of two daemons that start at the same moment, neither sees the other's process yet.
+# The keeper of a daemon that has just ended unlocks a little later.
 take_hold() {
     local patience=10
     exec {hold}<"$board/run"
     until flock --timeout 1 "$hold"; do
         refuse_board_in_use
-        ((--patience > 0)) || die_of_use "another daemon is on its way"
+        ((--patience > 0)) || die_of_use "another daemon is starting"
     done
 }
 
-# For the process that starts the daemon: the keeper still holds.
+# The process that starts the daemon closes it; the keeper still has it.
 let_go_of_hold() {
     exec {hold}<&-
 }
 
-# Lets one at a time put files in place on this board, until the shell ends.
+# Locks the board until the shell ends, so that one process at a time installs files.
 take_turns() {
     local turn
     exec {turn}<"$board"
     flock "$turn"
 }
 
-# Sees to it that a file which is on its way to its place doesn't stay behind when something fails.
+# Removes a temporary file when the shell ends.
 remove_at_end() {
     leftover=$1
     trap 'rm -f -- "$leftover"' EXIT
 }
 
-# Renames NEW over OLD, which there is at any moment; what OLD was is kept with a number.
+# Renames NEW over OLD, which exists at any moment; keeps the old file with a number.
 replace_keeping() {
     local number=1
     while is_there "$2" && ! ln -P -- "$2" "$2.~$number~" 2>/dev/null; do
-        is_there "$2.~$number~" || die 1 "$2 can't be kept with a number, and stays"
+        is_there "$2.~$number~" || die 1 "can't keep $2 as $2.~$number~, so it was not replaced"
         number=$((number + 1))
     done
     mv -fT -- "$1" "$2"
@@ -120,7 +120,7 @@ make_footage() {
     if [[ -r $FOOTAGE ]] && ! is_there "$folder/$STOCK_FOOTAGE"; then
         ln -s "$FOOTAGE" "$folder/$STOCK_FOOTAGE"
     fi
-    make_empty_files "$folder/$DRAWN_SCENE" # nothing to play: the camera draws a scene of its own
+    make_empty_files "$folder/$DRAWN_SCENE" # empty: the camera draws a scene
 }
 
 plug_camera() {
@@ -139,7 +139,7 @@ plug_camera() {
 unplug_camera() {
     is_there "$camera" || return 0
     if is_there "$camera.unplugged"; then
-        die 1 "$camera.unplugged, set aside before, is in the way"
+        die 1 "$camera.unplugged is in the way"
     fi
     mv -- "$camera" "$camera.unplugged"
 }
@@ -151,7 +151,7 @@ make_empty_files() {
     done
 }
 
-# Copies, so that a person can change them on the board.
+# Copies rather than links, so that they can be edited on the board.
 copy_missing_files() {
     local file missing=()
     cd "$VTRDC_SOURCE_DIR/sim/board" || exit
@@ -162,7 +162,7 @@ copy_missing_files() {
     [[ ${#missing[@]} -eq 0 ]] || cp --parents -t "$board" -- "${missing[@]}"
 }
 
-# In turns, since of two at once each would make what the other doesn't see yet.
+# Locked: two at once would interfere.
 layout() (
     [[ -d $board ]] || mkdir -p "$board"
     take_turns
@@ -173,15 +173,15 @@ layout() (
     make_empty_files "$panel"/attr_{luminance,display_on,pon,pattern}
     is_there "$board/dev/fb0" || truncate -s "$PANEL_BYTES" "$board/dev/fb0"
     is_there "$fifo" || mkfifo "$fifo"
-    # The daemon detaches onto it.
+    # The daemon opens it when it detaches.
     is_there "$board/dev/null" || ln -s /dev/null "$board/dev/null"
     make_footage
-    # A camera whose cable was pulled stays without it.
+    # An unplugged camera stays unplugged.
     is_there "$camera.unplugged" || plug_camera
 )
 
-# Lets the thermal core forget what was asked of it: the sight powers it up along with the daemon, which
-# relies on its being at rest. A fault that somebody set stays.
+# Resets the thermal core's state: the sight powers it up together with the daemon, which relies on
+# the core's default state. Keeps a simulated fault.
 power_core_up() {
     local file asked=()
     for file in "$board"/var/lib/vtrcore/{zoom,pip,origin,nuc,shutter}; do
@@ -195,11 +195,11 @@ verb_camera() {
     case $1 in
     on) plug_camera ;;
     off) unplug_camera ;;
-    *) bad_usage "camera on or off?" ;;
+    *) bad_usage "camera takes on or off" ;;
     esac
 }
 
-# True when FILE is OTHER, or a link that leads there by way of others.
+# True when FILE is OTHER or a chain of links to it.
 leads_to() {
     local file=$1 target
     while [[ ${file##*/} != "${2##*/}" || ! ${file%/*} -ef ${2%/*} ]]; do
@@ -210,7 +210,8 @@ leads_to() {
     done
 }
 
-# What plays stays when the next can't be played. An empty file is not a video: the camera draws a scene.
+# Unplayable footage must not replace the current one. An empty file is valid: the camera draws a
+# scene.
 try_footage() {
     local trial=$build_folder/sim/tools/vtrdc-sim-footage-trial why
     [[ -f $1 && -s $1 && -x $trial ]] || return 0
@@ -218,16 +219,16 @@ try_footage() {
         die 1 "${1##*/} can't be played: ${why##*$'\n'}"
 }
 
-# Where the cable is pulled it stays so: what was set aside is replaced.
+# While the cable is pulled, replaces the camera that was set aside.
 verb_footage() {
     local file=$1 link shown=$camera passing=$board/dev/.video0.$$
     take_turns
     [[ $file == */* || ! -r $board/footage/$file ]] || file=$board/footage/$file
     [[ $file == */* ]] || file=./$file
-    [[ -r $file && (-f $file || -c $file) ]] || die 1 "there is no footage $1 that can be read"
+    [[ -r $file && (-f $file || -c $file) ]] || die 1 "no readable footage $1"
     try_footage "$file"
     is_there "$camera" || shown=$camera.unplugged
-    ! leads_to "$file" "$shown" || die 1 "$1 is the camera's own place, not footage"
+    ! leads_to "$file" "$shown" || die 1 "$1 is the camera device itself, not footage"
     if [[ ${file%/*} -ef $board/footage ]]; then
         link=../footage/${file##*/}
     else
@@ -235,9 +236,9 @@ verb_footage() {
     fi
     remove_at_end "$passing"
     ln -sfT -- "$link" "$passing"
-    [[ -e $passing ]] || die 1 "there is no way from $board/dev to $link"
+    [[ -e $passing ]] || die 1 "no path from $board/dev to $link"
     if [[ -s $shown && ! -L $shown ]]; then
-        replace_keeping "$passing" "$shown" # somebody's own video
+        replace_keeping "$passing" "$shown" # the user's own video
     else
         mv -fT -- "$passing" "$shown"
     fi
@@ -251,7 +252,7 @@ verb_core() {
         mv -fT -- "$marker.$$" "$marker"
         ;;
     work) rm -f -- "$marker" ;;
-    *) bad_usage "core fail or work?" ;;
+    *) bad_usage "core takes fail or work" ;;
     esac
 }
 
@@ -260,11 +261,11 @@ verb_scene() {
     take_turns
     scene=$(configured_path qml_file "$STOCK_SCENE")
     [[ $from != stock ]] || from=$STOCK_SCENE_FILE
-    [[ -f $from && -r $from ]] || die 1 "there is no scene $1 that can be read"
+    [[ -f $from && -r $from ]] || die 1 "no readable scene $1"
     ! cmp -s -- "$from" "$scene" || return 0
     passing=$(dirname -- "$scene")/.scene.$$
     remove_at_end "$passing"
-    cp --no-preserve=mode -- "$from" "$passing" # a page's upload is for its owner alone
+    cp --no-preserve=mode -- "$from" "$passing" # an upload from the page has mode 0600
     replace_keeping "$passing" "$scene"
 }
 
@@ -272,6 +273,6 @@ verb_hdmi() {
     case $1 in
     on) : >"$cable_state" ;;
     off) rm -f -- "$cable_state" ;;
-    *) bad_usage "hdmi on or off?" ;;
+    *) bad_usage "hdmi takes on or off" ;;
     esac
 }

@@ -1,8 +1,8 @@
-# A small Debian in a folder, made from where this machine's apt has its own packages from; sourced by
-# those who need one, after lib.sh. Making one and installing into it needs root: as_root.
+# A small Debian in a folder, made from this machine's apt sources; sourced after lib.sh. Making it
+# and installing into it needs root: as_root.
 # shellcheck shell=bash
 
-# Where this machine's apt gets its own release from, with the release's name.
+# Prints where apt gets this machine's release from, and the release's name.
 this_machines_release() {
     local codename
     codename=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
@@ -11,7 +11,7 @@ this_machines_release() {
         awk -v release="$codename" '$2 == release && $3 == "main" { print $1, $2; exit }'
 }
 
-# debootstrap fetches by itself, and asks apt for no proxy but an automatic one.
+# debootstrap downloads by itself and doesn't read apt's proxy settings.
 pass_proxies_on() {
     local scheme proxy
     for scheme in http https; do
@@ -23,25 +23,25 @@ pass_proxies_on() {
     done
 }
 
-# Makes a folder with what Debian can't be without: FOLDER [SUITE [DEBOOTSTRAP OPTIONS]]. Without a
-# suite it is the release that runs here.
+# Makes a minimal Debian: FOLDER [SUITE [DEBOOTSTRAP OPTIONS]]. The default suite is this machine's
+# release.
 bootstrap_folder() {
     local mirror release
     read -r mirror release < <(this_machines_release) ||
-        die 1 "apt on this machine knows no source of the release that runs here"
+        die 1 "no apt source for this machine's release"
     pass_proxies_on
     as_root env ${http_proxy:+"http_proxy=$http_proxy"} ${https_proxy:+"https_proxy=$https_proxy"} \
         debootstrap --variant=minbase "${@:3}" "${2:-$release}" "$1" "$mirror"
 }
 
-# Services shall not start: they would run on this machine.
+# Keeps packages from starting services, which would run on this machine.
 forbid_services() {
     printf '#!/bin/sh\nexit 101\n' | as_root tee "$1/usr/sbin/policy-rc.d" >/dev/null
     as_root chmod 755 "$1/usr/sbin/policy-rc.d"
 }
 
-# Runs a command that sees the folder's own /proc, with no process of this machine in it, and with
-# network=none no network: FOLDER COMMAND...
+# Runs a command with the folder's own /proc, without this machine's processes, and with
+# network=none without network: FOLDER COMMAND...
 beside_folder() {
     local folder=$1 spaces=(--mount --pid)
     shift
@@ -73,11 +73,10 @@ Dir::Cache "$folder/var/cache/apt";
 TEXT
 }
 
-# Sets apt up for FOLDER where it stands, for these ARCHITECTURES: this machine's apt, with its own
-# configuration, proxies and logins, working on the folder. It knows no source but the one that
-# debootstrap used: with another beside it, such as one for security, two processors' versions of a
-# library would have to agree there as well. What this machine's apt calls around an installation is
-# not in the folder.
+# Configures this machine's apt, with its proxies and logins, to work on FOLDER for ARCHITECTURES.
+# The only source is the one that debootstrap used: with a second one, such as security, a library's
+# versions would have to agree for both processors. Clears this machine's hooks, which don't exist
+# in the folder.
 set_folder_apt_up() {
     apt_configuration "$@" | as_root tee "$1/etc/apt/from-outside.conf" >/dev/null
 }
@@ -90,10 +89,10 @@ folder_apt() {
         apt-get -q -y -c "$folder/etc/apt/from-outside.conf" "$@"
 }
 
-# Removes FOLDERS. An interrupted debootstrap leaves a half-made one, and mounts in it.
+# Removes FOLDERS, including what an interrupted debootstrap leaves mounted there.
 remove_folders() {
     local folder mounted mounts
-    # All are read before one is taken away: the list changes with each.
+    # Read all mounts first: the list changes with each umount.
     mapfile -t mounts < <(awk '{ print $2 }' /proc/mounts)
     for folder in "$@"; do
         for mounted in "${mounts[@]}"; do

@@ -1,14 +1,14 @@
-# What the front doors share; sourced by them.
+# Shared functions of the scripts in this folder; sourced by them.
 # shellcheck shell=bash
 
 VTRDC_SOURCE_DIR=$(cd "${BASH_SOURCE[0]%/*}/.." && pwd)
 
-# Says a line on standard error, so that standard output stays the program's own.
+# Prints a line to standard error: standard output belongs to the program that is run.
 say() {
     printf '%s\n' "$*" >&2
 }
 
-# Ends the script: status, then the message.
+# Prints the message and exits: STATUS MESSAGE...
 die() {
     local status=$1
     shift
@@ -16,13 +16,12 @@ die() {
     exit "$status"
 }
 
-# Ends the script with the complaint, below the first lines of what its function `usage` says.
+# Prints the message and exits with status 2.
 bad_usage() {
-    usage | awk '!/^Usage:/ && !/^       / { is_over = 1 } !is_over' >&2
-    die 2 "$*"
+    die 2 "$* (see --help)"
 }
 
-# Runs a command as root, by sudo for anybody else.
+# Runs a command as root, with sudo if needed.
 as_root() {
     if [[ $(id -u) -eq 0 ]]; then
         "$@"
@@ -31,19 +30,19 @@ as_root() {
     fi
 }
 
-# The build folder of a preset, for instance release or asan. VTRDC_BUILD_DIR puts another in its place.
+# The build folder of a preset such as release or asan; VTRDC_BUILD_DIR overrides it.
 build_dir() {
     local folder=$VTRDC_SOURCE_DIR/build
     [[ $1 == release ]] || folder=$folder-$1
     printf '%s\n' "${VTRDC_BUILD_DIR:-$folder}"
 }
 
-# Runs a command or function with its output in a file: LOG COMPLAINT COMMAND... When it fails, the file's
-# end is shown and the script ends with the complaint.
+# Runs a command or function with its output in a file: LOG COMPLAINT COMMAND... On failure, shows
+# the end of the file and exits with the complaint.
 logged() {
     local log=$1 complaint=$2 status
     shift 2
-    # In a condition, errexit would be off in all that a function calls: a failure in the middle would pass.
+    # Not as a condition: that would disable errexit in everything that a function calls.
     set +e
     (
         set -e
@@ -63,14 +62,14 @@ await() {
     shift
     until "$@"; do
         if ((SECONDS >= deadline)); then
-            printf 'waited in vain for: %s\n' "$*"
+            printf 'timed out waiting for: %s\n' "$*"
             return 1
         fi
         sleep 0.1
     done
 }
 
-# The names of the elements that the GStreamer plug-ins in a folder bring, one a line.
+# Prints the names of the elements in a folder of GStreamer plug-ins, one a line.
 elements_in() {
     local registry
     registry=$(mktemp -d)
@@ -79,11 +78,11 @@ elements_in() {
     rm -r -- "$registry"
 }
 
-# Lets the plug-ins in a folder take the place of the stand-ins, for the daemons that are started from here:
-# the stand-ins of those names give way, so that no order decides.
+# Replaces stand-ins by the plug-ins in a folder, for daemons started from here. Hides the stand-ins
+# of the same names, so that the search order doesn't matter.
 replace_stand_ins() {
-    VTRDC_SIM_ELEMENTS=$(realpath -e -- "$1" 2>/dev/null) || die 2 "there is no folder $1"
+    VTRDC_SIM_ELEMENTS=$(realpath -e -- "$1" 2>/dev/null) || die 2 "no folder $1"
     VTRDC_SIM_WITHOUT=$(elements_in "$VTRDC_SIM_ELEMENTS")
-    [[ -n $VTRDC_SIM_WITHOUT ]] || die 2 "no plug-in in $1 brings an element"
+    [[ -n $VTRDC_SIM_WITHOUT ]] || die 2 "no GStreamer elements in $1"
     export VTRDC_SIM_ELEMENTS VTRDC_SIM_WITHOUT
 }

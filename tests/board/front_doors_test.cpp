@@ -244,7 +244,7 @@ TEST_F(SimDoorTest, InstalledItBuildsNothingAndHasItsOwnName) {
     EXPECT_THAT(open_door("scripts/sim", {"--help"}, installed).output,
                 AllOf(HasSubstr("Usage: board-tool "), Not(HasSubstr("--no-build"))));
     EXPECT_THAT(open_door("scripts/sim", {"dance"}, installed).output,
-                EndsWith("board-tool: unknown verb: dance\n"));
+                EndsWith("board-tool: unknown verb: dance (see --help)\n"));
     make_program("build/vtrdc",
                  "[ \"$*\" = -h ] && echo 'Controller ver:4.5.6(some name), rest'\n");
     EXPECT_EQ(open_door("scripts/sim", {"--version"}, installed).output, "board-tool 4.5.6\n");
