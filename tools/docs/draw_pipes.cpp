@@ -1,5 +1,5 @@
-// Draws the pipes and how they hang together, from their rows, for Graphviz: scripts/docs makes
-// pictures/pipes.svg from it.
+// Draws the pipes and their connections, from their rows, as a Graphviz graph; scripts/docs makes
+// pictures/pipes.svg of it.
 #include "video/pipes.h"
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Elements through which pictures and sound come and go.
+// Elements through which pictures and sound enter and leave.
 struct outside {
     std::string_view factory;
     const char* label;
@@ -59,7 +59,7 @@ void draw_outsides(const pipe_row& row) {
     }
 }
 
-// The pipe that publishes under that name.
+// Returns the pipe that publishes under that name.
 const pipe_row* publisher(std::string_view name) {
     for (const pipe_row& row : pipe_rows()) {
         if (has_element(row.chain, name)) {

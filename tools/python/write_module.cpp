@@ -1,5 +1,5 @@
-// Writes the Python module: its template, with the daemon's commands as methods in the place of the
-// line "# COMMANDS".
+// Writes the Python module: its template, with a method for each of the daemon's commands instead
+// of the line "# COMMANDS".
 #include "api/help_legend.h"
 #include "vtrdcctl/requests.h"
 #include "vtrdcctl/wording.h"
@@ -32,7 +32,7 @@ const kind_words& words_of(argument_kind kind) {
     return kinds.at(static_cast<std::size_t>(kind));
 }
 
-// A literal of a text; one of JSON is one of Python too.
+// A text literal; JSON's are also valid Python.
 std::string literal(std::string_view text) {
     return nlohmann::json(text).dump();
 }
@@ -101,7 +101,7 @@ void write_method(std::ostream& module, const client_command& command) {
 }
 
 const char* type_name(const settings_field& field) {
-    constexpr std::array names{"int", "str", "float"}; // in the variant's order
+    constexpr std::array names{"int", "str", "float"}; // in the order of the variant
     return names.at(field.index());
 }
 

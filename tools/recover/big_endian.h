@@ -1,4 +1,4 @@
-// Numbers as MP4 files and H.264 streams hold them: the most significant byte first.
+// Big-endian numbers, as in MP4 files and H.264 streams.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 using byte_view = std::span<const std::uint8_t>;
 
-// The number of `width` bytes, 1 to 8, at that place; 0 where the view is too short.
+// Reads a number of `width` bytes, 1 to 8, at that offset; 0 if the view is too short.
 [[nodiscard]] constexpr std::uint64_t read_number(byte_view bytes, std::size_t place,
                                                   std::size_t width) {
     if (place > bytes.size() || bytes.size() - place < width) {

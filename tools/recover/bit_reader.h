@@ -7,10 +7,10 @@
 
 class bit_reader {
 public:
-    // Takes a NAL unit, or the beginning of one, without its first byte.
+    // Takes a NAL unit, or its beginning, without its first byte.
     explicit bit_reader(byte_view escaped);
 
-    // The next bits, 32 at most. Beyond the end they are 0, and is_past_end() is true.
+    // Returns the next bits, 32 at most. Past the end they are 0, and is_past_end() is true.
     std::uint32_t bits(unsigned count);
     bool flag() { return bits(1) != 0; }
     // Exp-Golomb codes, unsigned and signed.
@@ -20,6 +20,6 @@ public:
     [[nodiscard]] bool is_past_end() const { return at_ > bytes_.size() * 8; }
 
 private:
-    std::vector<std::uint8_t> bytes_; // without the bytes that prevent start codes
+    std::vector<std::uint8_t> bytes_; // without emulation prevention bytes
     std::size_t at_ = 0;
 };

@@ -1,4 +1,4 @@
-// A file read piece by piece, so that memory does not grow with the file.
+// Reads a file piece by piece, so that memory use doesn't depend on its size.
 #include "recover/byte_window.h"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ void byte_window::fill(std::uint64_t offset, std::size_t length) {
         if (got < 0 && errno != EINTR) {
             throw std::system_error{errno, std::generic_category(), "reading"};
         }
-        if (got == 0) { // it was cut short meanwhile
+        if (got == 0) { // the file was truncated meanwhile
             break;
         }
         done += got > 0 ? static_cast<std::size_t>(got) : 0;

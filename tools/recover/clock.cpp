@@ -1,4 +1,4 @@
-// When each sample of a recording was: told from the order that its muxer wrote them in.
+// Reconstructs the time of each sample from the order in which the muxer wrote them.
 #include "recover/clock.h"
 
 #include "recover/dropped_pictures.h"
@@ -7,9 +7,9 @@
 
 namespace {
 
-// How much stamps are rounded.
+// Rounding of time stamps.
 constexpr double ROUNDING_S = 0.0001;
-// How much they may be off where they are times of arrival.
+// Possible errors of time stamps that are times of arrival.
 constexpr std::array JITTERS_S{0.01, 0.02, 0.04, 0.08};
 
 std::vector<run_times> lay_out(const scanned& found, const std::vector<turn>& turns,
@@ -19,7 +19,7 @@ std::vector<run_times> lay_out(const scanned& found, const std::vector<turn>& tu
     double slots = 0;
     double sounds = 0;
     double drops = 0;
-    std::size_t next = 0; // turn
+    std::size_t next = 0; // index of a turn
     for (std::size_t i = 0; i < found.runs.size(); ++i) {
         const sample_run& run = found.runs[i];
         slots += run.lost_pictures;
@@ -55,7 +55,7 @@ std::vector<run_times> tell_times_of_both(const scanned& found, std::optional<do
     return lay_out(found, rough, follow_turns(rough, known), slot_rule::by_picture);
 }
 
-// At a constant rate, with gaps where samples were lost.
+// Constant rate, with gaps where samples were lost.
 std::vector<run_times> tell_times_of_one_kind(const scanned& found) {
     std::vector<run_times> times;
     double samples = 0;

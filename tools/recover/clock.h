@@ -1,18 +1,19 @@
-// When each sample of a recording was: told from the order that its muxer wrote them in.
+// Reconstructs the time of each sample from the order in which the muxer wrote them.
 //
-// Sound goes on evenly, and pictures come thirty a second, but some are dropped before they are
-// encoded. Each turn that the muxer took bounds the pictures' time, and all turns together tell it
-// to a millisecond or so.
+// Sound is continuous. Pictures come thirty a second, but some are dropped before encoding. Each of
+// the muxer's turns limits the time of a picture; all turns together give it to about a
+// millisecond.
 #pragma once
 
 #include "recover/interleaving.h"
 
 struct run_times {
-    double start_s; // of the run's first sample; at 0 the sound begins, or without it the pictures
-    double step_s;  // from one sample to the next
+    double start_s; // time of the run's first sample; 0 is the first sound, or without sound the
+                    // first picture
+    double step_s;  // time between samples
 };
 
-// The times of each run. `known_offset_s` is by how much the first picture is later than the first
-// sound, where the recording's file before this one says so.
+// Returns the times of each run. `known_offset_s` is how much later than the first sound the first
+// picture is, if the previous file of the same recording tells.
 [[nodiscard]] std::vector<run_times> tell_times(const scanned& found,
                                                 std::optional<double> known_offset_s);

@@ -33,7 +33,7 @@ std::optional<command_line> read_command_line(int argc, const char* const* argv)
     try {
         parser.parse(argc, argv);
     } catch (const CLI::Success& wish) {
-        parser.exit(wish); // writes the help, or the version
+        parser.exit(wish); // prints the help or the version
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         throw usage_error{error.what()};

@@ -9,10 +9,10 @@
 struct command_line {
     bool is_dry_run = false;
     bool is_json = false;
-    std::vector<std::string> paths; // folders and files; none for the default folder
+    std::vector<std::string> paths; // folders and files; empty: the default folder
 };
 
-// The folder of the recordings, unless others are named: where the daemon writes them by default.
+// The default folder: where the daemon records by default.
 inline constexpr const char* DEFAULT_FOLDER = "/media/video";
 
 class usage_error : public std::runtime_error {
@@ -20,6 +20,6 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Reads the command line. None when it asked for help or the version, which are written then; a
-// usage_error when it can't be read.
+// Parses the command line. None after printing the help or the version. Throws usage_error if it is
+// invalid.
 [[nodiscard]] std::optional<command_line> read_command_line(int argc, const char* const* argv);

@@ -1,4 +1,4 @@
-// Pictures that were dropped before they were encoded, as far as the muxer's turns tell.
+// Finds the pictures that were dropped before encoding, from the muxer's turns.
 #include "recover/dropped_pictures.h"
 
 #include <algorithm>
@@ -6,14 +6,14 @@
 
 namespace {
 
-// How many pictures were dropped before each turn, those of short chunks left out.
+// Number of pictures dropped before each turn, except those that short chunks account for.
 struct drop_plan {
     std::vector<double> drops;
     double total = 0;
 };
 
-// The fewest drops with which every turn is as the muxer chose; none when there is no such plan.
-// Where in between they were is not known: in the middle of what is possible.
+// Returns the fewest drops that explain every turn, or none. Their exact places are unknown, so
+// each is put in the middle of the possible range.
 std::optional<drop_plan> plan_drops(const std::vector<turn>& turns, double offset, double slack) {
     constexpr double EPSILON = 1e-6;
     drop_plan plan;
@@ -44,7 +44,7 @@ struct span_s {
     double to;
 };
 
-// Between which times the first picture was, by the first turn that bounds it on both sides.
+// Returns the range of the first picture's time, from the first turn that limits it on both sides.
 std::optional<span_s> possible_offsets(const std::vector<turn>& turns) {
     for (const turn& at : turns) {
         if (at.earliest_s > -NEVER) {
@@ -54,7 +54,7 @@ std::optional<span_s> possible_offsets(const std::vector<turn>& turns) {
     return std::nullopt;
 }
 
-// The longest stretch of offsets for which the fewest pictures were dropped.
+// Returns the longest range of offsets that need the fewest drops.
 std::optional<span_s> likeliest_offsets(const std::vector<turn>& turns, double slack) {
     constexpr double STEP_S = 0.00025;
     const std::optional<span_s> possible = possible_offsets(turns);
@@ -84,7 +84,7 @@ double choose_offset(const span_s& likely, std::optional<double> known, double f
     if (!known && likely.to - likely.from < frame) {
         return (likely.from + likely.to) / 2;
     }
-    // As far as is known, pictures and sound began together.
+    // Unless known otherwise, pictures and sound began together.
     return std::clamp(known.value_or(0.0), likely.from, likely.to);
 }
 

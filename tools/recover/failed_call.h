@@ -1,16 +1,16 @@
-// Failures of calls on files.
+// Errors of file operations.
 #pragma once
 
 #include <cerrno>
 #include <string>
 #include <system_error>
 
-// Ends what is being done with a file: errno is the reason.
+// Throws a std::system_error with errno.
 [[noreturn]] inline void throw_errno(const std::string& doing) {
     throw std::system_error{errno, std::generic_category(), doing};
 }
 
-// For a call that answers -1 when it fails.
+// Checks a call that returns -1 on failure.
 inline void require_done(int result, const char* doing) {
     if (result < 0) {
         throw_errno(doing);

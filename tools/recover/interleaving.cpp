@@ -1,11 +1,11 @@
-// How the muxer mixes pictures and sound, which tells when each picture was and what is missing.
+// How the muxer interleaves pictures and sound: tells what is missing and when each picture was.
 #include "recover/interleaving.h"
 
 #include <algorithm>
 
 namespace {
 
-// Evenly: with one picture missing there is a chunk of seven among them.
+// Splits evenly: if one picture is missing, one chunk has seven.
 void put_chunks(const scanned& found, sample_run run, std::vector<sample_run>& chunks) {
     const unsigned parts = std::max(1U, (run.count + PICTURE_CHUNK / 2) / PICTURE_CHUNK);
     std::uint32_t left = run.count;

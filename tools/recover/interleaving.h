@@ -1,8 +1,8 @@
-// How the muxer mixes pictures and sound, which tells what is missing and when each picture was.
+// How the muxer interleaves pictures and sound: tells what is missing and when each picture was.
 //
-// It stays with pictures, or with sound, until what it wrote of them lasts longer than a quarter of
-// a second: a chunk of eight pictures, or of eleven MP3 frames at 48 kHz. Then it takes whichever
-// is due earlier, pictures if both are: mostly they take turns.
+// It writes one of the two until that lasts longer than a quarter of a second: a chunk of eight
+// pictures, or of eleven MP3 frames at 48 kHz. Then it picks whichever is due earlier, pictures if
+// both are, so they mostly alternate.
 #pragma once
 
 #include "recover/sample_scan.h"
@@ -13,10 +13,10 @@ inline constexpr unsigned PICTURE_CHUNK = 8;
 
 [[nodiscard]] double sound_frame_s(const mp3_frame& frame);
 
-// Frames of a chunk of sound.
+// Number of frames in a chunk of sound.
 [[nodiscard]] unsigned sound_chunk(const mp3_frame& frame);
 
 [[nodiscard]] bool has_both_kinds(const scanned& found);
 
-// Cuts runs of several chunks of pictures into chunks, since each was a choice of the muxer.
+// Splits runs of several picture chunks: the muxer made a choice for each chunk.
 void cut_into_chunks(scanned& found);

@@ -1,4 +1,4 @@
-// How regularly key frames come, which tells how many pictures are missing.
+// The regular distance of key frames, which tells how many pictures are missing.
 #include "recover/key_rhythm.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 
 namespace {
 
-// The distance that most key frames have from the one before; 0 when there is no such.
+// Returns the most frequent distance between key frames; 0 without one.
 std::uint32_t usual_distance(const std::vector<std::uint32_t>& keys) {
     std::map<std::uint32_t, std::size_t> counts;
     for (std::size_t i = 1; i < keys.size(); ++i) {

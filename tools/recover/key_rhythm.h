@@ -1,4 +1,4 @@
-// How regularly key frames come, which tells how many pictures are missing.
+// The regular distance of key frames, which tells how many pictures are missing.
 #pragma once
 
 #include "recover/sample_scan.h"
@@ -7,11 +7,11 @@ class key_rhythm {
 public:
     explicit key_rhythm(const scanned& found);
 
-    // True when key frames come as regularly as elsewhere if so many pictures were lost before the
-    // one of that number. Always true where they come irregularly.
+    // True if key frames stay regular when that many pictures were lost before picture number
+    // `picture`. Always true if they are irregular.
     [[nodiscard]] bool fits(std::uint32_t picture, std::int64_t lost) const;
 
 private:
     const std::vector<std::uint32_t>& keys_; // borrowed
-    std::uint32_t distance_ = 0; // pictures from one key frame to the next; 0: irregular
+    std::uint32_t distance_ = 0; // distance between key frames in pictures; 0: irregular
 };

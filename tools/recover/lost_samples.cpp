@@ -1,4 +1,4 @@
-// How many samples were lost where a recording is damaged.
+// Estimates how many samples were lost in a damaged place.
 #include "recover/lost_samples.h"
 
 #include "recover/key_rhythm.h"
@@ -19,7 +19,7 @@ struct lost_counts {
     std::int64_t& of(sample_kind kind) { return kind == sample_kind::picture ? pictures : sounds; }
 };
 
-// What a chunk of each kind has in samples, and a sample in bytes.
+// Samples in a chunk, and bytes in a sample, of each kind.
 struct measures {
     unsigned picture_chunk;
     unsigned sound_chunk;
@@ -38,14 +38,14 @@ struct measures {
     }
 };
 
-// A place where bytes hold no samples.
+// A range of bytes without valid samples.
 struct damage {
     double bytes;
     sample_kind kind_before;
-    std::uint64_t count_before; // samples of that kind in a row, with those lost in between
+    std::uint64_t count_before; // consecutive samples of that kind, including lost ones
     sample_kind kind_behind;
     std::uint64_t count_behind;
-    bool ends_behind;             // the run behind ends where it ended in the recording
+    bool ends_behind;             // the next run ends where it ended in the recording
     std::uint32_t picture_behind; // number of the next picture
 };
 
@@ -59,12 +59,12 @@ sample_kind other_kind(sample_kind kind) {
     return kind == sample_kind::picture ? sample_kind::sound : sample_kind::picture;
 }
 
-// How many more samples the last of the chunks in a run takes.
+// Returns how many more samples complete the last chunk of a run.
 unsigned missing_in_chunk(std::uint64_t count, unsigned chunk) {
     return static_cast<unsigned>((chunk - count % chunk) % chunk);
 }
 
-// What may be missing: the rests of the chunks around, and chunks between them.
+// Possible losses: the rest of the chunks before and after, and whole chunks between.
 lost_counts lost_with_chunks(const damage& at, const measures& sizes, unsigned rounds,
                              unsigned further) {
     lost_counts lost;
@@ -90,8 +90,8 @@ lost_counts lost_by_bytes(const damage& at, const measures& sizes) {
     return lost;
 }
 
-// The possible counts that fit best. Bytes tell the number of rounds but for one or two, since
-// pictures differ in size.
+// Returns the possible counts that fit best. Bytes determine the number of rounds only roughly,
+// since picture sizes vary.
 lost_counts lost_in(const damage& at, const measures& sizes, const key_rhythm& keys) {
     lost_counts best = lost_by_bytes(at, sizes);
     if (!at.ends_behind) {
@@ -127,12 +127,12 @@ bool is_whole_behind(const scanned& found, std::size_t run) {
            found.runs[run + 1].damage_before == 0;
 }
 
-// By how much the first picture may be later than the first sound.
+// Range of how much later than the first sound the first picture is.
 struct offset_bounds {
     double from_s = -NEVER;
     double to_s = NEVER;
 
-    // False, and unchanged, when the others allow none of these offsets.
+    // Returns false, without changes, if the ranges don't overlap.
     bool narrow(const offset_bounds& others) {
         const double from = std::max(from_s, others.from_s);
         const double to = std::min(to_s, others.to_s);
@@ -143,7 +143,7 @@ struct offset_bounds {
         return true;
     }
 
-    // How far both overlap; less than 0 when they don't.
+    // Length of the overlap; negative if there is none.
     [[nodiscard]] double overlap(const offset_bounds& other, double shift_s) const {
         return std::min(to_s, other.to_s + shift_s) - std::max(from_s, other.from_s + shift_s);
     }
@@ -153,13 +153,13 @@ offset_bounds bounds_of(const turn& at) {
     return {at.earliest_s - at.slots * PICTURE_S, at.latest_s - at.slots * PICTURE_S};
 }
 
-// Narrows them by turns that are next to each other, up to the first that doesn't fit, since
-// pictures were dropped. False when there was such.
+// Narrows the range by consecutive turns. Stops at the first that doesn't fit, because pictures
+// were dropped, and returns false.
 template <class Turns> bool narrow_by(offset_bounds& bounds, Turns first, Turns last) {
     return std::all_of(first, last, [&](const turn& at) { return bounds.narrow(bounds_of(at)); });
 }
 
-// What is known of the recording's beginning; else that pictures and sound began together.
+// The known offset; otherwise assumes that pictures and sound began together.
 offset_bounds bounds_at_start(std::optional<double> known_offset_s) {
     constexpr double KNOWN_S = 0.002;
     constexpr double TOGETHER_S = 0.04;
@@ -167,13 +167,13 @@ offset_bounds bounds_at_start(std::optional<double> known_offset_s) {
     return {known_offset_s.value_or(0) - around, known_offset_s.value_or(0) + around};
 }
 
-// A correction of what was lost: chunks of sound, and pictures.
+// A correction of the estimated losses, in chunks of sound and in pictures.
 struct correction {
     int chunks;
     int pictures;
 };
 
-// The likelier first. A chunk of sound may have been alone, and a picture dropped.
+// Likelier ones first. A chunk of sound may have been alone; a picture may have been dropped.
 constexpr std::array CORRECTIONS = std::to_array<correction>(
     {{0, 0}, {1, 0}, {-1, 0}, {0, -1}, {0, 1}, {1, -1}, {-1, -1}, {1, 1}, {-1, 1}});
 
@@ -182,7 +182,7 @@ bool is_possible(const sample_run& run, const correction& change, unsigned chunk
            std::int64_t{run.lost_sounds} + std::int64_t{change.chunks} * chunk >= 0;
 }
 
-// Pictures and sound are as far apart behind the damage as before it.
+// The offset between pictures and sound is the same before and after the damage.
 void correct_lost(scanned& found, std::size_t run, std::optional<double> known_offset_s) {
     constexpr double TOLERANCE_S = 0.005;
     const std::vector<turn> turns = list_turns(found, slot_rule::by_chunk);
@@ -210,13 +210,13 @@ void correct_lost(scanned& found, std::size_t run, std::optional<double> known_o
 void count_by_chunks(scanned& found) {
     const measures sizes = measures_of(found);
     const key_rhythm keys{found};
-    std::uint64_t in_a_row = 0; // samples of the last run's kind, with those lost among them
+    std::uint64_t in_a_row = 0; // samples of the last run's kind, including lost ones
     std::uint32_t pictures = 0;
     for (std::size_t i = 0; i < found.runs.size(); ++i) {
         sample_run& run = found.runs[i];
         lost_counts lost;
         if (run.damage_before > 0) {
-            // Before the first run there is the end of a chunk, so to speak.
+            // Treat the beginning of the file like the end of a chunk.
             lost = lost_in({.bytes = static_cast<double>(run.damage_before),
                             .kind_before = i > 0 ? found.runs[i - 1].kind : other_kind(run.kind),
                             .count_before = in_a_row,

@@ -1,9 +1,9 @@
-// How many samples were lost where a recording is damaged.
+// Estimates how many samples were lost in a damaged place.
 #pragma once
 
 #include "recover/sample_scan.h"
 
-// Fills in how many samples each run lacks before it; runs are cut into chunks already. With
-// pictures and sound, these tell which numbers are possible; their bytes, the rhythm of key frames,
-// and how far pictures and sound are apart elsewhere, which of these it was.
+// Sets how many samples are missing before each run; runs must be split into chunks. The order of
+// pictures and sound limits the possible numbers; the lost bytes, the key frames' distance and the
+// offset between pictures and sound select one.
 void count_lost_samples(scanned& found, std::optional<double> known_offset_s);

@@ -1,4 +1,4 @@
-// vtrdc-recover makes recordings play that were never completed.
+// vtrdc-recover completes recordings that were interrupted.
 #include "recover/command_line.h"
 #include "recover/recover.h"
 #include "util/sysroot.h"
@@ -13,7 +13,7 @@ namespace {
 
 enum exit_status : int { STATUS_DONE = 0, STATUS_FAILED = 1, STATUS_USAGE = 2 };
 
-// A line on a terminal that the next one takes the place of.
+// Prints a progress line, which the next one overwrites.
 void show_progress(const std::string& path, double part) {
     std::fprintf(stderr, "\r\033[K%s: %.0f %%", path.c_str(), part * 100);
 }
@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    // Nothing to do, nothing to say.
+    // Nothing was to be done; not reported.
     [[nodiscard]] static bool is_usual(recording_fate fate) {
         return fate == recording_fate::complete || fate == recording_fate::foreign;
     }
@@ -63,7 +63,7 @@ exit_status run(const command_line& line) {
     for (const std::string& path : line.paths) {
         recover_path(path, options);
     }
-    // A sight that never recorded has no such folder.
+    // A sight that has never recorded has no such folder.
     const std::string standard = sysroot_path(DEFAULT_FOLDER);
     if (line.paths.empty() && std::filesystem::exists(standard)) {
         recover_path(standard, options);
@@ -73,7 +73,7 @@ exit_status run(const command_line& line) {
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): any other exception is a bug, and ends the program
+// NOLINTNEXTLINE(bugprone-exception-escape): any other exception is a bug; terminate
 int main(int argc, char* argv[]) {
     try {
         const std::optional<command_line> line = read_command_line(argc, argv);

@@ -1,4 +1,4 @@
-// The tracks of a recovered recording, as an index lists them.
+// The tracks of a recovered recording, as in an index.
 #include "recover/movie.h"
 
 #include <algorithm>
@@ -45,7 +45,7 @@ private:
         return std::llround((time_s - table_.start_s) * table_.timescale);
     }
 
-    // Of the sample before the one that is at that time.
+    // Sets the duration of the sample before the one at time `next`.
     void add_duration(std::int64_t next) {
         next = std::max(next, last_);
         const auto ticks = static_cast<std::uint32_t>(next - last_);

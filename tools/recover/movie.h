@@ -1,4 +1,4 @@
-// The tracks of a recovered recording, as an index lists them.
+// The tracks of a recovered recording, as in an index.
 #pragma once
 
 #include "recover/clock.h"
@@ -9,27 +9,27 @@ struct track_table {
         std::uint32_t first;  // number of its first sample
     };
     struct duration {
-        std::uint32_t samples; // in a row
+        std::uint32_t samples; // number of samples
         std::uint32_t ticks;
     };
 
     std::uint32_t timescale = 0; // ticks a second
-    double start_s = 0;          // of the first sample; the movie begins with the earlier track
+    double start_s = 0; // time of the first sample; 0 is the beginning of the earlier track
     std::vector<std::uint32_t> sizes;
     std::vector<chunk> chunks;
     std::vector<duration> durations;
-    std::vector<std::uint32_t> keys; // numbers of the samples that can be decoded by themselves
+    std::vector<std::uint32_t> keys; // numbers of the key frames
 
     [[nodiscard]] double length_s() const;
 };
 
 struct movie {
-    track_table pictures; // either has no sample when the recording has none of its kind
+    track_table pictures; // a track without samples is not in the recording
     track_table sound;
 
-    // From the beginning of the earlier track to the end of the later one.
+    // Time from the beginning of the earlier track to the end of the later one.
     [[nodiscard]] double length_s() const;
 };
 
-// Leaves out pictures that can't be decoded: those behind damage, up to the next key frame.
+// Omits pictures that can't be decoded: those after damage, up to the next key frame.
 [[nodiscard]] movie make_movie(const scanned& found, const std::vector<run_times>& times);

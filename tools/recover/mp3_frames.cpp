@@ -1,18 +1,18 @@
-// MP3 frames: what their four bytes of header say.
+// Parses the four-byte headers of MP3 frames.
 #include "recover/mp3_frames.h"
 
 #include <array>
 
 namespace {
 
-// In kbit/s. The first code means a free rate, the last is forbidden.
+// In kbit/s. The first code means a free bit rate, the last is forbidden.
 constexpr std::array<std::uint32_t, 16> BITRATES{0,   32,  40,  48,  56,  64,  80,  96,
                                                  112, 128, 160, 192, 224, 256, 320, 0};
 constexpr std::array<std::uint32_t, 4> RATES{44100, 48000, 32000, 0};
 
 constexpr std::uint32_t SYNC_MASK = 0xfffe0000; // sync word, MPEG-1, layer III
 constexpr std::uint32_t SYNC = 0xfffa0000;
-// Sync, checksum, rate, channel mode, copyright, emphasis; bit rate and padding may change.
+// Sync, checksum, sample rate, channel mode, copyright, emphasis; bit rate and padding may vary.
 constexpr std::uint32_t SIGNATURE_MASK = 0xffff0ccf;
 constexpr std::uint32_t MONO = 3;
 constexpr std::uint32_t FORBIDDEN_EMPHASIS = 2;

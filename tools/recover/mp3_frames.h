@@ -1,4 +1,4 @@
-// MP3 frames: what their four bytes of header say.
+// Parses the four-byte headers of MP3 frames.
 #pragma once
 
 #include "recover/big_endian.h"
@@ -9,11 +9,11 @@ inline constexpr std::size_t MP3_HEADER_BYTES = 4;
 inline constexpr std::uint32_t MP3_FRAME_SAMPLES = 1152;
 
 struct mp3_frame {
-    std::uint32_t size;      // bytes, header included
+    std::uint32_t size;      // bytes, including the header
     std::uint32_t rate;      // Hz
     unsigned channels;       // 1 or 2
-    std::uint32_t signature; // what all frames of one recording have in common
+    std::uint32_t signature; // header bits that all frames of a recording share
 };
 
-// The frame that begins with those bytes. None when it is not of MPEG-1, layer III.
+// Parses a frame header. None unless it is MPEG-1, layer III.
 [[nodiscard]] std::optional<mp3_frame> read_mp3_frame(byte_view header);

@@ -1,4 +1,4 @@
-// The boxes that an MP4 file consists of.
+// The boxes of an MP4 file.
 #include "recover/mp4_boxes.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// The boxes that an MP4 file consists of.
+// The boxes of an MP4 file.
 #pragma once
 
 #include "recover/byte_window.h"
@@ -18,14 +18,14 @@ struct box {
     std::uint32_t type;
     std::uint64_t start;
     std::uint64_t content;
-    std::uint64_t end; // may lie behind the file's; a box without a length reaches to that
+    std::uint64_t end; // may exceed the file; a box without a length ends with the file
     bool has_length;
 };
 
-// The box that begins there. None when too little is left for one, or its length makes no sense.
+// Reads the box at that offset. None if too few bytes are left or its length is invalid.
 [[nodiscard]] std::optional<box> read_box(byte_window& file, std::uint64_t offset);
 
-// Calls `visit` with one box after another; false when it answers false, or when they don't fill
-// the range exactly.
+// Calls `visit` with each box. Returns false when `visit` does, or when the boxes don't fill the
+// range exactly.
 [[nodiscard]] bool for_each_box(byte_window& file, std::uint64_t start, std::uint64_t end,
                                 const std::function<bool(const box&)>& visit);

@@ -1,4 +1,4 @@
-// The index of a completed MP4 file: whether it is whole, and what other recordings learn from it.
+// Reads the index of a completed MP4 file.
 #include "recover/mp4_index.h"
 
 #include <algorithm>
@@ -22,7 +22,7 @@ struct index_reading {
     byte_window& file;
     std::uint32_t timescale = 0;
     std::vector<track_reading> tracks{};
-    unsigned depth = 0; // how many boxes are around the one that is read
+    unsigned depth = 0; // nesting depth of the current box
 
     track_reading& track() { return tracks.back(); }
 };
@@ -40,7 +40,8 @@ struct time_header {
     std::uint64_t duration;
 };
 
-// "mvhd" and "mdhd" begin alike: times of creation and change, scale, duration.
+// "mvhd" and "mdhd" begin with the same fields: creation and modification times, time scale,
+// duration.
 time_header read_time_header(byte_window& file, const box& header) {
     const bool is_long = is_version_1(file, header);
     const std::uint64_t scale = header.content + FULL_BOX + (is_long ? 16 : 8);
@@ -59,7 +60,7 @@ void read_edits(index_reading& in, const box& list) {
     }
 }
 
-// An entry of a table that was written is never 0.
+// True if no entry is 0: valid entries never are, but lost storage reads as zeros.
 bool has_no_zero(byte_window& file, std::uint64_t start, std::uint64_t end, std::size_t width) {
     if ((end - start) % width != 0) {
         return false;
@@ -100,7 +101,7 @@ void read_decoder_config(index_reading& in, const box& config) {
 }
 
 bool read_entry(index_reading& in, const box& entry) {
-    constexpr std::uint64_t PICTURE_ENTRY = 78; // its fields before the boxes in it
+    constexpr std::uint64_t PICTURE_ENTRY = 78; // size of its fields before the nested boxes
     if (entry.type != box_type("avc1")) {
         return true;
     }
@@ -162,7 +163,7 @@ bool read_inside_track(index_reading& in, const box& found) {
         return is_whole_table(in, found, COUNTED_TABLE, 4);
     case box_type("stsc"):
         return is_whole_table(in, found, COUNTED_TABLE, 12);
-    case box_type("stts"): // a count, and a duration that may be 0
+    case box_type("stts"): // a count and a duration; the duration may be 0
     case box_type("co64"):
         return is_whole_long_table(in, found);
     default:
@@ -171,7 +172,7 @@ bool read_inside_track(index_reading& in, const box& found) {
 }
 
 bool read_any(index_reading& in, const box& found) {
-    if (found.type == 0) { // zeros that begin where a box should
+    if (found.type == 0) { // zeros instead of a box
         return false;
     }
     if (found.type == box_type("trak")) {

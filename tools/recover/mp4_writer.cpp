@@ -1,4 +1,4 @@
-// What stands around the media data of an MP4 file: its beginning, and its index.
+// Writes the header and the index of an MP4 file.
 #include "recover/mp4_writer.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint32_t MOVIE_TIMESCALE = 10000;
 constexpr std::uint32_t UNITY = 0x10000; // 1 as a fixed-point number
 
-// Bytes in the order of the file, in boxes inside boxes.
+// Builds nested boxes in file order.
 class box_writer {
 public:
     void number(std::uint64_t value, unsigned width) {
@@ -63,7 +63,7 @@ void put_matrix(box_writer& out) {
 void put_movie_header(box_writer& out, double length_s) {
     constexpr std::uint32_t NEXT_TRACK = 3;
     out.full_box("mvhd", 1, 0, [&] {
-        out.zeros(16); // times of creation and change
+        out.zeros(16); // creation and modification times
         out.u32(MOVIE_TIMESCALE);
         out.u64(in_movie_time(length_s));
         out.u32(UNITY); // rate
@@ -75,7 +75,7 @@ void put_movie_header(box_writer& out, double length_s) {
     });
 }
 
-// What the two kinds of tracks differ in.
+// Differences between the two kinds of tracks.
 struct track_kind {
     std::uint32_t number;
     const char* handler;
@@ -99,7 +99,7 @@ void put_track_header(box_writer& out, const track_kind& kind, double end_s) {
     });
 }
 
-// A track that begins later than the other one.
+// Delays a track that begins later than the other one.
 void put_edits(box_writer& out, double delay_s, double length_s) {
     const std::uint64_t delay = in_movie_time(delay_s);
     out.box("edts", [&] {
@@ -143,7 +143,7 @@ void put_handler(box_writer& out, const track_kind& kind) {
 void put_picture_entry(box_writer& out, const parameter_sets& sets) {
     out.box("avc1", [&] {
         out.zeros(6);
-        out.u16(1); // where the data are: this file
+        out.u16(1); // data location: this file
         out.zeros(16);
         out.u16(sets.first_sequence().width);
         out.u16(sets.first_sequence().height);
@@ -158,21 +158,21 @@ void put_picture_entry(box_writer& out, const parameter_sets& sets) {
     });
 }
 
-// MPEG-4's way to say that the sound is MP3.
+// Says in MPEG-4's terms that the sound is MP3.
 void put_sound_descriptor(box_writer& out) {
     constexpr std::uint8_t MPEG1_AUDIO = 0x6b;
     constexpr std::uint8_t AUDIO_STREAM = 5 << 2 | 1;
     out.full_box("esds", 0, 0, [&] {
-        out.u8(3); // the stream
+        out.u8(3); // ES descriptor
         out.u8(21);
         out.u16(0);
         out.u8(0);
-        out.u8(4); // its decoder
+        out.u8(4); // decoder configuration descriptor
         out.u8(13);
         out.u8(MPEG1_AUDIO);
         out.u8(AUDIO_STREAM);
-        out.zeros(11); // sizes and rates, unsaid
-        out.u8(6);     // how it is sent: as MP4 files do
+        out.zeros(11); // buffer size and bit rates: unknown
+        out.u8(6);     // SL configuration descriptor: as for MP4 files
         out.u8(1);
         out.u8(2);
     });
@@ -181,7 +181,7 @@ void put_sound_descriptor(box_writer& out) {
 void put_sound_entry(box_writer& out, const mp3_frame& sound) {
     out.box("mp4a", [&] {
         out.zeros(6);
-        out.u16(1); // where the data are: this file
+        out.u16(1); // data location: this file
         out.zeros(8);
         out.u16(sound.channels);
         out.u16(16); // bits a value
@@ -216,7 +216,7 @@ std::uint32_t samples_in(const track_table& table, std::size_t chunk) {
     return static_cast<std::uint32_t>(end) - table.chunks[chunk].first;
 }
 
-// An entry for each chunk that has another number of samples than the one before.
+// Writes an entry for each chunk whose number of samples differs from the previous one.
 void put_chunk_lengths(box_writer& out, const track_table& table) {
     std::vector<std::size_t> changes;
     for (std::size_t chunk = 0; chunk < table.chunks.size(); ++chunk) {
@@ -229,7 +229,7 @@ void put_chunk_lengths(box_writer& out, const track_table& table) {
         for (const std::size_t chunk : changes) {
             out.u32(chunk + 1);
             out.u32(samples_in(table, chunk));
-            out.u32(1); // the description
+            out.u32(1); // index of the sample description
         }
     });
 }
@@ -272,7 +272,7 @@ template <class Entry> void put_tables(box_writer& out, const track_table& table
             put_entry();
         });
         put_durations(out, table);
-        if (!table.keys.empty()) { // without the box each sample is a key
+        if (!table.keys.empty()) { // without this box every sample is a key frame
             put_keys(out, table);
         }
         put_chunk_lengths(out, table);

@@ -1,4 +1,4 @@
-// What stands around the media data of an MP4 file: its beginning, and its index.
+// Writes the header and the index of an MP4 file.
 #pragma once
 
 #include "recover/movie.h"
@@ -8,10 +8,10 @@
 
 using file_header = std::array<std::uint8_t, DATA_START>;
 
-// The beginning of a file with so many bytes of media data.
+// Returns the header of a file with that many bytes of media data.
 [[nodiscard]] file_header make_header(std::uint64_t data_bytes);
 
-// The index, which goes behind the media data. `sets` must be complete when there are pictures, and
-// `sound` is a frame of the sound, if there is any.
+// Returns the index, which follows the media data. `sets` must be complete if there are pictures;
+// `sound` is any sound frame, if there is sound.
 [[nodiscard]] std::vector<std::uint8_t> make_index(const movie& movie, const parameter_sets& sets,
                                                    const std::optional<mp3_frame>& sound);

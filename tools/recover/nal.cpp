@@ -1,4 +1,4 @@
-// NAL units of an H.264 stream: which are plausible, and how slices begin.
+// NAL units of an H.264 stream: plausibility checks, and the beginning of slices.
 #include "recover/nal.h"
 
 #include "recover/bit_reader.h"
@@ -33,7 +33,7 @@ bool is_undamaged_nal(byte_view nal) {
     if (nal.empty() || nal.back() == 0) {
         return false;
     }
-    // Each start code and each run of zeros has two zero bytes, which memchr finds fast.
+    // Start codes and runs of zeros have two consecutive zero bytes; memchr finds zeros fast.
     const std::uint8_t* at = nal.data();
     const std::uint8_t* const end = at + nal.size();
     while ((at = static_cast<const std::uint8_t*>(
@@ -49,7 +49,7 @@ bool is_undamaged_nal(byte_view nal) {
 std::optional<slice_start> read_slice_start(byte_view nal) {
     constexpr std::uint32_t SLICE_P = 0;
     constexpr std::uint32_t SLICE_I = 2;
-    constexpr std::uint32_t SLICE_TYPES = 5; // and as many again for "all slices of the picture"
+    constexpr std::uint32_t SLICE_TYPES = 5; // doubled by the "all slices of the picture" variants
     if (nal.empty() || !is_slice(type_of_nal(nal[0]))) {
         return std::nullopt;
     }

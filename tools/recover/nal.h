@@ -1,4 +1,4 @@
-// NAL units of an H.264 stream: which are plausible, and how slices begin.
+// NAL units of an H.264 stream: plausibility checks, and the beginning of slices.
 #pragma once
 
 #include "recover/big_endian.h"
@@ -15,9 +15,10 @@ enum nal_type : std::uint8_t {
     NAL_FILLER = 12,
 };
 
-// Of a NAL unit. The largest picture of 1024 x 768 that the standard allows has half of it.
+// Maximum length of a NAL unit. The largest picture of 1024 x 768 allowed by the standard has half
+// of it.
 inline constexpr std::uint32_t NAL_LENGTH_MAX = 2 * 1024 * 1024;
-// Parameter sets are longer by few bytes only where they hold tables.
+// Maximum length of a parameter set. Only those with tables have more than a few bytes.
 inline constexpr std::uint32_t PARAMETER_SET_MAX = 512;
 inline constexpr std::uint32_t PICTURE_SET_IDS = 256;
 
@@ -29,10 +30,10 @@ inline constexpr std::uint32_t PICTURE_SET_IDS = 256;
     return type == NAL_SLICE || type == NAL_IDR_SLICE;
 }
 
-// True when a NAL unit of that length may begin with that byte.
+// True if a NAL unit of that length may begin with that byte.
 [[nodiscard]] bool is_plausible_nal(std::uint8_t first_byte, std::uint32_t length);
 
-// False when the NAL unit holds what an encoder never writes, such as three zero bytes.
+// False if the NAL unit contains what an encoder never writes, such as three zero bytes.
 [[nodiscard]] bool is_undamaged_nal(byte_view nal);
 
 struct slice_start {
@@ -41,8 +42,8 @@ struct slice_start {
     bool is_intra;
 };
 
-// So many bytes of a slice hold what is read of it.
+// Bytes of a slice that are needed to parse its beginning.
 inline constexpr std::size_t SLICE_START_MAX = 16;
 
-// None for slices that the sight's encoder does not write, B slices included.
+// None for slices that the sight's encoder doesn't write, such as B slices.
 [[nodiscard]] std::optional<slice_start> read_slice_start(byte_view nal);

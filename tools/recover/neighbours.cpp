@@ -1,4 +1,4 @@
-// What other recordings in a folder tell about one that lacks it.
+// Takes missing information from other recordings in the folder.
 #include "recover/neighbours.h"
 
 #include "recover/failed_call.h"
@@ -19,14 +19,14 @@ namespace {
 
 constexpr std::string_view SUFFIX = ".mp4";
 
-// Links and folders are none.
+// True for ordinary files; false for links and folders.
 bool is_file(int folder, const std::string& name) {
     struct stat status {};
     return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISREG(status.st_mode);
 }
 
-// The tracks of a complete recording; none for any other file.
+// Returns the tracks of a complete recording, or none.
 std::optional<std::vector<indexed_track>> tracks_of(int folder, const std::string& name) {
     const fd_owned file{
         openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)};
@@ -40,7 +40,7 @@ std::optional<std::vector<indexed_track>> tracks_of(int folder, const std::strin
                                             : std::nullopt;
 }
 
-// "video_20240927093056_01.mp4" follows on "video_20240927093056_00.mp4".
+// "video_20240927093056_01.mp4" follows "video_20240927093056_00.mp4".
 std::optional<std::string> file_before(const std::string& name) {
     if (!name.ends_with(SUFFIX)) {
         return std::nullopt;
@@ -68,7 +68,7 @@ bool do_fit(byte_window& file, const scanned& found, const parameter_sets& sets)
     slice_check check{sets};
     for (const sample_run& run : found.runs) {
         if (run.damage_before > 0 || run.first >= PICTURES_TO_CHECK) {
-            break; // numbers skip what is missing
+            break; // frame numbers have a gap after damage
         }
         std::uint64_t offset = run.offset;
         for (std::uint32_t i = 0; run.kind == sample_kind::picture && i < run.count; ++i) {
@@ -84,7 +84,7 @@ bool do_fit(byte_window& file, const scanned& found, const parameter_sets& sets)
     return check.fits();
 }
 
-// The nearest first: those before the name from the last on, then those behind it.
+// Sorts by distance: names before `name` from the last on, then those after it.
 std::vector<std::string> by_nearness(std::vector<std::string> names, const std::string& name) {
     const auto middle = std::ranges::lower_bound(names, name);
     std::reverse(names.begin(), middle);

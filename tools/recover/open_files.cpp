@@ -1,4 +1,4 @@
-// Whether a file is in use, so that it is not replaced under a program that writes it.
+// Detects files in use, so that none is replaced while a program writes it.
 #include "recover/open_files.h"
 
 #include <algorithm>
@@ -25,7 +25,7 @@ bool is_same_file(const fs::path& link, const struct stat& wanted) {
            found.st_ino == wanted.st_ino;
 }
 
-// Processes come and go, and some don't show what they have open.
+// Ignores errors: processes come and go, and some hide their descriptors.
 template <class Test> bool any_entry(const fs::path& folder, Test test) {
     std::error_code unreadable;
     fs::directory_iterator entry{folder, unreadable};
@@ -45,8 +45,9 @@ std::string describe(const fs::path& process) {
     return "process " + process.filename().string() + " (" + name + ")";
 }
 
-// The kernel grants a lease on a file only while nobody else has it open, and knows processes that
-// /proc does not show: other users', other containers'. It may refuse one for other reasons.
+// The kernel grants a lease only if nobody else has the file open. This detects processes that
+// /proc doesn't show: other users', other containers'. A lease may also be refused for other
+// reasons.
 bool is_refused_lease(int file) {
     if (fcntl(file, F_SETLEASE, F_WRLCK) == 0) {
         fcntl(file, F_SETLEASE, F_UNLCK);

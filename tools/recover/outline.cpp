@@ -1,4 +1,4 @@
-// What kind of file a recording is: complete, or without its index.
+// Detects the kind of a recording file: complete, or without an index.
 #include "recover/outline.h"
 
 #include "recover/mp4_index.h"
@@ -7,7 +7,7 @@
 
 namespace {
 
-// Storage lost the page with the beginning.
+// True if storage lost the first page.
 bool is_zeroed(byte_view header) {
     return std::ranges::all_of(header, [](std::uint8_t byte) { return byte == 0; });
 }

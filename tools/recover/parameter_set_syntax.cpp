@@ -1,4 +1,4 @@
-// What the parameter sets of an H.264 stream say, and what slices say in their terms.
+// Parses H.264 parameter sets, and slice headers with their help.
 #include "recover/parameter_set_syntax.h"
 
 #include "recover/bit_reader.h"
@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint32_t SIDE_MAX = 8192; // pixels
 constexpr std::uint32_t SEQUENCE_SET_IDS = 32;
 
-// Profiles whose sequence sets say more about colours.
+// Profiles whose sequence sets have additional colour fields.
 constexpr std::array<std::uint32_t, 9> HIGH_PROFILES{100, 110, 122, 244, 44, 83, 86, 118, 128};
 
 void skip_scaling_list(bit_reader& in, unsigned size) {
@@ -56,7 +56,7 @@ void read_picture_order(bit_reader& in, sequence_set& set) {
     }
 }
 
-// What is shown of the coded picture, along one side.
+// Returns the visible length of one side.
 std::uint32_t cropped(std::uint32_t side, std::uint32_t before, std::uint32_t after,
                       std::uint32_t unit) {
     const std::uint64_t cut = (std::uint64_t{before} + after) * unit;
@@ -135,7 +135,7 @@ std::optional<picture_set> read_picture_set(byte_view nal) {
 }
 
 slice_numbers read_slice_numbers(byte_view nal, const sequence_set& sequence) {
-    constexpr std::size_t BYTES_TO_READ = 32; // more than the numbers and what is before them take
+    constexpr std::size_t BYTES_TO_READ = 32; // enough for the numbers and the fields before them
     const bool is_reference = (nal[0] & 0x60) != 0;
     bit_reader in{nal.subspan(1, std::min(nal.size(), BYTES_TO_READ) - 1)};
     for (int i = 0; i < 3; ++i) { // first macroblock, type, picture set

@@ -1,4 +1,4 @@
-// The parameter sets of a recording's pictures: without them nothing can be decoded.
+// The parameter sets of a recording's pictures; decoding needs them.
 #include "recover/parameter_sets.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 namespace {
 
 constexpr std::size_t LENGTH_BYTES = 4;
-constexpr std::size_t SETS_MAX = 512; // bytes of one, with its length
+constexpr std::size_t SETS_MAX = 512; // maximum bytes of one, with its length
 
 void put_set(std::vector<std::uint8_t>& config, byte_view nal) {
     config.push_back(static_cast<std::uint8_t>(nal.size() >> 8));
@@ -14,12 +14,12 @@ void put_set(std::vector<std::uint8_t>& config, byte_view nal) {
     config.insert(config.end(), nal.begin(), nal.end());
 }
 
-// Profiles below have no such fields.
+// Lower profiles don't have these fields.
 bool has_colour_fields(std::uint8_t profile) {
     return profile == 100 || profile == 110 || profile == 122 || profile == 144;
 }
 
-// The NAL unit behind its length; empty when it is longer than a parameter set.
+// Returns the NAL unit at that length field; empty if it is longer than a parameter set.
 byte_view short_nal_at(byte_window& file, std::uint64_t offset) {
     const byte_view bytes = file.at(offset, SETS_MAX + LENGTH_BYTES);
     const std::uint32_t length = read_u32(bytes);
@@ -28,7 +28,7 @@ byte_view short_nal_at(byte_window& file, std::uint64_t offset) {
                : byte_view{};
 }
 
-// A sequence set and the picture sets behind it.
+// Reads a sequence set and the picture sets after it.
 parameter_sets sets_at(byte_window& file, std::uint64_t offset) {
     parameter_sets sets;
     byte_view nal = short_nal_at(file, offset);
@@ -46,8 +46,8 @@ bool may_be_sequence_set(byte_view bytes) {
            type_of_nal(bytes[LENGTH_BYTES]) == NAL_SEQUENCE_SET;
 }
 
-// Takes as many sets of 16 bits of length as it says, the number's upper bits aside. The place
-// behind them.
+// Adds as many sets with 16-bit lengths as the count byte says, ignoring its upper bits. Returns
+// the offset after them.
 std::size_t add_counted(parameter_sets& sets, byte_view config, std::size_t at) {
     const std::uint64_t count = read_number(config, at, 1) & 0x1f;
     ++at;
@@ -118,7 +118,7 @@ parameter_sets sets_of_config(byte_view config) {
     constexpr std::size_t FIRST_COUNT = 5;
     parameter_sets sets;
     if (config.size() > FIRST_COUNT) {
-        // Of picture sets there may be more than the mask lets through, but never are.
+        // The count byte allows more picture sets than the mask, but there never are that many.
         const std::size_t picture_count = add_counted(sets, config, FIRST_COUNT);
         add_counted(sets, config, picture_count);
     }

@@ -1,4 +1,4 @@
-// The parameter sets of a recording's pictures: without them nothing can be decoded.
+// The parameter sets of a recording's pictures; decoding needs them.
 #pragma once
 
 #include "recover/byte_window.h"
@@ -8,21 +8,20 @@
 
 class parameter_sets {
 public:
-    // Takes a parameter set, unless one of its kind and number is there. What is no sensible set is
-    // passed over.
+    // Adds a parameter set unless there is one of its kind and number. Ignores invalid sets.
     void add(byte_view nal);
 
-    // True when pictures can be decoded with them.
+    // True if pictures can be decoded with these sets.
     [[nodiscard]] bool are_complete() const;
 
-    // The sequence set that the picture set of that number refers to; none when one of them is
-    // missing. Borrowed.
+    // Returns the sequence set to which that picture set refers, borrowed; null if either is
+    // missing.
     [[nodiscard]] const sequence_set* sequence_of(std::uint32_t picture_set_id) const;
 
-    // Width and height of the pictures; to be asked of complete sets only.
+    // Width and height of the pictures; requires complete sets.
     [[nodiscard]] const sequence_set& first_sequence() const { return sequences_.front().values; }
 
-    // The contents of a box "avcC", for lengths of four bytes.
+    // Returns the contents of a box "avcC" for four-byte lengths.
     [[nodiscard]] std::vector<std::uint8_t> decoder_config() const;
 
 private:
@@ -35,8 +34,8 @@ private:
     std::vector<kept_set<picture_set>> pictures_;
 };
 
-// The sets in the contents of a box "avcC"; incomplete when it does not make sense.
+// Parses the contents of a box "avcC"; incomplete if invalid.
 [[nodiscard]] parameter_sets sets_of_config(byte_view config);
 
-// The first complete sets in the stream; incomplete when there are none.
+// Returns the first complete sets in the stream; incomplete if there are none.
 [[nodiscard]] parameter_sets find_sets_in_stream(byte_window& file, std::uint64_t start);

@@ -1,4 +1,4 @@
-// Recovers recordings that were never completed.
+// Recovers recordings that were interrupted.
 #include "recover/recover.h"
 
 #include "recover/clock.h"
@@ -20,13 +20,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A file that can't be recovered, for a reason that is not a failed call.
+// A file that can't be recovered for another reason than a failed call.
 class not_recoverable : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// A folder that no other process works on meanwhile.
+// A folder that is locked against other processes.
 struct work_folder {
     fs::path path;
     fd_owned folder;
@@ -52,7 +52,7 @@ void remove_unfinished_copies(const work_folder& work) {
     }
 }
 
-// What was found in a file, and what makes it a recording again.
+// What was found in a file, and how to repair it.
 struct finding {
     movie tracks{};
     repair_plan repair{};
@@ -68,7 +68,7 @@ void refuse_foreign(const scanned& found) {
     }
 }
 
-// The parameter sets of its pictures, from itself or from another recording.
+// Returns the parameter sets of its pictures, from the file itself or from another recording.
 parameter_sets complete_sets(const original_file& original, byte_window& file, const scanned& found,
                              parameter_sets own) {
     if (found.picture_sizes.empty() || own.are_complete()) {
@@ -82,7 +82,7 @@ parameter_sets complete_sets(const original_file& original, byte_window& file, c
     return others;
 }
 
-// The muxer had written the index, but not yet the header that says where it begins.
+// True if the muxer wrote the index but not yet the header that points to it.
 bool is_index_there(byte_window& file, std::uint64_t offset) {
     return read_index(file, offset).has_value();
 }
@@ -156,7 +156,7 @@ void recover_opened(const original_file& original, const recover_options& option
     }
 }
 
-// Who has it open may be completing it, so that its contents count only when nobody has.
+// A process that has the file open may be completing it, so check that first.
 void recover_unused(const work_folder& work, const std::string& name,
                     const recover_options& options, file_report& report) {
     const fd_owned file{
@@ -186,7 +186,7 @@ void recover_file(const work_folder& work, const std::string& name,
     file_report report{.path = work.path / name};
     try {
         recover_unused(work, name, options, report);
-    } catch (const std::runtime_error& error) { // failed calls, and what can't be recovered
+    } catch (const std::runtime_error& error) { // failed calls and unrecoverable files
         report.fate = recording_fate::failed;
         report.reason = error.what();
     }
@@ -207,7 +207,7 @@ void recover_folder(const fs::path& path, const recover_options& options) {
 
 void recover_path(const std::string& path, const recover_options& options) {
     try {
-        const fs::path real = fs::canonical(path); // behind a link is what would be replaced
+        const fs::path real = fs::canonical(path); // resolve links: the target gets replaced
         if (fs::is_directory(real)) {
             recover_folder(real, options);
         } else {

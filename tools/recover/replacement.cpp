@@ -1,4 +1,4 @@
-// Puts a recovered recording in the place of the original, which is never lost on the way.
+// Replaces the original by a recovered recording without ever risking it.
 #include "recover/replacement.h"
 
 #include "control/actions_media.h"
@@ -13,16 +13,16 @@
 
 namespace {
 
-// No recording's name: the daemon's and people's begin with no dot and end in ".mp4".
+// Never a recording's name: hidden, and not ending in ".mp4".
 constexpr std::string_view COPY_SUFFIX = ".recovering";
-// What the daemon may need while the copy is there: a recording stops when it finds less.
+// Space that the daemon needs while the copy exists: with less, a recording stops.
 constexpr std::uint64_t ROOM_LEFT = RECORD_BYTES + 16 * 1024 * 1024;
 
 std::string copy_name(const std::string& name) {
     return "." + name + std::string{COPY_SUFFIX};
 }
 
-// `offset` moves on by what was written.
+// Advances `offset` by what was written.
 void write_all(int file, byte_view bytes, std::uint64_t& offset) {
     while (!bytes.empty()) {
         const ssize_t done = pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(offset));
@@ -43,7 +43,7 @@ std::uint64_t size_of(const original_file& original) {
     return static_cast<std::uint64_t>(original.status.st_size);
 }
 
-// What is kept of the original, behind its header.
+// Returns the end of what is kept of the original.
 std::uint64_t kept_end(const original_file& original, const repair_plan& repair) {
     return repair.index.empty() ? size_of(original) : repair.data_end;
 }
@@ -57,7 +57,7 @@ bool has_room_for_copy(const original_file& original, const repair_plan& repair)
            kept_end(original, repair) + repair.index.size() + ROOM_LEFT;
 }
 
-// A file system without owners or rights keeps none, and only root may give files away.
+// Errors are ignored: some file systems have no owners or modes, and only root can change owners.
 void keep_attributes(int file, const struct stat& status) {
     const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
     static_cast<void>(fchown(file, status.st_uid, status.st_gid));
@@ -70,7 +70,7 @@ void copy_bytes(int from, std::uint64_t end, int to, std::uint64_t& offset) {
     byte_window window{from, end};
     while (offset < end) {
         const byte_view bytes = window.at(offset, STEP);
-        if (bytes.empty()) { // it was cut short meanwhile
+        if (bytes.empty()) { // the file was truncated meanwhile
             errno = EIO;
             throw_errno("reading");
         }
@@ -89,7 +89,7 @@ void write_copy(int copy, const original_file& original, const repair_plan& repa
 
 void replace_by_copy(const original_file& original, const repair_plan& repair) {
     const std::string name = copy_name(original.name);
-    unlinkat(original.folder, name.c_str(), 0); // an earlier run's
+    unlinkat(original.folder, name.c_str(), 0); // left by an earlier run
     const fd_owned copy{openat(original.folder, name.c_str(),
                                O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600)};
     require_done(copy.get(), "making a copy");
@@ -102,13 +102,13 @@ void replace_by_copy(const original_file& original, const repair_plan& repair) {
         unlinkat(original.folder, name.c_str(), 0);
         throw;
     }
-    // Not all file systems do that for folders.
+    // Some file systems can't sync folders.
     if (fsync(original.folder) != 0 && errno == EIO) {
         throw_errno("writing the folder to storage");
     }
 }
 
-// The same file, for writing.
+// Opens the same file for writing.
 fd_owned open_again(const original_file& original) {
     fd_owned file{
         openat(original.folder, original.name.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW)};
@@ -133,7 +133,7 @@ void append_index(int file, const original_file& original, byte_view index) {
     }
 }
 
-// What the media data end with and no sample has becomes part of them.
+// Bytes at the end that belong to no sample become part of the media data.
 void repair_in_place(const original_file& original, const repair_plan& repair) {
     const fd_owned file = open_again(original);
     append_index(file.get(), original, repair.index);

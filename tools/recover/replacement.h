@@ -1,4 +1,4 @@
-// Puts a recovered recording in the place of the original, which is never lost on the way.
+// Replaces the original by a recovered recording without ever risking it.
 #pragma once
 
 #include "recover/mp4_writer.h"
@@ -15,15 +15,15 @@ struct original_file {
 
 struct repair_plan {
     std::uint64_t data_end = 0;        // of the media data that are kept
-    std::vector<std::uint8_t> index{}; // empty: one that is whole follows these data already
+    std::vector<std::uint8_t> index{}; // empty: a complete index follows the media data already
 };
 
 enum class repair_way { copied, in_place };
 
-// Repairs a copy that takes the original's name once it is on storage. Where there is no room for
-// one beside what the daemon records, or none at all, the index is appended to the original, and
-// its header is rewritten last. Throws std::system_error, with the original as it was.
+// Repairs a copy and renames it to the original once it is synced to storage. If there is no space
+// for a copy beside what the daemon records, appends the index to the original and rewrites the
+// header last. Throws std::system_error, leaving the original as it was.
 repair_way replace_recording(const original_file& original, const repair_plan& repair);
 
-// True for the name of a copy that is not finished.
+// True for the name of an unfinished copy.
 [[nodiscard]] bool is_unfinished_copy(const std::string& name);

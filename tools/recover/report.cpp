@@ -1,4 +1,4 @@
-// What became of each recording, for people and for programs.
+// Reports the result for each recording, as text or JSON.
 #include "recover/report.h"
 
 #include <array>
@@ -64,6 +64,6 @@ std::string as_json(const file_report& report) {
     if (!report.reason.empty()) {
         object["reason"] = report.reason;
     }
-    // A file name may hold any bytes.
+    // File names may contain any bytes.
     return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }

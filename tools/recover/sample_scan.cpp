@@ -1,4 +1,4 @@
-// All samples of a recording, found without its index.
+// Finds all samples of a recording without its index.
 #include "recover/sample_scan.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 
 namespace {
 
-// Behind damage, so many samples in a row are believed; or those up to the end, if there are two.
+// After damage, accept only this many consecutive samples, or two if they reach the end.
 constexpr unsigned SAMPLES_TO_BELIEVE = 4;
 constexpr unsigned LAST_SAMPLES_TO_BELIEVE = 2;
 
@@ -16,10 +16,10 @@ struct scan_state {
     const progress_reporter& report;
     scanned found;
     sample_marks marks;
-    std::uint32_t last_slices = 0; // of the last picture
-    std::uint32_t slices = 0;      // of the one before
+    std::uint32_t last_slices = 0; // of the latest picture
+    std::uint32_t slices = 0;      // of the picture before
     std::uint64_t reported = 0;
-    bool is_damaged = false;                   // there was damage since the last picture
+    bool is_damaged = false;                   // damage since the last picture
     std::optional<std::uint32_t> next_frame{}; // of the next picture
 };
 
@@ -42,7 +42,7 @@ void begin_run(scanned& found, sample_kind kind, std::uint64_t offset) {
                           .damage_before = offset - found.end});
 }
 
-// An encoder may number frames in its own way, so the numbers are looked at behind damage only.
+// Encoders may number frames differently, so numbers are only checked after damage.
 bool goes_on(const scan_state& in, const sample& picture) {
     return !in.is_damaged || picture.is_reset ||
            (picture.numbers && in.next_frame == picture.numbers->frame);
@@ -80,7 +80,7 @@ void add_sample(scan_state& in, std::uint64_t offset, const sample& sample) {
     found.end = offset + sample.size;
 }
 
-// True when samples begin there, one behind the other.
+// True if consecutive samples begin there.
 bool is_believable(scan_state& in, std::uint64_t offset) {
     sample_marks marks = in.marks;
     for (unsigned count = 0; count < SAMPLES_TO_BELIEVE; ++count) {
@@ -96,7 +96,7 @@ bool is_believable(scan_state& in, std::uint64_t offset) {
     return true;
 }
 
-// The first place from there on at which samples begin again; the file's end when none do.
+// Returns the next offset where samples begin, or the end of the file.
 std::uint64_t resynchronise(scan_state& in, std::uint64_t offset) {
     constexpr std::size_t STEP = 64 * 1024;
     while (true) {
@@ -125,8 +125,8 @@ bool ends_in_zero(byte_window& file, std::uint64_t end) {
     return !last.empty() && last[0] == 0;
 }
 
-// Where damage begins, the last sample may be the beginning of one: a sound frame whose end was
-// zeroed, or the first slices of a picture.
+// True if the last sample before damage may be incomplete: a sound frame with a zeroed end, or only
+// the first slices of a picture.
 bool is_last_doubtful(scan_state& in) {
     if (in.found.runs.empty()) {
         return false;

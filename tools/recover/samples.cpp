@@ -1,4 +1,4 @@
-// Pictures and MP3 frames where they stand in a recording, one behind the other.
+// Recognises pictures and MP3 frames in the media data.
 #include "recover/samples.h"
 
 #include <bitset>
@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::uint32_t LENGTH_BYTES = 4;
 constexpr std::uint32_t PICTURE_BYTES_MAX = 2 * NAL_LENGTH_MAX;
-constexpr std::uint8_t SYNC_BYTE = 0xff; // of an MP3 frame; the length of a NAL begins with 0
+constexpr std::uint8_t SYNC_BYTE = 0xff; // first byte of an MP3 frame; a NAL length begins with 0
 
 std::optional<sample> read_sound(byte_window& file, std::uint64_t offset,
                                  const sample_marks& marks) {
@@ -19,10 +19,10 @@ std::optional<sample> read_sound(byte_window& file, std::uint64_t offset,
     return sample{.kind = sample_kind::sound, .size = frame->size, .signature = frame->signature};
 }
 
-// A picture while its NAL units are gone through.
+// State while parsing a picture's NAL units.
 struct picture_reading {
     sample picture{.kind = sample_kind::picture, .size = 0, .is_key = true};
-    std::bitset<256> own_sets{}; // picture sets that came with it
+    std::bitset<256> own_sets{}; // picture sets contained in it
 };
 
 bool refers_to_known_set(const picture_reading& in, const slice_start& slice,
@@ -32,7 +32,7 @@ bool refers_to_known_set(const picture_reading& in, const slice_start& slice,
            in.own_sets.test(slice.picture_set_id);
 }
 
-// Each takes a NAL unit into the picture; false when it does not belong to it.
+// Each adds a NAL unit to the picture; returns false if it doesn't belong to it.
 bool take_slice(picture_reading& in, byte_view nal, const sample_marks& marks) {
     const std::optional<slice_start> slice = read_slice_start(nal);
     const bool is_first = in.picture.slices == 0;
@@ -56,7 +56,7 @@ bool take_slice(picture_reading& in, byte_view nal, const sample_marks& marks) {
 bool take_other(picture_reading& in, byte_view nal) {
     const nal_type type = type_of_nal(nal[0]);
     if (in.picture.slices >
-        0) { // all but filling comes before the slices, of the next picture then
+        0) { // anything but filler data precedes slices: the next picture begins
         return type == NAL_FILLER;
     }
     if (type == NAL_SEQUENCE_SET || type == NAL_PICTURE_SET) {
@@ -74,7 +74,7 @@ bool take_nal(picture_reading& in, byte_view nal, const sample_marks& marks) {
     return belongs && is_undamaged_nal(nal);
 }
 
-// The next NAL unit; empty when none begins there, or not all of it is there.
+// Returns the next NAL unit; empty if there is none or it is incomplete.
 byte_view nal_at(byte_window& file, std::uint64_t offset) {
     const byte_view header = file.at(offset, LENGTH_BYTES + 1);
     if (header.size() <= LENGTH_BYTES) {
@@ -130,7 +130,7 @@ void for_each_nal(byte_window& file, std::uint64_t offset, std::uint32_t size,
         if (nal.empty()) {
             return;
         }
-        const std::size_t length = nal.size(); // the visitor may read elsewhere
+        const std::size_t length = nal.size(); // the visitor may move the window
         visit(nal);
         offset += LENGTH_BYTES + length;
     }

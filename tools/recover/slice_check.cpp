@@ -1,4 +1,4 @@
-// Whether parameter sets fit slices that came without any.
+// Checks whether parameter sets fit slices that came without any.
 #include "recover/slice_check.h"
 
 void slice_check::take(byte_view nal) {
@@ -11,8 +11,8 @@ void slice_check::take(byte_view nal) {
     }
 }
 
-// The frame number grows by one behind each picture that others refer to, the order by one or two
-// with each picture; both begin at 0 in an IDR picture.
+// The frame number increases by one after each reference picture, the order number by one or two
+// with each picture; both restart at 0 in an IDR picture.
 bool slice_check::goes_on(byte_view nal, const sequence_set& sequence) {
     const bool is_idr = type_of_nal(nal[0]) == NAL_IDR_SLICE;
     const slice_numbers now = read_slice_numbers(nal, sequence);

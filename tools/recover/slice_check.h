@@ -1,10 +1,10 @@
-// Whether parameter sets fit slices that came without any.
+// Checks whether parameter sets fit slices that came without any.
 #pragma once
 
 #include "recover/parameter_sets.h"
 
-// Reads slices, one picture's after the other, as if the sets were theirs. With another encoder's
-// sets the numbers of frames, which must go on, soon don't.
+// Parses the slices of consecutive pictures with the given sets. With another encoder's sets, frame
+// numbers soon stop being consecutive.
 class slice_check {
 public:
     explicit slice_check(const parameter_sets& sets) : sets_{sets} {} // borrowed

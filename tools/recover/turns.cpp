@@ -1,11 +1,11 @@
-// The turns of the muxer between pictures and sound, each of which bounds the time of pictures.
+// The muxer's turns between pictures and sound; each limits the time of a picture.
 #include "recover/turns.h"
 
 #include <algorithm>
 
 namespace {
 
-// The end of a recording that was completed is mixed by other rules.
+// The last runs of a completed recording are interleaved by other rules.
 constexpr std::size_t LAST_RUNS = 2;
 
 bool is_last(const scanned& found, std::size_t run) {

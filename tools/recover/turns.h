@@ -1,7 +1,7 @@
-// The turns of the muxer between pictures and sound, each of which bounds the time of pictures.
+// The muxer's turns between pictures and sound; each limits the time of a picture.
 //
-// When it took pictures, their time was not later than that of the sound which was waiting. When it
-// took the sound before them, that was earlier than their time.
+// When the muxer picked pictures, they were not later than the waiting sound. When it picked the
+// sound before, that was earlier than the pictures.
 #pragma once
 
 #include "recover/interleaving.h"
@@ -10,20 +10,20 @@
 
 inline constexpr double NEVER = std::numeric_limits<double>::infinity();
 
-// A chunk of pictures that the muxer chose.
+// A chunk of pictures picked by the muxer.
 struct turn {
     std::size_t run;
-    double slots;               // durations of a picture since the first one, but for drops unseen
-    double earliest_s = -NEVER; // bounds of its first picture; at 0 the sound begins
+    double slots; // picture durations since the first picture, without undetected drops
+    double earliest_s = -NEVER; // limits of its first picture's time; 0 is the first sound
     double latest_s = NEVER;
 };
 
-// How a run of pictures counts: a chunk has fewer than eight where some were dropped, but lasts as
-// long. Where stamps are times of arrival, chunks of seven and nine are nothing special.
+// How to count a run of pictures: a chunk with dropped pictures has fewer than eight but lasts as
+// long. If time stamps are times of arrival, chunks of seven or nine are normal.
 enum class slot_rule { by_chunk, by_picture };
 
-// The time that a run of pictures takes, in durations of a picture.
+// Duration of a run of pictures, in picture durations.
 [[nodiscard]] double slots_of(const scanned& found, std::size_t run, slot_rule rule);
 
-// All turns whose pictures are all there. There are both pictures and sound.
+// Returns all turns with complete pictures. Requires pictures and sound.
 [[nodiscard]] std::vector<turn> list_turns(const scanned& found, slot_rule rule);
