@@ -86,3 +86,17 @@ replace_stand_ins() {
     [[ -n $VTRDC_SIM_WITHOUT ]] || die 2 "no GStreamer elements in $1"
     export VTRDC_SIM_ELEMENTS VTRDC_SIM_WITHOUT
 }
+
+# Prints the name under which an LLVM tool is installed in the version of Debian 12: others format differently
+# and find other faults. Fails without one: TOOL
+llvm_tool() {
+    local version=14 name
+    for name in "$1-$version" "$1"; do
+        if [[ $("$name" --version 2>&1) == *" version $version."* ]]; then
+            printf '%s\n' "$name"
+            return 0
+        fi
+    done
+    say "skipped: $1 $version is not installed"
+    return 1
+}
