@@ -1,4 +1,4 @@
-// How answers and failures are written: as text for people, or as JSON objects, one a line.
+// Prints answers and failures: as text, or as JSON objects, one a line.
 #include "vtrdcctl/answers.h"
 
 #include <algorithm>
@@ -13,11 +13,11 @@ namespace {
 using json = nlohmann::ordered_json;
 
 void write_object(const json& object) {
-    // Settings may hold any bytes, and JSON only UTF-8.
+    // Settings may contain any bytes, JSON only UTF-8.
     std::cout << object.dump(-1, ' ', false, json::error_handler_t::replace) << '\n';
 }
 
-// The number if the text is one, else the text.
+// Returns the number, or the text if it isn't one.
 template <class Number> json number_in(std::string_view text) {
     Number value{};
     const char* const end = text.data() + text.size();
@@ -40,7 +40,7 @@ json setting_value(std::string_view key, std::string_view text) {
                : std::visit([text](auto field) { return typed_value(text, field); }, row->field);
 }
 
-// From lines key=value.
+// Converts key=value lines.
 json settings_object(const std::string& lines) {
     json object = json::object();
     std::istringstream text{lines};
@@ -80,7 +80,7 @@ const char* kind_of(exit_status status) {
     }
 }
 
-// With ": " behind it, unless it is empty.
+// Appends ": " unless the text is empty.
 std::string prefix(std::string_view text) {
     return text.empty() ? "" : std::string{text} + ": ";
 }

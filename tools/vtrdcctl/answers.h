@@ -1,4 +1,4 @@
-// How answers and failures are written: as text for people, or as JSON objects, one a line.
+// Prints answers and failures: as text, or as JSON objects, one a line.
 #pragma once
 
 #include "vtrdcctl/connection.h"
@@ -10,13 +10,13 @@
 
 struct failure {
     exit_status status;
-    std::string_view command; // empty: of no command
+    std::string_view command; // empty: not about a command
     std::string_view text;
-    std::string_view place{}; // in a script
+    std::string_view place{}; // line of a script
 };
 
-// Writes the data of a reply that is no error to standard output, typed as the command's row says.
+// Prints the data of a successful reply to standard output, typed as in the command's row.
 void write_answer(bool is_json, const client_command& command, const reply& answer);
 
-// Writes to standard error, or the object to standard output.
+// Prints to standard error, or the JSON object to standard output.
 void write_failure(bool is_json, const failure& what);

@@ -1,4 +1,4 @@
-// Running commands: asking the daemon, and writing its answers.
+// Runs commands: sends requests and prints the answers.
 #include "vtrdcctl/client.h"
 
 #include "vtrdcctl/answers.h"
@@ -15,7 +15,7 @@ using std::chrono::steady_clock;
 
 namespace {
 
-// What has been in the way may be of any kind, so there is nothing else to wait for.
+// The obstacle may be anything, so polling is the only way.
 constexpr milliseconds RETRY_INTERVAL{100};
 constexpr milliseconds LOOK_INTERVAL{1000};
 
@@ -31,12 +31,12 @@ exit_status client::run(const client_command& command, std::span<const std::stri
             answer.has_data ? answer.data : refusal_reason(command, arguments);
         write_failure(options_.is_json, {STATUS_REFUSED, command.name, reason, place});
     }
-    // Clients that feed commands one by one wait for the answer.
+    // Clients that feed commands one by one wait for each answer.
     std::cout.flush();
     return answer.is_done ? STATUS_DONE : STATUS_REFUSED;
 }
 
-// A daemon writes its status once it answers; one that can't write it is found by looking again.
+// A daemon writes its status file once it answers. Polls for one that can't write it.
 void client::connect_in_time(steady_clock::time_point end) {
     status_file status{options_.status_path};
     for (;;) {

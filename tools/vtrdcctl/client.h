@@ -1,4 +1,4 @@
-// Running commands: asking the daemon, and writing its answers.
+// Runs commands: sends requests and prints the answers.
 #pragma once
 
 #include "config/settings.h"
@@ -16,21 +16,21 @@
 struct client_options {
     std::string socket_path = settings{}.socket_file;
     std::string status_path = STATUS_FILE;
-    std::chrono::milliseconds wait{0}; // how long to wait for a daemon
+    std::chrono::milliseconds wait{0}; // time to wait for a daemon
     std::chrono::milliseconds timeout{5000};
-    std::chrono::milliseconds retry{0}; // how long to ask again while the reply is an error
+    std::chrono::milliseconds retry{0}; // time to retry while replies are errors
     bool is_json = false;
 };
 
 class client {
 public:
-    // Connects with the first command.
+    // Doesn't connect before the first command.
     explicit client(client_options options) : options_{std::move(options)} {}
 
     [[nodiscard]] bool is_json() const { return options_.is_json; }
 
-    // Runs a command and writes the answer or the refusal; the place is where it was in a script.
-    // Fails as request_for and connection do.
+    // Runs a command and prints the answer or the error; `place` is its line in a script. Throws
+    // what request_for and connection throw.
     [[nodiscard]] exit_status run(const client_command& command,
                                   std::span<const std::string> arguments,
                                   std::string_view place = {});

@@ -1,4 +1,4 @@
-// The command line of vtrdcctl: its options, and a subcommand for each command of the daemon.
+// The command line of vtrdcctl: options, and a subcommand for each of the daemon's commands.
 #include "vtrdcctl/command_line.h"
 
 #include "api/help_legend.h"
@@ -27,7 +27,7 @@ std::string legend() {
         text += line;
         text += '\n';
     }
-    text.erase(0, text.find_first_not_of('\n')); // the parser leaves a line free
+    text.erase(0, text.find_first_not_of('\n')); // the parser prints an empty line itself
     return text;
 }
 
@@ -35,7 +35,7 @@ CLI::Option* add_seconds_option(CLI::App& parser, const std::string& names,
                                 const std::function<void(std::chrono::milliseconds)>& keep,
                                 const std::string& help) {
     const auto convert = [names, keep](const double& seconds) {
-        if (!(seconds >= 0.0)) { // not a number is not, either
+        if (!(seconds >= 0.0)) { // also refuses NaN
             throw CLI::ValidationError{names, "must be a time in seconds"};
         }
         keep(std::chrono::milliseconds{std::lround(std::min(seconds, DAY_S) * 1000.0)});
@@ -51,7 +51,7 @@ void add_seconds(CLI::App& parser, const std::string& names, std::chrono::millis
         ->default_str(CLI::detail::to_string(standard.count()));
 }
 
-// One that can be left out.
+// Adds an optional number of seconds.
 void add_seconds(CLI::App& parser, const std::string& names,
                  std::optional<std::chrono::milliseconds>& target, const std::string& help) {
     add_seconds_option(
@@ -70,7 +70,7 @@ void add_options(CLI::App& parser, command_line& line) {
     parser
         .add_flag("-j,--json", line.client.is_json,
                   "Write each answer as a JSON object, and each error")
-        ->trigger_on_parse(); // also for an error in the rest of the command line
+        ->trigger_on_parse(); // even if the rest of the command line is invalid
     parser.add_flag("-k,--keep-going", line.keep_going,
                     "Go on after a failure in commands from standard input");
     parser
@@ -82,7 +82,7 @@ void add_options(CLI::App& parser, command_line& line) {
         ->check(CLI::IsMember({"-"}));
 }
 
-// An option for each argument: one that takes several would make more of a word in brackets.
+// Adds one option per argument: a single option for several would interpret brackets in words.
 void add_command(CLI::App& parser, const client_command& command) {
     CLI::App* const entry = parser.add_subcommand(std::string{command.name}, summary(command));
     entry->group("Commands")->fallthrough();
@@ -121,7 +121,7 @@ std::vector<std::string> words_of(const CLI::App& command) {
     return words;
 }
 
-// Adds options and commands. What is parsed goes to the record, which must outlive the parser.
+// Adds options and commands. Parsed values go to the record, which must outlive the parser.
 void describe(CLI::App& parser, command_line& line) {
     parser.name("vtrdcctl");
     parser.description("Asks vtrdc, the daemon of the sight, to run a command.");
@@ -143,7 +143,7 @@ void parse(CLI::App& parser, command_line& line, int argc, const char* const* ar
     for (const CLI::App* const command : parser.get_subcommands()) {
         line.words = words_of(*command);
     }
-    if (parser.get_option("--socket")->count() > 0) { // from the environment, too
+    if (parser.get_option("--socket")->count() > 0) { // also set by the environment
         line.client.status_path = status_path_beside(line.client.socket_path);
     }
     const int wishes = (line.words.empty() ? 0 : 1) + (line.script.empty() ? 0 : 1) +
@@ -172,7 +172,7 @@ std::vector<std::string> long_names(const CLI::App& parser) {
     return names;
 }
 
-// The error in words of the command line that nothing takes.
+// Explains the words that the parser couldn't assign.
 usage_error explain_extras(CLI::App& parser, const std::vector<std::string>& extras) {
     const std::string& word = extras.front();
     if (word.size() > 1 && word.front() == '-') {
@@ -193,7 +193,7 @@ bool read_command_line(int argc, const char* const* argv, command_line& line) {
     try {
         parse(parser, line, argc, argv);
     } catch (const CLI::Success& wish) {
-        parser.exit(wish); // writes the help, or the version
+        parser.exit(wish); // prints the help or the version
         return false;
     } catch (const CLI::ExtrasError&) {
         throw explain_extras(parser, parser.remaining(true));
@@ -208,6 +208,6 @@ command_line_names all_names() {
     command_line line;
     describe(parser, line);
     std::vector<std::string> watch_options = long_names(*parser.get_subcommand("watch"));
-    std::erase(watch_options, "--help"); // which is one of all
+    std::erase(watch_options, "--help"); // already among the general options
     return {long_names(parser), names_of(parser.get_subcommands({})), watch_options};
 }

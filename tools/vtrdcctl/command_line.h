@@ -1,4 +1,4 @@
-// The command line of vtrdcctl: its options, and a subcommand for each command of the daemon.
+// The command line of vtrdcctl: options, and a subcommand for each of the daemon's commands.
 #pragma once
 
 #include "vtrdcctl/client.h"
@@ -10,20 +10,19 @@
 struct command_line {
     client_options client;
     bool keep_going = false;
-    std::string script;     // "-" for commands from standard input
-    std::string completion; // the shell whose completion is asked for
-    // The command and its arguments; the client's own commands are "status" and "watch".
+    std::string script;     // "-": commands from standard input
+    std::string completion; // shell to print completion code for
+    // The command and its arguments; "status" and "watch" are the client's own.
     std::vector<std::string> words;
     watch_options watch;
 };
 
-// Reads the command line. False when it asked for help or the version, which are written then; a
-// usage_error when it can't be read, or does not ask for exactly one thing. What was read until
-// then is in the record.
+// Parses the command line. Returns false after printing the help or the version. Throws usage_error
+// if it is invalid or doesn't request exactly one thing; the record then has what was parsed so
+// far.
 [[nodiscard]] bool read_command_line(int argc, const char* const* argv, command_line& line);
 
-// What a shell completes: the options, such as "--socket", without their short names, and the
-// commands.
+// Names that a shell completes: long options, such as "--socket", and commands.
 struct command_line_names {
     std::vector<std::string> options;
     std::vector<std::string> commands;

@@ -1,4 +1,4 @@
-// What the client says of commands beside the words of their rows.
+// The client's additions to the help in the commands' rows.
 #pragma once
 
 #include <array>
@@ -6,10 +6,10 @@
 
 struct command_note {
     std::string_view command;
-    std::string_view help{};    // in place of the daemon's, which misleads; its marks are kept
-    std::string_view remark{};  // what the help leaves out, in sentences
-    std::string_view refusal{}; // when the daemon refuses what is in range without a reason
-    std::string_view log{};     // what the daemon's log then has more
+    std::string_view help{};    // replaces the daemon's, which misleads; keeps its marks
+    std::string_view remark{};  // additions to the help, in sentences
+    std::string_view refusal{}; // why the daemon refuses valid arguments without a reason
+    std::string_view log{};     // what the daemon's log then adds
 };
 
 inline constexpr std::string_view LOG_SAYS_WHICH = "the daemon's log says which";

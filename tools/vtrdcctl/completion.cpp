@@ -1,9 +1,9 @@
-// Completion of vtrdcctl's command line in a shell.
+// Shell completion of vtrdcctl's command line.
 #include "vtrdcctl/completion.h"
 
 namespace {
 
-// A second command is never offered.
+// Offers no second command.
 constexpr const char* FUNCTION = R"(
 _vtrdcctl() {
     local current=${COMP_WORDS[COMP_CWORD]} offered="$_vtrdcctl_options $_vtrdcctl_commands" word

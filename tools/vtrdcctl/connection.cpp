@@ -16,14 +16,14 @@ namespace {
 
 constexpr const char* NOT_A_REPLY = "what came is no reply of the daemon";
 
-// The reason is errno's, where a time-out looks like a call that would block.
+// The reason is errno; EAGAIN is reported as a timeout.
 no_answer failed(const std::string& what) {
     const char* const reason = errno == EAGAIN ? "time-out" : std::strerror(errno);
     return no_answer{what + ": " + reason};
 }
 
 void limit_waits(int fd, std::chrono::milliseconds timeout) {
-    timeout = std::max(timeout, std::chrono::milliseconds{1}); // 0 would be no limit
+    timeout = std::max(timeout, std::chrono::milliseconds{1}); // 0 would mean no limit
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(timeout);
     const std::chrono::microseconds rest = timeout - seconds;
     const timeval limit{.tv_sec = static_cast<time_t>(seconds.count()),
@@ -32,7 +32,7 @@ void limit_waits(int fd, std::chrono::milliseconds timeout) {
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
-// The text up to the next colon, which is taken off together with it.
+// Removes the next field and its colon from the text and returns it.
 std::string_view take_field(std::string_view& text) {
     const std::size_t end = text.find(':');
     if (end == std::string_view::npos) {
@@ -91,7 +91,7 @@ reply connection::ask(std::string_view request) const {
     }
     std::array<char, REPLY_SIZE> text{};
     ssize_t length = -1;
-    do { // stopping this program and letting it go on interrupts the wait
+    do { // stopping and continuing this program interrupts poll()
         length = recv(fd_, text.data(), text.size(), 0);
     } while (length < 0 && errno == EINTR);
     if (length < 0) {

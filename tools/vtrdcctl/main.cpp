@@ -48,7 +48,7 @@ exit_status run_command_line(int argc, const char* const* argv) {
 
 } // namespace
 
-// NOLINTNEXTLINE(bugprone-exception-escape): any other exception is a bug, and ends the program
+// NOLINTNEXTLINE(bugprone-exception-escape): any other exception is a bug; terminate
 int main(int argc, char* argv[]) {
     const exit_status status = run_command_line(argc, argv);
     if (!std::cout.flush()) {

@@ -1,4 +1,4 @@
-// The name that a mistyped one was meant to be.
+// Suggests the name that a mistyped word probably means.
 #include "vtrdcctl/nearest.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 
 namespace {
 
-// How many letters to insert, remove or replace.
+// Edit distance: inserted, removed and replaced letters.
 std::size_t edits_between(std::string_view from, std::string_view to) {
     std::vector<std::size_t> costs(to.size() + 1);
     std::iota(costs.begin(), costs.end(), 0U);
@@ -21,7 +21,7 @@ std::size_t edits_between(std::string_view from, std::string_view to) {
     return costs.back();
 }
 
-// A part of a name is as near as one slip.
+// A part of a name counts as one edit.
 std::size_t distance(std::string_view word, std::string_view name) {
     const bool is_part = word.size() > 2 && name.find(word) != std::string_view::npos;
     return is_part ? 1 : edits_between(word, name);

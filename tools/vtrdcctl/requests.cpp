@@ -1,4 +1,4 @@
-// The daemon's commands as a client sees them, and requests made from words.
+// The daemon's commands, and building requests from words.
 #include "vtrdcctl/requests.h"
 
 #include "vtrdcctl/command_notes.h"
@@ -14,12 +14,12 @@
 
 namespace {
 
-// What the daemon reads of one request; a longer one would be cut.
+// The daemon reads at most this much of one request.
 constexpr std::size_t REQUEST_MAX = 2047;
 
 using namespace argument_rows;
 
-// What follows "argc:N, " in the help.
+// Returns the help after "argc:N, ".
 constexpr std::string_view wording(std::string_view help) {
     constexpr std::string_view count = "argc:N";
     help.remove_prefix(count.size());
@@ -72,7 +72,7 @@ bool is_of_kind(argument_kind kind, const std::string& text) {
            (kind == argument_kind::number ? is_finite_number(text) : is_whole_number(text));
 }
 
-// To the daemon, a word such as "on" would be 0, and "2.5" 2.
+// The daemon would read "on" as 0 and "2.5" as 2.
 void require_kinds(const client_command& command, std::span<const std::string> arguments) {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const argument_row& row = command.takes.rows.at(i);
@@ -92,7 +92,7 @@ void require_count(const client_command& command, std::size_t given) {
     }
 }
 
-// A comma separates, unless a backslash stands before it or it begins an argument.
+// A comma separates, except after a backslash and as an argument's first character.
 std::string list_data(const client_command& command, std::span<const std::string> arguments) {
     std::string data = "l:";
     for (const std::string& argument : arguments) {

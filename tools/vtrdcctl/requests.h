@@ -1,4 +1,4 @@
-// The daemon's commands as a client sees them, and requests made from words.
+// The daemon's commands, and building requests from words.
 #pragma once
 
 #include "api/command_arguments.h"
@@ -12,8 +12,7 @@ struct client_command {
     std::string_view name;
     command_arguments takes;
     answer_kind gives;
-    std::string_view
-        help; // the daemon's wording without the number of arguments, unless it misleads
+    std::string_view help; // the daemon's text without the number of arguments, unless it misleads
     // As in command_note.
     std::string_view remark;
     std::string_view refusal;
@@ -23,10 +22,11 @@ struct client_command {
 // All commands, in the daemon's order.
 [[nodiscard]] std::span<const client_command> all_commands();
 
-// The command of exactly that name; a usage_error, which suggests another, when there is none.
+// Returns the command of exactly that name. Throws usage_error, with a suggestion, if there is
+// none.
 [[nodiscard]] const client_command& find_command(std::string_view name);
 
-// The request for a command with these arguments. Those of a list may come as one word, which is
-// then sent as it is. A usage_error when the daemon would not read these arguments out of it.
+// Returns the request for a command with these arguments. Arguments of a list may be one word,
+// which is sent unchanged. Throws usage_error if the daemon would parse other arguments from it.
 [[nodiscard]] std::string request_for(const client_command& command,
                                       std::span<const std::string> arguments);

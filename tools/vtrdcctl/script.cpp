@@ -1,4 +1,4 @@
-// Commands from a text, one a line.
+// Runs commands from a text, one a line.
 #include "vtrdcctl/script.h"
 
 #include "vtrdcctl/answers.h"

@@ -1,4 +1,4 @@
-// Commands from a text, one a line.
+// Runs commands from a text, one a line.
 #pragma once
 
 #include "vtrdcctl/client.h"
@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-// The words of a line, which blanks separate. One in double quotes may hold blanks; in it, a
-// backslash keeps the character behind it. A usage_error when the quotes are not closed.
+// Splits a line at blanks. Words in double quotes may contain blanks, and a backslash in them
+// escapes the next character. Throws usage_error for unclosed quotes.
 [[nodiscard]] std::vector<std::string> split_words(const std::string& line);
 
-// Runs each line as soon as it is read. Empty lines, and those that begin with "#", are passed
-// over. Stops at the first failure, or goes on; the status is the first failure's. A no_answer
-// ends the script in any case.
+// Runs each line as soon as it is read; skips empty lines and comments ("#"). Stops at the first
+// failure unless `keep_going`; returns the first failure's status. A no_answer always ends the
+// script.
 [[nodiscard]] exit_status run_script(client& client, std::istream& text, bool keep_going);

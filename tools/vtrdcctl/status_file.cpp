@@ -1,4 +1,4 @@
-// The daemon's status file: where it is, what it says, and waiting for its changes.
+// The daemon's status file: finds it, reads it, and waits for changes.
 #include "vtrdcctl/status_file.h"
 
 #include "core/status.h"
@@ -23,12 +23,12 @@ using std::chrono::steady_clock;
 
 namespace {
 
-// As many links as the kernel follows.
+// The kernel's limit.
 constexpr int LINKS_MAX = 40;
-// How often to look for a folder that is not there yet: its own parent may be missing, too.
+// How often to look for a missing folder: its parent may be missing too.
 constexpr milliseconds FOLDER_INTERVAL{1000};
 
-// As poll takes it, not early; -1 without a limit.
+// Timeout for poll(), rounded up; -1 without a limit.
 int timeout_until(time_limit limit) {
     if (!limit) {
         return -1;
@@ -37,7 +37,7 @@ int timeout_until(time_limit limit) {
     return static_cast<int>(std::max(left, milliseconds{0}).count());
 }
 
-// Where the path leads. The file at its end need not exist yet.
+// Resolves links. The file itself need not exist.
 fs::path follow_links(fs::path path) {
     std::error_code none;
     for (int links = 0; fs::is_symlink(path, none) && links < LINKS_MAX; ++links) {
@@ -62,7 +62,7 @@ std::string read_file(const std::string& path) {
     return {std::istreambuf_iterator<char>{file}, {}};
 }
 
-// The process that wrote it, 0 when it is not a status.
+// Returns the process that wrote it; 0 if it is not a status.
 pid_t writer_of(const nlohmann::ordered_json& status) {
     const auto pid = status.is_object() ? status.find("pid") : status.end();
     return pid != status.end() && pid->is_number_integer() ? std::max(pid->get<pid_t>(), 0) : 0;
@@ -100,10 +100,10 @@ daemon_status status_file::read() {
     return status;
 }
 
-// False when it has ended.
+// Returns false when it has ended.
 bool status_file::watch_process(pid_t pid) {
     process_ = fd_owned{static_cast<int>(syscall(SYS_pidfd_open, pid, 0))};
-    if (!process_) { // a kernel before 5.3 can't
+    if (!process_) { // kernels before 5.3 have no pidfd
         return kill(pid, 0) == 0 || errno == EPERM;
     }
     pollfd ended{process_.get(), POLLIN, 0};
@@ -145,7 +145,7 @@ bool status_file::wait(time_limit limit) {
     }
 }
 
-// Takes the notices; those on other files of the folder don't count.
+// Reads the inotify events; ignores those of other files in the folder.
 bool status_file::has_changed() const {
     const std::string name = fs::path{path_}.filename();
     alignas(inotify_event) std::array<char, 4096> notices{};

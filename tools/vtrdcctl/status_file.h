@@ -1,4 +1,4 @@
-// The daemon's status file: where it is, what it says, and waiting for its changes.
+// The daemon's status file: finds it, reads it, and waits for changes.
 #pragma once
 
 #include "util/fd_owned.h"
@@ -9,33 +9,33 @@
 #include <string>
 #include <sys/types.h>
 
-// Where the daemon with that command socket keeps its status: beside the socket, also where the
-// path is a link.
+// Returns the path of the status file for that command socket: beside the socket, after resolving
+// links.
 [[nodiscard]] std::string status_path_beside(const std::string& socket_path);
 
 struct daemon_status {
-    std::string text; // of the file
+    std::string text; // of the whole file
     nlohmann::ordered_json object;
 };
 
-// When waiting ends; none: never.
+// When to stop waiting; none: never.
 using time_limit = std::optional<std::chrono::steady_clock::time_point>;
 
 class status_file {
 public:
-    // Begins to watch the file: a change after that ends the next wait. The path may be a link to
-    // where the daemon writes it.
+    // Starts watching the file: later changes end the next wait. The path may be a link to the
+    // daemon's file.
     explicit status_file(const std::string& path);
 
-    // What it says. A no_daemon when it is not there or the process has ended that wrote it; a
-    // no_answer when it can't be read.
+    // Reads the status. Throws no_daemon if there is none or the process that wrote it has ended,
+    // no_answer if it can't be read.
     [[nodiscard]] daemon_status read();
 
-    // As read, but waits for a daemon.
+    // Like read, but waits for a daemon.
     [[nodiscard]] daemon_status read_in_time(time_limit limit);
 
-    // Waits until the file has changed or the process has ended that wrote it. True now and then
-    // without either; false when the time is up.
+    // Waits until the file changes or the process that wrote it ends. May also return true without
+    // either. Returns false at the time limit.
     [[nodiscard]] bool wait(time_limit limit);
 
 private:
@@ -46,5 +46,5 @@ private:
     std::string path_;
     fd_owned notices_;
     bool is_watching_ = false;
-    fd_owned process_; // none where the kernel has no such descriptors
+    fd_owned process_; // pidfd; none on kernels without it
 };

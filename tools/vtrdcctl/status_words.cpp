@@ -1,4 +1,4 @@
-// The daemon's status in words for people.
+// Describes the daemon's status in words.
 #include "vtrdcctl/status_words.h"
 
 #include <array>
@@ -27,7 +27,7 @@ constexpr auto outputs = std::to_array<word_pair>({
     {"http", "HTTP push"},
 });
 
-// The value of a field such as "/outputs/tcp/state" as text; empty when it is missing.
+// Returns the value at a pointer such as "/outputs/tcp/state" as text; empty if missing.
 std::string text_at(const json& status, const std::string& pointer) {
     const json::json_pointer place{pointer};
     if (!status.contains(place)) {
@@ -37,7 +37,7 @@ std::string text_at(const json& status, const std::string& pointer) {
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-// "2026-11-25T22:25:42Z" as people write it.
+// Formats "2026-11-25T22:25:42Z" for reading.
 std::string time_words(std::string time) {
     if (const std::size_t letter = time.find('T'); letter != std::string::npos) {
         time[letter] = ' ';

@@ -1,4 +1,4 @@
-// The status of the daemon, once and at each change.
+// Shows the daemon's status once, or at each change.
 #include "vtrdcctl/watch.h"
 
 #include "vtrdcctl/answers.h"
@@ -14,11 +14,11 @@ namespace {
 using json = nlohmann::ordered_json;
 using std::chrono::steady_clock;
 
-constexpr int SCHEMA = 1; // of which the words are known
-// Whose fields come with the failures.
+constexpr int SCHEMA = 1; // the known version
+// Fields that exist only after a failure of the kind.
 constexpr std::string_view LATER_FIELDS = "failures.";
 
-// A status that was written by a later version may mean something else by its fields.
+// A later schema may have given a field another meaning.
 bool is_known(const json& status) {
     const auto schema = status.find("schema");
     return schema != status.end() && *schema == SCHEMA;
@@ -33,7 +33,7 @@ std::string pointer_to(std::string field) {
     return "/" + field;
 }
 
-// From their pointers.
+// Converts JSON pointers to names.
 std::vector<std::string> names_in(const json& fields) {
     std::vector<std::string> names;
     for (const auto& [pointer, value] : fields.items()) {
@@ -44,7 +44,7 @@ std::vector<std::string> names_in(const json& fields) {
     return names;
 }
 
-// Null when it has no value yet.
+// Null if the field has no value yet.
 json value_of(const json& status, const std::string& field) {
     const json fields = status.flatten();
     const auto found = fields.find(pointer_to(field));
@@ -70,7 +70,7 @@ bool is_reached(const json& status, const watch_options& wishes) {
     return wishes.until && holds(value_of(status, wishes.until->field), wishes.until->value);
 }
 
-// The next status that differs; none when the time is up before.
+// Returns the next different status; none at the time limit.
 std::optional<daemon_status> next_status(status_file& file, const std::string& before,
                                          time_limit end) {
     while (file.wait(end)) {
@@ -125,10 +125,10 @@ exit_status watch_status(const client_options& options, const watch_options& wis
     daemon_status status;
     do {
         status = std::move(*next);
-        const bool is_last = is_reached(status.object, wishes); // or its field is mistyped
+        const bool is_last = is_reached(status.object, wishes); // also checks the field's name
         write_line(status.object);
         if (is_last || !std::cout) {
-            return STATUS_DONE; // main looks whether the lines could be written
+            return STATUS_DONE; // main checks whether the output was written
         }
         next = next_status(file, status.text, end);
     } while (next);

@@ -1,4 +1,4 @@
-// The status of the daemon, once and at each change.
+// Shows the daemon's status once, or at each change.
 #pragma once
 
 #include "vtrdcctl/client.h"
@@ -7,24 +7,24 @@
 #include <optional>
 #include <string>
 
-// A field of the status, such as "outputs.recording.state", and the text of its value.
+// A field of the status, such as "outputs.recording.state", and its expected value.
 struct status_condition {
     std::string field;
     std::string value;
 };
 
-// From "FIELD=VALUE"; a usage_error when it is something else.
+// Parses "FIELD=VALUE". Throws usage_error if it is malformed.
 [[nodiscard]] status_condition read_condition(const std::string& text);
 
 struct watch_options {
-    std::optional<std::chrono::milliseconds> duration; // none: without end
+    std::optional<std::chrono::milliseconds> duration; // none: without limit
     std::optional<status_condition> until;
 };
 
-// Writes the status, in words or as it is in the file. Fails as status_file does.
+// Prints the status, as text or JSON. Throws what status_file throws.
 [[nodiscard]] exit_status show_status(const client_options& options);
 
-// Writes the status as an object a line, now and at each change, until the condition holds or the
-// time is over. Fails as status_file does, also when the daemon ends; with a usage_error when the
-// condition's field does not exist.
+// Prints the status as one JSON object per line, now and at each change, until the condition is met
+// or the time is over. Throws what status_file throws, also when the daemon ends, and usage_error
+// if the condition's field does not exist.
 [[nodiscard]] exit_status watch_status(const client_options& options, const watch_options& wishes);

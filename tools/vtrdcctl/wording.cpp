@@ -1,4 +1,4 @@
-// What the client says of a command: what it takes, when it is refused.
+// Describes commands: accepted values, reasons for refusal.
 #include "vtrdcctl/wording.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace {
 
 std::string number_text(double value) {
     std::ostringstream text;
-    text << value; // a range's ends are short
+    text << value; // the default precision suffices for the ends of ranges
     return text.str();
 }
 
@@ -23,7 +23,7 @@ std::string range_text(const value_range& range) {
            (std::isfinite(range.most) ? " to " + number_text(range.most) : " or more");
 }
 
-// Empty unless it is the command's only argument.
+// Empty unless the command has exactly one argument.
 std::string only_range(const client_command& command) {
     const argument_row& row = command.takes.rows.front();
     return command.takes.count == 1 && has_range(row) ? range_text(row.range) : "";

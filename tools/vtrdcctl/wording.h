@@ -1,4 +1,4 @@
-// What the client says of a command: what it takes, when it is refused.
+// Describes commands: accepted values, reasons for refusal.
 #pragma once
 
 #include "vtrdcctl/requests.h"
@@ -6,15 +6,15 @@
 #include <span>
 #include <string>
 
-// What an argument can be: "0 to 3", "1 or more", "1 or 0", "a number", "a text".
+// Accepted values of an argument: "0 to 3", "1 or more", "1 or 0", "a number", "a text".
 [[nodiscard]] std::string accepted(const argument_row& row);
 
-// The line of a command in a list: help and range.
+// A command's line in a list: help and range.
 [[nodiscard]] std::string summary(const client_command& command);
 
-// The sentences that go on where the help ends; empty when there is nothing more to say.
+// Additional sentences for the help; may be empty.
 [[nodiscard]] std::string details(const client_command& command);
 
-// Why the daemon refused these arguments, where its reply gives no reason.
+// Why the daemon refused these arguments, for replies that give no reason.
 [[nodiscard]] std::string refusal_reason(const client_command& command,
                                          std::span<const std::string> arguments);

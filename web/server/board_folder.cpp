@@ -1,4 +1,4 @@
-// The board folder: where its settings put things, and the files in it.
+// The board folder: paths from its settings, and its files.
 #include "board_folder.h"
 
 #include "config/settings.h"
@@ -19,7 +19,7 @@ namespace {
 
 constexpr settings defaults;
 
-// Leaves room for a number before the 255 bytes of a file's name are full.
+// Leaves room for a number within the 255 bytes of a file name.
 constexpr std::size_t FILE_NAME_MAX = 200;
 
 } // namespace
@@ -30,7 +30,7 @@ std::string board_folder::path(std::string_view on_the_sight) const {
     return folder_ + std::string(on_the_sight);
 }
 
-// Relative paths are used as they are, as by the daemon.
+// Relative paths are used unchanged, as the daemon does.
 std::string board_folder::socket_path() const {
     const std::string configured = setting("socket_file", defaults.socket_file);
     return configured.starts_with('/') ? path(configured) : configured;
@@ -44,7 +44,7 @@ std::string board_folder::media_folder() const {
     return configured;
 }
 
-// As seen from the board's folder.
+// Path relative to the board's folder.
 std::string board_folder::relative(const std::string& path) const {
     std::string rest = path.substr(folder_.size());
     rest.erase(0, rest.find_first_not_of('/'));
@@ -75,7 +75,7 @@ std::string board_folder::scene_path() const {
     return path(setting("qml_file", defaults.qml_file));
 }
 
-// The last line with a key counts, as for the daemon.
+// The last line with the key counts, as in the daemon.
 std::string board_folder::setting(std::string_view key, std::string_view standard) const {
     std::string value{standard};
     std::ifstream file{path(DEFAULT_CONF_FILE)};
@@ -93,7 +93,7 @@ std::vector<std::string> board_folder::names_in(const std::string& folder) {
     for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end;
          entry.increment(failed)) {
         std::string name = entry->path().filename();
-        // Hidden files are not finished; a name that is not UTF-8 does not fit into JSON.
+        // Hidden files are unfinished. JSON can't contain names that are not UTF-8.
         if (!name.starts_with('.') && g_utf8_validate(name.c_str(), -1, nullptr) != FALSE) {
             names.push_back(std::move(name));
         }
@@ -110,7 +110,7 @@ std::vector<board_file> board_folder::files_in(const std::string& folder) {
             found.push_back({std::move(name), status.st_size, status.st_mtime});
         }
     }
-    // Names hold the time: they order files of the same second.
+    // Names contain the time, so they order files of the same second.
     std::ranges::sort(found, [](const board_file& one, const board_file& other) {
         return std::tie(one.time, one.name) > std::tie(other.time, other.name);
     });

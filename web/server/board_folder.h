@@ -1,4 +1,4 @@
-// The board folder: where its settings put things, and the files in it.
+// The board folder: paths from its settings, and its files.
 #pragma once
 
 #include "contained_folder.h"
@@ -16,44 +16,45 @@ namespace web {
 struct board_file {
     std::string name;
     std::int64_t bytes;
-    std::time_t time; // of its last change
+    std::time_t time; // last modification
 };
 
 class board_folder {
 public:
-    // An absolute path.
+    // Takes an absolute path.
     explicit board_folder(std::string folder);
     board_folder(const board_folder&) = delete;
     board_folder& operator=(const board_folder&) = delete;
 
     [[nodiscard]] const std::string& folder() const { return folder_; }
-    // A path as the sight knows it, absolute, with the board's folder in front.
+    // Returns the path on this machine of an absolute path on the sight.
     [[nodiscard]] std::string path(std::string_view on_the_sight) const;
 
     // Full paths, from the board's settings or the daemon's defaults.
     [[nodiscard]] std::string socket_path() const;
-    [[nodiscard]] std::string media_folder() const; // without a slash at its end
-    // The broker's socket; there is no setting for it.
+    [[nodiscard]] std::string media_folder() const; // without trailing slash
+    // The broker's socket, which is not configurable.
     [[nodiscard]] std::string broker_socket_path() const;
-    // Videos to show the camera.
+    // Folder of videos for the camera.
     [[nodiscard]] std::string footage_folder() const;
     // The scene that the daemon shows.
     [[nodiscard]] std::string scene_path() const;
 
-    // A recording or snapshot by a name from outside ("video/..."): no name leads out of the board.
+    // Opens a recording or snapshot by an untrusted name ("video/..."). Never leaves the board
+    // folder.
     [[nodiscard]] opened_file open_media(const std::string& name) const;
 
-    // Deletes a file of the folder for recordings ("video") or snapshots ("image"), or of that for
-    // footage, by its plain name. A link is deleted itself. False when there is none.
+    // Deletes a file by its plain name from the folder of recordings ("video"), snapshots ("image")
+    // or footage. Deletes a link itself. Returns false if there is none.
     [[nodiscard]] bool delete_media(std::string_view kind, const std::string& name) const;
     [[nodiscard]] bool delete_footage(const std::string& name) const;
 
-    // Names in a folder, which is a full path, in alphabetical order; without hidden ones.
+    // Returns the names in a folder (full path) in alphabetical order, without hidden ones.
     [[nodiscard]] static std::vector<std::string> names_in(const std::string& folder);
-    // The ordinary files among them, latest first.
+    // Returns the ordinary files among them, latest first.
     [[nodiscard]] static std::vector<board_file> files_in(const std::string& folder);
 
-    // First line of a small file of the sight; none when it can't be read.
+    // Returns the first line of a small file of the sight; none if it can't be read.
     [[nodiscard]] std::optional<std::string> first_line(std::string_view on_the_sight) const;
 
 private:
@@ -64,8 +65,8 @@ private:
     const contained_folder files_;
 };
 
-// Whether a new file can have this name: not empty, no path, not hidden, UTF-8 without control
-// characters, short enough to be numbered.
+// True if a new file can have this name: not empty, no path, not hidden, UTF-8 without control
+// characters, short enough to append a number.
 [[nodiscard]] bool is_plain_name(std::string_view name);
 
 } // namespace web

@@ -1,4 +1,4 @@
-// What the page lists: recordings and snapshots, and the footage that the camera can be shown.
+// The page's lists: recordings, snapshots and footage.
 #include "board_lists.h"
 
 #include "mp4_length.h"
@@ -18,10 +18,10 @@ namespace fs = std::filesystem;
 namespace web {
 namespace {
 
-// A recording that runs is written to all the time.
+// Limits updates while a recording grows.
 constexpr std::chrono::milliseconds LISTS_DELAY{500};
 
-// The camera's video, while its cable is in and while it is not.
+// The camera's device file, whether plugged in or not.
 constexpr const char* CAMERA = "video0";
 constexpr const char* UNPLUGGED_CAMERA = "video0.unplugged";
 
@@ -30,8 +30,8 @@ std::string url_of(const char* kind, const std::string& name) {
     return std::string("/media/") + kind + "/" + escaped.get();
 }
 
-// The kernel grants a lease for reading only where nobody can write. It lasts as long as the
-// descriptor; its signal, when somebody opens the file meanwhile, is one that is ignored.
+// The kernel grants a read lease only if nobody can write. The lease ends with the descriptor; the
+// signal sent when somebody opens the file meanwhile is ignored.
 bool is_being_written(const std::string& path) {
     const fd_owned file{open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)};
     return file && fcntl(file.get(), F_SETSIG, SIGURG) == 0 &&
@@ -58,7 +58,7 @@ nlohmann::json list_footage(const board_folder& board) {
         shown = fs::read_symlink(devices / UNPLUGGED_CAMERA, failed);
     }
     const std::string name = shown.filename();
-    // A relative link starts in the folder of devices.
+    // A relative link starts in the dev folder.
     const bool is_choice =
         std::ranges::find(names, name) != names.end() &&
         fs::equivalent(devices / shown.parent_path(), board.footage_folder(), failed);
@@ -116,7 +116,7 @@ nlohmann::json board_lists::list_media() {
         {"snapshots", entries(board_folder::files_in(board_.media_folder() + "/image"), "image")}};
 }
 
-// Each file is looked into once, unless it changes.
+// Reads each file once unless it changes.
 nlohmann::json board_lists::seconds_of(const nlohmann::json& recording) {
     const auto known = seconds_.find(recording);
     if (known != seconds_.end()) {

@@ -1,4 +1,4 @@
-// What the page lists: recordings and snapshots, and the footage that the camera can be shown.
+// The page's lists: recordings, snapshots and footage.
 #pragma once
 
 #include "board_folder.h"
@@ -16,16 +16,16 @@ namespace web {
 
 class board_lists {
 public:
-    // `on_change` gets each list that differs from the one before.
+    // `on_change` gets each list that changed.
     board_lists(const board_folder& board, std::function<void(const nlohmann::json&)> on_change);
     board_lists(const board_lists&) = delete;
     board_lists& operator=(const board_lists&) = delete;
 
-    // Follows the folders until shut.
+    // Watches the folders until shut.
     void open();
     void shut();
 
-    // As messages of the page's protocol.
+    // Messages of the page's protocol.
     [[nodiscard]] const nlohmann::json& media() const { return media_; }
     [[nodiscard]] const nlohmann::json& footage() const { return footage_; }
 
@@ -38,13 +38,13 @@ private:
     const std::function<void(const nlohmann::json&)> on_change_;
     nlohmann::json media_;
     nlohmann::json footage_;
-    std::map<nlohmann::json, nlohmann::json> seconds_; // that recordings play, by their entries
+    std::map<nlohmann::json, nlohmann::json> seconds_; // duration by list entry
     std::optional<file_watch> watch_;
     timer soon_;
 };
 
 // Deletes a recording ("video"), a snapshot ("image") or footage of the board by its plain name.
-// False when there is none, or it is in use; `why` says so.
+// Returns false, with the reason in `why`, if there is none or it is in use.
 [[nodiscard]] bool delete_listed(const board_folder& board, std::string_view kind,
                                  const std::string& name, std::string& why);
 

@@ -10,7 +10,7 @@
 namespace web {
 namespace {
 
-// Numbers of the options for getopt. Those with a text come first; each of them is required.
+// Option numbers for getopt. Those with a text come first and are required.
 enum : int { board, page, log, sim, stock_scene, start, port, background };
 
 constexpr std::array options = std::to_array<option>({
@@ -27,7 +27,7 @@ constexpr std::array options = std::to_array<option>({
 
 constexpr unsigned PORT_MAX = 65535;
 
-// None when the text is anything but a port.
+// None unless the text is a port number.
 std::optional<unsigned> port_in(std::string_view text) {
     unsigned number = 0;
     const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
@@ -36,13 +36,13 @@ std::optional<unsigned> port_in(std::string_view text) {
     return is_number ? std::optional{number} : std::nullopt;
 }
 
-// Where the texts of the options up to --start go.
+// Targets of the text options, up to --start.
 std::array<std::string*, port> texts_of(command_line& line) {
     controller_options& text = line.options;
     return {&text.board, &text.page, &text.log, &text.sim, &text.stock_scene, &text.start};
 }
 
-// False when the option's value is invalid, or there is no such option.
+// Returns false for an unknown option or an invalid value.
 bool apply_option(command_line& line, int which) {
     switch (which) {
     case port:
@@ -51,7 +51,7 @@ bool apply_option(command_line& line, int which) {
     case background:
         line.is_in_background = true;
         return true;
-    case '?': // getopt has said why
+    case '?': // getopt has printed the reason
         return false;
     default:
         *texts_of(line).at(static_cast<std::size_t>(which)) = optarg;

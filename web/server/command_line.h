@@ -10,12 +10,12 @@ namespace web {
 
 struct command_line {
     controller_options options;
-    std::optional<unsigned> port; // of the loopback; else the first free one is found
-    // It leaves its starter once it serves, and ends when nobody needs it any more.
+    std::optional<unsigned> port; // on loopback; none: the first free one
+    // Detaches from its parent once it serves, and ends when no longer needed.
     bool is_in_background = false;
 };
 
-// Reads the command line; none when something is wrong with it, with the reason in `why`.
+// Parses the command line. None if it is invalid, with the reason in `why`.
 [[nodiscard]] std::optional<command_line> read_command_line(int argc, char* argv[],
                                                             std::string& why);
 

@@ -1,4 +1,4 @@
-// A folder whose files can be opened by a path that comes from outside.
+// A folder whose files can be opened by untrusted paths.
 #include "contained_folder.h"
 
 #include <cstdint>
@@ -12,8 +12,8 @@
 namespace web {
 namespace {
 
-// By number: the C library has no function for this call yet. The kernel itself refuses paths that
-// lead out, also by a link that is swapped in meanwhile.
+// openat2(), for which the C library has no function yet. The kernel refuses paths that leave the
+// folder, even through a link that is swapped in meanwhile.
 int open_beneath(int folder, const std::string& path, std::uint64_t flags) {
     open_how how{};
     how.flags = flags | O_CLOEXEC;

@@ -1,4 +1,4 @@
-// A folder whose files can be opened by a path that comes from outside: no path leads out of it.
+// A folder whose files can be opened by untrusted paths, which never leave it.
 #pragma once
 
 #include "util/fd_owned.h"
@@ -8,7 +8,7 @@
 
 namespace web {
 
-// An ordinary file that was opened for reading, and its size; without a descriptor: none.
+// An ordinary file opened for reading, and its size; no descriptor: none.
 struct opened_file {
     fd_owned file;
     off_t bytes = 0;
@@ -16,17 +16,17 @@ struct opened_file {
 
 class contained_folder {
 public:
-    // Nothing can be opened in a folder that isn't there.
+    // If the folder doesn't exist, nothing can be opened.
     explicit contained_folder(const std::string& folder);
     contained_folder(const contained_folder&) = delete;
     contained_folder& operator=(const contained_folder&) = delete;
 
-    // `path` is relative to the folder. None when there is no such ordinary file, or when a link,
-    // or "..", leads out.
+    // Opens a path relative to the folder. None if there is no such ordinary file, or if a link or
+    // ".." leaves the folder.
     [[nodiscard]] opened_file open_file(const std::string& path) const;
 
-    // Deletes the file of that plain name in a folder in this one, relative to it; a link is
-    // deleted itself. False when there is none, or when the folder leads out.
+    // Deletes the file of that plain name in a subfolder; deletes a link itself. Returns false if
+    // there is none, or if the subfolder's path leaves this folder.
     [[nodiscard]] bool delete_file(const std::string& folder, const std::string& name) const;
 
 private:

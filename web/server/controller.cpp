@@ -19,13 +19,13 @@ namespace {
 
 using json = nlohmann::json;
 
-// As a person calls it: installed, another program runs the script, and says so.
+// The command's name for users: when installed, a wrapper runs the script.
 std::string sim_command_name() {
     const char* const name = std::getenv("VTRDC_FRONT_DOOR");
     return name != nullptr && *name != '\0' ? name : "scripts/sim";
 }
 
-// What commands choose from by index.
+// Values that commands choose by index.
 json choices() {
     json images = json::array();
     json aims = json::array();
@@ -39,18 +39,18 @@ json choices() {
             {"reticle_colors", reticle_colors}};
 }
 
-// Least and most that the command's only argument can be; null without limits.
+// Range of the command's only argument; null without limits.
 json range_of(const command_arguments& taken) {
     const value_range& range = taken.rows.front().range;
     return taken.count == 1 && std::isfinite(range.most) ? json{range.least, range.most} : json();
 }
 
-// A limit that there is none of is null.
+// Null for a missing limit.
 json limit(double value) {
     return std::isfinite(value) ? json(value) : json();
 }
 
-// All settings of the sight; without a range for texts.
+// All settings of the sight; texts have no range.
 json settings_rows() {
     json rows = json::array();
     for (const parse_row& row : parse_table) {
@@ -128,7 +128,7 @@ bool controller::is_needed() const {
     return clients_.has_clients() || !daemon_status(board_).is_null();
 }
 
-// The daemon and the board are left alone while nobody looks.
+// Without pages, neither daemon nor board is accessed.
 void controller::follow_board(bool has_clients) {
     if (has_clients) {
         daemon_.open();

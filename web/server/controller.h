@@ -1,4 +1,4 @@
-// Connects board, daemon and pages: passes news to the pages, and their requests on.
+// Connects board, daemon and pages: sends news to the pages and handles their requests.
 #pragma once
 
 #include "board_folder.h"
@@ -19,12 +19,12 @@ namespace web {
 
 struct controller_options {
     std::string board;
-    std::string page;        // folder of the page's files
-    std::string log;         // the daemon's, of this run
-    std::string sim;         // scripts/sim, whose verbs act on the board
-    std::string stock_scene; // the simulated board's own scene file
-    std::string start;       // the command that starts this board's daemon, for a person
-    // What such a start takes behind its verb, as the page was served with it.
+    std::string page;        // folder with the page's files
+    std::string log;         // the daemon's current log file
+    std::string sim;         // scripts/sim, whose verbs control the board
+    std::string stock_scene; // the simulated board's stock scene
+    std::string start;       // the command that starts this board's daemon, shown to the user
+    // Options for such a start: those that the page was started with.
     std::vector<std::string> start_words;
 };
 
@@ -35,7 +35,7 @@ public:
     controller& operator=(const controller&) = delete;
 
     [[nodiscard]] http_server& server() { return server_; }
-    // While a page is open, or the board's daemon runs.
+    // True while a page is open or the board's daemon runs.
     [[nodiscard]] bool is_needed() const;
 
 private:

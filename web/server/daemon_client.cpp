@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds RETRY_INTERVAL{500};
 
-// Connecting to a local socket never waits: it succeeds or fails.
+// Connecting to a local socket succeeds or fails at once.
 fd_owned connect_to(const std::string& path) {
     fd_owned made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     return made && connect_socket(made.get(), path) ? std::move(made) : fd_owned{};
@@ -64,7 +64,7 @@ void daemon_client::send_next() {
         return;
     }
     const std::string& text = queue_.front().text;
-    // A request is short, and the socket is empty: it goes at once or not at all.
+    // A short request into an empty socket buffer is sent completely or not at all.
     if (send(socket_.get(), text.data(), text.size(), MSG_NOSIGNAL) < 0) {
         lose("the daemon takes no request");
         return;
@@ -74,7 +74,7 @@ void daemon_client::send_next() {
 }
 
 void daemon_client::receive() {
-    std::array<char, REPLY_SIZE> text; // filled just below
+    std::array<char, REPLY_SIZE> text; // filled by recv below
     const ssize_t length = recv(socket_.get(), text.data(), text.size(), 0);
     if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
         return;
@@ -84,7 +84,7 @@ void daemon_client::receive() {
         return;
     }
     if (!is_asking_) {
-        return; // nobody asked
+        return; // no request is pending
     }
     is_asking_ = false;
     reply_timeout_.stop();

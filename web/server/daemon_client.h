@@ -1,5 +1,5 @@
-// A client of the daemon's command socket. It sends one request after the other without blocking
-// the main loop, and reconnects when the daemon comes back.
+// Client of the daemon's command socket. Sends one request at a time without blocking the main
+// loop; reconnects when the daemon returns.
 #pragma once
 
 #include "loop.h"
@@ -15,26 +15,27 @@
 namespace web {
 
 enum class daemon_presence {
-    gone,   // nobody listens at the socket
-    silent, // a request has had no reply for `REPLY_TIMEOUT`
+    gone,   // nobody listens on the socket
+    silent, // no reply for `REPLY_TIMEOUT`
     up
 };
 
-// Longer than any command takes that succeeds: an output that starts, a core that moves.
+// Longer than any successful command, such as starting an output or running the thermal core's
+// tool.
 inline constexpr std::chrono::seconds REPLY_TIMEOUT{3};
 
 class daemon_client {
 public:
-    // The daemon's reply, or, with is_done false, why there is none.
+    // Gets the daemon's reply, or, with is_done false, the reason why there is none.
     using answer = std::function<void(const reply&)>;
 
     daemon_client(std::string socket_path, std::function<void()> on_presence);
     daemon_client(const daemon_client&) = delete;
     daemon_client& operator=(const daemon_client&) = delete;
 
-    // Connects, and tries again until there is a daemon.
+    // Connects, retrying until there is a daemon.
     void open();
-    // Disconnects until opened again. Pending requests fail.
+    // Disconnects until reopened. Pending requests fail.
     void shut();
 
     void ask(std::string text, answer on_answer);
@@ -57,7 +58,7 @@ private:
     daemon_presence presence_ = daemon_presence::gone;
     fd_owned socket_;
     bool is_open_ = false;
-    bool is_asking_ = false; // the first of the queue is on its way
+    bool is_asking_ = false; // the first request of the queue was sent
     std::deque<request> queue_;
     descriptor_watch readable_;
     timer retry_;

@@ -1,4 +1,4 @@
-// What the daemon of a board says of itself in its status file.
+// Reads the status file of a board's daemon.
 #include "daemon_status.h"
 
 #include "core/status.h"
@@ -9,7 +9,7 @@
 namespace web {
 namespace {
 
-// Also somebody else's, to whom no signal can be sent.
+// EPERM: it runs as another user.
 bool is_running(pid_t process) {
     return process > 0 && (kill(process, 0) == 0 || errno == EPERM);
 }

@@ -1,4 +1,4 @@
-// What the daemon of a board says of itself in its status file.
+// Reads the status file of a board's daemon.
 #pragma once
 
 #include "board_folder.h"
@@ -7,7 +7,8 @@
 
 namespace web {
 
-// The object in the status file; null without one, or when the process that wrote it is gone.
+// Returns the object in the status file; null without one, or if the process that wrote it has
+// ended.
 [[nodiscard]] nlohmann::json daemon_status(const board_folder& board);
 
 } // namespace web

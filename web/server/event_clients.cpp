@@ -9,12 +9,12 @@
 namespace web {
 namespace {
 
-// A log can hold bytes that are no text; JSON can't.
+// A log can contain bytes that are not UTF-8; JSON can't.
 std::string text_of(const nlohmann::json& message) {
     return message.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-// A client waits for responses; one that doesn't could start any number of processes.
+// Clients wait for responses; one that doesn't could start any number of processes.
 constexpr unsigned REQUESTS_MAX = 4;
 
 nlohmann::json response_to(const nlohmann::json& id, bool is_done, const std::string& text) {
@@ -31,7 +31,7 @@ event_clients::~event_clients() {
 
 void event_clients::add(std::unique_ptr<page_socket> socket) {
     SoupWebsocketConnection* const connection = socket->connection();
-    // Before it is one of the clients: its greeting comes before all else.
+    // Not yet in the list of clients, so the greeting is its first message.
     if (clients_.empty()) {
         told_.on_presence(true);
     }
@@ -72,7 +72,7 @@ void event_clients::on_message(SoupWebsocketConnection* connection, int type, GB
 
 void event_clients::take_request(const std::shared_ptr<client>& from,
                                  const nlohmann::json& message) {
-    // Sent back as it came. Only a number: anything else could be nested as deep as a message is
+    // Returned unchanged. Only numbers: anything else could be nested as deeply as the message is
     // long.
     const auto given = message.find("id");
     const bool is_number = given != message.end() && given->is_number_integer();

@@ -15,9 +15,9 @@ namespace web {
 class event_clients {
 public:
     struct callbacks {
-        // The messages that a new client gets first.
+        // Returns the first messages of a new client.
         std::function<std::vector<nlohmann::json>()> greeting;
-        // The first client has come, or the last one has gone.
+        // Called when the first client connects and when the last one leaves.
         std::function<void(bool has_clients)> on_presence;
         std::function<void(const nlohmann::json& message, const response_callback&)> on_request;
     };
@@ -32,14 +32,14 @@ public:
 
     [[nodiscard]] bool has_clients() const { return !clients_.empty(); }
 
-    // Sends to all clients; one that doesn't read is dropped.
+    // Sends to all clients; drops those that don't read.
     void broadcast(const nlohmann::json& message);
 
 private:
-    // Shared with the responses to come.
+    // Shared with pending responses.
     struct client {
         std::unique_ptr<page_socket> socket;
-        unsigned requests = 0; // that are being carried out
+        unsigned requests = 0; // being executed
     };
 
     static void on_message(SoupWebsocketConnection* connection, int type, GBytes* text,

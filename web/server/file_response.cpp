@@ -1,4 +1,4 @@
-// A file as the response to a request.
+// Sends a file as a response.
 #include "file_response.h"
 
 #include "http_response.h"
@@ -14,10 +14,10 @@
 namespace web {
 namespace {
 
-// Memory for a response while it is sent.
+// Memory limit of a response in progress.
 constexpr goffset CHUNK_BYTES_MAX = goffset{256} * 1024;
 
-// What belongs to a request until it ends.
+// Key of the data attached to a request.
 constexpr const char* BODY_KEY = "vtrdc-file";
 
 struct content_type {
@@ -43,7 +43,7 @@ const char* content_type_of(std::string_view name) {
 struct file_body {
     fd_owned file;
     goffset position;
-    goffset end; // behind the last byte
+    goffset end; // after the last byte
 };
 
 struct ranges_release {
@@ -53,9 +53,9 @@ struct ranges_release {
     }
 };
 
-// Takes the Range out of the request, since the library would act on it, too. Gives the whole file
-// when no range is asked for, or several, which players of recordings don't do, or one that depends
-// on the file's version, of which there is no mark here.
+// Removes the Range header, since the library would apply it again. Returns the whole file without
+// a range, for several ranges (players of recordings request one), and for a range that depends on
+// the file's version, which is unknown here.
 SoupRange take_range(SoupServerMessage* request, goffset bytes, bool& is_part) {
     SoupMessageHeaders* const headers = soup_server_message_get_request_headers(request);
     SoupRange* parsed = nullptr;
@@ -79,7 +79,7 @@ void refuse_range(SoupServerMessage* request, goffset bytes) {
     soup_server_message_set_status(request, SOUP_STATUS_REQUESTED_RANGE_NOT_SATISFIABLE, nullptr);
 }
 
-// Only a closed connection tells the other side that the promised bytes won't come.
+// Closing the connection is the only way to report that the promised bytes won't come.
 void give_up(SoupServerMessage* request) {
     g_socket_shutdown(soup_server_message_get_socket(request), TRUE, TRUE, nullptr);
 }

@@ -1,4 +1,4 @@
-// A file as the response to a request.
+// Sends a file as a response.
 #pragma once
 
 #include "contained_folder.h"
@@ -9,9 +9,9 @@
 
 namespace web {
 
-// Responds with the file, or with the part of it that the request's Range asks for; 404 without a
-// file. The file is read as the other side takes it: it may be large, or be cut short by somebody
-// meanwhile, which ends the connection. The name's ending says what is in the file.
+// Responds with the file, or the part requested by the Range header; with 404 without a file. Reads
+// the file only as fast as the client does, since it may be large. If it is truncated meanwhile,
+// the connection is closed. The content type follows from the name's extension.
 void respond_with_file(SoupServerMessage* request, opened_file from, std::string_view name);
 
 } // namespace web

@@ -1,4 +1,4 @@
-// Responses that are not files.
+// Responses other than files.
 #include "http_response.h"
 
 #include <nlohmann/json.hpp>

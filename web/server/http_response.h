@@ -1,4 +1,4 @@
-// Responses that are not files.
+// Responses other than files.
 #pragma once
 
 #include <libsoup/soup.h>
@@ -8,10 +8,10 @@
 
 namespace web {
 
-// The connection ends with this response.
+// Closes the connection after this response.
 void close_after(SoupServerMessage* request);
 
-// A status, with a word for a person or without a body. The connection ends with it.
+// Responds with a status and a short text, or without a body, and closes the connection.
 void refuse(SoupServerMessage* request, guint status, std::string_view word = {});
 
 // {"ok": is_done, "text": text} as JSON.

@@ -1,4 +1,4 @@
-// The HTTP server: on loopback only, for the page itself only, and with its token only.
+// The HTTP server: on loopback only, for the page only, with its token only.
 #include "http_server.h"
 
 #include "http_response.h"
@@ -21,7 +21,7 @@ struct header {
     const char* value;
 };
 
-// The page needs nothing from anywhere else, and no other page may embed it.
+// The page loads nothing from other origins, and no other page may embed it.
 constexpr auto safety_headers = std::to_array<header>({
     {"Content-Security-Policy",
      "default-src 'self'; img-src 'self' blob:; frame-ancestors 'none'; base-uri 'none'; "
@@ -53,7 +53,7 @@ request_origin origin_of(SoupServerMessage* request) {
                              (method == "GET" || method == "HEAD")};
 }
 
-// The library calls a handler for every path that begins with its route's.
+// libsoup calls a handler for every path that begins with its route's path.
 bool is_path_of(const route& row, std::string_view path) {
     const bool has_parameter = *row.parameter != '\0';
     return has_parameter ? path.starts_with(row.path) : path == row.path;
@@ -64,10 +64,10 @@ bool is_method_of(const route& row, std::string_view method) {
            (method == "HEAD" && row.handler != nullptr && row.method == std::string_view("GET"));
 }
 
-// Each of them writes a file, or runs a tool.
+// Each upload writes a file or runs a tool.
 constexpr unsigned UPLOADS_MAX = 4;
 
-// Counts an upload as long as its request lives.
+// Counts an upload while its request exists.
 class upload_place {
 public:
     explicit upload_place(unsigned& taken) : taken_(taken) { ++taken_; }
@@ -90,7 +90,7 @@ void begin_upload(const route& row, const board_folder& board, unsigned& uploads
         refuse(request, SOUP_STATUS_LENGTH_REQUIRED);
         return;
     }
-    // One that is no number, or too large for one, is given as a negative one.
+    // An invalid or too large number is returned as negative.
     const goffset length = soup_message_headers_get_content_length(headers);
     if (length < 0 || length > row.body_max) {
         refuse(request, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
@@ -102,7 +102,7 @@ void begin_upload(const route& row, const board_folder& board, unsigned& uploads
 
 } // namespace
 
-// A row of the table, and the server that it belongs to.
+// A row of the table with its server.
 struct served_route {
     http_server::context* server;
     const route* row;
@@ -114,9 +114,9 @@ struct http_server::context {
     std::string token;
     std::vector<served_route> routes;
     unsigned port = 0;
-    unsigned uploads = 0; // that are under way
+    unsigned uploads = 0; // in progress
 
-    // Cookies belong to a host, whatever its port: each board's page has one of its own.
+    // Cookies belong to a host regardless of the port, so each board's page needs its own name.
     [[nodiscard]] std::string cookie_name() const { return "vtrdc-page-" + std::to_string(port); }
 };
 
@@ -126,7 +126,7 @@ constexpr const char* TOKEN_PARAMETER = "token";
 constexpr std::string_view HOW_TO_GET_IN =
     "This page needs its token: open the address that was printed when it was started.\n";
 
-// The token came with the address: the page's further requests bring it in a cookie.
+// The token comes with the address; later requests of the page send it in a cookie.
 void set_cookie(const http_server::context& server, SoupServerMessage* request) {
     const std::string cookie =
         server.cookie_name() + "=" + server.token + "; Path=/; HttpOnly; SameSite=Strict";
@@ -134,7 +134,7 @@ void set_cookie(const http_server::context& server, SoupServerMessage* request) 
                                 cookie.c_str());
 }
 
-// `query` is the address's parameters, or none.
+// `query` contains the address's parameters, or is null.
 bool has_token(const http_server::context& server, SoupServerMessage* request, GHashTable* query) {
     const auto* const given =
         query != nullptr ? static_cast<const char*>(g_hash_table_lookup(query, TOKEN_PARAMETER))
@@ -146,18 +146,18 @@ bool has_token(const http_server::context& server, SoupServerMessage* request, G
     return is_token(cookie_in(header_of(request, "Cookie"), server.cookie_name()), server.token);
 }
 
-// Before the body comes. A request that has a status by then is answered, and goes no further.
+// Called before the body is read. Setting a status ends the request.
 void begin(const served_route& served, SoupServerMessage* request, std::string_view path,
            GHashTable* query) {
     const auto& [server, row] = served;
-    // What nobody takes of a body is read and dropped.
+    // Body data without a receiver is read and dropped.
     soup_message_body_set_accumulate(soup_server_message_get_request_body(request), FALSE);
     SoupMessageHeaders* const headers = soup_server_message_get_response_headers(request);
     for (const header& each : safety_headers) {
         soup_message_headers_replace(headers, each.name, each.value);
     }
-    // The library keeps a connection that its other side has closed while it waits for a next
-    // request, and each holds a descriptor. So there is one request to a connection.
+    // libsoup keeps a connection that the client closed while idle, with its descriptor. So each
+    // connection serves one request.
     if (header_of(request, "Upgrade").empty()) {
         close_after(request);
     }
@@ -174,7 +174,7 @@ void begin(const served_route& served, SoupServerMessage* request, std::string_v
     }
 }
 
-// The library's forms of these.
+// Adapters for libsoup.
 void on_begin(SoupServer* /*server*/, SoupServerMessage* request, const char* path,
               GHashTable* query, gpointer served) noexcept {
     begin(*static_cast<const served_route*>(served), request, path, query);
@@ -193,7 +193,7 @@ void on_client(SoupServer* /*server*/, SoupServerMessage* request, const char* /
         std::make_unique<page_socket>(connection, soup_server_message_get_socket(request)));
 }
 
-// Of the early handlers only the one of the closest path is called.
+// libsoup calls only the early handler with the longest matching path.
 void add_route(SoupServer* server, served_route& served) {
     const char* const path = served.row->path;
     soup_server_add_early_handler(server, path, on_begin, &served, nullptr);
@@ -220,7 +220,7 @@ http_server::http_server(services known, std::string token)
     for (served_route& each : context_->routes) {
         add_route(server, each);
     }
-    // JPEG doesn't get smaller, and what stays on this machine needn't.
+    // JPEG doesn't compress, and other messages stay on this machine.
     soup_server_remove_websocket_extension(server, SOUP_TYPE_WEBSOCKET_EXTENSION_DEFLATE);
 }
 

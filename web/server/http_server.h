@@ -1,4 +1,4 @@
-// The HTTP server: on loopback only, for the page itself only, and with its token only.
+// The HTTP server: on loopback only, for the page only, with its token only.
 #pragma once
 
 #include "routes.h"
@@ -10,15 +10,15 @@ namespace web {
 
 class http_server {
 public:
-    // Requests must bring that token.
+    // Requests must contain that token.
     http_server(services known, std::string token);
     http_server(const http_server&) = delete;
     http_server& operator=(const http_server&) = delete;
     ~http_server();
 
-    // Takes the port of the loopback, and serves. False when it can't; `why` says why.
+    // Binds the port on loopback and serves. Returns false, with the reason in `why`, on failure.
     [[nodiscard]] bool listen(unsigned port, std::string& why);
-    // The page's address, with the token.
+    // The page's address including the token.
     [[nodiscard]] std::string address() const;
 
     struct context;

@@ -13,17 +13,17 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Lines are gathered into one message to the pages: a debug log has hundreds a second.
+// Collects lines for one message: a debug log has hundreds a second.
 constexpr milliseconds LOG_DELAY{100};
 
-// What is kept for pages goes into one message, which has to fit into what may wait for a page.
+// Kept lines are sent as one message, which must fit in a page's send buffer.
 constexpr std::size_t LINES_MAX = 2000;
 constexpr std::size_t BYTES_MAX = std::size_t{512} * 1024;
 
-// A line without an end must not fill the memory.
+// Memory limit for a line without an end.
 constexpr std::size_t LINE_BYTES_MAX = 8192;
 
-// Of a long log, so much is read in one turn of the main loop.
+// Maximum read from a long log per turn of the main loop.
 constexpr std::size_t SLICE_BYTES_MAX = std::size_t{1024} * 1024;
 
 } // namespace
@@ -44,7 +44,7 @@ void log_tail::read_soon(milliseconds after) {
     }
 }
 
-// Another file may have the name now, or this one was truncated.
+// The name may refer to a new file, or the file was truncated.
 void log_tail::reopen_when_replaced() {
     struct stat named {};
     if (stat(path_.c_str(), &named) != 0) {
@@ -73,12 +73,12 @@ void log_tail::read_more() {
     }
 }
 
-// True when there may be more.
+// Returns true if there may be more.
 bool log_tail::read_slice() {
     if (!file_) {
         return false;
     }
-    std::array<char, 65536> bytes; // filled just below
+    std::array<char, 65536> bytes; // filled by read below
     for (std::size_t taken = 0; taken < SLICE_BYTES_MAX;) {
         const ssize_t size = pread(file_.get(), bytes.data(), bytes.size(), position_);
         if (size <= 0) {

@@ -1,4 +1,4 @@
-// Follows the daemon's log file as it grows, and keeps its last lines for pages that come later.
+// Follows the daemon's log file and keeps its last lines for later pages.
 #pragma once
 
 #include "loop.h"
@@ -16,7 +16,7 @@ namespace web {
 class log_tail {
 public:
     // Called at most ten times a second, after new lines. `lines` are those since the last call;
-    // with `is_fresh` they are all there is, and replace those of earlier calls.
+    // with `is_fresh`, they replace all earlier ones.
     using listener = std::function<void(bool is_fresh, const std::deque<std::string>& lines)>;
 
     log_tail(std::filesystem::path path, listener on_news);
@@ -38,11 +38,11 @@ private:
     const listener on_news_;
     fd_owned file_;
     off_t position_ = 0;
-    std::string unfinished_; // of a line, so far
+    std::string unfinished_; // incomplete last line
     std::deque<std::string> last_lines_;
-    std::size_t last_bytes_ = 0; // in those
-    std::size_t untold_ = 0;     // lines at the end of those
-    bool is_fresh_ = false;      // what is told next
+    std::size_t last_bytes_ = 0; // size of these lines
+    std::size_t untold_ = 0;     // number of lines at the end not yet reported
+    bool is_fresh_ = false;      // for the next report
     timer soon_;
     file_watch watch_;
 };

@@ -1,4 +1,4 @@
-// Waits in the main loop: for timers, descriptors, and changes of files.
+// Timers, descriptors and file changes in the main loop.
 #include "loop.h"
 
 #include <glib-unix.h>
@@ -34,7 +34,7 @@ gboolean timer::on_time(gpointer self) noexcept {
     if (!repeats) {
         waiting->source_ = 0;
     }
-    // A copy, since the task may set the timer again, or end it.
+    // A copy: the task may restart or stop the timer.
     const std::function<void()> task = waiting->task_;
     task();
     return repeats ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
@@ -55,7 +55,7 @@ void descriptor_watch::stop() {
 
 gboolean descriptor_watch::on_ready(gint /*descriptor*/, GIOCondition /*condition*/,
                                     gpointer self) noexcept {
-    // A copy, since the task may end the watch.
+    // A copy: the task may end the watch.
     const std::function<void()> task = static_cast<descriptor_watch*>(self)->task_;
     task();
     return G_SOURCE_CONTINUE;
@@ -71,11 +71,11 @@ file_watch::file_watch(std::function<void(const std::string&, const std::string&
 
 void file_watch::add(const std::string& folder) {
     folders_.add(folder);
-    task_(folder, {}); // its present content is news, too
+    task_(folder, {}); // report the present content
 }
 
 void file_watch::tell_changes() {
-    // A copy, since the task may end the watch.
+    // A copy: the task may end the watch.
     const auto task = task_;
     for (const sim::folder_watch::change& each : folders_.changes()) {
         task(each.folder, each.name);

@@ -1,5 +1,5 @@
-// Waits in the main loop: for timers, descriptors, and changes of files. Each waits as long as its
-// object lives; all belong to the main thread.
+// Timers, descriptors and file changes in the main loop. Each is active while its object exists.
+// Main thread only.
 #pragma once
 
 #include "folder_watch.h"
@@ -12,7 +12,7 @@
 
 namespace web {
 
-// A call after some time, or repeated.
+// Calls a task once after some time, or repeatedly.
 class timer {
 public:
     timer() = default;
@@ -20,7 +20,7 @@ public:
     timer& operator=(const timer&) = delete;
     ~timer() { stop(); }
 
-    // Replaces what it waited for before.
+    // Replaces an earlier setting.
     void once(std::chrono::milliseconds after, std::function<void()> task);
     void every(std::chrono::milliseconds interval, std::function<void()> task);
     void stop();
@@ -35,7 +35,7 @@ private:
     std::function<void()> task_;
 };
 
-// Calls whenever a borrowed descriptor is ready for `condition`, or hung up.
+// Calls whenever a borrowed descriptor is ready for `condition`, or has hung up.
 class descriptor_watch {
 public:
     descriptor_watch() = default;
@@ -53,13 +53,12 @@ private:
     std::function<void()> task_;
 };
 
-// Whether a file that is only touched counts as changed. A picture of the panel is written through
-// a mapping, which causes no event; then its file is touched, thirty times a second.
+// Whether to report files that are only touched. Pictures of the panel are written through a
+// mapping, which causes no event; its file is touched instead, thirty times a second.
 enum class touches { ignored, told };
 
-// Calls with a folder and a name in it for each file that was added, removed or written to, also
-// while it is being written. The name is empty when the folder itself is added, removed or
-// replaced.
+// Calls with a folder and the name of a file in it that was added, removed or written to (even
+// partly). The name is empty when the folder itself is added, removed or replaced.
 class file_watch {
 public:
     explicit file_watch(

@@ -18,7 +18,7 @@
 
 namespace {
 
-// The page of a second board takes the next free port.
+// A second board's page takes the next free port.
 constexpr unsigned FIRST_PORT = 8040;
 constexpr unsigned PORTS_TRIED = 10;
 
@@ -39,10 +39,10 @@ gboolean quit(gpointer loop) noexcept {
     return G_SOURCE_CONTINUE;
 }
 
-// How often a server in the background looks whether it is needed; twice in a row it has to be not.
+// How often a background server checks whether it is needed; it ends after two negative checks.
 constexpr std::chrono::seconds NEED_INTERVAL{30};
 
-// A page that is loaded again is away for a moment.
+// A page that reloads is away for a moment.
 std::function<void()> quit_when_unneeded(GMainLoop* loop, const web::controller& controller) {
     const auto was_needed = std::make_shared<bool>(true); // a timer calls copies of its task
     return [loop, &controller, was_needed] {
@@ -53,7 +53,7 @@ std::function<void()> quit_when_unneeded(GMainLoop* loop, const web::controller&
     };
 }
 
-// Called once: with the address of the page, or why it can't be served.
+// Called once, with the page's address or the reason why it can't be served.
 using report = std::function<void(bool is_served, const std::string& text)>;
 
 void write_report(bool is_served, const std::string& text) {
@@ -64,8 +64,8 @@ void write_report(bool is_served, const std::string& text) {
     }
 }
 
-// Each page takes two descriptors, each file that is sent one more. A server that ran out of them
-// once accepts no connection again.
+// Each page needs two descriptors, each file being sent one. After running out once, the server
+// would never accept a connection again.
 void raise_descriptor_limit() {
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
@@ -98,11 +98,11 @@ int serve(const web::command_line& line, const report& tell) {
     return EXIT_SUCCESS;
 }
 
-// The first byte says whether the page is served.
+// The first byte tells whether the page is served.
 void send_report(int output, bool is_served, const std::string& text) {
     const std::string message = (is_served ? "1" : "0") + text;
     if (write(output, message.data(), message.size()) < 0) {
-        // The starter is gone; the page is served all the same.
+        // The parent has ended; serve the page anyway.
     }
     close(output);
 }
@@ -118,9 +118,10 @@ bool pass_report_on(int input) {
     return is_served;
 }
 
-// The starter waits until the page is served; the server is no child of its.
+// The parent waits until the page is served. The server is not its child.
 int serve_in_background(const web::command_line& line) {
-    close_range(STDERR_FILENO + 1, ~0U, 0); // somebody may wait for the end of an inherited pipe
+    close_range(STDERR_FILENO + 1, ~0U,
+                0); // somebody may wait for end of file on an inherited pipe
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
         return EXIT_FAILURE;

@@ -1,4 +1,4 @@
-// How long a recording is, from the box "mvhd" in the box "moov".
+// Duration of a recording, from the box "mvhd" in the box "moov".
 #include "mp4_length.h"
 
 #include <array>
@@ -11,13 +11,13 @@
 namespace web {
 namespace {
 
-// A file that somebody made up must not keep the server busy.
+// Limits the work for malicious files.
 constexpr int BOXES_MAX = 64;
 
 constexpr std::size_t BOX_HEAD_BYTES = 8;
 
 struct box {
-    std::uint64_t content = 0; // its place in the file
+    std::uint64_t content = 0; // offset in the file
     std::uint64_t end = 0;
 };
 
@@ -34,7 +34,7 @@ std::uint64_t big_endian(std::span<const unsigned char> bytes) {
     return number;
 }
 
-// The first box of that name in the part of the file; none without.
+// Returns the first box of that name in the range; none if missing.
 std::optional<box> find_box(int file, std::string_view name, box within) {
     for (int boxes = 0; boxes < BOXES_MAX && within.content < within.end; ++boxes) {
         std::array<unsigned char, 2 * BOX_HEAD_BYTES> head{};
@@ -62,7 +62,7 @@ std::optional<double> mp4_seconds(const opened_file& opened) {
     const int file = opened.file.get();
     const auto movie = find_box(file, "moov", {0, static_cast<std::uint64_t>(opened.bytes)});
     const auto head = movie ? find_box(file, "mvhd", *movie) : std::nullopt;
-    // Version and flags, two times, the units in a second, the length in units.
+    // Version and flags, two times, time scale, duration.
     std::array<unsigned char, 32> bytes{};
     if (!head || !read_at(file, head->content, bytes)) {
         return std::nullopt;

@@ -1,4 +1,4 @@
-// How long a recording is.
+// Duration of a recording.
 #pragma once
 
 #include "contained_folder.h"
@@ -7,8 +7,8 @@
 
 namespace web {
 
-// Seconds that an MP4 file plays, by its head; none when the file isn't one that was ended
-// properly.
+// Returns the duration in seconds from an MP4 file's index; none if the file is incomplete or not
+// MP4.
 [[nodiscard]] std::optional<double> mp4_seconds(const opened_file& file);
 
 } // namespace web

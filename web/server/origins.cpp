@@ -1,4 +1,4 @@
-// Accepts requests only from the page itself, in a browser of this machine.
+// Accepts requests only from the page itself, in a browser on this machine.
 #include "origins.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ constexpr std::array<std::string_view, 2> loopback_names{"127.0.0.1", "localhost
 
 constexpr std::string_view SCHEME = "http://";
 
-// The scheme's default port, which addresses leave out.
+// HTTP's default port, which addresses omit.
 constexpr unsigned DEFAULT_PORT = 80;
 
 bool is_loopback(std::string_view host, unsigned port) {

@@ -1,4 +1,4 @@
-// What a page can request over its WebSocket: commands of the daemon, and verbs for the board.
+// A page's requests over its WebSocket: daemon commands, and verbs for the board.
 #include "page_requests.h"
 
 #include "board_lists.h"
@@ -23,7 +23,7 @@ std::string text_in(const json& message, const char* key) {
     return found != message.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
-// A usage_error when there is none.
+// Throws usage_error if it is missing.
 bool flag_in(const json& message, const char* key) {
     const auto found = message.find(key);
     if (found == message.end() || !found->is_boolean()) {
@@ -32,7 +32,7 @@ bool flag_in(const json& message, const char* key) {
     return found->get<bool>();
 }
 
-// Split as by a shell; a usage_error when a quote is left open, or there is no word.
+// Splits like a shell. Throws usage_error for an unclosed quote or without words.
 std::vector<std::string> words_of(const std::string& line) {
     gint count = 0;
     gchar** parsed = nullptr;
@@ -58,7 +58,7 @@ void send_command(const request_context& context, const json& message,
     });
 }
 
-// Only known names are passed on: another text could become an option of the verb.
+// Only known names are passed on: others could be taken as options of the verb.
 void press_button(const request_context& context, const json& message,
                   const response_callback& respond) {
     const std::string button = text_in(message, "button");
@@ -100,7 +100,7 @@ void restore_scene(const request_context& context, const json& message,
     context.sim.run({"scene", "stock"}, respond);
 }
 
-// A start and a restart use what the page was served with.
+// Starts and restarts use the options that the page was started with.
 void run_daemon(const request_context& context, const json& message,
                 const response_callback& respond) {
     const std::string verb = text_in(message, "verb");
@@ -113,7 +113,7 @@ void run_daemon(const request_context& context, const json& message,
     context.sim.run(words, respond);
 }
 
-// What the camera is shown, and what is being recorded, stay.
+// Refuses to delete the camera's current footage and recordings in progress.
 void delete_file(const request_context& context, const json& message,
                  const response_callback& respond) {
     const std::string kind = text_in(message, "kind");

@@ -1,4 +1,4 @@
-// What a page can request over its WebSocket: commands of the daemon, and verbs for the board.
+// A page's requests over its WebSocket: daemon commands, and verbs for the board.
 #pragma once
 
 #include "board_folder.h"
@@ -15,16 +15,16 @@
 
 namespace web {
 
-// What the handlers of requests work on; borrowed.
+// What request handlers use; borrowed.
 struct request_context {
     const board_folder& board;
     const sim_command& sim;
     daemon_client& daemon;
     sight_state& state;
-    std::span<const std::string> start_words; // of the daemon
+    std::span<const std::string> start_words; // options of the daemon's start
 };
 
-// A request by its name, which is its message's "request".
+// A handler by the value of "request" in its message.
 struct page_request {
     std::string_view name;
     void (*handle)(const request_context&, const nlohmann::json& message, const response_callback&);
@@ -32,7 +32,7 @@ struct page_request {
 
 [[nodiscard]] std::span<const page_request> all_page_requests();
 
-// Carries out what a page's message requests, or responds why not.
+// Executes a page's request, or responds with an error.
 void handle_page_request(const request_context& context, const nlohmann::json& message,
                          const response_callback& respond);
 

@@ -1,4 +1,4 @@
-// A page's WebSocket, with limits to what the page may send and to what may wait for it.
+// A page's WebSocket with limits for incoming messages and the send queue.
 #include "page_socket.h"
 
 #include <linux/sockios.h>
@@ -13,7 +13,7 @@ namespace {
 constexpr guint64 MESSAGE_BYTES_MAX = 64 * 1024;
 constexpr std::int64_t WAITING_BYTES_MAX = 1024 * 1024;
 
-// A message's head, by RFC 6455: a server's messages come in one frame, unmasked.
+// Size of a frame by RFC 6455: server messages are single, unmasked frames.
 std::int64_t frame_bytes(std::size_t payload) {
     const std::size_t head = payload < 126 ? 2 : payload < 65536 ? 4 : 10;
     return static_cast<std::int64_t>(head + payload);
@@ -45,8 +45,8 @@ void page_socket::send(GBytes* picture) {
     }
 }
 
-// A page that doesn't read wouldn't read the message either by which a connection ends in order. A
-// socket that is shut down ends it through the main loop: nobody's list changes while it is walked.
+// A page that doesn't read wouldn't read a closing handshake either. Shutting the socket down ends
+// it through the main loop, so no list changes during iteration.
 bool page_socket::takes_more() {
     if (soup_websocket_connection_get_state(connection_.get()) != SOUP_WEBSOCKET_STATE_OPEN) {
         return false;
@@ -58,12 +58,12 @@ bool page_socket::takes_more() {
     return true;
 }
 
-// The library doesn't say how much it holds: all that it was handed but what it has written.
+// libsoup doesn't tell its queue length: what it got minus what it has written.
 std::int64_t page_socket::waiting_bytes() const {
     return handed_bytes_ - (written_bytes() - written_before_);
 }
 
-// To the socket, ever: what the other side has taken and what is on its way.
+// Total written: acknowledged plus in flight.
 std::int64_t page_socket::written_bytes() const {
     tcp_info info{};
     socklen_t size = sizeof info;

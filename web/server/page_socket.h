@@ -1,4 +1,4 @@
-// A page's WebSocket, with limits to what the page may send and to what may wait for it.
+// A page's WebSocket with limits for incoming messages and the send queue.
 #pragma once
 
 #include "soup_owned.h"
@@ -12,13 +12,13 @@ namespace web {
 
 class page_socket {
 public:
-    // Shares both; the library's connection doesn't give its socket out.
+    // Holds a reference to both: libsoup's connection doesn't expose its socket.
     page_socket(SoupWebsocketConnection* connection, GSocket* socket);
     page_socket(const page_socket&) = delete;
     page_socket& operator=(const page_socket&) = delete;
 
-    // Nothing is sent once the connection ends, or when too much still waits for a page that
-    // doesn't read. Such a page is dropped: its connection ends soon after.
+    // Sends nothing once the connection is closing. If too much is queued for a page that doesn't
+    // read, drops the page: its connection ends soon after.
     void send(std::span<const std::string> texts);
     void send(const std::string& text) { send(std::span{&text, 1}); }
     void send(GBytes* picture);
@@ -32,7 +32,7 @@ private:
 
     const soup_owned<SoupWebsocketConnection> connection_;
     const soup_owned<GSocket> socket_;
-    std::int64_t handed_bytes_ = 0; // to the library, since the connection was made
+    std::int64_t handed_bytes_ = 0; // given to libsoup since the connection was made
     const std::int64_t written_before_;
 };
 

@@ -1,4 +1,4 @@
-// The token that lets a page in.
+// The token that authorises a page.
 #include "page_token.h"
 
 #include "util/fd_owned.h"
@@ -25,7 +25,7 @@ std::string new_token() {
     std::array<unsigned char, TOKEN_BYTES> random{};
     if (getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) {
         std::cerr << "the system gives no random bytes\n";
-        std::exit(EXIT_FAILURE); // a token that can be guessed would let everybody in
+        std::exit(EXIT_FAILURE); // a guessable token would let everybody in
     }
     std::string token;
     for (const unsigned char byte : random) {
@@ -35,7 +35,7 @@ std::string new_token() {
     return token;
 }
 
-// Empty when the file holds no token that is its owner's alone.
+// Empty unless the file contains a token and only its owner can read it.
 std::string kept_token(const std::string& file) {
     const fd_owned opened(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     struct stat status {};
@@ -73,9 +73,10 @@ std::string board_token(const std::string& file) {
 
 bool is_token(std::string_view text, std::string_view token) {
     if (text.size() != token.size()) {
-        return false; // how long it is, everybody may know
+        return false; // the length is no secret
     }
-    volatile unsigned char difference = 0; // volatile: no early end may be optimised in
+    volatile unsigned char difference =
+        0; // volatile: keeps the compiler from ending the loop early
     for (std::size_t at = 0; at < token.size(); ++at) {
         difference = static_cast<unsigned char>(difference | (text[at] ^ token[at]));
     }

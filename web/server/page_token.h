@@ -1,5 +1,5 @@
-// The token that lets a page in: every user of this machine can reach its loopback, and a scene is
-// code that runs as the board's owner.
+// The token that authorises a page: every user of this machine can reach its loopback, and a scene
+// is code that runs as the board's owner.
 #pragma once
 
 #include <string>
@@ -7,16 +7,15 @@
 
 namespace web {
 
-// The board's token: 128 random bits as hexadecimal digits. It is kept in a file that only its
-// owner may read, so that a page stays let in when the daemon starts again. A file that others may
-// read, or that holds no token, is replaced. Where none can be kept, the token is new at each
-// start.
+// Returns the board's token: 128 random bits as hexadecimal digits. Kept in a file that only its
+// owner may read, so that open pages stay authorised when the daemon restarts. Replaces a file that
+// others may read, or that contains no token. If it can't be kept, every start makes a new token.
 [[nodiscard]] std::string board_token(const std::string& file);
 
-// Whether a text is the token. The time that it takes doesn't tell where they differ.
+// True if the text is the token. Takes constant time.
 [[nodiscard]] bool is_token(std::string_view text, std::string_view token);
 
-// The value of a cookie in a request's header "Cookie"; empty without it.
+// Returns the value of a cookie in a "Cookie" header; empty without it.
 [[nodiscard]] std::string_view cookie_in(std::string_view header, std::string_view name);
 
 } // namespace web

@@ -1,4 +1,4 @@
-// The panel's live picture for the pages.
+// Live pictures of the panel for the pages.
 #include "panel_stream.h"
 
 #include "panel_reader.h"
@@ -10,7 +10,7 @@
 namespace web {
 namespace {
 
-// Fine lines of reticles stay clean, at about 150 kB a picture.
+// Keeps fine reticle lines clean, at about 150 kB a picture.
 constexpr int JPEG_QUALITY = 85;
 
 struct jpeg_release {
@@ -19,7 +19,7 @@ struct jpeg_release {
 };
 
 g_owned<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
-    static void* const compressor = tjInitCompress(); // lives as long as the process
+    static void* const compressor = tjInitCompress(); // never destroyed
     unsigned char* picture = nullptr;
     unsigned long size = 0;
     const int status =
@@ -33,7 +33,7 @@ g_owned<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
 
 struct panel_stream::viewer {
     std::unique_ptr<page_socket> socket;
-    std::uint64_t seen = 0; // serial of the last picture it got
+    std::uint64_t seen = 0; // serial of the last picture sent
     bool is_waiting = false;
 };
 
@@ -95,7 +95,7 @@ void panel_stream::show_those_who_wait() {
     }
 }
 
-// Borrowed; encoded once for all viewers. None while the panel has no complete picture.
+// Borrowed; encoded once for all viewers. None if the panel has no complete picture.
 GBytes* panel_stream::picture() {
     if (encoded_serial_ != serial_ && read_panel(panel_.c_str(), pixels_)) {
         encoded_ = encode(pixels_);

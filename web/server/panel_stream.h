@@ -1,4 +1,4 @@
-// The panel's live picture for the pages: a JPEG for each request, as soon as there is a new
+// Live pictures of the panel for the pages: one JPEG for each request, as soon as there is a new
 // picture.
 #pragma once
 
@@ -14,14 +14,14 @@ namespace web {
 
 class panel_stream {
 public:
-    // `devices` is the board's folder of devices, which has the panel's file.
+    // `devices` is the board's dev folder, which contains the panel's file.
     explicit panel_stream(std::string devices);
     panel_stream(const panel_stream&) = delete;
     panel_stream& operator=(const panel_stream&) = delete;
     ~panel_stream();
 
     // Serves this client until its connection closes. Each message from it requests one picture
-    // that is newer than the last one it got.
+    // newer than the last one sent.
     void add(std::unique_ptr<page_socket> socket);
 
 private:
@@ -35,7 +35,7 @@ private:
 
     const std::string devices_;
     const std::string panel_;
-    std::uint64_t serial_ = 1;         // of what the panel shows
+    std::uint64_t serial_ = 1;         // of the current picture
     std::uint64_t encoded_serial_ = 0; // of `encoded_`
     g_owned<GBytes> encoded_;
     std::vector<std::uint8_t> pixels_;

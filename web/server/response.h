@@ -1,4 +1,4 @@
-// What a request is answered with.
+// The response to a request.
 #pragma once
 
 #include <functional>
@@ -6,7 +6,7 @@
 
 namespace web {
 
-// Answers a request, now or later, and once: whether it was carried out, and what there is to say.
+// Responds to a request, now or later, once: whether it succeeded, and a text.
 using response_callback = std::function<void(bool is_done, const std::string& text)>;
 
 } // namespace web

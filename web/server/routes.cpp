@@ -1,4 +1,4 @@
-// The table of what the server answers, and its handlers.
+// The table of routes and their handlers.
 #include "routes.h"
 
 #include "file_response.h"
@@ -14,12 +14,12 @@
 namespace web {
 namespace {
 
-// A scene is text; footage is written to a file as it comes.
+// A scene is text. Footage has no such limit, since it is written to a file as it arrives.
 constexpr goffset SCENE_BYTES_MAX = goffset{1024} * 1024;
 constexpr goffset FOOTAGE_BYTES_MAX = goffset{4} * 1024 * 1024 * 1024;
 
-// Runs a verb with a file, and responds when it has ended; with `note` when that went well. Else
-// the `kept` file, if any, is removed.
+// Runs a verb with a file and responds when it has ended, on success with `note`. On failure,
+// removes the `kept` file, if any.
 void run_and_respond(SoupServerMessage* request, const sim_command& sim,
                      const std::vector<std::string>& words, const std::string& note,
                      const std::string& kept = {}) {

@@ -1,4 +1,4 @@
-// The table of what the server answers: a row for each method and path, described in PROTOCOL.md.
+// The table of routes: a row for each method and path, described in PROTOCOL.md.
 #pragma once
 
 #include "board_folder.h"
@@ -15,7 +15,7 @@
 
 namespace web {
 
-// What the handlers work on; borrowed.
+// What handlers use; borrowed.
 struct services {
     const board_folder& board;
     const sim_command& sim;
@@ -24,18 +24,18 @@ struct services {
     std::function<void(std::unique_ptr<page_socket>)> on_picture_client;
 };
 
-// `parameter` is what follows the route's path.
+// `parameter` is the rest of the path after the route's.
 using request_handler = void (*)(const services&, SoupServerMessage* request,
                                  const std::string& parameter);
 
 struct route {
-    const char* method; // a GET of a file stands for HEAD, too
-    const char* path;   // ends with a slash where a parameter follows
+    const char* method; // GET of a file includes HEAD
+    const char* path;   // ends with a slash if a parameter follows
     const char* parameter = "";
     request_handler handler = nullptr;
-    // Of a WebSocket, in place of a handler: who serves the connection.
+    // For a WebSocket, instead of a handler: the function that serves the connection.
     std::function<void(std::unique_ptr<page_socket>)> services::*client_handler = nullptr;
-    // Of a POST: the most bytes of its body, and the folder that it is written to.
+    // For a POST: maximum bytes of its body, and the folder that it is written to.
     goffset body_max = 0;
     std::string (*upload_folder)(const board_folder&) = nullptr;
 };

@@ -1,4 +1,4 @@
-// The sight's state, put together from the daemon's status file and the board folder.
+// The sight's state, from the daemon's status file and the board folder.
 #include "sight_state.h"
 
 #include "daemon_status.h"
@@ -20,17 +20,17 @@ using json = nlohmann::json;
 
 namespace {
 
-// One press of a button changes several files.
+// One button press changes several files.
 constexpr std::chrono::milliseconds STATE_DELAY{40};
 
 constexpr const char* CORE_FOLDER = "/var/lib/vtrcore";
 constexpr const char* CORE_FAILURE = "/var/lib/vtrcore/fail";
 constexpr const char* CAMERA_DEVICE = "/dev/video0";
 
-// Full light, in the panel's units.
+// Maximum luminance, in the panel's units.
 constexpr double FULL_LIGHT = 240.0;
 
-// Empty also when the path is a folder.
+// Also empty if the path is a folder.
 std::string whole_text(const std::string& path) {
     std::ostringstream text;
     text << std::ifstream{path, std::ios::binary}.rdbuf();
@@ -89,7 +89,7 @@ void sight_state::refresh() {
     }
 }
 
-// A daemon that is gone can have left its status there.
+// Ignores a status file left by a daemon that has ended.
 void sight_state::compose() {
     const bool is_gone = daemon_.presence() == daemon_presence::gone;
     json state = {
@@ -109,7 +109,7 @@ void sight_state::compose() {
     }
 }
 
-// As for the tool: a file without a number is a failure, too.
+// Like the tool: a file without a number is a failure too.
 json sight_state::core_failure_status() const {
     if (!is_there(board_.path(CORE_FAILURE))) {
         return {};

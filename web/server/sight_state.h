@@ -1,4 +1,4 @@
-// The sight's state, put together from the daemon's status file and the board folder.
+// The sight's state, from the daemon's status file and the board folder.
 #pragma once
 
 #include "board_folder.h"
@@ -15,8 +15,8 @@ namespace web {
 
 class sight_state {
 public:
-    // `stock_scene` is the simulated board's own scene file. `on_change` is called for each state
-    // that differs from the one before.
+    // `stock_scene` is the simulated board's own scene file. `on_change` is called for each changed
+    // state.
     sight_state(const board_folder& board, const daemon_client& daemon, std::string stock_scene,
                 std::function<void()> on_change);
     sight_state(const sight_state&) = delete;
@@ -26,10 +26,10 @@ public:
     void open();
     void shut();
 
-    // Looks again, soon, if it follows the sight.
+    // Updates soon, if it follows the sight.
     void refresh();
 
-    // As a message of the page's protocol: unknown values are null.
+    // A message of the page's protocol; unknown values are null.
     [[nodiscard]] const nlohmann::json& message() const { return state_; }
 
 private:

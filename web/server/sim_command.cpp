@@ -1,4 +1,4 @@
-// Runs the verbs of scripts/sim, which act on a board.
+// Runs the verbs of scripts/sim, which control a board.
 #include "sim_command.h"
 
 #include "soup_owned.h"
@@ -9,7 +9,7 @@
 namespace web {
 namespace {
 
-// The last line, which is the complaint, without the program's name before it.
+// Returns the last line, the error message, without the program's name.
 std::string complaint(std::string_view said) {
     said = said.substr(0, said.find_last_not_of('\n') + 1);
     said = said.substr(said.rfind('\n') + 1);

@@ -1,4 +1,4 @@
-// Runs the verbs of scripts/sim, which act on a board.
+// Runs the verbs of scripts/sim, which control a board.
 #pragma once
 
 #include "response.h"
@@ -13,7 +13,7 @@ public:
     sim_command(std::string program, std::string board)
         : program_(std::move(program)), board_(std::move(board)) {}
 
-    // Runs a verb with its words. Responds later, in the main loop.
+    // Runs a verb with its arguments. Responds later, in the main loop.
     void run(const std::vector<std::string>& words, response_callback respond) const;
 
 private:

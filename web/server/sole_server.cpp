@@ -1,4 +1,4 @@
-// A board has one page.
+// Makes sure that a board has only one page server.
 #include "sole_server.h"
 
 #include <csignal>
@@ -8,12 +8,12 @@
 namespace web {
 namespace {
 
-// A server waits for nothing when it is to end.
+// A server that has to end waits for nothing.
 constexpr unsigned END_PATIENCE_S = 10;
 
 } // namespace
 
-// The kernel itself knows who holds a lock of this kind.
+// The kernel tells who holds this kind of lock.
 bool become_sole_server(const std::string& file) {
     const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     struct flock holder {};

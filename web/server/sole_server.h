@@ -1,12 +1,12 @@
-// A board has one page: the next one takes the place of the one before.
+// Makes sure that a board has only one page server: a new one replaces the previous one.
 #pragma once
 
 #include <string>
 
 namespace web {
 
-// Ends the process that holds the file locked, if there is one, and locks the file until this
-// process ends. False when there can be no such file. A process that doesn't end in time ends this
+// Ends the process that has the file locked, if any, and locks the file for the rest of the run.
+// Returns false if the file can't be created. If the other process doesn't end in time, ends this
 // one instead.
 [[nodiscard]] bool become_sole_server(const std::string& file);
 

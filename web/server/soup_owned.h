@@ -1,4 +1,4 @@
-// Owners for what libsoup and GIO hand out; those for GLib's own types are in util/glib_owned.h.
+// Owners for objects of libsoup and GIO; those for GLib's own types are in util/glib_owned.h.
 #pragma once
 
 #include "util/glib_owned.h"
@@ -9,7 +9,7 @@
 
 namespace web {
 
-// Releases each type with the call that fits it.
+// Releases each type with the matching call.
 struct soup_release {
     void operator()(GSocket* socket) const noexcept { g_object_unref(socket); }
     void operator()(GSubprocess* process) const noexcept { g_object_unref(process); }
@@ -20,15 +20,15 @@ struct soup_release {
     }
 };
 
-// One counted reference; empty means "none".
+// One counted reference; empty means none.
 template <typename T> using soup_owned = std::unique_ptr<T, soup_release>;
 
-// One more reference to what is borrowed.
+// Adds a reference to a borrowed object.
 template <typename T> [[nodiscard]] soup_owned<T> own_shared(T* object) {
     return soup_owned<T>{static_cast<T*>(g_object_ref(object))};
 }
 
-// Gives an object to a request, with which it goes; under that key it is found again.
+// Attaches an object to a request under that key; it is released with the request.
 template <typename T>
 T* give_to_request(SoupServerMessage* request, const char* key, std::unique_ptr<T> object) {
     const auto drop = [](gpointer data) noexcept {

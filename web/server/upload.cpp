@@ -1,4 +1,4 @@
-// A file that comes as the body of a request, kept under a temporary name until it is whole.
+// A file sent as a request's body, with a temporary name until complete.
 #include "upload.h"
 
 #include "soup_owned.h"
@@ -17,10 +17,10 @@ namespace fs = std::filesystem;
 namespace web {
 namespace {
 
-// Files of one name, at most.
+// Maximum number of files with one name.
 constexpr int NUMBERS_MAX = 1000;
 
-// The upload belongs to its request, under this key.
+// Key under which the upload is attached to its request.
 constexpr const char* UPLOAD_KEY = "vtrdc-upload";
 
 std::string numbered(const std::string& folder, const fs::path& name, int number) {
@@ -81,7 +81,7 @@ std::string upload::keep_as(const std::string& name, std::string& why) {
     for (int number = 1; why_.empty() && number < NUMBERS_MAX; ++number) {
         std::string path = numbered(folder_, name, number);
         if (link(path_.c_str(), path.c_str()) == 0) {
-            return path; // the temporary name goes with this object
+            return path; // the temporary name is removed with this object
         }
         if (errno != EEXIST) {
             fail();

@@ -1,4 +1,4 @@
-// A file that comes as the body of a request, kept under a temporary name until it is whole.
+// A file sent as a request's body, with a temporary name until complete.
 #pragma once
 
 #include "util/fd_owned.h"
@@ -12,7 +12,7 @@ namespace web {
 
 class upload {
 public:
-    // Begins a file in the folder, which is created if need be.
+    // Creates a file in the folder, which is created if needed.
     explicit upload(std::string folder);
     upload(const upload&) = delete;
     upload& operator=(const upload&) = delete;
@@ -21,12 +21,12 @@ public:
 
     void add(const char* bytes, std::size_t size);
 
-    // Its temporary path, and the first error; empty without one.
+    // Its temporary path, and the first error, empty without one.
     [[nodiscard]] const std::string& path() const { return path_; }
     [[nodiscard]] const std::string& why_not() const { return why_; }
 
-    // Gives the file its name, with a number when that is taken. Its path, or an empty one when it
-    // could not be written or named; `why` says why.
+    // Renames the file, adding a number if the name is taken. Returns its path, or an empty string
+    // with the reason in `why`.
     [[nodiscard]] std::string keep_as(const std::string& name, std::string& why);
 
 private:
@@ -38,11 +38,11 @@ private:
     fd_owned file_;
 };
 
-// Writes the request's body, as it comes, to a file in the folder. It is removed at the end of the
+// Writes the request's body to a file in the folder as it arrives. The file is removed with the
 // request unless it was kept.
 void receive_upload(SoupServerMessage* request, const std::string& folder);
 
-// What receive_upload began for this request.
+// Returns the upload that receive_upload attached to this request.
 [[nodiscard]] upload& upload_of(SoupServerMessage* request);
 
 } // namespace web
