@@ -112,7 +112,7 @@ test('a recording plays in the page', async () => {
     await row.getByText(/^00:0\d · /).waitFor();
     writeFileSync(board.at('media/video/torn.mp4'), 'no end');
     const torn = page.locator('#recordings li', { hasText: 'torn.mp4' });
-    await torn.getByText(/^not ended/).waitFor();
+    await torn.getByText(/^incomplete/).waitFor();
     await torn.getByRole('button', { name: 'Delete torn.mp4' }).click();
     await torn.waitFor({ state: 'detached' });
     assert.ok(!existsSync(board.at('media/video/torn.mp4')));
@@ -412,7 +412,7 @@ test('a status that a crash has left says nothing', async () => {
 test('a daemon that is silent, gone and back is shown as it is', async () => {
     board.signal('SIGSTOP');
     await command('get_zoom');
-    await page.getByRole('status').filter({ hasText: /does(n.t| not) answer/ }).waitFor();
+    await page.getByRole('status').filter({ hasText: /does not respond/ }).waitFor();
     board.signal('SIGCONT');
     await page.locator('body[data-link=up]').waitFor();
 

@@ -1,4 +1,4 @@
-// The reticle's origin, set on the panel: by dragging its aim point, or with the arrow keys.
+// Sets the reticle's origin on the panel: drag the aim point, or use the arrow keys.
 import { byId, setText } from './dom.js';
 import { command, follow, set } from './fields.js';
 import { setting } from './values.js';
@@ -12,7 +12,7 @@ class Aim {
     #server;
     #panel = byId('panel');
     #handle = byId('aim-handle');
-    #aims = []; // aim points of the reticle's drawings, from their origin
+    #aims = []; // aim points of the reticle drawings, relative to their origin
     #origin = null;
     #isHeld = false;
 
@@ -37,7 +37,7 @@ class Aim {
         return byId('aim').getAttribute('aria-pressed') === 'true';
     }
 
-    /** From the origin to the point that is aimed with. */
+    /** Offset from the origin to the aim point. */
     get #offset() {
         return this.#aims[setting('reticle_source')(this.#server.state)] ?? [0, 0];
     }

@@ -1,4 +1,5 @@
-// Controls for the board: cables, a failing thermal core, what the camera sees, the scene on the display.
+// Controls for the board: cables, a failing thermal core, the camera's input, the scene on the
+// display.
 import { byId, el, setText } from './dom.js';
 import { action, fileChoice, follow, isBusy, set, toggle } from './fields.js';
 import { deleteButton } from './delete.js';
@@ -17,7 +18,7 @@ function plugs(server) {
         toggle(server, {
             id: 'core-fails', name: 'Thermal core fails', drawing: 'fault',
             read: (state) => state.core_fails !== null, ask: (fails) => ({ request: 'core', fails }),
-            note: () => 'A button that needs it then ends the daemon, as on the sight.',
+            note: () => 'Buttons that need it then end the daemon, as on the sight.',
         }),
     );
 }
@@ -40,8 +41,8 @@ function footage(server) {
     };
     server.on('footage', (now) => {
         chosen = now.chosen;
-        const names = now.choices.join('/'); // which is in none of them
-        if (names !== listed) { // else an open list would close
+        const names = now.choices.join('/'); // no name contains a slash
+        if (names !== listed) { // rebuilding would close an open list
             listed = names;
             const { value } = select;
             select.replaceChildren(other, ...now.choices.map((name) => el('option', { value: name }, name)));
@@ -55,7 +56,8 @@ function footage(server) {
             show();
         }
     });
-    // The list with it comes later than the response; a state between them must not show the one before.
+    // The new list comes later than the response; a state in between must not show the old
+    // selection.
     server.on('response', ({ message, ok }) => {
         if (ok && message.request === 'footage') {
             chosen = message.name;
@@ -76,7 +78,7 @@ function footage(server) {
 function scene(server) {
     const shown = el('p', { className: 'note', id: 'scene-shown' }, '--');
     const back = action(server, {
-        id: 'scene-stock', name: 'Back to the stock scene', drawing: 'back',
+        id: 'scene-stock', name: 'Restore the stock scene', drawing: 'back',
         ask: () => ({ request: 'scene', stock: true }),
     });
     server.on('state', (state) => {

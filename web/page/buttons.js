@@ -1,7 +1,7 @@
 // The sight's three hardware buttons.
 import { byId } from './dom.js';
 
-// The verb presses and releases at once; what the eye sees lasts a little longer.
+// The verb presses and releases at once; show the press a little longer.
 const SHOWN_MS = 160;
 
 async function press(server, button) {

@@ -1,4 +1,4 @@
-// The list of commands under the console's line: a combobox with a list of options.
+// The list of commands below the console's line: a combobox with a list of options.
 import { byId, el, setText } from './dom.js';
 
 const MARKS = {
@@ -37,10 +37,10 @@ export class Completion {
 
     commands = [];
 
-    /** `onPick` gets the name of a command that was clicked. */
+    /** `onPick` gets the name of a clicked command. */
     constructor(input, onPick) {
         this.#input = input;
-        this.#list.addEventListener('mousedown', (event) => event.preventDefault()); // focus stays
+        this.#list.addEventListener('mousedown', (event) => event.preventDefault()); // keep the focus
         this.#list.addEventListener('click', ({ target }) => {
             const index = [...this.#list.children].indexOf(target.closest('li'));
             if (index >= 0) {
@@ -53,12 +53,12 @@ export class Completion {
         return !this.#list.hidden;
     }
 
-    /** The option that the arrow keys chose, else null. */
+    /** The option selected with the arrow keys, or null. */
     get chosen() {
         return this.#shown[this.#active]?.name ?? null;
     }
 
-    /** What completes the typed text: the chosen or only command, else null and the common beginning. */
+    /** The completion: the selected or only command, or null and the common prefix. */
     wayOn(typed) {
         const names = this.#shown.map(({ name }) => name);
         const begins = names.filter((name) => name.startsWith(typed));
@@ -67,7 +67,7 @@ export class Completion {
         return { name, begin: begins.length > 0 ? begins.reduce(commonBegin) : typed };
     }
 
-    /** Shows the commands that begin with the typed text, then those that contain it. */
+    /** Shows the commands that begin with the text, then those that contain it. */
     open(typed) {
         const begins = this.commands.filter(({ name }) => name.startsWith(typed));
         const holds = this.commands.filter(({ name }) => !name.startsWith(typed) && name.includes(typed));
@@ -91,7 +91,7 @@ export class Completion {
         this.#input.setAttribute('aria-activedescendant', node.id);
     }
 
-    /** Says what the command in a line needs and does. */
+    /** Describes arguments and effect of the command in a line. */
     hint(line) {
         const name = line.trim().split(/\s+/, 1)[0];
         const command = this.commands.find((each) => each.name === name);

@@ -5,7 +5,7 @@ import { command } from './fields.js';
 
 const HISTORY_MAX = 200;
 
-/** Lines that were sent, for the arrow keys; the line that was being typed is the last. */
+/** Sent lines, for the arrow keys; the last one is the line being edited. */
 class History {
     #lines = [];
     #at = 0;
@@ -71,7 +71,7 @@ class Console {
         this.#input.focus();
     }
 
-    /** While the first word is being typed; one that is complete needs no list. */
+    /** Offers commands while the first word is being typed and incomplete. */
     #suggest() {
         const line = this.#input.value;
         const isWhole = this.#completion.commands.some(({ name }) => name === line);
@@ -108,7 +108,7 @@ class Console {
         }
     }
 
-    /** True when the key was used; so the others. */
+    /** Returns true if the key was used, like the other handlers. */
     #arrow(step, isAlt) {
         if (isAlt && !this.#completion.isOpen) {
             this.#completion.open('');
@@ -123,14 +123,14 @@ class Console {
         return true;
     }
 
-    /** As in a shell: completes as far as there is only one way. */
+    /** Completes as far as possible, like a shell. */
     #tab() {
         if (!this.#completion.isOpen) {
             return false;
         }
         const { name, begin } = this.#completion.wayOn(this.#input.value);
         if (name === null && begin === this.#input.value) {
-            return false; // there is none, so that the key means what it means elsewhere
+            return false; // nothing to complete: Tab keeps its usual meaning
         }
         if (name !== null) {
             this.#accept(name);

@@ -1,10 +1,10 @@
-// Direct controls for what the commands do: outputs, display, reticle, encoding and sound.
+// Controls for commands: outputs, display, reticle, encoding and sound.
 import { byId } from './dom.js';
 import { action, choice, command, list, slider, toggle } from './fields.js';
 import { httpAddress, tcpAddress } from './indicators.js';
 import { ENCODING_TYPES, colorName, isRunning, isSet, setting } from './values.js';
 
-/** The request for a command that takes a flag. */
+/** The request of a command with a flag. */
 const flag = (name) => (isOn) => command(`${name} ${isOn ? 1 : 0}`);
 const index = (name) => (number) => command(`${name} ${number}`);
 
@@ -87,7 +87,7 @@ function sound(server, volume) {
     );
 }
 
-/** Choices and ranges come from the sight, before its first state. */
+/** Choices and ranges come from the server before the first state. */
 export function startControls(server) {
     const stop = server.on('hello', ({ choices, commands }) => {
         const rangeOf = (name) => commands.find((each) => each.name === name).range;

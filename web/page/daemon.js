@@ -1,4 +1,4 @@
-// Starts, stops and restarts the board's daemon, which the page outlives.
+// Starts, stops and restarts the board's daemon; the page keeps running.
 import { byId, setText } from './dom.js';
 import { perform } from './fields.js';
 import { condition } from './server_connection.js';
@@ -9,7 +9,7 @@ const NAMES = {
     restart: ['Restart', 'Restarting'],
 };
 
-/** `pending` is what has been asked for, else null. A daemon that hangs can be ended as well. */
+/** `pending` is the requested verb, or null. A hanging daemon can be stopped too. */
 function show(buttons, server, pending) {
     const isRunning = ['up', 'silent'].includes(condition(server));
     for (const button of buttons) {

@@ -1,4 +1,4 @@
-// Deletes a file of the board, once it is confirmed.
+// Deletes a file of the board after a confirmation.
 import { el, icon } from './dom.js';
 import { perform } from './fields.js';
 

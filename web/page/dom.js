@@ -1,10 +1,10 @@
-// Short ways to build and touch the page's elements.
+// Helpers to create and update the page's elements.
 
 export const byId = (id) => document.getElementById(id);
 
 /**
- * An element. `properties` are set as properties where the element has them, as attributes
- * otherwise; one that is null is left out. Children are nodes or texts.
+ * Creates an element. `properties` are set as properties if the element has them, else as attributes;
+ * null ones are skipped. Children are nodes or texts.
  */
 export function el(tag, properties = {}, ...children) {
     const node = document.createElement(tag);
@@ -24,7 +24,7 @@ export function el(tag, properties = {}, ...children) {
 
 const SVG = 'http://www.w3.org/2000/svg';
 
-/** A drawing of icons.svg; for the eye only. */
+/** An icon of icons.svg; decorative only. */
 export function icon(name) {
     const drawing = document.createElementNS(SVG, 'svg');
     drawing.setAttribute('aria-hidden', 'true');
@@ -34,21 +34,21 @@ export function icon(name) {
     return drawing;
 }
 
-/** Sets a text only when it differs: what doesn't change isn't laid out or read out again. */
+/** Sets a text only if it differs, to avoid layout and repeated announcements by screen readers. */
 export function setText(node, text) {
     if (node.textContent !== text) {
         node.textContent = text;
     }
 }
 
-/** A text that may be broken after a slash. */
+/** An address that may be broken after a slash. */
 export function showAddress(node, text) {
     if (node.textContent !== text) {
         node.replaceChildren(...text.split(/(?<=\/)/).flatMap((part) => [part, el('wbr')]));
     }
 }
 
-/** Settings of the page that are kept between visits, if the browser stores them. */
+/** Settings of the page, kept between visits if the browser allows it. */
 export const memory = {
     get(key) {
         try {
@@ -61,7 +61,7 @@ export const memory = {
         try {
             localStorage.setItem(`vtrdc.${key}`, value);
         } catch {
-            // Then it applies to this visit.
+            // It applies to this visit only.
         }
     },
 };

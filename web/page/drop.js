@@ -8,7 +8,7 @@ const holdsFiles = (event) => event.dataTransfer?.types.includes('Files') === tr
 
 function take(server, file) {
     if (server.presence !== 'there') {
-        refuseFile(server, file, 'there is nobody to take it');
+        refuseFile(server, file, 'this page’s server is not running');
     } else if (/\.qml$/i.test(file.name)) {
         sendScene(server, file);
     } else if (file.type.startsWith('video/') || VIDEO_NAME.test(file.name)) {
@@ -20,7 +20,7 @@ function take(server, file) {
 
 export function startDrop(server) {
     const veil = byId('drop');
-    // Entering an element comes before leaving the previous one: only the count tells when all are left.
+    // The next element's enter event comes before the previous one's leave event, so count them.
     let depth = 0;
     const show = (now) => {
         depth = now;

@@ -1,6 +1,6 @@
-// The controls' building blocks. Each shows the sight's state, never what was only requested: a
-// control changes when the next state does, and one whose request failed goes back. A slider or a choice
-// shows what was set while it is held or its request is pending.
+// Building blocks of the controls. They show the sight's state, not what was requested: a control
+// changes with the next state, and goes back if its request failed. A slider or choice shows the
+// selected value while it is held or its request is pending.
 import { el, icon, setText, showAddress } from './dom.js';
 import { endTrouble, showTrouble } from './trouble.js';
 
@@ -12,7 +12,7 @@ function showStateAgain(server) {
     }
 }
 
-/** True when it succeeded. */
+/** Returns true on success. */
 async function requestFor(server, message) {
     const { ok, text } = await server.request(message);
     if (ok) {
@@ -24,8 +24,8 @@ async function requestFor(server, message) {
 }
 
 /**
- * Sends a button's request: busy until the response is there, and deaf meanwhile. After a failure all
- * controls show the last known state again.
+ * Sends a button's request. The button is busy, and ignores clicks, until the response. After a failure all
+ * controls show the last known state.
  */
 export async function perform(server, control, message) {
     if (isBusy(control)) {
@@ -39,11 +39,11 @@ export async function perform(server, control, message) {
     }
 }
 
-// A state with the change comes shortly after the response, perhaps behind one from before it; when none
-// has come after this time, nothing has changed.
+// The changed state comes shortly after the response, perhaps preceded by an older one. Without a
+// change after this time, nothing has changed.
 const SETTLE_MS = 1000;
 
-/** The timers of controls whose change may not be in the state yet. */
+/** Timers of controls whose change may not be in the state yet. */
 const settling = new WeakMap();
 
 function settle(server, control, time) {
@@ -54,12 +54,12 @@ function settle(server, control, time) {
     }, time));
 }
 
-/** The request that each control wants next; null when it only waits for a response. */
+/** The next request of each control; null while it only waits for a response. */
 const wanted = new WeakMap();
 
 /**
- * Sends the request of a control with a value, be it on or off. Of values that are set meanwhile only the
- * last is sent.
+ * Sends the request of a control with a value. Of values set while a request is pending, only the last is
+ * sent.
  */
 export async function set(server, control, message) {
     const wasBusy = isBusy(control);
@@ -78,7 +78,7 @@ export async function set(server, control, message) {
     settle(server, control, ok ? SETTLE_MS : 0);
 }
 
-/** Has a control with a value show each state, unless it is held, or waits for its own change. */
+/** Updates a control with each state, unless it is held or waits for its own change. */
 export function follow(server, control, show, isHeld = () => false) {
     server.on('state', (state) => {
         if (!isHeld() && !isBusy(control) && !settling.has(control)) {
@@ -90,8 +90,8 @@ export function follow(server, control, show, isHeld = () => false) {
 export const command = (line) => ({ request: 'command', line });
 
 /**
- * A switch. `read` gives true, false or null from the state; `ask` the request for on or off. A press
- * requests the other of the two once, however often it is pressed until the new state shows.
+ * A switch. `read` returns true, false or null from the state; `ask` returns the request for on or off. A
+ * press requests the opposite once, however often it is pressed before the state changes.
  */
 export function toggle(server, { id, name, drawing = null, read, ask, note = null }) {
     const words = el('span', { className: 'switch-text' }, '--');
@@ -124,8 +124,8 @@ export function toggle(server, { id, name, drawing = null, read, ask, note = nul
 }
 
 /**
- * One of a few: a group of radio buttons that look like a row of keys. `choices` are {text} or
- * {text, color}; `read` gives the index or null, `ask` the request for an index.
+ * A few alternatives: radio buttons that look like a row of keys. `choices` are {text} or {text, color};
+ * `read` returns the index or null, `ask` the request for an index.
  */
 export function choice(server, { id, name, choices, read, ask, className = '' }) {
     const inputs = choices.map((_, index) =>
@@ -150,7 +150,7 @@ export function choice(server, { id, name, choices, read, ask, className = '' })
         el('span', { className: 'control-name', 'aria-hidden': 'true' }, name), row);
 }
 
-/** One of several, from a list. `choices` are texts, their index is the value. */
+/** Several alternatives in a list. `choices` are texts, their index is the value. */
 export function list(server, { id, name, choices, read, ask }) {
     const select = el('select', { id },
         ...choices.map((text, index) => el('option', { value: String(index) }, text)));
@@ -162,7 +162,7 @@ export function list(server, { id, name, choices, read, ask }) {
     return el('div', { className: 'control' }, el('label', { className: 'control-name', htmlFor: id }, name), select);
 }
 
-/** A number from a range, least and most; it is sent when the slider is released. */
+/** A number in a range [least, most], sent when the slider is released. */
 export function slider(server, { id, name, range, step, read, ask, text }) {
     const [min, max] = range.map(String);
     const input = el('input', { type: 'range', id, min, max, step: String(step), value: min });
@@ -180,7 +180,7 @@ export function slider(server, { id, name, range, step, read, ask, text }) {
         isHeld = false;
         set(server, input, ask(Number(input.value)));
     });
-    // One that is released where it was has not changed.
+    // If released where it was, nothing has changed.
     const letGo = () => setTimeout(() => {
         if (isHeld) {
             isHeld = false;
@@ -202,7 +202,7 @@ export function slider(server, { id, name, range, step, read, ask, text }) {
         el('div', { className: 'slider' }, input, shown));
 }
 
-/** A button that sends a request, which `ask` gives. */
+/** A button that sends the request returned by `ask`. */
 export function action(server, { id, name, drawing = null, ask, keys = null }) {
     const button = el('button', { type: 'button', id, className: 'action', 'aria-keyshortcuts': keys },
         ...(drawing === null ? [] : [icon(drawing)]), name);
@@ -210,7 +210,7 @@ export function action(server, { id, name, drawing = null, ask, keys = null }) {
     return button;
 }
 
-/** A button that opens the browser's choice of files. `accept` as in HTML; `onFile` gets the one chosen. */
+/** A button for choosing a file. `accept` as in HTML; `onFile` gets the file. */
 export function fileChoice({ id, name, accept, onFile }) {
     const input = el('input', { type: 'file', id, accept, className: 'unseen' });
     input.addEventListener('change', () => {

@@ -1,6 +1,6 @@
-// Keeps the end of growing content in view.
+// Keeps the end of a growing box in view.
 
-/** Keeps the end of a box in view until the user scrolls up, and again after scrolling back to the end. */
+/** Follows the end of a box until the user scrolls up, and again after scrolling back to the end. */
 export class Follower {
     #box;
     #top = 0;
@@ -25,7 +25,7 @@ export class Follower {
         this.#top = this.#box.scrollTop;
     }
 
-    /** After a change of size the same lines are elsewhere: that is not scrolling up. */
+    /** A resize moves the lines: that is not scrolling up. */
     #isResized() {
         const size = `${this.#box.clientWidth} ${this.#box.clientHeight}`;
         const isOther = size !== this.#size;

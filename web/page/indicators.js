@@ -1,11 +1,11 @@
-// The state at a glance: a lamp for each value, always with a text beside its colour.
+// The indicators: a lamp for each value, always with a text as well as a colour.
 import { byId, el, setText } from './dom.js';
 import { durationText, isSet, setting } from './values.js';
 
 const UNKNOWN = { tone: 'unknown', text: '--' };
 const OFF = { tone: 'off', text: 'off' };
 
-// A push without a server fails each second; after this long without a failure it has found one.
+// A push without a server fails every second; after this long without a failure, it has one.
 const PUSH_FAILS_MS = 3000;
 
 const onOff = (flag) => (flag === null ? UNKNOWN : flag ? { tone: 'on', text: 'on' } : OFF);
@@ -20,7 +20,7 @@ export const tcpAddress = (state) => {
 
 export const httpAddress = (state) => setting('http_url')(state) ?? '';
 
-/** A lamp for an output of that name; `text` says what is there while it is on. */
+/** A lamp for an output; `text` describes it while it is on. */
 function output({ sight }, name, text, tone = 'on', title = '') {
     const state = sight?.outputs[name].state;
     return { undefined: UNKNOWN, off: OFF, on: { tone, text, title } }[state] ?? { tone: 'ready', text: state, title };
@@ -30,7 +30,7 @@ function stream(state, name, address) {
     return output(state, name, shortAddress(address) || 'on', 'on', address);
 }
 
-/** Without a server at its address the push keeps trying. */
+/** Without a server, the push keeps retrying. */
 function push(state) {
     const lamp = stream(state, 'http', httpAddress(state));
     const failed = state.sight?.failures.http?.time;
@@ -38,7 +38,7 @@ function push(state) {
         ? { ...lamp, tone: 'warn', text: 'no server' } : lamp;
 }
 
-/** While a monitor is plugged in, the panel keeps its light and the level is only stored. */
+/** While a monitor is plugged in, the panel keeps its luminance and the level is only stored. */
 function luminance(state, { luminance: levels }) {
     const level = levels[setting('luminance')(state)];
     if (level === undefined) {
@@ -105,7 +105,7 @@ function show(lamp, { tone, text, title = '' }) {
     setText(lamp.value, text);
 }
 
-/** Each state, and twice a second for what only the clock tells: how long it records, and that a push works. */
+/** Updates with each state, and twice a second for durations. */
 export function startIndicators(server) {
     byId('lamps').append(...LAMPS.map(build));
     let choices = {};

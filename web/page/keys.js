@@ -1,8 +1,8 @@
-// Single keys for what is done often, and the help that lists them.
+// Keyboard shortcuts, and the help that lists them.
 import { byId, el, memory } from './dom.js';
 import { toggleFullScreen } from './panel.js';
 
-const press = (id) => () => byId(id)?.click(); // none before there is anything to press
+const press = (id) => () => byId(id)?.click(); // undefined before the controls exist
 const focus = (id) => () => {
     byId(id).focus();
     byId(id).select();
@@ -14,22 +14,22 @@ const KEYS = [
     { key: 'p', name: 'Press the pol button', run: press('button-pol') },
     { key: 'r', name: 'Start or stop recording', run: press('record') },
     { key: 's', name: 'Take a snapshot', run: press('snapshot') },
-    { key: 'f', name: 'Picture on the full screen', run: toggleFullScreen },
-    { key: '/', name: 'Into the console', run: focus('console-line') },
-    { key: 'l', name: 'Into the log’s filter', run: focus('log-filter') },
-    { key: '?', name: 'This help', run: () => byId('help').showModal() },
+    { key: 'f', name: 'Picture in full screen', run: toggleFullScreen },
+    { key: '/', name: 'Go to the console', run: focus('console-line') },
+    { key: 'l', name: 'Go to the log filter', run: focus('log-filter') },
+    { key: '?', name: 'Show this help', run: () => byId('help').showModal() },
 ];
 
 const LINE_KEYS = [
     { key: 'Tab', name: 'Complete a command' },
-    { key: '↑ ↓', name: 'Earlier commands, or through the list' },
+    { key: '↑ ↓', name: 'Previous commands, or move in the list' },
     { key: 'Alt ↓', name: 'All commands' },
-    { key: 'Esc', name: 'Close the list, empty the line' },
+    { key: 'Esc', name: 'Close the list, or clear the line' },
 ];
 
 const takesText = (node) => node.matches('input:not([type=radio], [type=range], [type=checkbox]), select, textarea');
 
-/** Keys for the browser, or for a field, are not keys of the sight. */
+/** Ignores keys for the browser or for a text field. */
 function isForUs(event) {
     return !event.ctrlKey && !event.altKey && !event.metaKey && !event.repeat && !event.defaultPrevented
         && !takesText(event.target) && document.querySelector('dialog[open]') === null;

@@ -1,7 +1,7 @@
-// Restarts the live view after the camera was lost.
+// Restarts the live view after a lost camera.
 import { isBusy } from './fields.js';
 
-// The no-input picture stays until these have run, also when the cable is back.
+// The no-input picture stays until these have run, even if the camera is plugged in again.
 const START = ['kill_pipe 6', 'create_pipe 0', 'create_pipe 1'];
 
 export async function restartLiveView(server, button) {

@@ -1,4 +1,4 @@
-// The growing log: filtered by level and text, scrolled to its end unless the user scrolls up.
+// The log: filtered by level and text, scrolled to the end unless the user scrolls up.
 import { byId, el, memory, setText } from './dom.js';
 import { Follower } from './follower.js';
 import { Blocks, LINES_MAX } from './log_blocks.js';
@@ -34,7 +34,7 @@ class Log {
         if (fresh) {
             this.#clear();
         }
-        // A hidden page draws nothing, and must not collect lines without limit.
+        // A hidden page draws nothing; don't collect lines without limit.
         this.#added = [...this.#added, ...lines].slice(-LINES_MAX);
         if (!this.#isDrawing) {
             this.#isDrawing = true;
@@ -42,7 +42,7 @@ class Log {
         }
     }
 
-    /** Many lines at once cost one layout. */
+    /** Draws many lines with one layout. */
     #draw() {
         this.#isDrawing = false;
         this.#lines.add(this.#added.map(parseLine));

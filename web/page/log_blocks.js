@@ -1,16 +1,16 @@
-// The log's rows in blocks: a new line costs the layout of the last block, not of all lines.
+// The log's rows in blocks: a new line only changes the layout of the last block.
 import { el } from './dom.js';
 
 const BLOCK_LINES = 100;
 const BLOCKS_MAX = 50;
 
-/** The most lines that are kept. */
+/** Maximum number of lines kept. */
 export const LINES_MAX = BLOCK_LINES * BLOCKS_MAX;
 
-// For estimating the height of a block that is out of sight; lines that wrap are higher.
+// To estimate the height of a block out of view; wrapped lines are higher.
 const ROW_HEIGHT_PX = 18;
 
-// The last blocks are always laid out: a view of the end must not depend on estimates.
+// The last blocks are always rendered: the view of the end must not depend on estimates.
 const OPEN_BLOCKS = 2;
 
 function rowOf({ time, level, text }) {
@@ -22,7 +22,7 @@ function rowOf({ time, level, text }) {
     return row;
 }
 
-/** The same line again: its row says how often it has come, and when last. */
+/** A repeated line: its row shows how often it came, and when last. */
 function repeat(entry, { time }) {
     entry.times += 1;
     entry.row.querySelector('.log-time').textContent = time;
@@ -62,7 +62,7 @@ class Block {
     }
 }
 
-/** The latest lines, in a box; those that `isShown` does not choose are hidden. */
+/** The latest lines in a box; hides those that `isShown` rejects. */
 export class Blocks {
     #box;
     #isShown = () => true;

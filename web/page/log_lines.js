@@ -1,15 +1,15 @@
-// What a line of the log says.
+// Parses the lines of the log.
 const LINE = /^\w{3} \w{3} [ \d]\d (\d\d:\d\d:\d\d) \d{4} \[(DEBUG|INFO|WARN|ERROR)\](\[errno=\d+\])?: ?(.*)$/s;
 
-// GStreamer colours its own lines for terminals.
+// GStreamer colours its lines for terminals.
 const COLORS = /\u001b\[[\d;]*m/g;
 
-// What a scene says: of its own by console.log, or an error in its script.
+// Messages of a scene: console.log, or script errors.
 const SCENE = /^scene: (.*)$/s;
 
 export const LEVELS = ['DEBUG', 'INFO', 'WARN', 'ERROR', 'SCENE', 'other'];
 
-/** A line taken apart: {time, level, text}; `level` is 'other' when it isn't the daemon's own form. */
+/** Parses a line into {time, level, text}; `level` is 'other' for lines not in the daemon's format. */
 export function parseLine(raw) {
     const line = raw.replace(COLORS, '');
     const parts = line.match(LINE);

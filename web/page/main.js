@@ -17,7 +17,7 @@ import { startSettings } from './settings.js';
 import { startTranscript } from './transcript.js';
 import { startTrouble } from './trouble.js';
 
-// From here on the cookie lets the page in: the token need not be seen, nor be in a bookmark.
+// The cookie authorises the page from here on: keep the token out of sight and bookmarks.
 history.replaceState(null, '', location.pathname + location.hash);
 
 const server = new ServerConnection();

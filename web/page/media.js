@@ -1,10 +1,10 @@
-// Recordings and snapshots: to look at, to play and to download.
+// Lists recordings and snapshots, to view, play, download and delete.
 import { deleteButton } from './delete.js';
 import { byId, el, icon, setText } from './dom.js';
 import { durationText, momentText, sizeText } from './values.js';
 import { startViewer } from './viewer.js';
 
-// Thumbnails are full-size pictures, so only so many are loaded at once.
+// Thumbnails are full-size pictures, so limit how many are loaded at once.
 const SHOWN_AT_ONCE = 48;
 
 const downloadUrl = (url) => `${url}?download`;
@@ -15,7 +15,7 @@ function downloadLink({ name, url }) {
         icon('download'));
 }
 
-const length = ({ seconds }) => (seconds === null ? 'not ended' : durationText(seconds));
+const length = ({ seconds }) => (seconds === null ? 'incomplete' : durationText(seconds));
 
 function recordingRow(server, file, view) {
     const isSound = file.name.startsWith('audio_');
@@ -58,7 +58,7 @@ function snapshotTile(server, file, view) {
     };
 }
 
-/** A list of files that keeps the nodes of files that stay, and so focus and loaded pictures. */
+/** A list that keeps the nodes of unchanged files, and with them focus and loaded pictures. */
 class FileList {
     #node;
     #rows = new Map();
@@ -108,9 +108,9 @@ class FileList {
     }
 }
 
-/** Without the server there are no files. */
+/** Without the server, files are not available. */
 function followServer(server) {
-    const away = el('p', { className: 'note', hidden: true }, 'Available when this page’s server is back.');
+    const away = el('p', { className: 'note', hidden: true }, 'Available when this page’s server is running again.');
     byId('media-lists').before(away);
     server.on('presence', (presence) => {
         away.hidden = presence !== 'lost';

@@ -1,21 +1,21 @@
-// The panel's live picture, as bright as the panel shows it.
+// The panel's live picture, with the panel's luminance.
 import { byId, memory, setText } from './dom.js';
 import { condition, reconnectingSocket } from './server_connection.js';
 import { restartLiveView } from './live_view.js';
 import { clockText } from './values.js';
 
-// The live picture changes thirty times a second: after this long without a new one it stands still.
+// The live picture changes thirty times a second: without a new one for this long, it is frozen.
 const STILL_MS = 3000;
 
 const panel = byId('panel');
 const pen = panel.getContext('2d', { alpha: false });
 
-/** Takes pictures from the server, one after the other, while somebody can see them. */
+/** Requests pictures from the server one by one while the page is visible. */
 class Pictures {
     #socket = null;
     #isAsked = false;
 
-    /** Pictures drawn so far, and when the last came. */
+    /** Number of drawn pictures, and the time of the last. */
     count = 0;
     lastAt = null;
 
@@ -48,14 +48,14 @@ class Pictures {
             ++this.count;
             this.lastAt = new Date();
         } catch {
-            // A picture that can't be decoded is skipped.
+            // Skip pictures that can't be decoded.
         }
         this.#isAsked = false;
         this.askNext();
     }
 }
 
-/** The note over the picture: its text, whether the picture is old, and whether a restart would help. */
+/** The note on the picture: text, whether the picture is old, whether a restart would help. */
 function noteFor(server, pictures, watchedSince) {
     const now = condition(server);
     const last = pictures.lastAt === null ? '' : ` Last picture at ${clockText(pictures.lastAt)}.`;
@@ -63,7 +63,7 @@ function noteFor(server, pictures, watchedSince) {
         return { text: 'Connecting', isOld: true };
     }
     if (now === 'refused') {
-        return { text: `No picture: this page is not let in.${last}`, isOld: true };
+        return { text: `No picture: access denied.${last}`, isOld: true };
     }
     if (now === 'lost' || now === 'gone') {
         const missing = now === 'lost' ? 'page’s server' : 'daemon';
@@ -74,12 +74,12 @@ function noteFor(server, pictures, watchedSince) {
     }
     const { sight, camera } = server.state;
     if (['none', 'no_input'].includes(sight?.live_view.state)) {
-        return camera ? { text: 'The camera is plugged in, but not shown', hasWayOut: true }
+        return camera ? { text: 'The camera is plugged in but not shown', hasWayOut: true }
             : { text: 'The camera is unplugged' };
     }
     if (sight?.live_view.state === 'frozen'
         || Date.now() - Math.max(watchedSince, pictures.lastAt ?? 0) > STILL_MS) {
-        return { text: pictures.lastAt ? `The picture stands still.${last}` : 'No picture yet' };
+        return { text: pictures.lastAt ? `The picture is frozen.${last}` : 'No picture yet' };
     }
     return null;
 }
@@ -91,12 +91,12 @@ function showNote(note) {
     const hasFocus = document.activeElement === byId('live-view');
     byId('live-view').hidden = note?.hasWayOut !== true;
     if (hasFocus && byId('live-view').hidden) {
-        byId('full-light').focus(); // else it would be nowhere
+        byId('full-light').focus(); // focus would be lost otherwise
     }
     setText(byId('picture-note-text'), note?.text ?? '');
 }
 
-/** Dims an sRGB picture to a fraction of the full light, over black. */
+/** Dims an sRGB picture to a fraction of full luminance, on black. */
 function showLight(light, isFull) {
     const known = typeof light === 'number';
     panel.style.opacity = known && !isFull ? Math.min(1, light) ** (1 / 2.2) : 1;
@@ -106,7 +106,7 @@ function showLight(light, isFull) {
 function followPointer() {
     panel.addEventListener('pointermove', ({ offsetX, offsetY }) => {
         if (panel.classList.contains('aiming')) {
-            return; // the origin is said there
+            return; // shows the origin instead
         }
         const x = Math.floor((offsetX / panel.clientWidth) * panel.width);
         const y = Math.floor((offsetY / panel.clientHeight) * panel.height);
@@ -138,7 +138,7 @@ export function toggleFullScreen() {
     }
 }
 
-/** Shows the rate, and updates the note: only the clock tells that a picture stands still. */
+/** Updates rate and note every second: no event tells that a picture is frozen. */
 function eachSecond(pictures, show) {
     let counted = 0;
     setInterval(() => {

@@ -1,4 +1,4 @@
-// Whether server and daemon are there: banner, title, and which controls are enabled.
+// State of server and daemon: banner, title, and which controls are enabled.
 import { byId, el, setText } from './dom.js';
 import { condition } from './server_connection.js';
 import { endTrouble } from './trouble.js';
@@ -8,31 +8,31 @@ const LINK_TEXTS = {
     connecting: 'Connecting',
     lost: 'No server',
     gone: 'No daemon',
-    refused: 'Not let in',
-    silent: 'Daemon silent',
-    up: 'Daemon up',
+    refused: 'Access denied',
+    silent: 'Daemon not responding',
+    up: 'Daemon running',
 };
 
 function bannerFor(server, now) {
     switch (now) {
     case 'lost':
-        return ['This page’s server is not running: start it with ', el('code', {}, server.startCommand),
-            '. This page comes back by itself.'];
+        return ['This page’s server is not running. Start it with ', el('code', {}, server.startCommand),
+            '; this page then reconnects.'];
     case 'gone':
         return ['The daemon is not running. Start it above, or with ', el('code', {}, server.startCommand), '.'];
     case 'refused':
-        return ['This page needs another token: open the address that ', el('code', {}, server.startCommand), ' printed.'];
+        return ['This page’s token is not valid any more. Open the address printed by ', el('code', {}, server.startCommand), '.'];
     case 'silent':
-        return ['The daemon runs, but does not answer. What is shown may be out of date.'];
+        return ['The daemon is running but does not respond. This page may show old values.'];
     default:
         return [];
     }
 }
 
-// What had the focus when it was disabled: it gets the focus back when it is enabled again.
+// The element that was disabled while focused; it gets the focus back when enabled.
 let focused = null;
 
-/** Enables or disables what needs the daemon (data-needs="daemon") or only the server ("server"). */
+/** Enables or disables elements that need the daemon (data-needs="daemon") or only the server ("server"). */
 function switchNeeds(now) {
     const hasServer = !['lost', 'refused', 'connecting'].includes(now);
     const hasDaemon = now === 'up' || now === 'silent';
@@ -40,14 +40,14 @@ function switchNeeds(now) {
     for (const node of document.querySelectorAll('[data-needs]')) {
         const isUsable = node.dataset.needs === 'daemon' ? hasDaemon : hasServer;
         if (node.type === 'text') {
-            // It keeps the focus: further typing must not become keys of the sight.
+            // Not disabled, to keep the focus: typed keys must not become shortcuts.
             node.readOnly = !isUsable;
             node.setAttribute('aria-disabled', String(!isUsable));
         } else {
             node.disabled = !isUsable;
         }
     }
-    // It scrolls, and then holds nothing else that could be focused.
+    // A scrolling box without focusable content must be focusable itself.
     byId('rail').tabIndex = hasServer ? -1 : 0;
     if (document.activeElement === document.body && focused?.matches(':enabled')) {
         focused.focus({ preventScroll: true });
@@ -80,7 +80,7 @@ export function startPresence(server) {
         showBanner(server, now);
         switchNeeds(now);
         if (['lost', 'refused', 'gone'].includes(now)) {
-            endTrouble(); // of an earlier daemon it says nothing of this one
+            endTrouble(); // an error of an earlier daemon
         }
     };
     server.on('presence', show);

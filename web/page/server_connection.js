@@ -1,4 +1,4 @@
-// The connection for state, lists, log and requests; it reconnects by itself.
+// The WebSocket for state, lists, log and requests; reconnects automatically.
 
 const RETRY_MS = 1000;
 
@@ -6,7 +6,7 @@ function socketAddress(path) {
     return new URL(path, location.href).href.replace(/^http/, 'ws');
 }
 
-/** A WebSocket to the server that is opened again, a second after each close, as long as the page lives. */
+/** A WebSocket that reconnects a second after each close. */
 export function reconnectingSocket(path, { onOpen, onMessage, onClose }) {
     const open = () => {
         const socket = new WebSocket(socketAddress(path));
@@ -21,7 +21,7 @@ export function reconnectingSocket(path, { onOpen, onMessage, onClose }) {
     open();
 }
 
-/** Whether the server is there, but doesn't let this page in: its token is another by now. */
+/** True if the server runs but rejects this page because its token has changed. */
 async function isRefused() {
     try {
         return (await fetch('.', { method: 'HEAD' })).status === 403;
@@ -31,8 +31,8 @@ async function isRefused() {
 }
 
 /**
- * Emits each message of the server by its type ('hello', 'state', 'log', 'media', 'footage'), 'presence'
- * when the server comes or goes, and 'asked' and 'response' around each request. web/PROTOCOL.md has the messages.
+ * Emits each message of the server by type ('hello', 'state', 'log', 'media', 'footage'), 'presence' when
+ * the server comes or goes, and 'asked' and 'response' for each request. See web/PROTOCOL.md.
  */
 export class ServerConnection extends EventTarget {
     #socket = null;
@@ -43,7 +43,7 @@ export class ServerConnection extends EventTarget {
     state = null;
     /** 'connecting' until the first connection, then 'there', 'lost' or 'refused'. */
     presence = 'connecting';
-    /** scripts/sim as a person calls it, and the command that starts this board's daemon. */
+    /** The command name of scripts/sim, and the command that starts this board's daemon. */
     simCommand = 'scripts/sim';
     startCommand = 'scripts/sim';
 
@@ -58,7 +58,7 @@ export class ServerConnection extends EventTarget {
         });
     }
 
-    /** Gives the function that ends it. */
+    /** Returns a function that removes the listener. */
     on(type, listener) {
         const listen = ({ detail }) => listener(detail);
         this.addEventListener(type, listen);
@@ -114,7 +114,7 @@ export class ServerConnection extends EventTarget {
 
     #abandonRequests() {
         for (const resolve of this.#waiting.values()) {
-            resolve({ ok: false, text: 'the connection ended before the response' });
+            resolve({ ok: false, text: 'connection closed before the response' });
         }
         this.#waiting.clear();
     }
@@ -128,8 +128,8 @@ export class ServerConnection extends EventTarget {
 }
 
 /**
- * Whether commands can be expected to reach the daemon: 'up', 'silent', 'gone', 'lost' (the server,
- * too), 'refused' (the server lets this page in no more) or 'connecting'.
+ * Whether commands can reach the daemon: 'up', 'silent' (no response), 'gone' (no daemon), 'lost' (no
+ * server), 'refused' (invalid token) or 'connecting'.
  */
 export function condition(server) {
     if (server.presence !== 'there') {

@@ -1,4 +1,4 @@
-// All settings of the sight, with what they can be.
+// Lists all settings of the sight with their ranges.
 import { byId, el, setText } from './dom.js';
 import { setting } from './values.js';
 

@@ -1,4 +1,4 @@
-// Dark or light: as the system has it, or as chosen here. It runs before the page is first drawn.
+// Dark or light: as in the system, or as chosen here. Runs before the first drawing.
 import { byId, memory } from './dom.js';
 
 const CHOICES = ['automatic', 'dark', 'light'];

@@ -1,4 +1,4 @@
-// Requests and their results, from the console and from every control: each click shows the command
+// Requests and results, from the console and from every control: each click shows the command
 // behind it.
 import { byId, el } from './dom.js';
 import { Follower } from './follower.js';
@@ -19,16 +19,16 @@ const NAMES = {
     refuse: ({ name }) => name,
 };
 
-// What acts on the board is a verb of scripts/sim, not a command of the daemon.
+// Requests for the board are verbs of scripts/sim, not commands of the daemon.
 const ORIGINS = { command: '> ', delete: '', refuse: '' };
 
-/** What a request is called in words. */
+/** A request in words. */
 export const wordsOf = (message) => NAMES[message.request](message);
 
-// What is answered sooner isn't seen to wait.
+// Don't show waiting for faster replies.
 const WAITS_MS = 400;
 
-/** A request on the transcript, and the reply once it is there. */
+/** A request in the transcript, with its reply when there is one. */
 class Entry {
     #said = el('p', { className: 'said' });
     #waits = setTimeout(() => this.#said.append('waiting for the reply'), WAITS_MS);
@@ -63,7 +63,7 @@ export function startTranscript(server) {
     server.on('asked', ask);
     server.on('response', (response) => {
         if (!waiting.has(response.message)) {
-            ask(response.message); // what is sent as a file is told of when it has come
+            ask(response.message); // file uploads are reported when complete
         }
         waiting.get(response.message).finish(response);
         waiting.delete(response.message);

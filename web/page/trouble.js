@@ -1,8 +1,8 @@
-// Why a control's last request failed, over the page: nothing moves for it.
+// Shows why a control's last request failed, above the page, so that nothing moves.
 import { byId, setText } from './dom.js';
 import { wordsOf } from './transcript.js';
 
-/** The transcript reads it out. */
+/** Not announced: the transcript is. */
 export function showTrouble(message, text) {
     setText(byId('trouble-text'), `${wordsOf(message)}: ${text || 'failed'}`);
     byId('trouble').hidden = false;

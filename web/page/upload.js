@@ -1,17 +1,17 @@
-// Sends files to the server, with their progress and the outcome.
+// Uploads files to the server, with progress and result.
 import { byId, el, setText } from './dom.js';
 import { sizeText } from './values.js';
 
 // The server's limit.
 const SCENE_MAX_BYTES = 1024 * 1024;
 
-// How long a successful upload stays on the page: the element that takes the file may still complain.
+// How long a successful upload stays visible: the receiving element may still report an error.
 const DONE_SHOWN_MS = 6000;
 
-// Such a complaint in the daemon's log, by element.
+// Such errors in the daemon's log, by element.
 const complaintOf = (element) => new RegExp(`from element \\S*${element}\\S*: (.*)`);
 
-/** A row on the page for an upload. */
+/** A row for an upload. */
 class UploadRow {
     constructor(file, onCancel) {
         this.text = el('p', { className: 'upload-text' }, `Sending ${file.name}`);
@@ -49,21 +49,21 @@ class UploadRow {
     }
 }
 
-/** The server's response; not each failure comes with a text of its own. */
+/** The server's response; some failures have no text. */
 function responseOf(request) {
     try {
         const { ok, text } = JSON.parse(request.responseText);
         return { ok: ok === true, text };
     } catch {
-        const texts = { 0: 'the connection ended', 413: 'the file is too large' };
+        const texts = { 0: 'connection closed', 413: 'the file is too large' };
         return { ok: false, text: texts[request.status] ?? `refused with status ${request.status}` };
     }
 }
 
-/** Functions that stop waiting for a complaint, by element. */
+/** Functions that stop waiting for an error, by element. */
 const enders = new Map();
 
-/** Reports the first complaint in the log from now on, until the element gets another file. */
+/** Reports the first error in the log from now on, until the element gets another file. */
 function awaitComplaint(server, element, onComplaint) {
     const pattern = complaintOf(element);
     const stop = server.on('log', ({ fresh, lines }) => {
@@ -77,7 +77,7 @@ function awaitComplaint(server, element, onComplaint) {
     enders.set(element, stop);
 }
 
-/** A file on its way to an element. The log's complaint may come before the server's response. */
+/** A file being sent to an element. The log's error may come before the server's response. */
 class Sending {
     #server;
     #sent;
@@ -99,7 +99,7 @@ class Sending {
             this.#judge();
         });
         this.#request.onload = () => this.#finish(responseOf(this.#request));
-        this.#request.onerror = () => this.#finish({ ok: false, text: 'the connection ended' });
+        this.#request.onerror = () => this.#finish({ ok: false, text: 'connection closed' });
         this.#request.open('POST', path);
         this.#request.send(sent.file);
     }
@@ -122,25 +122,25 @@ class Sending {
 }
 
 const footageUse = (state) => (state?.camera === false
-    ? 'is for the camera when its cable is in' : 'is what the camera sees');
+    ? 'becomes the camera’s input when its cable is plugged in' : 'is the camera’s input');
 
-/** Keeps a video on the board and shows it to the camera. */
+/** Stores a video on the board and plays it as the camera. */
 export function sendFootage(server, file) {
     new Sending(server, `footage/${encodeURIComponent(file.name)}`,
         { file, words: `footage ${file.name}`, use: footageUse, element: 'SimCamera' });
 }
 
-/** Makes a text of QML the on-screen display. */
+/** Installs a QML text as the on-screen display. */
 export function sendScene(server, file) {
     if (file.size > SCENE_MAX_BYTES) {
-        refuseFile(server, file, 'a scene has at most 1 MiB');
+        refuseFile(server, file, 'a scene can have at most 1 MiB');
         return;
     }
     new Sending(server, 'scene',
         { file, words: `scene ${file.name}`, use: () => 'is the on-screen display', element: 'SimQtOverlay' });
 }
 
-/** Says why a file is not sent at all. */
+/** Reports why a file is not sent. */
 export function refuseFile(server, file, text) {
     server.emit('response', { message: { request: 'refuse', name: file.name }, ok: false, text });
     new UploadRow(file, () => {}).finish(false, `${file.name}: ${text}`);

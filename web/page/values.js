@@ -1,4 +1,4 @@
-// The sight's values as texts.
+// Formats the sight's values.
 
 const COLOR_NAMES = {
     '#000000': 'Black',
@@ -12,19 +12,19 @@ const COLOR_NAMES = {
 
 export const colorName = (color) => COLOR_NAMES[color] ?? color;
 
-/** In the order of the types' numbers. */
+/** By type number. */
 export const ENCODING_TYPES = ['Video and sound', 'Video only', 'Sound only'];
 
-/** A setting of the sight; null when it isn't known. */
+/** A setting of the sight; null if unknown. */
 export const setting = (key) => (state) => state?.sight?.settings?.[key] ?? null;
 
-/** Whether a setting that is 0 or 1 is 1; null when it isn't known. */
+/** Whether a setting with values 0 and 1 is 1; null if unknown. */
 export const isSet = (key) => (state) => {
     const value = setting(key)(state);
     return value === null ? null : value !== 0;
 };
 
-/** Whether an output ('recording', 'tcp', 'http') is not off; null when it isn't known. */
+/** Whether an output ('recording', 'tcp', 'http') is not off; null if unknown. */
 export const isRunning = (output) => ({ sight }) => (sight === null ? null : sight.outputs[output].state !== 'off');
 
 const two = (number) => String(number).padStart(2, '0');
@@ -50,7 +50,7 @@ export function sizeText(bytes) {
     return `${size.toFixed(size < 10 ? 1 : 0)} ${units[unit]}`;
 }
 
-/** A moment given in seconds since 1970, in local time. */
+/** Formats seconds since 1970 as local time. */
 export function momentText(seconds) {
     const at = new Date(seconds * 1000);
     const day = `${at.getFullYear()}-${two(at.getMonth() + 1)}-${two(at.getDate())}`;

@@ -1,8 +1,8 @@
-// Shows a snapshot, or plays a recording, in a dialog.
+// Shows a snapshot or plays a recording in a dialog.
 import { byId, el } from './dom.js';
 
-const FAILED = 'This file can’t be shown: it is gone, was not ended properly, or lies outside of the board.';
-const AWAY = 'This file can’t be reached while this page’s server is away.';
+const FAILED = 'This file can’t be shown: it was deleted, is incomplete, or is outside of the board folder.';
+const AWAY = 'This file is not available while this page’s server is not running.';
 
 function content(kind, { name, url }, onFail) {
     const node = kind === 'img' ? el('img', { src: url, alt: `Snapshot ${name}` })
@@ -11,12 +11,12 @@ function content(kind, { name, url }, onFail) {
     return node;
 }
 
-/** Gives the function that shows a file as 'img', 'video' or 'audio'. */
+/** Returns a function that shows a file as 'img', 'video' or 'audio'. */
 export function startViewer(server, downloadUrl) {
     const dialog = byId('viewer');
     const body = byId('viewer-body');
     byId('viewer-close').addEventListener('click', () => dialog.close());
-    dialog.addEventListener('close', () => body.replaceChildren()); // playing ends with it
+    dialog.addEventListener('close', () => body.replaceChildren()); // ends playback
     dialog.addEventListener('click', ({ target }) => target === dialog && dialog.close());
     return (kind, file) => {
         byId('viewer-title').textContent = file.name;
