@@ -1,4 +1,4 @@
-"""The performance figures: measures, prints a table, and writes JSON. Started by scripts/bench."""
+"""Measures performance, prints a table and writes JSON. Started by scripts/bench."""
 
 import argparse
 import json
@@ -29,12 +29,12 @@ def arguments():
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
     parser.add_argument("--source", type=pathlib.Path, required=True, help=argparse.SUPPRESS)
     parser.add_argument("--build", type=pathlib.Path, required=True, help=argparse.SUPPRESS)
-    parser.add_argument("--quick", action="store_true", help="one short run of everything")
+    parser.add_argument("--quick", action="store_true", help="run one short round of everything")
     parser.add_argument("--json", action="store_true",
-                        help="the JSON on standard output, the table on standard error")
+                        help="print the JSON to standard output, the table to standard error")
     parser.add_argument("--only", action="append",
-                        help="only this part; may be given more than once")
-    parser.add_argument("--scale", action="store_true", help="how figures grow, as curves")
+                        help="run only this part; may be repeated")
+    parser.add_argument("--scale", action="store_true", help="measure how figures grow")
     options = parser.parse_args()
     parts = GROWTH if options.scale else SESSIONS
     for part in options.only or ():
@@ -60,14 +60,14 @@ def machine():
 
 
 def look_for_plugins(bench):
-    """So that no program that is measured does it."""
+    """Creates the GStreamer registry, so that no measured program has to."""
     for others in (False, True)[:1 + bool(bench.others)]:
         subprocess.run(["gst-inspect-1.0", "qtoverlay"], check=True, stdout=subprocess.DEVNULL,
                        env=os.environ | bench.plugin_environment(others))
 
 
 def taken_from_environment():
-    """What only those boards shall have that are for others' elements."""
+    """Removes the variables for other plug-ins from the environment and returns them."""
     return {name: os.environ.pop(name) for name in OTHERS_VARIABLES if name in os.environ}
 
 
@@ -106,7 +106,7 @@ def heading(result):
     if result["elements"]:
         lines.append(f"{OTHERS}: those in {result['elements']}")
     if result["quick"]:
-        lines.append("one short round: it shows that everything runs, its figures prove little")
+        lines.append("one short round: the figures mean little")
     return "\n".join(lines)
 
 

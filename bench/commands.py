@@ -1,4 +1,4 @@
-"""How fast commands are answered, alone and while the daemon works, and what its work disturbs."""
+"""Measures how fast commands are answered, idle and under load, and what other work disturbs."""
 
 import json
 import os
@@ -18,8 +18,8 @@ ECHO, REDIS = "bare echo", "redis PING"
 
 
 def set_apart(processes):
-    """Main threads on one processor, and the words that put the asking program on another. Left to
-    itself, the kernel has both on the same or on two, and one way takes twice the time."""
+    """Pins main threads to one processor; returns the command prefix that pins the client to another.
+    Otherwise the kernel picks the same or different ones, and one of them takes twice the time."""
     if len(os.sched_getaffinity(0)) < 2:
         return []
     serving, *_, asking = sorted(os.sched_getaffinity(0))
@@ -54,7 +54,7 @@ def round_trip_figures(results, clients):
 
 
 def round_trips(bench):
-    """The three servers in turn, under the load of the daemon's live view."""
+    """Measures the three servers alternately, under the load of the daemon's live view."""
     figures = []
     with (Board(bench, "asked") as board, Daemon(bench, board) as daemon,
           start_echo(bench) as echo, start_redis(bench) as redis):
@@ -73,18 +73,18 @@ def round_trips(bench):
     return figures
 
 
-# --- What else happens meanwhile ---------------------------------------------------------------
+# --- Disturbances ------------------------------------------------------------------------------
 
 
 class Pinger(Process):
-    """Asks a server each millisecond, for as long as it is told."""
+    """Sends a server one request each millisecond for a given time."""
 
     def __init__(self, bench, server, seconds):
         super().__init__([bench.program("bench_round_trip"), server.socket_path, ASK_DAEMON,
                           seconds, 0], bench.work / f"pings-{server.pid}.out")
 
     def answers(self):
-        """Waits for the end: when each request was due in ns, and how long it took from then in
+        """Waits for the end. Returns when each request was due, in ns, and how long it took from then, in
         milliseconds."""
         self.wait()
         return [(int(due), float(took_us) / 1e3)
@@ -92,7 +92,7 @@ class Pinger(Process):
 
 
 class Snapshots:
-    """The same without the daemon, from a board's panel."""
+    """The same snapshot without the daemon, from a board's panel."""
 
     def __init__(self, bench, board):
         self._child = subprocess.Popen(
@@ -108,25 +108,25 @@ class Snapshots:
         self._child.stdout.close()
 
     def take(self):
-        """Milliseconds that it took."""
+        """Returns the milliseconds that it took."""
         self._child.stdin.write("\n")
         self._child.stdin.flush()
         return float(self._child.stdout.readline())
 
 
 class Events:
-    """What is done to the daemon while it is asked each millisecond."""
+    """Disturbs the daemon while it gets a request each millisecond."""
 
     def __init__(self):
         self.windows = []  # name, start and end in ns
 
     def add(self, name, seconds, action=lambda: None):
-        """Does it, and looks on for so long from its beginning, or until it is done."""
+        """Runs the action, and observes for that time or until it is done."""
         start = time.monotonic_ns()
         result = action()
         time.sleep(max(seconds - (time.monotonic_ns() - start) / 1e9, 0))
         self.windows.append((name, start, time.monotonic_ns()))
-        # No request of this window shall wait for what comes next.
+        # Keep the next action out of this window's last requests.
         time.sleep(0.02)
         return result
 
@@ -138,7 +138,7 @@ EVENTS = ("nothing else", "a recording starts", "a recording splits each second"
 
 
 def run_events(daemon, snapshots, port, runs):
-    """One round of what disturbs."""
+    """One round of all disturbances."""
     events = Events()
     names = iter(EVENTS)
     events.add(next(names), 1)
@@ -178,7 +178,7 @@ def disturbance_figures(runs):
 
 
 def disturbances(bench):
-    """How a client and the panel fare while the daemon works for others."""
+    """Measures a client's and the panel's delays while the daemon does other work."""
     runs = Runs()
     port = free_port()
     settings = f"record_max_len=1\ntcp_stream_port={port}\n"

@@ -1,4 +1,4 @@
-"""Figures: what was measured over several runs, against a baseline of the same runs."""
+"""Figures: measurements of several runs, compared with a baseline from the same runs."""
 
 import dataclasses
 import math
@@ -10,22 +10,22 @@ RELATIONS = {"<=": operator.le, "<": operator.lt, ">=": operator.ge, ">": operat
 
 @dataclasses.dataclass(frozen=True)
 class Target:
-    """What a figure shall reach: the median of its ratio or of its difference to the baseline, or
-    its own value in every run."""
+    """A figure's target: for the median of its ratio or difference to the baseline, or for its value
+    in every run."""
 
     of: str  # "ratio", "difference" or "value"
     relation: str
     limit: float
 
     def text(self, unit):
-        """The target in words; only a ratio has no unit."""
+        """Describes the target; only a ratio has no unit."""
         suffix = {"ratio": "x", "difference": f" {unit} more"}.get(self.of, f" {unit}")
         return f"{self.relation} {self.limit:g}{suffix}"
 
 
 @dataclasses.dataclass(frozen=True)
 class Summary:
-    """Several runs in three numbers."""
+    """Summary of several runs."""
 
     median: float
     least: float
@@ -33,26 +33,26 @@ class Summary:
 
 
 def summary_of(runs):
-    """None where there is no run."""
+    """None without runs."""
     return Summary(statistics.median(runs), min(runs), max(runs)) if runs else None
 
 
 class Runs(dict):
-    """Values by name, run after run."""
+    """Values by name, one for each run."""
 
     def add(self, name, value):
         self.setdefault(name, []).append(value)
 
 
 def part_of(values, part):
-    """The smallest value that this part of all values doesn't exceed (nearest rank)."""
+    """Percentile by nearest rank; `part` is 0 to 1."""
     ordered = sorted(values)
     return ordered[max(math.ceil(part * len(ordered)), 1) - 1]
 
 
 @dataclasses.dataclass
 class Figure:
-    """`runs` and `baseline_runs` are pairs: the first run of one was made beside the other's."""
+    """`runs` and `baseline_runs` are paired: run i of both was made at about the same time."""
 
     group: str
     name: str
@@ -69,7 +69,7 @@ class Figure:
         return summary_of(self.runs)
 
     def ratio(self):
-        """None without a baseline, or with one that is zero."""
+        """None without a baseline, or if it is zero."""
         if not all(self.baseline_runs):
             return None
         return summary_of(self._pairs(operator.truediv))
@@ -78,7 +78,7 @@ class Figure:
         return summary_of(self._pairs(operator.sub))
 
     def met(self):
-        """None where there is no target, or nothing that could reach one."""
+        """None without a target or without values."""
         reached = getattr(self, self.target.of)() if self.target else None
         if reached is None:
             return None
@@ -106,14 +106,14 @@ class Figure:
 
 
 def number(value):
-    """Three digits that count; whole numbers as they are."""
+    """Formats with three significant digits; whole numbers unchanged."""
     if value == round(value) or abs(value) >= 1000:
         return f"{value:.0f}"
     return f"{value:.{max(2 - math.floor(math.log10(abs(value))), 0)}f}"
 
 
 def row_of(figure):
-    """The cells of a figure's line in the table."""
+    """The cells of a figure's row in the table."""
     ratio = figure.ratio()
     spread = ratio or figure.value()
     met = {None: "", True: "met", False: "MISSED"}[figure.met()]
@@ -133,7 +133,7 @@ HEADINGS = ("figure", "vtrdc", "baseline", "ratio", "spread", "target", "")
 
 
 def table_of(figures):
-    """All figures as text, a block a group."""
+    """Formats all figures as text, one block per group."""
     rows = [row_of(figure) for figure in figures]
     widths = [max(len(row[column]) for row in rows + [HEADINGS]) for column in range(len(HEADINGS))]
 

@@ -1,4 +1,4 @@
-"""The arithmetic behind the performance figures."""
+"""Tests the arithmetic of the performance figures."""
 
 import collections
 import unittest
@@ -23,7 +23,7 @@ class FiguresTest(unittest.TestCase):
         self.assertEqual(part_of([7], 0.99), 7)
 
     def test_runs_are_compared_pair_by_pair(self):
-        # The second pair ran on a machine twice as slow: that is no difference of the ratio.
+        # The second pair ran on a machine half as fast: the ratio stays the same.
         ratio = figure([11, 22, 12], [10, 20, 10]).ratio()
         self.assertAlmostEqual(ratio.median, 1.1)
         self.assertAlmostEqual(ratio.least, 1.1)
@@ -39,7 +39,7 @@ class FiguresTest(unittest.TestCase):
             (figure([7, 7], [5, 5], Target("difference", "<=", 1)), False),
             (figure([0, 0, 0], [], Target("value", "<=", 0)), True),
             (figure([0, 0, 1], [], Target("value", "<=", 0)), False),
-            # Nothing to divide by: neither met nor missed.
+            # Division by zero: neither met nor missed.
             (figure([1], [0]), None),
             (figure([1]), None),
             (figure([1], [1], None), None),

@@ -1,4 +1,4 @@
-"""What the page of the simulated board costs the daemon while somebody looks at it."""
+"""Measures what an open control page costs the daemon."""
 
 import base64
 import contextlib
@@ -14,14 +14,14 @@ from subjects import Board, Daemon, Process, connect_tcp, free_port, wait_until
 WITHOUT = "no page"
 STATE = "Page in the browser"
 
-# The frames of RFC 6455: final text and binary frames; a client's are masked, here with zeros.
+# Frames of RFC 6455: final text and binary frames; a client's are masked, here with zeros.
 TEXT_FRAME = b"\x81"
 MASKED = 0x80
 SIZE_IN_TWO_BYTES = 126  # 127: in eight
 
 
 class Viewer:
-    """Looks at the page as a browser does: the live picture, as fast as it comes, and the state."""
+    """Acts as a browser: reads the live picture as fast as possible, and the state."""
 
     def __init__(self, port, token):
         self._port = port
@@ -48,7 +48,7 @@ class Viewer:
                        "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
                        f"Sec-WebSocket-Key: {key}\r\n\r\n".encode())
         answer = b""
-        while not answer.endswith(b"\r\n\r\n"):  # what follows is the first message
+        while not answer.endswith(b"\r\n\r\n"):  # the rest is the first message
             answer += client.recv(1)
         if b" 101 " not in answer.split(b"\r\n", 1)[0]:
             raise RuntimeError(f"{path}: {answer!r}")
@@ -75,7 +75,7 @@ class Viewer:
 
 
 def token_in(path):
-    """The token in the address that the page's server says, as soon as it does."""
+    """Waits for the address that the page's server prints; returns its token."""
     def find():
         with open(path, encoding="utf-8") as said:
             return re.search(r"\?token=(\w+)\n", said.read())
@@ -84,7 +84,7 @@ def token_in(path):
 
 @contextlib.contextmanager
 def looked_at(bench, board):
-    """Somebody looks at the board's page until the block ends."""
+    """Keeps the board's page open until the block ends."""
     port = free_port()
     words, environment = bench.front_door(board.folder, "page", "--port", port)
     said = board.at("web.out")
@@ -94,7 +94,7 @@ def looked_at(bench, board):
 
 
 def page(bench):
-    """The live view without and with a page that is looked at, in turn."""
+    """Measures the live view alternately without and with an open page."""
     runs = Runs()
     with Board(bench, "page") as board, Daemon(bench, board) as daemon:
         board.wait_for_frame(daemon)

@@ -5,13 +5,13 @@ ENCODER_CAPS = "video/x-raw,width=1024,height=768,framerate=30/1,format=NV12"
 
 
 def quoted(text):
-    """A text as gst-launch's grammar takes it for a property."""
+    """Quotes a property's text for gst-launch."""
     escaped = text.replace("\\", "\\\\").replace('"', '\\"')
     return f'"{escaped}"'
 
 
 def overlay(board, attributes):
-    """The overlay's part; it is sent what the daemon sends, so that it draws the same."""
+    """The overlay, with the daemon's updates, so that it draws the same."""
     words = f"queue leaky=2 ! qtoverlay qml={board.at('opt/okr/osd_okr/qml/main.qml')}".split()
     words += [f"qml-attribute={quoted(text)}" for text in attributes]
     return words + ["!", "queue", "leaky=2", "!"]
@@ -41,7 +41,7 @@ def splash(board, attributes):
 
 
 def teed(board, attributes):
-    """The live view, with a branch into the encoders' format; an encoder follows."""
+    """The live view with a branch in the encoders' format; append an encoder."""
     tee = ["tee", "name=view", "view.", "!"]
     branch = (f" view. ! queue leaky=2 ! imxipuvideotransform ! capsfilter caps={ENCODER_CAPS} !")
     return camera(board, attributes) + tee + panel(board) + branch.split()

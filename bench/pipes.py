@@ -1,4 +1,4 @@
-"""What the daemon's pipes cost against single pipelines of the same elements; start and idling."""
+"""Compares the daemon's pipes with single pipelines of the same elements; also start and idling."""
 
 import contextlib
 import signal
@@ -16,7 +16,7 @@ LIVE_VIEW = "Live view"
 
 
 def measure(bench, board, process, state, who, runs):
-    """Load, memory, delay and losses of what runs by now."""
+    """Measures load, memory, delay and losses of what is running."""
     time.sleep(bench.settle_seconds)
     start, cpu = time.monotonic_ns(), process.cpu_seconds()
     time.sleep(bench.seconds)
@@ -37,7 +37,7 @@ def milliseconds_since(start_ns):
 
 
 def record(bench, board, process, start_ns, stop, who, runs):
-    """A recording that was asked for, from its first picture to its closed file."""
+    """Measures a requested recording, from its first picture to its closed file."""
     video = board.wait_for_recorded_frame()
     runs.add(("record start", who), milliseconds_since(start_ns))
     measure(bench, board, process, "Recording", who, runs)
@@ -55,7 +55,7 @@ def stream(bench, board, process, port, who, runs):
 
 
 def others_round(bench, board, runs):
-    """The live view alone on others' elements."""
+    """The live view only, on other plug-ins' elements."""
     board.clear_logs()
     with Daemon(bench, board) as daemon:
         board.wait_for_frame(daemon)
@@ -63,7 +63,7 @@ def others_round(bench, board, runs):
 
 
 def daemon_round(bench, board, port, runs):
-    """Streaming has a life of its own: memory that the recording took is not given back."""
+    """Measures streaming in a second daemon: the first one keeps the memory of the recording."""
     board.clear_logs()
     with Daemon(bench, board) as daemon:
         runs.add(("answer", "vtrdc"), daemon.wait_for_answer(ASK_DAEMON.encode()))
@@ -81,7 +81,7 @@ def daemon_round(bench, board, port, runs):
 
 @contextlib.contextmanager
 def launched(board, pipeline):
-    """gst-launch on the board, until the block ends."""
+    """Runs gst-launch on the board until the block ends."""
     with Process(["gst-launch-1.0", "-e", *pipeline], board.at("launch.out"),
                  board.environment) as process:
         yield process
@@ -89,7 +89,7 @@ def launched(board, pipeline):
 
 
 def launch_round(bench, board, attributes, port, runs):
-    """The same states as single pipelines, one after the other."""
+    """Measures the same states as single pipelines."""
     with launched(board, pipelines.live(board, attributes)) as process:
         runs.add(("frame", LAUNCH), board.wait_for_frame(process))
         measure(bench, board, process, LIVE_VIEW, LAUNCH, runs)
@@ -105,16 +105,16 @@ def redis_round(bench, runs):
 
 
 def overlay_texts(board):
-    """What the daemon sent its overlay when it started."""
+    """The overlay updates that the daemon sent at its start."""
     return board.at("var/log/overlay.log").read_text().splitlines()
 
 
-# The most that an output may cost, as a ratio.
+# Maximum cost of an output, as a ratio.
 COST_LIMITS = {LIVE_VIEW: 1.05, "Recording": 1.10, "TCP stream": 1.10}
 
 
 def state_figures(runs, state, who="vtrdc", baseline=LAUNCH):
-    """What a state costs `who` against `baseline`, who had their rounds in turn."""
+    """Figures of a state for `who` and `baseline`, measured alternately."""
     def figure(name, unit, key, target=None):
         return Figure(f"{state} on {who}" if who == OTHERS else state, name, unit,
                       runs[state, who, key], STAND_INS if baseline == "vtrdc" else baseline,
@@ -147,7 +147,7 @@ def pipe_figures(runs):
 
 
 def pipes(bench):
-    """The states of the daemon and their like without it, in turn."""
+    """Measures the daemon's states alternately with equivalents without the daemon."""
     runs = Runs()
     port = free_port()
     with (Board(bench, "daemon", f"tcp_stream_port={port}\n") as board,
@@ -164,11 +164,11 @@ def pipes(bench):
     return sorted(pipe_figures(runs), key=lambda figure: figure.group)
 
 
-# --- Doing nothing -----------------------------------------------------------------------------
+# --- Idling ------------------------------------------------------------------------------------
 
 
 def wake_ups_a_second(processes, seconds):
-    """Of each process's main thread, over the same time."""
+    """Measures each process's main thread over the same time."""
     before = [process.wake_ups() for process in processes]
     time.sleep(seconds)
     return [(process.wake_ups() - count) / seconds for process, count in zip(processes, before)]
@@ -183,7 +183,7 @@ def measure_splash(bench, board, process, who, runs):
 
 
 def idling(bench):
-    """The daemon when nobody asks, and when there is no camera."""
+    """Measures the daemon without requests, and without a camera."""
     runs = Runs()
     with (Board(bench, "idle") as board, Board(bench, "splash") as plain):
         with Daemon(bench, board) as daemon, start_redis(bench) as redis:

@@ -1,4 +1,4 @@
-"""How soon after the daemon's own log line the status file tells a client of it."""
+"""Measures how soon after a log line the status file shows the same event."""
 
 import contextlib
 import json
@@ -9,9 +9,9 @@ import time
 from figures import Figure, Runs, Target
 from subjects import Board, Daemon, wait_until
 
-LOOK_S = 0.0005  # what a moment is told to
-STORAGE_MB = 300  # of memory, for the recordings
-STORAGE_LEFT_MB = 40  # less than the daemon records with
+LOOK_S = 0.0005  # resolution of measured times
+STORAGE_MB = 300  # a tmpfs for the recordings
+STORAGE_LEFT_MB = 40  # less than the daemon needs to record
 
 
 def field(status, *names):
@@ -34,7 +34,7 @@ def fail_tool(daemon, board):
     try:
         daemon.ask("kbd_zoom")
     except RuntimeError:
-        pass  # as it shall
+        pass  # expected
     marker.unlink()
 
 
@@ -47,12 +47,12 @@ def record_until_full(daemon, board):
         os.posix_fallocate(file.fileno(), 0, size)
 
 
-# Needs storage that may be filled.
+# Needs storage that can be filled.
 STORAGE_FULL = (
     "the storage is full", record_until_full, "Ran out of space",
     lambda status: "storage" in field(status, "failures"))
 
-# Name, what is done, the log's line, what the status then says; one after the other.
+# In sequence: name, action, line in the log, condition on the status.
 EVENTS = (
     ("a recording starts", lambda daemon, _: daemon.ask("enable_record", 1), "_00.mp4",
      lambda status: recording(status).get("state") == "on"),
@@ -73,7 +73,7 @@ EVENTS = (
 
 
 class Watch:
-    """Looks at log and status all the time, and notes when each of them first says something."""
+    """Polls log and status, and records when each first shows an event."""
 
     def __init__(self, log, status):
         self._log, self._status = log, status
@@ -91,7 +91,7 @@ class Watch:
             return {}
 
     def behind_ms(self, line, says):
-        """Milliseconds from the log's line to the status that says so; 0 when that came first."""
+        """Milliseconds from the log line to the status; 0 if the status was first."""
         seen = {}
 
         def have_both():
@@ -104,7 +104,7 @@ class Watch:
         deadline = time.monotonic() + 20
         while not have_both():
             if time.monotonic() > deadline:
-                raise RuntimeError(f"waited in vain for {line!r} and its status: {sorted(seen)}")
+                raise RuntimeError(f"timed out waiting for {line!r} and its status: {sorted(seen)}")
             time.sleep(LOOK_S)
         self._position = os.stat(self._log).st_size
         return max(seen["status"] - seen["log"], 0) / 1e6

@@ -1,4 +1,4 @@
-"""What is measured: the daemon on a board of its own, and what it is compared with."""
+"""Programs to measure: the daemon on a board, and what it is compared with."""
 
 import contextlib
 import dataclasses
@@ -10,7 +10,7 @@ import subprocess
 import threading
 import time
 
-# What scripts/bench --elements exports: the folder, and the stand-ins that give way.
+# Exported by scripts/bench --elements: the folder, and the stand-ins that it replaces.
 OTHERS_FOLDER = "VTRDC_SIM_ELEMENTS"
 OTHERS_VARIABLES = (OTHERS_FOLDER, "VTRDC_SIM_WITHOUT")
 
@@ -21,16 +21,16 @@ WAIT_LIMIT_SECONDS = 30
 STOP_LIMIT_SECONDS = 10
 FRAMES_PER_SECOND = 30
 FRAME_NS = 1e9 / FRAMES_PER_SECOND
-# An MP4 file's head is smaller, the first picture's key frame is not.
+# Larger than an MP4 file's header, smaller than its first key frame.
 FILE_HEAD_BYTES = 1024
 
 
 def wait_until(reached, what):
-    """Polls each millisecond; what it reached."""
+    """Polls each millisecond until the result is true, and returns it."""
     end = time.monotonic() + WAIT_LIMIT_SECONDS
     while not (result := reached()):
         if time.monotonic() > end:
-            raise TimeoutError(f"waited in vain for {what}")
+            raise TimeoutError(f"timed out waiting for {what}")
         time.sleep(0.001)
     return result
 
@@ -60,13 +60,13 @@ def free_port():
 
 @dataclasses.dataclass(frozen=True)
 class Bench:
-    """Where things are, and how long and how often to measure."""
+    """Paths, and how long and how often to measure."""
 
     source: pathlib.Path
     build: pathlib.Path
     work: pathlib.Path
     registry: pathlib.Path
-    others: dict  # the environment in which others' elements replace stand-ins; empty without any
+    others: dict  # environment in which other plug-ins replace stand-ins; may be empty
     rounds: int
     seconds: float  # of pipes, a round
     settle_seconds: float  # before that
@@ -78,13 +78,13 @@ class Bench:
         return self.build / "bench" / name
 
     def front_door(self, folder, *words):
-        """The words that act on a board, and their environment."""
+        """The command line and environment of scripts/sim for a board."""
         return ([self.source / "scripts/sim", *words, "--board", folder],
                 os.environ | {"VTRDC_BUILD_DIR": str(self.build)})
 
     def plugin_environment(self, others=False):
-        """Where GStreamer finds the stand-ins and the tracer, and keeps what it knows of them;
-        with others' elements where told."""
+        """GStreamer's plug-in path and registry for stand-ins and tracer, optionally with the other
+        plug-ins."""
         path = f"{self.build}/sim/plugins:{self.build}/bench/plugins"
         if not others:
             return {"GST_PLUGIN_PATH": path, "GST_REGISTRY": str(self.registry)}
@@ -93,7 +93,7 @@ class Bench:
 
 
 class Process:
-    """A program that runs as long as the `with` block; its output goes into a file."""
+    """A program that runs until the end of the `with` block; its output goes to a file."""
 
     def __init__(self, words, output, environment=None):
         self.output = pathlib.Path(output)
@@ -111,7 +111,7 @@ class Process:
         self.stop(signal.SIGTERM)
 
     def stop(self, number):
-        """Ends it, if it still runs: softly, then by force."""
+        """Ends it if it is running: by SIGTERM, then by SIGKILL."""
         if self._child.poll() is None:
             self._child.send_signal(number)
         try:
@@ -129,26 +129,26 @@ class Process:
 
     def check_runs(self):
         if self._child.poll() is not None:
-            raise RuntimeError(f"it ended early: {self.output.read_text()}")
+            raise RuntimeError(f"ended early: {self.output.read_text()}")
 
     def cpu_seconds(self):
-        """Of all its threads, also of those that ended, to the nanosecond."""
-        per_process_clock = (~self.pid << 3) | 2  # the kernel's number of clock_getcpuclockid
+        """CPU time of all threads, including ended ones, in nanoseconds."""
+        per_process_clock = (~self.pid << 3) | 2  # as clock_getcpuclockid does
         return time.clock_gettime(per_process_clock)
 
     def main_thread_ns(self):
-        """Processor time of its main thread alone."""
+        """CPU time of its main thread only."""
         statistics = pathlib.Path(f"/proc/{self.pid}/task/{self.pid}/schedstat").read_text()
         return int(statistics.split()[0])
 
     def memory_mib(self):
-        """Its share of the memory: pages that it shares with others count in part."""
+        """Proportional set size: shared pages count in part."""
         rollup = pathlib.Path(f"/proc/{self.pid}/smaps_rollup").read_text()
         kib = next(line.split()[1] for line in rollup.splitlines() if line.startswith("Pss:"))
         return int(kib) / 1024
 
     def wake_ups(self):
-        """How often its main thread went to sleep so far."""
+        """How often its main thread has gone to sleep."""
         status = pathlib.Path(f"/proc/{self.pid}/task/{self.pid}/status").read_text()
         return int(status.split("\nvoluntary_ctxt_switches:")[1].split()[0])
 
@@ -192,14 +192,14 @@ def start_redis(bench):
 
 
 class Board:
-    """A simulated board; also what GStreamer programs on it need in their environment."""
+    """A simulated board, and the environment for GStreamer programs on it."""
 
     def __init__(self, bench, name, settings="", others=False):
         self.folder = bench.work / name
         words, environment = bench.front_door(self.folder, "layout")
         subprocess.run(words, check=True, env=environment)
         (self.folder / "etc/vtrdc.conf").write_text(settings)
-        # Held open, the buttons' FIFO can be opened without waiting.
+        # Keep the buttons' FIFO open, so that opening it never blocks.
         self._fifo = os.open(self.folder / "dev/input/event1", os.O_RDWR | os.O_CLOEXEC)
         self.frames_file = self.folder / "frames"
         self.environment = os.environ | bench.plugin_environment(others) | {
@@ -228,7 +228,7 @@ class Board:
         return sorted(folder.iterdir()) if folder.is_dir() else []
 
     def wait_for_recorded_frame(self):
-        """Waits until there is a recording with a picture in it; its file."""
+        """Waits for a recording with a picture in it; returns its file."""
         def begun():
             return next((file for file in self.videos()
                          if file.stat().st_size > FILE_HEAD_BYTES), None)
@@ -236,7 +236,7 @@ class Board:
         return wait_until(begun, "a picture in a recording")
 
     def frames(self):
-        """When each picture was due at the camera and when it stood on the panel, in ns."""
+        """When each picture was due at the camera and when it was on the panel, in ns."""
         lines = self.frames_file.read_text().splitlines() if self.frames_file.exists() else []
         return [tuple(map(int, line.split())) for line in lines if line.count(" ") == 1]
 
@@ -264,7 +264,7 @@ class Daemon(Server):
         super().__exit__(*failure)
 
     def ask(self, command, data=""):
-        """Milliseconds that the answer took."""
+        """Returns the answer's time in milliseconds."""
         if self._client is None:
             self._client = wait_until(lambda: connect(self.socket_path), "the command socket")
         start = time.monotonic_ns()
@@ -279,7 +279,7 @@ class Daemon(Server):
 
 
 class Reader:
-    """Takes all that a TCP stream sends, and drops it."""
+    """Reads a TCP stream and discards it."""
 
     def __init__(self, port):
         self._client = wait_until(lambda: connect_tcp(port), f"a stream at port {port}")
@@ -306,6 +306,6 @@ class Reader:
 
 
 def missed(frames, start_ns, end_ns):
-    """Pictures of the camera's thirty a second that didn't come to the panel in this time."""
+    """How many of the camera's thirty pictures a second didn't reach the panel in this time."""
     dues = [due for due, shown in frames if start_ns <= shown <= end_ns]
     return sum(round((after - before) / FRAME_NS) - 1 for before, after in zip(dues, dues[1:]))
