@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Records ten seconds each time the zoom button is pressed, until it is interrupted.
+"""Records ten seconds each time the zoom button is pressed, until interrupted.
 
-The daemon tells no client of the buttons themselves. What shows in its status is what they do: a press of
-the zoom button steps "zoom" or, while the inset is shown, "inset". So do clients that send kbd_zoom or
-enable_pip, which this program can't tell from a press. A press while it records is not seen.
+The status doesn't contain the buttons, but their effect: the zoom button changes "zoom" or, while the inset
+is shown, "inset". Clients that send kbd_zoom or enable_pip have the same effect, so this program can't
+distinguish them from a press. It ignores presses while it records.
 """
 
 import sys
@@ -11,22 +11,22 @@ from typing import Tuple
 
 import vtrdc
 
-# How long a recording may take to start and to be completed.
+# Time limit for starting and for completing a recording.
 PATIENCE_S = 30
 
 
 def magnification(status: vtrdc.Status) -> Tuple[int, int]:
-    """What the zoom button steps."""
+    """The values that the zoom button changes."""
     return status["zoom"], status["inset"]
 
 
 def recording_gets(sight: vtrdc.Sight, state: str, seconds: float) -> bool:
-    """Waits until the recording has that state; false when it has not come in time."""
+    """Waits until the recording has that state. Returns False on timeout."""
     return any(status["outputs"]["recording"]["state"] == state for status in sight.watch(seconds))
 
 
 def record(sight: vtrdc.Sight, seconds: float) -> None:
-    """Records, unless the daemon refuses or records already."""
+    """Records, unless the daemon refuses or is already recording."""
     if sight.status["outputs"]["recording"]["state"] != "off":
         return
     try:
