@@ -1,4 +1,4 @@
-"""What happens to a board: a row an act."""
+"""Acts: what a scenario does to a board, one row each."""
 
 import contextlib
 import os
@@ -64,7 +64,7 @@ def core(stage: Stage, state: str) -> None:
 
 
 def fill_storage(stage: Stage, megabytes_left: float) -> None:
-    """At once, so that nothing can be done about it meanwhile."""
+    """SIGKILL: the daemon can't react."""
     free = shutil.disk_usage(stage.media()).free - int(megabytes_left * MB)
     with open(stage.media() / "filler", "wb") as filler, contextlib.suppress(OSError):
         os.posix_fallocate(filler.fileno(), 0, max(free, 1))

@@ -1,5 +1,5 @@
-"""What must be seen on a board: a row an expectation. Each function says what it saw in place of what
-was expected, or None when it has come about; it is asked until then, or until its time is over."""
+"""Expectations: what a scenario checks on a board, one row each. Each function returns None when the
+expectation is met, else what it saw instead; it is called repeatedly until met or timed out."""
 
 import json
 import pathlib
@@ -50,7 +50,7 @@ def recording_count(stage: Stage, count: float) -> Seen:
 
 
 def plays(file: pathlib.Path) -> Seen:
-    # Neighbours may share a time: this output takes them.
+    # Consecutive samples may have the same time, which this output accepts.
     done = run(["ffmpeg", "-v", "error", "-i", str(file), "-f", "framecrc", "-y", "/dev/null"])
     return f"{file.name}: {done.stderr.strip()}" if done.returncode != 0 or done.stderr else None
 

@@ -1,15 +1,15 @@
-"""Reads scenario files: an act or an expectation a line."""
+"""Parses scenario files: one act or expectation a line."""
 
 import dataclasses
 import re
 from typing import Any, Callable, Iterator, Optional
 
 WORD = re.compile(r'"(?P<quoted>(?:[^"\\]|\\.)*)"|(?P<plain>[^\s"]+)')
-WITHIN_S = 10.0  # what an expectation waits for, unless its line says otherwise
+WITHIN_S = 10.0  # time limit of an expectation without its own
 
 
 class BadScenario(Exception):
-    """What is wrong with a file, and where."""
+    """An error in a file, with its place."""
 
     def __init__(self, line: int, column: int, what: str) -> None:
         super().__init__(what)
@@ -25,8 +25,8 @@ class Word:
 
 @dataclasses.dataclass(frozen=True)
 class Row:
-    """What a line may say. In the pattern, a|b is one of these words, <number> and <text> are taken
-    as they are, and <text...> is all that follows."""
+    """A form of line. In the pattern, a|b is one of these words, <number> and <text> are arguments, and
+    <text...> is the rest of the line."""
 
     pattern: str
     about: str
@@ -44,8 +44,8 @@ class Step:
     row: Row
     arguments: list[Any]
     is_expectation: bool
-    at_s: Optional[float] = None  # after the beginning
-    after_s: float = 0.0  # after the step before
+    at_s: Optional[float] = None  # after the scenario's start
+    after_s: float = 0.0  # after the previous step
     within_s: float = WITHIN_S
 
 
@@ -79,7 +79,7 @@ def number_of(word: Word, line: int) -> float:
 
 
 def match(row: Row, words: list[Word], line: int) -> Optional[list[Any]]:
-    """The arguments that the words give; None when the row is about something else."""
+    """The arguments in the words; None if they don't match the row."""
     arguments: list[Any] = []
     slots = row.slots
     for place, slot in enumerate(slots):
@@ -113,7 +113,7 @@ def choose(rows: list[Row], words: list[Word], line: int) -> tuple[Row, list[Any
 
 
 class Reader:
-    """Reads one file's lines into steps."""
+    """Parses a file's lines into steps."""
 
     def __init__(self, acts: list[Row], expectations: list[Row]) -> None:
         self.acts = acts

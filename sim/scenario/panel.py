@@ -1,4 +1,4 @@
-"""What the panel of a board shows."""
+"""Reads the picture of a board's panel."""
 
 import fcntl
 import pathlib
@@ -6,7 +6,7 @@ import subprocess
 from typing import NamedTuple
 
 WIDTH, HEIGHT, PIXEL_BYTES = 1024, 768, 4
-COLOURS = 3  # the fourth byte of a pixel is nothing
+COLOURS = 3  # the fourth byte of a pixel is unused
 
 
 class Area(NamedTuple):
@@ -17,7 +17,7 @@ class Area(NamedTuple):
 
 
 def area_of(text: str) -> Area:
-    """Of "x,y,width,height"; ValueError when it is none, or not on the panel."""
+    """Parses "x,y,width,height". Raises ValueError if it is malformed or outside of the panel."""
     area = Area(*(int(part) for part in text.split(",")))
     if min(area) < 0 or area.x + area.width > WIDTH or area.y + area.height > HEIGHT or not area.width * area.height:
         raise ValueError("not on the panel")
@@ -29,13 +29,13 @@ class Panel:
         self.file = file
 
     def picture(self) -> bytes:
-        """Never half of one: the writer locks the file for each."""
+        """A complete picture: the writer locks the file for each."""
         with open(self.file, "rb") as panel:
             fcntl.flock(panel, fcntl.LOCK_SH)
             return panel.read(WIDTH * HEIGHT * PIXEL_BYTES)
 
     def time_ns(self) -> int:
-        """When it was shown."""
+        """Time of the last picture."""
         return self.file.stat().st_mtime_ns
 
     def mean(self, area: Area) -> float:

@@ -44,7 +44,7 @@ def play(stage: Stage, steps: list[Step], tell) -> None:
 
 
 def report_failure(stage: Stage, message: str) -> str:
-    """What helps to find the cause: message, log, a picture, where the board is."""
+    """Describes a failure: message, log, picture, and the board's folder."""
     shot = stage.board / "failed.png"
     lines = stage.log.text().splitlines()[-LOG_LINES:]
     text = message + "\n  the log's end:\n" + "\n".join("    " + line for line in lines)
@@ -57,7 +57,7 @@ def report_failure(stage: Stage, message: str) -> str:
 
 
 def run_file(file: pathlib.Path, steps: list[Step], options: argparse.Namespace, tell) -> Optional[str]:
-    """None when it passed, else what failed."""
+    """Returns None on success, else the failure."""
     board = options.board or pathlib.Path(tempfile.mkdtemp(prefix="vtrdc-run-"))
     stage = Stage(options.source, options.build, board / "b" if options.board is None else board)
     failure = None

@@ -1,4 +1,4 @@
-"""Writes what a person does on a board as a scenario: scripts/sim record."""
+"""Records what happens on a board as a scenario: scripts/sim record."""
 
 import argparse
 import pathlib
@@ -13,7 +13,7 @@ POLL_S = 0.05
 BUTTONS = {"0": "nuc", "1": "zoom", "2": "pol"}  # kbd_action of src/devices/kbd.h
 PRESSED = re.compile(r"\[INFO\]: kbd event: (\d)")
 COMMAND = re.compile(r"\[DEBUG\]: IPC in: c:(\w+):[silnSILN]:?(.*)")
-ASKS_ONLY = ("get_", "print_config", "pipeline_state")  # what changes nothing
+ASKS_ONLY = ("get_", "print_config", "pipeline_state")  # without effect
 
 
 def quoted(word: str) -> str:
@@ -21,7 +21,7 @@ def quoted(word: str) -> str:
 
 
 def act_of(line: str) -> Optional[str]:
-    """The act that a line of the daemon's log tells of."""
+    """The act that a line of the daemon's log reports."""
     pressed = PRESSED.search(line)
     if pressed and pressed[1] in BUTTONS:
         return f"press {BUTTONS[pressed[1]]}"
@@ -33,7 +33,7 @@ def act_of(line: str) -> Optional[str]:
 
 
 class Watched:
-    """A state of the board that files tell, and the act that brings it about."""
+    """A state of the board, seen in its files, and the act that causes it."""
 
     def __init__(self, look: Callable[[], str], act: str) -> None:
         self.look, self.act = look, act

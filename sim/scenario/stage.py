@@ -1,4 +1,4 @@
-"""The board that a scenario is played on, its daemon, and what surrounds it."""
+"""A scenario's board, daemon and surroundings."""
 
 import contextlib
 import json
@@ -18,11 +18,11 @@ POLL_S = 0.02
 
 
 class Failed(Exception):
-    """An act could not be carried out, or an expectation was not met; the message says why."""
+    """An act failed or an expectation was not met."""
 
 
 class Skipped(Exception):
-    """This machine lacks a right that the scenario needs; the message says which."""
+    """The scenario needs a permission that is missing on this machine."""
 
 
 def run(command: list[str], environment: Optional[dict[str, str]] = None) -> subprocess.CompletedProcess:
@@ -39,7 +39,7 @@ def wait_until(reached: Callable[[], bool], within_s: float) -> bool:
 
 
 class Follower:
-    """A text file that grows; what a match was found before is not looked at again."""
+    """A growing text file; each search starts after the last match."""
 
     def __init__(self, path: pathlib.Path) -> None:
         self.path = path
@@ -70,12 +70,12 @@ class Stage:
         self.overlay = Follower(board / "var/log/overlay.log")
         self.panel = Panel(board / "dev/fb0")
         self.daemon: Optional[subprocess.Popen] = None
-        self.others = contextlib.ExitStack()  # what ends with the scenario
+        self.others = contextlib.ExitStack()  # closed at the end of the scenario
         self.server: Optional[surroundings.PushServer] = None
         self.viewers: list[surroundings.Viewer] = []
         self.broker: Optional[subprocess.Popen] = None
         self.mark: tuple[int, int] = (0, 0)
-        self.picture_seen = 0  # when it was shown, as last looked at
+        self.picture_seen = 0  # time of the picture last seen
         self.is_card = False
         self.must("layout")
 
@@ -121,7 +121,7 @@ class Stage:
         return self.daemon.pid
 
     def end(self, number: int, within_s: float) -> int:
-        """Sends the signal and waits; the exit status, or 128 + signal."""
+        """Sends the signal and waits. Returns the exit status, or 128 + signal."""
         os.kill(self.pid(), number)
         return self.wait_end(within_s)
 
@@ -197,7 +197,7 @@ class Stage:
             self.others.callback(run, ["fsfreeze", "--unfreeze", str(self.media())])
 
     def cut_power(self) -> None:
-        """Daemon and card as they are when the power goes: what only memory had is gone."""
+        """Kills the daemon and drops everything that the card had not stored yet."""
         if not self.is_card:
             raise Failed("storage card is missing before this")
         image, cut = self.board / "card.img", self.board / "cut.img"

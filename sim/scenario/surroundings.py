@@ -1,4 +1,4 @@
-"""The other ends of a sight's network: a server for the push, viewers of the stream."""
+"""A sight's network peers: a server for the push, viewers of the stream."""
 
 import contextlib
 import socket
@@ -8,13 +8,13 @@ READ_SIZE = 65536
 
 
 def free_port() -> int:
-    """A port of this machine that nobody listens on."""
+    """Returns an unused port of this machine."""
     with socket.create_server(("127.0.0.1", 0)) as listener:
         return listener.getsockname()[1]
 
 
 class PushServer:
-    """Takes what is pushed to it, answers nothing but that it goes on."""
+    """Accepts a push; answers only "100 Continue"."""
 
     def __init__(self, port: int) -> None:
         self.bytes = 0
@@ -49,7 +49,7 @@ class PushServer:
 
 
 class Viewer:
-    """Reads the TCP stream for as long as there is one."""
+    """Reads the TCP stream until it ends."""
 
     def __init__(self, port: int) -> None:
         self.bytes = 0
