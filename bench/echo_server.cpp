@@ -1,4 +1,4 @@
-// The least that a command socket can cost: one poll loop that sends back what it receives.
+// The minimal cost of a command socket: a poll loop that echoes what it receives.
 #include "unix_socket.h"
 
 #include <array>
@@ -8,11 +8,11 @@
 
 namespace {
 
-// As many bytes as the daemon takes of one request.
+// As the daemon's limit of one request.
 constexpr std::size_t REQUEST_SIZE = 2048;
 constexpr int BACKLOG = 32;
 
-// False when the client is gone.
+// Returns false when the client has disconnected.
 bool echo(int client) {
     std::array<char, REQUEST_SIZE> request;
     const ssize_t size = recv(client, request.data(), request.size(), 0);
@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "Usage: %s SOCKET\n", argv[0]);
         return 2;
     }
-    unlink(argv[1]); // left behind by one before
+    unlink(argv[1]); // left by an earlier run
     const int listener = open_unix_socket(argv[1], bind);
     if (listen(listener, BACKLOG) != 0) {
         std::perror(argv[1]);

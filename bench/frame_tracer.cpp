@@ -1,6 +1,6 @@
-// A GStreamer tracer that writes down when each picture was due at the camera and when it stood on
-// the panel. It works in the daemon as in any other program, which both stay as they are.
-#define GST_USE_UNSTABLE_API // tracers are
+// A GStreamer tracer that records when each picture was due at the camera and when it was shown on
+// the panel. Works in the daemon and in any other program, unchanged.
+#define GST_USE_UNSTABLE_API // required for tracers
 
 #include <gst/gst.h>
 #include <gst/gsttracer.h>
@@ -13,7 +13,7 @@
 namespace {
 
 constexpr const char* PANEL_FACTORY = "imxipuvideosink";
-// Names the file that lines are appended to: due and shown, in ns of the monotonic clock.
+// Names the output file; lines are due and shown, in ns of the monotonic clock.
 constexpr const char* FILE_VARIABLE = "VTRDC_BENCH_FRAMES";
 
 struct FrameTracer {
@@ -25,10 +25,10 @@ struct FrameTracerClass {
     GstTracerClass parent_class;
 };
 
-// The picture that this thread is pushing to the panel: a push ends on the thread it began on.
+// The picture that this thread is pushing to the panel: a push starts and ends on the same thread.
 thread_local GstClockTime pushed_due = GST_CLOCK_TIME_NONE;
 
-// The panel's sink if the pad leads to it, else null.
+// Returns the panel's sink if the pad leads to it, else null.
 GstElement* panel_behind(GstPad* pad) {
     GstPad* const peer = GST_PAD_PEER(pad);
     GstObject* const owner = peer != nullptr ? GST_OBJECT_PARENT(peer) : nullptr;
@@ -41,8 +41,8 @@ GstElement* panel_behind(GstPad* pad) {
     return is_panel ? GST_ELEMENT(owner) : nullptr;
 }
 
-// The camera's stamp is when a picture was due, in running time: what clock and base time make of
-// it is comparable between programs.
+// The camera's stamp is the picture's due time as running time; converted to clock time it is
+// comparable between programs.
 void before_push(FrameTracer*, GstClockTime, GstPad* pad, GstBuffer* buffer) noexcept {
     GstElement* const panel = panel_behind(pad);
     if (panel != nullptr && GST_BUFFER_PTS_IS_VALID(buffer)) {

@@ -1,4 +1,4 @@
-// Asks a server the same thing again and again, and tells how long the answers took.
+// Sends a server the same request repeatedly and measures the time of the answers.
 #include "unix_socket.h"
 
 #include <algorithm>
@@ -45,7 +45,7 @@ void take_reply(int client) {
     }
 }
 
-// Each client asks as soon as it was answered. The times of the round trips in ns.
+// Each client sends as soon as it has an answer. Returns the round-trip times in ns.
 std::vector<std::int64_t> ask_without_pause(const std::vector<int>& clients,
                                             const std::string& request, std::int64_t end_ns) {
     std::vector<std::int64_t> times;
@@ -57,7 +57,7 @@ std::vector<std::int64_t> ask_without_pause(const std::vector<int>& clients,
         ask(clients[i], request);
     }
     for (std::int64_t now = 0; now < end_ns;) {
-        // A single client simply waits in recv, as client programs do.
+        // A single client waits in recv, as client programs do.
         if (clients.size() > 1) {
             poll(watched.data(), watched.size(), -1);
         }
@@ -91,8 +91,8 @@ int closed_loop(const std::vector<int>& clients, const std::string& request, dou
     return 0;
 }
 
-// A request is due each millisecond. What is late because an answer before it was late counts from
-// when it was due: a server that stands still for a while delays all who would ask meanwhile.
+// A request is due each millisecond. If an answer was late, the next request's time counts from
+// when it was due: a server that stalls delays everybody who would ask meanwhile.
 int each_millisecond(int client, const std::string& request, double seconds) {
     const std::int64_t start = now_ns();
     const auto length = static_cast<std::int64_t>(seconds * NS_PER_SECOND);

@@ -1,4 +1,4 @@
-// What a snapshot costs without the daemon: the panel's picture as JPEG, in a file, on storage.
+// The cost of a snapshot without the daemon: the panel's picture as a JPEG file on storage.
 #include "util/gst_owned.h"
 
 #include <gst/video/video.h>
@@ -12,7 +12,7 @@ namespace {
 constexpr const char* PICTURE_CAPS =
     "video/x-raw, width=1024, height=768, framerate=30/1, format=RGBA";
 
-// What the panel's file holds. Red and blue are the other way round there: JPEG doesn't care.
+// The picture in the panel's file. Red and blue are swapped there; JPEG's cost is the same.
 gst_owned<GstSample> picture_of(const char* panel) {
     gchar* bytes = nullptr;
     gsize size = 0;
@@ -42,7 +42,7 @@ bool write_jpeg(GstSample* picture, const char* path) {
 
 } // namespace
 
-// Takes one for each line of standard input, and answers with the milliseconds it took.
+// Takes a snapshot for each line of standard input, and prints the milliseconds it took.
 int main(int argc, char** argv) {
     if (argc != 3) {
         std::fprintf(stderr, "Usage: %s PANEL FILE.jpeg\n", argv[0]);

@@ -1,4 +1,4 @@
-// Unix stream sockets for the benchmark's programs.
+// Unix stream sockets for the benchmark programs.
 #pragma once
 
 #include <cstdio>
@@ -7,7 +7,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-// A new socket, handed by `use` (bind or connect) its path; a failure ends the program.
+// Returns a new socket after calling `use` (bind or connect) with its path; exits on failure.
 template <class Use> int open_unix_socket(const char* path, Use use) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

@@ -1,5 +1,5 @@
-// alsasrc: a microphone that hears a steady tone, for machines without a sound card. The plug-in
-// has the file name of the system's, which is what makes GStreamer take it instead.
+// alsasrc: a microphone with a steady tone, for machines without a sound card. The plug-in's file
+// has the same name as the system's, so GStreamer loads it instead.
 #include "element_class.h"
 #include "source_wait.h"
 #include "stand_in.h"
@@ -20,23 +20,23 @@ constexpr const char* CAPS_TEXT = "audio/x-raw, format=S16LE, layout=interleaved
 constexpr guint CHANNELS = 2;
 
 constexpr guint TONE_HZ = 440;
-// Soft, as a microphone is: amplified fifty times it just fills the range of a sample.
+// Quiet, like a microphone: amplified fifty times, it just uses the full range of a sample.
 constexpr double AMPLITUDE = 32767.0 / 50;
 
-// A buffer is what a card hands over at once. The card's own memory holds a second of them while
-// nobody takes them; what is older is lost.
+// A buffer is one period of the card. The card's memory keeps one second of unread periods; older
+// ones are lost.
 constexpr guint PERIODS_A_SECOND = 50;
 constexpr GstClockTime PERIOD_TIME = GST_SECOND / PERIODS_A_SECOND;
 constexpr guint64 CARD_PERIODS = 50;
 
 struct source_state {
-    std::mutex mutex; // the property
+    std::mutex mutex; // protects the property
     std::string device = "default";
     sim::source_wait wait;
-    // Streaming thread, and state changes while it doesn't run.
+    // Used by the streaming thread, and by state changes while it is stopped.
     guint rate = 0;
-    guint64 period = 0;                            // number of the next one
-    GstClockTime first_time = GST_CLOCK_TIME_NONE; // running time at which period 0 began
+    guint64 period = 0;                            // number of the next period
+    GstClockTime first_time = GST_CLOCK_TIME_NONE; // running time of period 0
 };
 
 struct SimMicrophone {
@@ -93,8 +93,7 @@ gboolean query(GstBaseSrc* base, GstQuery* what) noexcept {
     return TRUE;
 }
 
-// Waits until the next period is recorded to its end. True in `lost` when periods before it were
-// overrun while nobody took them.
+// Waits until the next period is recorded. Sets `lost` if unread periods were overrun.
 sim::waited wait_for_period(SimMicrophone* self, bool& lost) {
     source_state& state = self->state;
     const GstClockTime now = gst_element_get_current_running_time(GST_ELEMENT(self));
@@ -110,7 +109,7 @@ sim::waited wait_for_period(SimMicrophone* self, bool& lost) {
     return state.wait.wait(due > now ? due - now : 0);
 }
 
-// The tone has a whole number of waves a second, so it goes on over all periods without a step.
+// The tone has a whole number of cycles per second, so periods join seamlessly.
 gint16 tone_at(guint64 sample, guint rate) {
     const auto turn = static_cast<double>(sample % rate * TONE_HZ % rate) / rate;
     return static_cast<gint16>(std::lround(AMPLITUDE * std::sin(2 * std::numbers::pi * turn)));
@@ -147,7 +146,7 @@ GstFlowReturn fill(GstPushSrc* push, GstBuffer* buffer) noexcept {
     return GST_FLOW_OK;
 }
 
-// There is one property.
+// The only property.
 void set_property(GObject* object, guint, const GValue* value, GParamSpec*) noexcept {
     source_state& state = self_of(object)->state;
     const std::scoped_lock lock(state.mutex);

@@ -1,4 +1,4 @@
-// The camera's driver, as the file beside the device wants it.
+// The camera's driver, controlled by a file beside the device.
 #include "camera_driver.h"
 
 #include <fstream>
@@ -6,7 +6,7 @@
 
 namespace sim {
 
-// The file is read after its folder is watched, so that no later change is missed.
+// Watch the folder before reading the file, so that no change is missed.
 camera_driver::camera_driver(const std::string& device)
     : file_(device + ".state"), watch_(std::filesystem::path(device).parent_path()), mode_(read()) {
 }

@@ -1,6 +1,5 @@
-// What the simulated camera's driver does. A file beside the device says so, named as the device
-// with
-// ".state" at the end: "run" (also without the file), "silent" or "block".
+// Behaviour of the simulated camera's driver, controlled by a file beside the device, with the
+// device's name and ".state": "run" (also without the file), "silent" or "block".
 #pragma once
 
 #include "folder_watch.h"
@@ -13,14 +12,14 @@ class camera_driver {
 public:
     explicit camera_driver(const std::string& device);
 
-    // No picture comes, but a wait for one can be ended.
+    // Silent: no picture comes, but waiting for one can be interrupted.
     [[nodiscard]] bool is_silent();
 
-    // A call of the driver: returns once it is not to block. Nothing else ends it.
+    // A driver call: returns only when the driver doesn't block. Can't be interrupted.
     void call();
 
-    // Can be read when something changed beside the device. Borrowed; negative where the system has
-    // no more.
+    // Readable when something changed beside the device. Borrowed; negative if the system has no
+    // more inotify instances.
     [[nodiscard]] int descriptor() const { return watch_.descriptor(); }
 
 private:

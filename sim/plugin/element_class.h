@@ -1,4 +1,4 @@
-// What the class set-up of every stand-in element has in common.
+// Helpers for the class set-up of stand-in elements.
 #pragma once
 
 #include "util/gst_owned.h"
@@ -10,7 +10,7 @@ namespace sim {
 inline constexpr auto property_flags =
     static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS);
 
-// The text of a string property; none is empty.
+// Returns the text of a string property; null becomes empty.
 inline std::string text_of(const GValue* value) {
     const char* const text = g_value_get_string(value);
     return text != nullptr ? text : "";
@@ -20,7 +20,7 @@ inline void describe(GstElementClass* klass, const char* name, const char* kind,
     gst_element_class_set_static_metadata(klass, name, kind, text, "vtrdc");
 }
 
-// Adds an always-present pad of the name that base classes expect ("src" or "sink").
+// Adds an always pad with the name that base classes expect ("src" or "sink").
 inline void add_pad(GstElementClass* klass, GstPadDirection direction, const char* caps_text) {
     const gst_owned<GstCaps> caps{gst_caps_from_string(caps_text)};
     const char* name = direction == GST_PAD_SRC ? "src" : "sink";
@@ -28,7 +28,7 @@ inline void add_pad(GstElementClass* klass, GstPadDirection direction, const cha
         klass, gst_pad_template_new(name, direction, GST_PAD_ALWAYS, caps.get()));
 }
 
-// A logging category that carries the element's factory name.
+// A logging category named like the element's factory.
 inline GstDebugCategory* debug_category(const char* name) {
     return _gst_debug_category_new(name, 0, nullptr);
 }

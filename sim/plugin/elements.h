@@ -1,4 +1,4 @@
-// The stand-in elements of the plug-in: one type getter each, registered by plugin.cpp.
+// The stand-in elements: one type getter each, registered by plugin.cpp.
 #pragma once
 
 #include <glib-object.h>

@@ -16,7 +16,7 @@ const sim::encoder_kind& kind_of(SimEncoderBin* self) {
     return *G_TYPE_INSTANCE_GET_CLASS(self, sim_encoder_bin_get_type(), SimEncoderBinClass)->kind;
 }
 
-// Lets the output have what the kind keeps of the input's caps.
+// Copies the kept caps field from the input to the output.
 void keep_field(SimEncoderBin* self, GstCaps* input) {
     const char* const field = kind_of(self).kept_field;
     if (field == nullptr) {
@@ -42,7 +42,8 @@ GstPadProbeReturn look_at_input(GstPad*, GstPadProbeInfo* info, gpointer data) {
     return GST_PAD_PROBE_OK;
 }
 
-// x264 moves stamps and segment by a thousand hours, to have room for stamps below zero.
+// Undoes x264's shift of stamps and segment by a thousand hours, which makes room for negative
+// stamps.
 GstPadProbeReturn restore_segment(GstPad*, GstPadProbeInfo* info, gpointer data) {
     SimEncoderBin* self = self_of(data);
     GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
@@ -72,14 +73,14 @@ GstPadProbeReturn restore_stamps(GstPad*, GstPadProbeInfo* info, gpointer data) 
     return GST_PAD_PROBE_OK;
 }
 
-// At a pad of the encoding element.
+// Adds a probe to a pad of the encoding element.
 void add_probe(SimEncoderBin* self, const char* name, GstPadProbeType what,
                GstPadProbeCallback callback) {
     const gst_owned<GstPad> pad{gst_element_get_static_pad(self->encoder, name)};
     gst_pad_add_probe(pad.get(), what, callback, self, nullptr);
 }
 
-// A pad of the bin's own, so that it can be linked also when there is nothing behind it.
+// A ghost pad that can be linked even without an element behind it.
 void add_ghost_pad(SimEncoderBin* self, GstElement* chain, const char* name) {
     GstPadTemplate* const form =
         gst_element_class_get_pad_template(GST_ELEMENT_GET_CLASS(self), name);
@@ -91,7 +92,7 @@ void add_ghost_pad(SimEncoderBin* self, GstElement* chain, const char* name) {
     gst_element_add_pad(GST_ELEMENT(self), ghost);
 }
 
-// The inner elements, owned by the bin; null when one of them is missing.
+// Creates the inner elements, owned by the bin; null when one is missing.
 GstElement* add_chain(SimEncoderBin* self) {
     const sim::encoder_kind& kind = kind_of(self);
     const g_text text{
@@ -147,7 +148,7 @@ GstStateChangeReturn change_state(GstElement* element, GstStateChange change) no
     return GST_ELEMENT_CLASS(sim_encoder_bin_parent_class)->change_state(element, change);
 }
 
-// Property numbers are row numbers plus one.
+// Property ids are row indices plus one.
 void set_property(GObject* object, guint id, const GValue* value, GParamSpec*) noexcept {
     SimEncoderBin* self = self_of(object);
     GST_OBJECT_LOCK(self);
@@ -185,7 +186,7 @@ namespace sim {
 void set_encoder_kind(SimEncoderBinClass* klass, const encoder_kind& kind) {
     klass->kind = &kind;
     auto* object = G_OBJECT_CLASS(klass);
-    // GObject does not hand these two down to subclasses.
+    // GObject does not inherit these two.
     object->set_property = set_property;
     object->get_property = get_property;
     add_pad(GST_ELEMENT_CLASS(klass), GST_PAD_SINK, kind.sink_caps);

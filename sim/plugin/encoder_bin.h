@@ -1,6 +1,5 @@
-// What the board's two encoders have in common here: a bin around stock elements, whose settings
-// are numbers with names of the board's own. Its output has the segment and the stamps of its
-// input.
+// Base of the board's two encoders: a bin around stock elements, with the board's numeric settings.
+// Output has the segment and time stamps of the input.
 #pragma once
 
 #include <gst/gst.h>
@@ -10,12 +9,12 @@
 
 namespace sim {
 
-// The values of an encoder's settings, in the order of its rows.
+// Values of an encoder's settings, in row order.
 inline constexpr std::size_t ENCODER_SETTINGS_MAX = 4;
 using encoder_values = std::array<gint, ENCODER_SETTINGS_MAX>;
 
-// A property. `apply` hands its value on to the encoding element; it is called when the bin is made
-// and with each change, from whatever thread makes it.
+// A property. `apply` sets its value on the encoding element; called at creation and on each
+// change, by any thread.
 struct encoder_setting {
     const char* name;
     const char* text;
@@ -23,15 +22,15 @@ struct encoder_setting {
     gint max;
     gint initial;
     void (*apply)(GstElement* encoder, const encoder_values& values);
-    GType (*choices)() = nullptr; // an enumeration in place of the range
+    GType (*choices)() = nullptr; // an enumeration instead of the range
 };
 
-// What tells one encoder from another; it must live as long as the process.
+// Describes an encoder; must be static.
 struct encoder_kind {
-    const char* chain;     // as for gst-launch; the encoding element is called "encoder"
-    const char* sink_caps; // what it takes, nothing else that the chain would
+    const char* chain;     // in gst-launch syntax; the encoding element is named "encoder"
+    const char* sink_caps; // the only accepted input, even if the chain accepts more
     const char* src_caps;
-    const char* kept_field; // of the input's caps, which the output shares; null: none
+    const char* kept_field; // field of the input's caps copied to the output; null: none
     std::span<const encoder_setting> settings; // at most ENCODER_SETTINGS_MAX
 };
 
@@ -41,10 +40,10 @@ struct SimEncoderBin {
     GstBin parent;
     sim::encoder_values values; // under the object lock
     GstElement* encoder;        // borrowed from the bin; null when an element is missing
-    GError* failure;            // owned; why there is no encoder
+    GError* failure;            // owned; why the encoder can't be created
     // Streaming thread only.
     GstSegment segment;      // of the input
-    GstClockTimeDiff offset; // what the encoding element adds to stamps
+    GstClockTimeDiff offset; // added to stamps by the encoding element
 };
 
 struct SimEncoderBinClass {
@@ -52,13 +51,13 @@ struct SimEncoderBinClass {
     const sim::encoder_kind* kind;
 };
 
-// Abstract: an encoder is a subclass with a kind. Where an element of its chain is missing, the
-// instance can be linked and set up, but refuses to leave NULL and posts an error that says why.
+// Abstract: an encoder is a subclass with a kind. If an element of its chain is missing, the
+// instance can be linked and configured, but refuses to leave NULL and posts an error.
 GType sim_encoder_bin_get_type();
 
 namespace sim {
 
-// For the subclass's class_init: its pads and properties.
+// Call in the subclass's class_init: adds pads and properties.
 void set_encoder_kind(SimEncoderBinClass* klass, const encoder_kind& kind);
 
 } // namespace sim

@@ -1,7 +1,7 @@
-// A non-blocking inotify descriptor on folders, and on the way that leads to each.
+// Watches folders, and the paths to them, with a non-blocking inotify descriptor.
 //
-// A watch stays with a folder when that is moved away, and a missing folder can't be watched. So
-// every folder on the way is watched for the one name in it that leads on.
+// A watch follows a folder that is moved, and a missing folder can't be watched. So each folder on
+// the way is watched for the name of the next.
 #include "folder_watch.h"
 
 #include <sys/inotify.h>
@@ -18,11 +18,11 @@ namespace fs = std::filesystem;
 namespace sim {
 namespace {
 
-// A file that is a link's target, missing at first, lies in a folder that is only on the way.
+// The missing target of a link may appear in a folder that is only on the way.
 constexpr unsigned EVENTS_ON_THE_WAY =
     IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE;
 
-// As many as the kernel follows.
+// The kernel's limit.
 constexpr int LINKS_MAX = 40;
 
 unsigned events_in_folder(folder_watch::counting what) {
@@ -37,7 +37,7 @@ unsigned events_in_folder(folder_watch::counting what) {
     return EVENTS_ON_THE_WAY;
 }
 
-// One that has a second name was complete before.
+// A file with a second hard link was complete before.
 bool is_being_written(const fs::path& created) {
     std::error_code gone;
     return fs::is_regular_file(fs::symlink_status(created, gone)) &&
@@ -93,8 +93,8 @@ void folder_watch::watch(const fs::path& path) {
     }
 }
 
-// Goes where the kernel would, and returns the path without links. A folder is watched before what
-// it names is looked at, so that no later change is missed; those that can't be are passed over.
+// Resolves a path as the kernel would, and returns it without links. Watches each folder before
+// looking into it, so that no change is missed; skips those that can't be watched.
 fs::path folder_watch::watch_way(const fs::path& path) {
     std::error_code error;
     const fs::path start = fs::absolute(path, error);
@@ -123,7 +123,7 @@ fs::path folder_watch::watch_way(const fs::path& path) {
     return done;
 }
 
-// None when there is no such folder, or it can't be read.
+// None when the folder is missing or unreadable.
 folder_watch::watched_folder* folder_watch::watch_folder(const fs::path& folder, unsigned events) {
     const int number =
         inotify_add_watch(notify_fd_, folder.c_str(), events | IN_MASK_ADD | IN_ONLYDIR);
@@ -158,7 +158,7 @@ void folder_watch::take_events(std::span<const char> events, std::vector<change>
 
 void folder_watch::take(const inotify_event& event, std::vector<change>& told) {
     if ((event.mask & IN_Q_OVERFLOW) != 0) {
-        take_other_way(paths_, told); // whatever was lost
+        take_other_way(paths_, told); // events were lost: anything may have changed
         return;
     }
     const auto found = folders_.find(event.wd);
@@ -166,7 +166,7 @@ void folder_watch::take(const inotify_event& event, std::vector<change>& told) {
         return; // of a folder that is no longer watched
     }
     const watched_folder& folder = found->second;
-    if (event.len == 0) { // the folder itself
+    if (event.len == 0) { // about the folder itself
         take_other_way(folder.ends, told);
         for (const auto& [name, paths] : folder.names) {
             take_other_way(paths, told);

@@ -1,4 +1,4 @@
-// Tells when files in a folder were written, renamed or removed, without looking at each of them.
+// Reports files in a folder that were written, renamed or removed.
 #pragma once
 
 #include <filesystem>
@@ -15,35 +15,35 @@ namespace sim {
 class folder_watch {
 public:
     enum class counting {
-        whole_files, // one that is written counts when it is closed; those that editors keep beside
-                     // others don't: names that begin with a dot or end in a tilde
-        every_write, // as soon as it is there, and whenever something is written to it
-        every_touch, // also its times and its rights
+        whole_files, // reports a written file when it is closed; ignores
+                     // editors' files: names that begin with a dot or end in a tilde
+        every_write, // reports creation and every write
+        every_touch, // also changes of times and permissions
     };
 
     struct change {
-        std::filesystem::path folder; // as it was given
-        std::string name;             // of the file in it; empty: it is another one, or may be
+        std::filesystem::path folder; // as passed by the caller
+        std::string name;             // file in the folder; empty: the folder itself, or unknown
     };
 
     explicit folder_watch(counting what);
-    // Others may be watched beside the folder. Whole files count.
+    // More folders can be added. Reports whole files.
     explicit folder_watch(std::filesystem::path folder,
                           std::vector<std::filesystem::path> others = {});
     ~folder_watch();
     folder_watch(const folder_watch&) = delete;
     folder_watch& operator=(const folder_watch&) = delete;
 
-    // Where the path is a file's, watches the folder that it lies in. What it leads to may be a
-    // link, missing, or replaced at any time, and so may each folder on the way: that is a change,
-    // and from then on what is there now is watched.
+    // For a file, watches its folder. Links, missing folders and replacements are allowed anywhere
+    // on the path: such a change is reported, and the new target is watched.
     void add(std::filesystem::path path);
 
-    // What changed since the last call, in order. Never blocks.
+    // Returns the changes since the last call, in order. Never blocks.
     [[nodiscard]] std::vector<change> changes();
     [[nodiscard]] bool changed() { return !changes().empty(); }
 
-    // Can be read when asking is worthwhile. Borrowed; negative where the system has no more.
+    // Readable when changes() has news. Borrowed; negative if the system has no more inotify
+    // instances.
     [[nodiscard]] int descriptor() const { return notify_fd_; }
 
 private:
@@ -51,8 +51,8 @@ private:
 
     struct watched_folder {
         std::filesystem::path path;            // without links
-        std::map<std::string, path_set> names; // those that watched paths lead over
-        path_set ends;                         // the watched paths that end here: all in it counts
+        std::map<std::string, path_set> names; // names through which watched paths lead
+        path_set ends; // watched paths that end here: everything in it counts
     };
 
     void watch_anew();
@@ -67,8 +67,8 @@ private:
     const counting what_;
     path_set paths_;
     int notify_fd_;
-    std::map<int, watched_folder> folders_; // by inotify's number
-    bool is_other_way_ = false;             // what is watched may be no longer what paths lead to
+    std::map<int, watched_folder> folders_; // by inotify's watch descriptor
+    bool is_other_way_ = false;             // paths may lead to other folders than the watched ones
 };
 
 } // namespace sim

@@ -72,7 +72,7 @@ gboolean set_caps(GstBaseSink* base, GstCaps* caps) noexcept {
     return gst_video_info_from_caps(&self_of(base)->state.info, caps);
 }
 
-// The panel's next one; there are sixty a second.
+// Returns the panel's next refresh; there are sixty a second.
 std::chrono::steady_clock::time_point next_refresh() {
     using refreshes = std::chrono::duration<std::int64_t, std::ratio<1, 60>>;
     const auto now = std::chrono::steady_clock::now();

@@ -1,4 +1,4 @@
-// imxmp3audioenc: the board's MP3 encoder, with LAME at work inside.
+// imxmp3audioenc: the board's MP3 encoder, implemented with LAME.
 #include "element_class.h"
 #include "elements.h"
 #include "encoder_bin.h"
@@ -28,12 +28,12 @@ constexpr sim::encoder_setting settings[] = {
     {"bitrate", "Bit rate in kbit/s", 32, 320, 128, apply_bitrate, bitrate_type},
 };
 
-// As the board's: nothing converts in front of it, so a microphone has to deliver just this.
+// Like the board's encoder, it converts nothing: the microphone must deliver exactly these caps.
 constexpr sim::encoder_kind kind{
     .chain = "lamemp3enc name=encoder target=bitrate cbr=true",
     .sink_caps = "audio/x-raw,format=S16LE,layout=interleaved,channels=2,rate={32000,44100,48000}",
     .src_caps = "audio/mpeg,mpegversion=1,layer=3",
-    .kept_field = "rate", // LAME by itself lowers it at a low bit rate
+    .kept_field = "rate", // LAME alone would lower the rate at low bit rates
     .settings = settings,
 };
 

@@ -1,4 +1,4 @@
-// imxvpuenc_h264: the H.264 encoder of the board's video unit, with x264 at work inside.
+// imxvpuenc_h264: the H.264 encoder of the board's video unit, implemented with x264.
 #include "element_class.h"
 #include "elements.h"
 #include "encoder_bin.h"
@@ -15,7 +15,7 @@ using SimVpuEncoderClass = SimEncoderBinClass;
 
 enum setting : std::size_t { bitrate, gop_size, idr_interval, me_search_range };
 
-// While it runs, the encoder keeps to a bit rate or to a quality, whichever it began with.
+// While running, the encoder can't switch between bit rate and quality.
 void apply_bitrate(GstElement* encoder, const sim::encoder_values& values) {
     if (values[bitrate] == 0) {
         gst_util_set_object_arg(G_OBJECT(encoder), "pass", "qual");
@@ -25,9 +25,9 @@ void apply_bitrate(GstElement* encoder, const sim::encoder_values& values) {
     g_object_set(encoder, "bitrate", static_cast<guint>(values[bitrate]), nullptr);
 }
 
-// To x264 each key frame is an IDR, so the shorter of the two distances counts. 0 sets no limit.
+// In x264 every key frame is an IDR frame, so the shorter distance counts. 0 means no limit.
 void apply_key_distance(GstElement* encoder, const sim::encoder_values& values) {
-    constexpr gint ENDLESS = 1 << 30; // x264's own value for key frames on request only
+    constexpr gint ENDLESS = 1 << 30; // x264's value for key frames on request only
     gint distance = ENDLESS;
     for (const gint limit : {values[gop_size], values[idr_interval]}) {
         distance = limit > 0 ? std::min(distance, limit) : distance;
@@ -35,7 +35,7 @@ void apply_key_distance(GstElement* encoder, const sim::encoder_values& values) 
     g_object_set(encoder, "key-int-max", static_cast<guint>(distance), nullptr);
 }
 
-// The unit's codes 0 to 3 mean 128, 64, 32 and 16 pixels.
+// The codes 0 to 3 mean 128, 64, 32 and 16 pixels.
 void apply_search_range(GstElement* encoder, const sim::encoder_values& values) {
     const std::string options = "merange=" + std::to_string(128 >> values[me_search_range]);
     g_object_set(encoder, "option-string", options.c_str(), nullptr);
@@ -51,9 +51,8 @@ constexpr sim::encoder_setting settings[] = {
      apply_search_range},
 };
 
-// One thread a stream: a second of video costs it less than a tenth, and two streams may be encoded
-// at once beside everything else. The preset's own search method never looks further than 16
-// pixels, whatever it is told.
+// One thread per stream: encoding takes less than a tenth of real time, and two streams may run
+// beside everything else. The preset's search method is limited to 16 pixels.
 constexpr sim::encoder_kind kind{
     .chain = "x264enc name=encoder tune=zerolatency speed-preset=ultrafast me=umh threads=1",
     .sink_caps = GST_VIDEO_CAPS_MAKE("{ I420, NV12 }"),

@@ -1,4 +1,4 @@
-// Channels and their process-wide register.
+// Channels and their process-wide registry.
 #include "interpipe.h"
 
 #include <gst/base/gstbasesink.h>
@@ -19,13 +19,13 @@ bool is_negotiated(GstAppSrc* source) {
     return gst_owned<GstCaps>{gst_app_src_get_caps(source)} != nullptr;
 }
 
-// What is linked behind the source takes.
+// Returns the caps accepted downstream of the source.
 gst_owned<GstCaps> taken_by(GstElement* source) {
     return gst_owned<GstCaps>{gst_pad_peer_query_caps(pad_of(source), nullptr)};
 }
 
 gst_owned<GstBuffer> stamped(GstBuffer* buffer, GstClockTime pts, GstClockTime dts) {
-    gst_owned<GstBuffer> copy{gst_buffer_copy(buffer)}; // the memory is shared
+    gst_owned<GstBuffer> copy{gst_buffer_copy(buffer)}; // shares the memory
     GST_BUFFER_PTS(copy.get()) = pts;
     GST_BUFFER_DTS(copy.get()) = dts;
     return copy;
@@ -35,7 +35,7 @@ GstClockTime shifted(GstClockTime stamp, GstClockTimeDiff offset) {
     return GST_CLOCK_TIME_IS_VALID(stamp) ? stamp + static_cast<GstClockTime>(offset) : stamp;
 }
 
-// None when the buffer is older than the listening pipe, which has no time of its own before it
+// Returns none for a buffer older than the listening pipe, which has no running time before it
 // plays.
 gst_owned<GstBuffer> compensated(GstElement* producer, GstElement* source, GstBuffer* buffer) {
     const auto offset =
@@ -59,8 +59,8 @@ gst_owned<GstBuffer> for_listener(const listener& who, GstElement* producer, Gst
     }
 }
 
-// Those that stay with a pad: the listening source has a start, a segment and tags of its own, caps
-// have their own way, and end-of-stream stays in its pipe.
+// Not passed: stream start, segment and tags, which the listening source has itself; caps, which
+// take another path; and end-of-stream.
 bool passes(GstEvent* event) {
     return !GST_EVENT_IS_STICKY(event);
 }
@@ -76,7 +76,7 @@ struct name_register {
     std::set<std::string> listeners;
 };
 
-// Leaked on purpose: streaming threads may still run while the process exits.
+// Leaked on purpose: streaming threads may still run during exit.
 name_register& the_register() {
     static auto* instance = new name_register;
     return *instance;
@@ -100,7 +100,7 @@ void channel::detach(const GstElement* producer) {
     }
 }
 
-// Under the lock. A listener that doesn't renegotiate keeps the caps that it has, whatever comes.
+// Call with the lock held. A listener that doesn't renegotiate keeps its caps.
 void channel::give_caps(listener& who) {
     if (who.allow_renegotiation || !is_negotiated(who.source)) {
         gst_app_src_set_caps(who.source, caps_.get());
@@ -124,7 +124,7 @@ bool channel::join(listener& who) {
             give_caps(who);
         }
     }
-    // It asks for caps, so the listener has to be there already.
+    // It queries caps, so the listener must be registered already.
     if (to_renegotiate) {
         gst_pad_push_event(GST_BASE_SINK_PAD(to_renegotiate.get()), gst_event_new_reconfigure());
     }
@@ -174,8 +174,8 @@ void channel::set_caps(GstCaps* caps) {
     }
 }
 
-// Under the lock, so that no listener misses what comes after its caps. It doesn't block: appsrc
-// takes whatever comes.
+// Call with the lock held, so that listeners miss nothing after their caps. Doesn't block: appsrc
+// accepts everything.
 void channel::feed(GstBuffer* buffer) {
     const std::scoped_lock lock(mutex_);
     for (const listener* who : listeners_) {
@@ -188,8 +188,8 @@ void channel::feed(GstBuffer* buffer) {
     }
 }
 
-// Flushes go at once, as anything that is not in the stream; the rest waits its turn among the
-// buffers. The class's function, since the element's takes its state lock.
+// Sends flushes at once and queues serialized events among the buffers. Calls the class's function,
+// since the element's takes its state lock.
 void channel::send_downstream(GstEvent* event) {
     if (!passes(event)) {
         return;

@@ -1,8 +1,8 @@
-// How the inter-pipe elements find each other and what passes between them: named channels, from
-// one producer (an interpipesink) to any number of listeners (an interpipesrc each).
+// Connects inter-pipe elements by named channels, from one producer (interpipesink) to any number
+// of listeners (interpipesrc).
 //
-// As with the board's elements, buffers, caps and events pass, but neither segments nor
-// end-of-stream, and a name belongs to whichever element had it first.
+// Like the board's elements, channels pass buffers, caps and events, but no segments and no
+// end-of-stream. A name belongs to the first element that takes it.
 #pragma once
 
 #include "util/gst_owned.h"
@@ -20,43 +20,42 @@ namespace sim {
 
 // Values of "stream-sync".
 enum stream_sync : gint {
-    sync_restart = 0,      // a stamp is the moment at which the buffer arrives
-    sync_pass_through = 1, // as the producer's pipe has it
-    sync_compensate = 2,   // the same moment in the running time of the listening pipe
+    sync_restart = 0,      // stamp: the time of arrival
+    sync_pass_through = 1, // stamp: as in the producer's pipe
+    sync_compensate = 2,   // stamp: the same moment in the listening pipe's running time
 };
 
-// An inter-pipe source as its channel sees it.
+// A channel's view of an inter-pipe source.
 struct listener {
-    GstAppSrc* source = nullptr; // the element itself, borrowed
+    GstAppSrc* source = nullptr; // the element, borrowed
     std::atomic<gint> sync = sync_pass_through;
     std::atomic<bool> allow_renegotiation = true;
-    bool is_fed =
-        true; // not while the producer has yet to change its caps. Under the channel's lock
+    bool is_fed = true; // false until the producer has changed its caps; under the channel's lock
 };
 
 class channel {
 public:
-    // False when the channel has another producer: this one is never heard.
+    // False if the channel has another producer: this one's data go nowhere.
     [[nodiscard]] bool attach(GstElement* producer);
     void detach(const GstElement* producer);
 
-    // The listener gets the producer's caps at once, and what comes from then on. False when it was
-    // negotiated before, takes other caps, and the producer can't change its own because of others.
+    // The listener gets the producer's caps and all later data. False if it is negotiated with
+    // other caps, and other listeners keep the producer from changing its own.
     [[nodiscard]] bool join(listener& who);
-    // From its return on, the listener may go.
+    // After the call, the listener may be destroyed.
     void leave(const listener& who);
 
-    // What all listeners take of `filter`, which may be null; none while there is no listener.
-    // Those that have nothing in common are dropped: they hear nothing until they join again.
+    // Returns the part of `filter` (may be null) that all listeners accept; none without listeners.
+    // Incompatible listeners are dropped: they get nothing until they join again.
     [[nodiscard]] gst_owned<GstCaps> common_caps(GstCaps* filter);
 
-    // For the producer's streaming thread. None: it has stopped.
+    // Call on the producer's streaming thread. None: it has stopped.
     void set_caps(GstCaps* caps);
     void feed(GstBuffer* buffer);
     void send_downstream(GstEvent* event);
 
-    // Hands a listener's event on to the producer's pipe, unless there are other listeners. The
-    // event stays the caller's.
+    // Passes a listener's event to the producer's pipe, unless there are other listeners. The
+    // caller keeps the event.
     void send_upstream(GstEvent* event);
 
 private:
@@ -64,18 +63,18 @@ private:
     void give_caps(listener& who);
 
     std::mutex mutex_;
-    GstElement* producer_ = nullptr; // borrowed between attach and detach
+    GstElement* producer_ = nullptr; // borrowed from attach to detach
     gst_owned<GstCaps> caps_;
-    std::vector<listener*> listeners_; // each between join and leave
+    std::vector<listener*> listeners_; // from join to leave
 };
 
-// The channel of this name, made when there is none: either side may come first.
+// Returns the channel of this name, creating it if needed: either side may come first.
 [[nodiscard]] std::shared_ptr<channel> find_channel(const std::string& name);
 
-// Keeps the name of a listener, for which there is one source at a time in the process.
+// Reserves a listener name, which only one source in the process can have.
 class listener_name {
 public:
-    // None when another source has the name.
+    // None if another source has the name.
     [[nodiscard]] static std::optional<listener_name> take(std::string name);
     listener_name(listener_name&& other) noexcept = default;
     listener_name& operator=(listener_name&& other) noexcept = default;
@@ -85,7 +84,7 @@ private:
     explicit listener_name(std::string name)
         : name_(std::make_unique<std::string>(std::move(name))) {}
 
-    std::unique_ptr<std::string> name_; // empty: moved on
+    std::unique_ptr<std::string> name_; // empty: moved from
 };
 
 } // namespace sim

@@ -1,5 +1,5 @@
-// interpipesink: publishes its stream to every interpipesrc that listens to its element name. An
-// appsink with nobody but the listeners to take its samples.
+// interpipesink: publishes its stream to every interpipesrc that listens to its name. An appsink
+// whose samples go to the listeners.
 #include "element_class.h"
 #include "elements.h"
 #include "interpipe.h"
@@ -18,8 +18,8 @@ namespace {
 
 struct sink_state {
     std::mutex mutex;
-    std::string name;                  // under which it is published
-    std::shared_ptr<sim::channel> out; // none when another sink had the name first
+    std::string name;                  // published name
+    std::shared_ptr<sim::channel> out; // none if another sink has the name
 };
 
 struct SimInterpipeSink {
@@ -51,7 +51,7 @@ std::shared_ptr<sim::channel> channel_of(gpointer object) {
     return state.out;
 }
 
-// Publishes it under another name; the empty one is none.
+// Publishes under another name; an empty one publishes nothing.
 void publish_as(SimInterpipeSink* self, std::string name) {
     const std::scoped_lock lock(self->state.mutex);
     if (self->state.name == name) {
@@ -88,7 +88,7 @@ void feed(sim::channel& out, GstSample* sample) {
     }
 }
 
-// The picture that a pause begins with is handed on as well as the one that is shown after it.
+// Passes on the preroll picture as well as the rendered ones.
 GstFlowReturn take(GstAppSink* sink, GstSample* taken) {
     const gst_owned<GstSample> sample{taken};
     const std::shared_ptr<sim::channel> out = channel_of(sink);

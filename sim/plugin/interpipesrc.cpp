@@ -1,5 +1,5 @@
-// interpipesrc: delivers what the interpipesink named by "listen-to" publishes. An appsrc that the
-// sink pushes into: it never holds the sink up, and gathers what its pipe doesn't take.
+// interpipesrc: delivers the stream of the interpipesink named by "listen-to". An appsrc that the
+// sink pushes into: it never blocks the sink and queues what its pipe doesn't take.
 #include "element_class.h"
 #include "elements.h"
 #include "interpipe.h"
@@ -24,12 +24,12 @@ enum property : guint {
 
 struct source_state {
     sim::listener listener;
-    std::mutex mutex; // what follows
+    std::mutex mutex; // protects the rest
     std::string listen_to;
     bool block_switch = false;
     bool has_listened = false;
-    std::optional<sim::listener_name> name; // while it is started and no other source had it first
-    std::shared_ptr<sim::channel> from;     // none: it hears nothing
+    std::optional<sim::listener_name> name; // while started, if no other source has it
+    std::shared_ptr<sim::channel> from;     // none: no data
 };
 
 struct SimInterpipeSrc {
@@ -66,7 +66,7 @@ GType stream_sync_type() {
     return type;
 }
 
-// The following have the state's mutex held.
+// Call these with the state's mutex held.
 void leave(source_state& state) {
     if (state.from) {
         state.from->leave(state.listener);
@@ -88,10 +88,10 @@ bool join(source_state& state, const std::string& name) {
     return true;
 }
 
-// False when it stays with what it listens to.
+// Returns false if it keeps its channel.
 bool switch_to(source_state& state, const std::string& name) {
     if (!state.name) {
-        return true; // not started, or deaf
+        return true; // not started, or without a name
     }
     if (!name.empty() && state.block_switch && state.has_listened) {
         return false;
@@ -140,7 +140,7 @@ gboolean stop(GstBaseSrc* base) noexcept {
     return parent_source()->stop(base);
 }
 
-// What comes from downstream; it stays the caller's.
+// Handles upstream events; the caller keeps the event.
 gboolean event(GstBaseSrc* base, GstEvent* what) noexcept {
     std::shared_ptr<sim::channel> from;
     {

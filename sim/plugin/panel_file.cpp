@@ -1,4 +1,4 @@
-// The panel's framebuffer: a file, mapped as a program would map the device.
+// The panel's framebuffer: a file, mapped like the device.
 #include "panel_file.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little);
 
-// Swaps red and blue of each pixel. Whole words, so that the compiler makes vectors of it.
+// Swaps red and blue of each pixel; by whole words, which the compiler can vectorise.
 void copy_line(const std::uint8_t* from, std::uint8_t* to, std::size_t pixels) {
     for (std::size_t i = 0; i < pixels; ++i) {
         std::uint32_t pixel = 0;
@@ -27,7 +27,7 @@ void copy_line(const std::uint8_t* from, std::uint8_t* to, std::size_t pixels) {
     }
 }
 
-// Where a side of the picture begins in itself and on the panel, and how much of it is shown.
+// Start of a side in the picture and on the panel, and its visible length.
 struct span_on_panel {
     int from;
     int to;
@@ -71,8 +71,8 @@ void panel_file::close() {
     }
 }
 
-// Waits for readers, but not for one that was stopped while it held the lock: the pipe could not be
-// ended any more.
+// Waits for readers, but with a time limit: a reader stopped while holding the lock would keep the
+// pipe from ending.
 bool panel_file::lock() const {
     using namespace std::chrono_literals;
     for (int tries = 0; tries < 20; ++tries) {
@@ -84,8 +84,8 @@ bool panel_file::lock() const {
     return false;
 }
 
-// An ordinary file that somebody cut short gets its size back: writing through the mapping beyond
-// its end would kill the process.
+// Restores the size of an ordinary file that was truncated: writing to the mapping beyond the end
+// would kill the process.
 bool panel_file::ensure_size() const {
     struct stat status {};
     if (fstat(fd_, &status) != 0) {
@@ -110,7 +110,7 @@ bool panel_file::show(const rgba_picture& picture) {
         copy_line(picture.pixels + from, mapping_ + to, static_cast<std::size_t>(across.length));
     }
     flock(fd_, LOCK_UN);
-    // Writing through a mapping tells nobody; who waits for a new picture watches the file.
+    // Writing through a mapping causes no event; touch the file for those who watch it.
     futimens(fd_, nullptr);
     return whole;
 }

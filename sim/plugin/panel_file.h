@@ -1,4 +1,4 @@
-// The panel's framebuffer: a file, mapped as a program would map the device.
+// The panel's framebuffer: a file, mapped like the device.
 #pragma once
 
 #include <cstddef>
@@ -13,12 +13,12 @@ inline constexpr int PANEL_PIXEL_BYTES = 4; // blue, green, red and one unused, 
 inline constexpr std::size_t PANEL_BYTES =
     std::size_t{PANEL_WIDTH} * PANEL_HEIGHT * PANEL_PIXEL_BYTES;
 
-// A borrowed picture with red, green, blue and one more byte a pixel.
+// A borrowed picture: red, green, blue and an unused byte per pixel.
 struct rgba_picture {
     const std::uint8_t* pixels;
     int width;
     int height;
-    int stride; // bytes from line to line
+    int stride; // bytes per line
 };
 
 class panel_file {
@@ -28,14 +28,14 @@ public:
     panel_file& operator=(const panel_file&) = delete;
     ~panel_file() { close(); }
 
-    // Maps the file, which gets the panel's size if it is an ordinary one. False with errno set.
+    // Maps the file and gives an ordinary file the panel's size. Returns false with errno set on
+    // failure.
     [[nodiscard]] bool open(const std::string& path);
     void close();
 
-    // Replaces what the panel shows; a picture of another size is centred or cropped. The file is
-    // locked meanwhile (flock), so that who reads it under a shared lock sees whole pictures. False
-    // when the picture was left out: a reader held the lock too long, or the file can't be kept at
-    // the panel's size.
+    // Shows a picture, centring or cropping other sizes. Locks the file meanwhile (flock), so that
+    // readers with a shared lock see complete pictures. Returns false if the picture was dropped: a
+    // reader held the lock too long, or the file can't be kept at the panel's size.
     bool show(const rgba_picture& picture);
 
 private:

@@ -1,4 +1,4 @@
-// perf: passes everything on, counts frames and posts once a second how many there were.
+// perf: passes buffers through, counts them, and posts the rate once a second.
 #include "element_class.h"
 #include "elements.h"
 #include "util/gst_owned.h"
@@ -15,9 +15,9 @@ namespace {
 
 enum property : guint { prop_print_cpu_load = 1 };
 
-// Frames and processor time since the last report.
+// Frames and CPU time since the last report.
 struct tally {
-    gint64 since_us = 0; // 0: there was none
+    gint64 since_us = 0; // 0: no report yet
     std::clock_t processor_since = 0;
     guint frames = 0;
 };
@@ -44,7 +44,7 @@ SimPerf* self_of(gpointer object) {
     return static_cast<SimPerf*>(object);
 }
 
-// The element's name, the rate and, when asked for, the load.
+// The element's name, the rate and, if requested, the load.
 g_text report_text(SimPerf* self, gint64 now_us) {
     const tally& count = self->count;
     const double seconds = static_cast<double>(now_us - count.since_us) / G_USEC_PER_SEC;
@@ -57,7 +57,7 @@ g_text report_text(SimPerf* self, gint64 now_us) {
                                   100.0 * ticks / CLOCKS_PER_SEC / seconds)};
 }
 
-// The first picture counts as a second's end, too.
+// The first picture also ends a second.
 GstFlowReturn count_frame(GstBaseTransform* transform, GstBuffer*) noexcept {
     SimPerf* self = self_of(transform);
     const gint64 now_us = g_get_monotonic_time();

@@ -1,4 +1,4 @@
-// Entry point of the GStreamer plug-in with the stand-ins for the board's elements.
+// Entry point of the GStreamer plug-in with the stand-ins.
 #include "elements.h"
 #include "stand_in.h"
 
@@ -11,7 +11,7 @@ struct element_row {
     GType (*type)();
 };
 
-// A new stand-in is a row here and a file beside this one.
+// A new stand-in is one row here and one file in this folder.
 constexpr element_row element_rows[] = {
     {"imxv4l2videosrc", sim_imxv4l2videosrc_get_type},
     {"imxg2dvideotransform", sim_imxg2dvideotransform_get_type},

@@ -1,5 +1,5 @@
-// qtoverlay: lays a QML scene over each frame. The scene lives on a thread of its own; the
-// streaming thread only blends the scene's latest picture.
+// qtoverlay: draws a QML scene over each frame. The scene runs on its own thread; the streaming
+// thread only blends the scene's latest picture.
 #include "element_class.h"
 #include "elements.h"
 #include "overlay_scene.h"
@@ -20,8 +20,8 @@ namespace {
 
 enum property : guint { prop_qml = 1, prop_qml_attribute, prop_disable };
 
-// What the scene thread has to say of the element, for as long as that exists. Before the element
-// is in a pipe that listens, the text waits for it.
+// Posts the scene thread's messages while the element exists. Keeps a text until the element's pipe
+// has a bus.
 class scene_reports {
 public:
     explicit scene_reports(GstElement* element) { g_weak_ref_init(&element_, element); }
@@ -68,7 +68,7 @@ private:
 
 struct overlay_state {
     std::atomic<bool> disabled = false;
-    std::mutex mutex; // texts as they were set
+    std::mutex mutex; // protects the texts of properties
     std::string qml;
     std::string attribute;
     std::shared_ptr<scene_reports> reports;
@@ -94,7 +94,7 @@ SimQtOverlay* self_of(gpointer object) {
     return static_cast<SimQtOverlay*>(object);
 }
 
-// The board's record of what the daemon asked the overlay to show.
+// Logs what the daemon told the overlay.
 void log_attribute(const std::string& text) {
     const char* const root = secure_getenv("VTRDC_SYSROOT");
     if (root == nullptr || *root == '\0') {

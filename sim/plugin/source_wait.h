@@ -1,5 +1,5 @@
-// Where a live source's streaming thread waits: for a moment in time or for a descriptor that can
-// be read, until the pipe is flushed.
+// Where a live source's streaming thread waits: until a time, until a descriptor is readable, or
+// until the pipe is flushed.
 #pragma once
 
 #include <gst/base/gstpushsrc.h>
@@ -10,14 +10,14 @@
 namespace sim {
 
 enum class waited {
-    elapsed,  // the time is up
-    woken,    // the descriptor can be read
-    flushing, // give back GST_FLOW_FLUSHING
+    elapsed,  // the time is over
+    woken,    // the descriptor is readable
+    flushing, // return GST_FLOW_FLUSHING
 };
 
 class source_wait {
 public:
-    // Waits for this descriptor, too; negative: for none.
+    // Also waits for this descriptor; negative: for none.
     void watch(int descriptor) {
         gst_poll_fd_init(&watched_);
         watched_.fd = descriptor;
@@ -26,12 +26,12 @@ public:
             gst_poll_fd_ctl_read(poll_.get(), &watched_, TRUE);
         }
     }
-    // Before the descriptor is closed.
+    // Call before the descriptor is closed.
     void watch_none() { gst_poll_remove_fd(poll_.get(), &watched_); }
 
     void set_flushing(bool flushing) { gst_poll_set_flushing(poll_.get(), flushing); }
 
-    // GST_CLOCK_TIME_NONE: without end.
+    // GST_CLOCK_TIME_NONE: no limit.
     [[nodiscard]] waited wait(GstClockTime duration) {
         gint ready = -1;
         while ((ready = gst_poll_wait(poll_.get(), duration)) < 0 && errno != EBUSY) {
@@ -51,7 +51,7 @@ private:
     GstPollFD watched_ = GST_POLL_FD_INIT;
 };
 
-// For the class_init of a GstPushSrc whose instances hold theirs as `state.wait`.
+// Call in class_init of a GstPushSrc whose instances have a `state.wait`.
 template <typename Source> void flush_through_wait(gpointer klass) {
     auto* base = GST_BASE_SRC_CLASS(klass);
     base->unlock = [](GstBaseSrc* source) noexcept -> gboolean {
@@ -64,7 +64,7 @@ template <typename Source> void flush_through_wait(gpointer klass) {
     };
 }
 
-// For its instance_init: it delivers while playing, with stamps in running time.
+// Call in instance_init: makes the source live, with stamps in running time.
 inline void make_live(gpointer source) {
     gst_base_src_set_live(GST_BASE_SRC(source), TRUE);
     gst_base_src_set_format(GST_BASE_SRC(source), GST_FORMAT_TIME);

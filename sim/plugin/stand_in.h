@@ -1,5 +1,5 @@
-// Registering stand-ins, which give way to elements of the same names that other plug-ins bring:
-// those that "scripts/sim --elements" lists in the environment.
+// Registers stand-ins, except those that other plug-ins replace: the names that "scripts/sim
+// --elements" puts into the environment.
 #pragma once
 
 #include <gst/gst.h>
@@ -10,7 +10,8 @@
 
 namespace sim {
 
-inline constexpr const char* REPLACED_VARIABLE = "VTRDC_SIM_WITHOUT"; // names, apart by white space
+inline constexpr const char* REPLACED_VARIABLE =
+    "VTRDC_SIM_WITHOUT"; // names separated by white space
 
 [[nodiscard]] inline bool is_replaced(const std::string& element) {
     const char* const list = secure_getenv(REPLACED_VARIABLE);
@@ -23,7 +24,7 @@ inline constexpr const char* REPLACED_VARIABLE = "VTRDC_SIM_WITHOUT"; // names, 
     return false;
 }
 
-// For plugin_init. The registry looks at the plug-in again whenever the list changes.
+// Call in plugin_init. The registry reloads the plug-in whenever the list changes.
 [[nodiscard]] inline bool register_stand_in(GstPlugin* plugin, const char* element, guint rank,
                                             GType type) {
     gst_plugin_add_dependency_simple(plugin, REPLACED_VARIABLE, nullptr, nullptr,

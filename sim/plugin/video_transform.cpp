@@ -1,4 +1,4 @@
-// What the board's two video transform units have in common: scaling and colour conversion.
+// Base of the board's two video transform units: scaling and colour conversion.
 #include "video_transform.h"
 
 #include "element_class.h"
@@ -12,13 +12,13 @@ SimVideoTransform* self_of(gpointer object) {
     return static_cast<SimVideoTransform*>(object);
 }
 
-// What a conversion may change.
+// Caps fields that a conversion may change.
 constexpr const char* free_fields[] = {
     "format",      "width",       "height",         "pixel-aspect-ratio",
     "colorimetry", "chroma-site", "interlace-mode",
 };
 
-// The same picture as the other side may have it: identity first, so that it is preferred.
+// Caps of the same picture on the other side; identity first, so that it is preferred.
 GstCaps* transform_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps,
                         GstCaps* filter) noexcept {
     gst_owned<GstCaps> any(gst_caps_copy(caps));
@@ -35,7 +35,7 @@ GstCaps* transform_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps,
     return gst_caps_intersect_full(filter, unfiltered.get(), GST_CAPS_INTERSECT_FIRST);
 }
 
-// What is left open stays as near to the input as the other side allows.
+// Fixates open fields as close to the input as the other side allows.
 GstCaps* fixate_caps(GstBaseTransform*, GstPadDirection, GstCaps* caps, GstCaps* other) noexcept {
     GstStructure* const wanted = gst_caps_get_structure(caps, 0);
     gst_owned<GstCaps> result(gst_caps_make_writable(gst_caps_truncate(other)));
@@ -75,7 +75,7 @@ gboolean stop(GstBaseTransform* transform) noexcept {
     return TRUE;
 }
 
-// With ranges for size and rate: fixating needs the fields to be there.
+// Adds ranges for size and rate: fixating needs these fields.
 void add_video_pad(gpointer klass, GstPadDirection direction, const char* formats) {
     const g_text caps{g_strdup_printf(GST_VIDEO_CAPS_MAKE("%s"), formats)};
     sim::add_pad(GST_ELEMENT_CLASS(klass), direction, caps.get());

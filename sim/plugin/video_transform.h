@@ -1,5 +1,5 @@
-// What the board's two video transform units have in common: scaling and colour conversion in one
-// step, to the format and size that are asked for downstream. The frame rate stays.
+// Base of the board's two video transform units: scaling and colour conversion in one step, to the
+// format and size requested downstream. The frame rate stays.
 #pragma once
 
 #include <gst/video/gstvideofilter.h>
@@ -14,12 +14,12 @@ struct SimVideoTransformClass {
     GstVideoFilterClass parent_class;
 };
 
-// Abstract: a unit is a subclass with a factory name of its own.
+// Abstract: a unit is a subclass with its own factory name.
 GType sim_video_transform_get_type();
 
 namespace sim {
 
-// For the subclass's class_init: its pads, for these formats ("{ RGBA, RGBx }").
+// Call in the subclass's class_init: adds pads for these formats ("{ RGBA, RGBx }").
 void set_transform_formats(SimVideoTransformClass* klass, const char* taken, const char* given);
 
 } // namespace sim

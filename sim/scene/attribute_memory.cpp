@@ -1,4 +1,4 @@
-// What a scene was told, so that the same scene can be told again.
+// Remembers a scene's updates, to replay them.
 #include "attribute_memory.h"
 
 #include <QJsonDocument>
@@ -8,7 +8,7 @@
 namespace sim {
 namespace {
 
-// What the update is about; empty for one that passes.
+// What the update sets; empty for an event.
 QString subject_of(const QString& text) {
     const qsizetype colon = text.indexOf(u':', text.indexOf(u'.') + 1);
     const QString target = text.left(colon);

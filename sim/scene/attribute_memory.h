@@ -1,4 +1,4 @@
-// What a scene was told, so that the same scene can be told again.
+// Remembers a scene's updates, to replay them.
 #pragma once
 
 #include <QString>
@@ -9,15 +9,14 @@ namespace sim {
 
 class attribute_memory {
 public:
-    // Takes "object.property:value" in the order of sending. It replaces what said the same before:
-    // something of the same property or, where the value is a JSON object, of the same members of
-    // it, since such an update says only a part. A member KEY says what the others are about.
-    // Alerts pass and are not kept: KEY ends in _ALRT.
+    // Adds "object.property:value". It replaces an earlier update of the same property or, if the
+    // value is a JSON object, of the same members, since such an update is partial. A member KEY
+    // names what the other members are about. Alerts (KEY ends in _ALRT) are events and not kept.
     void take(const QString& text);
 
     void clear() { texts_.clear(); }
 
-    // What makes up the present state, in the order of sending.
+    // The updates that make up the current state, in order.
     [[nodiscard]] std::vector<QString> texts() const;
 
 private:

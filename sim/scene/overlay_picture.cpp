@@ -1,4 +1,4 @@
-// What the overlay draws, and how to lay it over a frame.
+// The overlay's picture, and blending it onto frames.
 #include "overlay_picture.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ rgba_pixel to_rgba(std::uint32_t bgra) {
     return (bgra & 0xff00ff00U) | ((bgra & 0xffU) << 16U) | ((bgra >> 16U) & 0xffU);
 }
 
-// Pixels of a run are alike in this.
+// How opaque the pixels of a run are.
 enum class cover { none, some, all };
 
 cover cover_of(std::uint32_t pixel) {
@@ -50,7 +50,7 @@ void append_line_runs(std::span<const rgba_pixel> pixels, std::size_t line,
     }
 }
 
-// Each channel of `under`, weighted by what the pixel above lets through; two channels at a time.
+// Blends two channels at a time: `above` plus `under` weighted by its transparency.
 rgba_pixel over(rgba_pixel above, rgba_pixel under) {
     const std::uint32_t through = OPAQUE_ALPHA - alpha_of(above);
     // x / 255 for x up to 255 * 255, rounded: (x + 128 + ((x + 128) >> 8)) >> 8.

@@ -1,4 +1,4 @@
-// A QML scene that is rendered off screen by Qt Quick's software renderer.
+// A QML scene, rendered off screen by Qt Quick's software renderer.
 #include "overlay_scene.h"
 
 #include "attribute_memory.h"
@@ -30,7 +30,7 @@ namespace sim {
 
 class rendered_scene;
 
-// What the element and the scene thread share; each side keeps it alive.
+// Shared by the element and the scene thread; both keep it alive.
 class scene_output {
 public:
     explicit scene_output(scene_warning warning) : warning_(std::move(warning)) {}
@@ -48,8 +48,8 @@ public:
     // Scene thread only.
     std::unique_ptr<rendered_scene> scene;
     std::unique_ptr<scene_watch> watch;
-    std::vector<QString> early_attributes; // set before there was a scene
-    attribute_memory attributes;           // set since
+    std::vector<QString> early_attributes; // updates before the scene exists
+    attribute_memory attributes;           // updates of the scene
 
 private:
     mutable std::mutex mutex_;
@@ -59,14 +59,14 @@ private:
 
 namespace {
 
-// A change is rendered together with those of the same frame time.
+// Combines changes within a frame's time.
 constexpr int FRAME_MS = 33;
 
-// The first element waits this long for Qt; a slower start goes on while the pipe already runs.
+// How long the first element waits for Qt; a slower start continues while the pipe runs.
 constexpr std::chrono::seconds START_TIMEOUT{1};
 
-// A drawing and a scene that touch what scenes use, so that Qt loads and makes it all at once, at a
-// moment of our choice. %1 is the drawing's URL. The scene says "warm" when its pictures are there.
+// A drawing and a scene that use what scenes typically need, so that Qt loads everything at a time
+// of our choice. %1 is the drawing's URL. The scene emits "warm" when its pictures are loaded.
 constexpr const char* WARM_UP_DRAWING =
     "<svg xmlns='http://www.w3.org/2000/svg' width='8' height='8'>"
     "<path d='M0 0L8 8' stroke='black'/></svg>";
@@ -103,7 +103,7 @@ Item {
     }
 }
 )";
-// A warm-up that takes longer is given up; scenes then load what is missing themselves.
+// Time limit for the warm-up; scenes then load the rest themselves.
 constexpr int WARM_UP_MS = 2000;
 
 } // namespace
@@ -141,10 +141,10 @@ public:
         create(component);
     }
 
-    // False when there is nothing to render.
+    // False if there is nothing to render.
     [[nodiscard]] bool is_loaded() const { return qobject_cast<QQuickItem*>(root_.get()); }
 
-    // Shows a scene given as text until it emits its signal "warm".
+    // Runs a scene given as text until it emits its signal "warm".
     void run_text(const QString& text) {
         QQmlComponent component(&engine_);
         component.setData(text.toUtf8(), QUrl(QStringLiteral("file:///warm-up.qml")));
@@ -197,7 +197,7 @@ private:
     scene_output& output_;
     sysroot_urls urls_;
     sysroot_files files_{urls_};
-    // In the order that Qt Quick wants: the items go first, then what renders, the engine last.
+    // Qt Quick requires this order: items first, then the renderer, the engine last.
     QQmlEngine engine_;
     scene_stage_owned stage_ = take_scene_stage();
     QTimer timer_;
@@ -206,7 +206,7 @@ private:
 
 namespace {
 
-// Scenes that live, so that they can be dropped before Qt ends. Scene thread only; leaked.
+// Scenes to destroy before Qt ends. Scene thread only; leaked.
 std::set<scene_output*>& live_outputs() {
     static auto* const outputs = new std::set<scene_output*>;
     return *outputs;
@@ -224,7 +224,7 @@ void drop_all_scenes() {
     drop_idle_scene_stages();
 }
 
-// Viewers see the scene before, until this one is in the state that the texts say.
+// The previous scene stays visible until this one has the state of `texts`.
 void show_scene(scene_output& output, const QString& file, const std::vector<QString>& texts) {
     output.scene.reset();
     output.scene = std::make_unique<rendered_scene>(output);
@@ -257,7 +257,7 @@ void load_scene(scene_output& output, const QString& file) {
         output.show(nullptr);
         return;
     }
-    // Before it is read, so that no later change is missed.
+    // Watch before reading, so that no change is missed.
     output.watch = std::make_unique<scene_watch>(file, [&output, file] {
         GST_INFO("loading %s again", file.toUtf8().constData());
         show_scene(output, file, output.attributes.texts());
@@ -281,7 +281,7 @@ void run_warm_up_scene() {
     scene.run_text(QString::fromUtf8(WARM_UP_SCENE).arg(url.toString()));
 }
 
-// The guard comes after the end of the scene, since that makes global objects of Qt's, too.
+// Register the guard after the scene's end, which also creates global objects of Qt.
 void warm_up() {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     run_warm_up_scene();

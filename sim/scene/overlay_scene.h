@@ -1,5 +1,5 @@
-// A QML scene that is rendered off screen, as the overlay element sees it. No Qt in here: a thread
-// of its own, one for the process, runs all scenes, and calls only leave requests for it.
+// The overlay element's interface to a QML scene rendered off screen. Free of Qt: one thread in the
+// process runs all scenes; calls only post requests to it.
 #pragma once
 
 #include "overlay_picture.h"
@@ -12,28 +12,28 @@ namespace sim {
 
 class scene_output;
 
-// Told, on the scene thread, what is wrong with the scene: "file:line: text".
+// Called on the scene thread with a problem of the scene: "file:line: text".
 using scene_warning = std::function<void(const std::string& text)>;
 
 class overlay_scene {
 public:
-    // The first one in a process starts Qt and waits for it, a second at most.
+    // The first one in a process starts Qt and waits up to a second for it.
     explicit overlay_scene(scene_warning warning);
     overlay_scene(const overlay_scene&) = delete;
     overlay_scene& operator=(const overlay_scene&) = delete;
-    // The scene itself goes a little later, on its own thread.
+    // The scene is destroyed later, on its thread.
     ~overlay_scene();
 
-    // Loads the scene file in place of any other; an empty name takes the scene away. One that
-    // can't be loaded shows nothing. When the file changes, or another beside it or in a folder
-    // beside it, the scene is loaded again and brought to the state that it was in.
+    // Loads the scene file, replacing any other; an empty name removes the scene. A scene that
+    // can't be loaded shows nothing. When the file, or another beside it or in a folder beside it,
+    // changes, the scene is reloaded and brought to its previous state.
     void load(const std::string& file);
 
-    // Hands "object.property:value" to the scene, after what was asked for before. It waits for the
-    // first scene; what the scene lacks is left out.
+    // Sends "object.property:value" to the scene after earlier requests. Kept until there is a
+    // scene; ignored if the scene lacks the property.
     void set_attribute(const std::string& text);
 
-    // What the scene shows now; none while there is nothing.
+    // The current picture; none if there is nothing to show.
     [[nodiscard]] std::shared_ptr<const overlay_picture> picture() const;
 
 private:

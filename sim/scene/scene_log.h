@@ -1,5 +1,5 @@
-// What is said of the overlay's scenes: in the element's own logging category, by the macro that
-// GStreamer's logging calls look for, and on standard error.
+// Logs about the overlay's scenes: in the element's logging category, through the macro that
+// GStreamer's logging calls use, and on standard error.
 #pragma once
 
 #include <gst/gst.h>
@@ -14,7 +14,7 @@ inline GstDebugCategory* scene_category() {
     return category;
 }
 
-// What a scene's script says, or does wrong. A line of its own, whatever other threads write.
+// Logs a message or error of a scene's script on a separate line.
 inline void say_of_scene(const std::string& text) {
     const std::string line = "scene: " + text + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);

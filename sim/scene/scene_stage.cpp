@@ -1,4 +1,4 @@
-// What renders scenes, and the stages that wait for the next one.
+// Renders scenes, and keeps idle stages for later scenes.
 #include "scene_stage.h"
 
 #include <QQuickItem>
@@ -9,7 +9,7 @@
 namespace sim {
 namespace {
 
-// Leaked: nothing of Qt is destroyed while the process exits.
+// Leaked: no Qt object is destroyed during exit.
 std::vector<std::unique_ptr<scene_stage>>& idle_stages() {
     static auto* const stages = new std::vector<std::unique_ptr<scene_stage>>;
     return *stages;
@@ -25,7 +25,7 @@ scene_stage::scene_stage() {
     image_.fill(Qt::transparent);
 }
 
-// Qt Quick wants the control to go before its window.
+// Qt Quick requires the control to be destroyed before its window.
 scene_stage::~scene_stage() {
     control_.reset();
 }
@@ -45,13 +45,13 @@ std::span<const std::uint32_t> scene_stage::draw() {
     return {reinterpret_cast<const std::uint32_t*>(image_.constBits()), OVERLAY_PIXELS};
 }
 
-// The first frame releases what was drawn for the items, the second the textures of pictures that
-// Qt would keep by their names for half a minute.
+// The first frame releases the items' nodes, the second the textures of pictures, which Qt would
+// otherwise cache by name for half a minute.
 void scene_stage::clear() {
     frame(false);
     window_.releaseResources();
     frame(false);
-    image_.fill(Qt::transparent); // what changes is drawn over what is there
+    image_.fill(Qt::transparent); // changes are drawn over the existing content
 }
 
 void scene_stage_release::operator()(scene_stage* stage) const noexcept {

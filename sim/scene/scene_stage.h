@@ -1,5 +1,4 @@
-// What renders scenes: a window off screen and the picture that it is drawn into. Scene thread
-// only.
+// Renders a scene: an off-screen window and the picture it is drawn into. Scene thread only.
 #pragma once
 
 #include "overlay_picture.h"
@@ -21,16 +20,16 @@ public:
     scene_stage& operator=(const scene_stage&) = delete;
     ~scene_stage();
 
-    // The parent for the scene's root.
+    // Parent for the scene's root item.
     [[nodiscard]] QQuickItem* floor() { return window_.contentItem(); }
 
-    // Says with renderRequested and sceneChanged that there is something to draw.
+    // Emits renderRequested and sceneChanged when there is something to draw.
     [[nodiscard]] QQuickRenderControl* control() { return control_.get(); }
 
-    // Draws what is on the stage; the pixels are valid until the next call.
+    // Draws the scene. The pixels are valid until the next call.
     [[nodiscard]] std::span<const std::uint32_t> draw();
 
-    // Once the scene is gone: releases what was drawn for it.
+    // Call after the scene is destroyed: releases its render resources.
     void clear();
 
 private:
@@ -41,18 +40,18 @@ private:
     QQuickWindow window_{control_.get()};
 };
 
-// Qt's render context keeps a texture of each picture until that picture goes, and loses those of
-// pictures that another scene still shows when it goes first. So stages are used again, and there
-// are never more of them than scenes lived at once.
+// Qt's render context keeps a texture for each picture until the picture is released, and loses
+// textures of pictures that another scene still shows when that context is destroyed first. So
+// stages are reused; there are never more than scenes existed at once.
 struct scene_stage_release {
     void operator()(scene_stage* stage) const noexcept;
 };
 using scene_stage_owned = std::unique_ptr<scene_stage, scene_stage_release>;
 
-// An empty stage.
+// Returns an empty stage.
 [[nodiscard]] scene_stage_owned take_scene_stage();
 
-// For the end of Qt.
+// Call at the end of Qt.
 void drop_idle_scene_stages();
 
 } // namespace sim

@@ -1,8 +1,8 @@
-// The one thread that owns Qt: it runs whatever is posted to it, in order.
+// The thread that owns Qt: runs posted tasks in order.
 //
-// The process may end by exit() at any moment while this thread is in the middle of Qt. An exit
-// handler therefore stops it first. It has to be registered after the handlers of all libraries
-// that Qt brings in, which run in reverse order: after the warm-up, and again after each load.
+// exit() may be called at any time while this thread is inside Qt. An exit handler therefore stops
+// it first. Handlers run in reverse order, so it must be registered after those of all libraries
+// that Qt loads: after the warm-up, and again after each load.
 #include "scene_thread.h"
 
 #include "scene_log.h"
@@ -27,7 +27,7 @@
 namespace sim {
 namespace {
 
-// What exit waits for at most: a scene that is just being loaded.
+// Time limit for exit to wait, for example for a scene being loaded.
 constexpr std::chrono::milliseconds EXIT_TIMEOUT{1500};
 
 struct thread_state {
@@ -49,11 +49,11 @@ thread_state& state() {
 void ring() {
     const std::uint64_t one = 1;
     if (write(state().wake_up, &one, sizeof one) < 0) {
-        // Full: the thread is awake anyway.
+        // The counter is full: the thread is awake anyway.
     }
 }
 
-// The next task; none when there is nothing to do.
+// Returns the next task, or none.
 std::function<void()> next_task() {
     const std::scoped_lock lock(state().mutex);
     if (state().tasks.empty() || state().stopping) {
@@ -72,7 +72,7 @@ bool is_stopping() {
 void run_tasks() {
     std::uint64_t count = 0;
     if (read(state().wake_up, &count, sizeof count) < 0) {
-        // Rung by nobody: nothing to do then either.
+        // Nothing to read: spurious wake-up.
     }
     while (const std::function<void()> task = next_task()) {
         task();
@@ -82,7 +82,7 @@ void run_tasks() {
     }
 }
 
-// Requests that were never run keep their scenes alive until the scenes were dropped.
+// Pending requests keep their scenes alive until the scenes are destroyed.
 void end_qt() {
     std::function<void()> at_end;
     {
@@ -96,8 +96,7 @@ void end_qt() {
     state().tasks.clear();
 }
 
-// Of console.log and the like in a scene, which its author wants to see wherever the daemon's log
-// is.
+// True for console.log and the like, which a scene's author wants to see in the daemon's log.
 bool is_of_script(const QMessageLogContext& context) {
     const std::string_view category = context.category != nullptr ? context.category : "";
     return category == "qml" || category == "js";
@@ -113,18 +112,18 @@ void log_qt_message(QtMsgType type, const QMessageLogContext& context, const QSt
                       "Qt: %s", text.toUtf8().constData());
 }
 
-// A developer's own choices stay.
+// Keeps a developer's own settings.
 void prepare_environment() {
-    // Else Qt takes GLib's default main context away from others, for seconds.
+    // Otherwise Qt takes GLib's default main context from others, for seconds.
     setenv("QT_NO_GLIB", "1", 0);
-    // Scenes recolour reticle drawings, which they read as text.
+    // Scenes read reticle drawings as text, to recolour them.
     setenv("QML_XHR_ALLOW_FILE_READ", "1", 0);
-    // Compiled scenes would be left in the user's home.
+    // Compiled scenes would be written to the user's home.
     setenv("QML_DISABLE_DISK_CACHE", "1", 0);
 }
 
 void thread_main() {
-    // As arguments, since a developer's desktop may name its own platform in the environment.
+    // As arguments: a developer's desktop may set the platform in the environment.
     static std::array<std::array<char, 10>, 3> texts{{{"scene"}, {"-platform"}, {"offscreen"}}};
     static std::array<char*, 4> arguments{texts[0].data(), texts[1].data(), texts[2].data(),
                                           nullptr};
@@ -144,13 +143,13 @@ void thread_main() {
         state().finished = true;
         state().changed.notify_all();
     }
-    // Ending the thread would destroy Qt's thread-local data while the process ends, too.
+    // Ending the thread would destroy Qt's thread-local data during exit.
     for (;;) {
         pause();
     }
 }
 
-// On the thread that called exit.
+// Runs on the thread that called exit.
 void stop_before_exit() {
     std::unique_lock lock(state().mutex);
     if (std::exchange(state().stopping, true)) {
@@ -160,9 +159,9 @@ void stop_before_exit() {
     state().changed.wait_for(lock, EXIT_TIMEOUT, [] { return state().finished; });
 }
 
-// Thread-local objects of the thread that calls exit go before any exit handler runs: this one
-// comes in time also while a scene is bringing in a library. Only the main thread's end is the
-// process's.
+// Thread-local objects of the thread that calls exit are destroyed before exit handlers run, so
+// this one is in time even while a scene is loading a library. Only for the main thread, whose end
+// is the process's.
 struct exit_guard {
     exit_guard() = default;
     exit_guard(const exit_guard&) = delete;
@@ -174,7 +173,7 @@ struct exit_guard {
     }
 };
 
-// All signals stay with the program's own threads.
+// Signals are left to the program's own threads.
 void start_without_signals() {
     sigset_t all;
     sigset_t before;

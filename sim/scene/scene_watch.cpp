@@ -1,4 +1,4 @@
-// Tells when the files of a scene changed.
+// Reports changes of a scene's files.
 #include "scene_watch.h"
 
 #include <QDir>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr int SETTLE_MS = 100;
 
-// The file itself, for where it leads as a link, and the folders beside it.
+// The file itself, in case it is a link, and the folders beside it.
 std::vector<std::filesystem::path> other_paths(const QFileInfo& file) {
     std::vector<std::filesystem::path> all{file.absoluteFilePath().toStdString()};
     for (const QFileInfo& inner :
@@ -45,8 +45,8 @@ void scene_watch::watch_folders() {
     });
 }
 
-// Folders beside the file may have come or gone. They are watched before anything is read again, so
-// that no later change is missed.
+// Folders beside the file may have come or gone. Watch them before reading anything, so that no
+// change is missed.
 void scene_watch::tell() {
     watch_folders();
     on_change_();

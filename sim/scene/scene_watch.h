@@ -1,4 +1,4 @@
-// Tells when the files of a scene changed. Scene thread only.
+// Reports changes of a scene's files. Scene thread only.
 #pragma once
 
 #include "folder_watch.h"
@@ -15,10 +15,9 @@ namespace sim {
 
 class scene_watch {
 public:
-    // Watches the folder of the scene file with the folders in it, and where the file is a link,
-    // the folder that it leads to. Any of them may be missing, or replaced by another. Told once a
-    // burst of changes is over, a tenth of a second after the last of them; what is told may
-    // destroy the watch's scene, but not the watch.
+    // Watches the scene file's folder and its subfolders, and the target's folder if the file is a
+    // link. Any of them may be missing or replaced. Reports a burst of changes once, a tenth of a
+    // second after the last. The callback may destroy the scene, but not the watch.
     scene_watch(QString file, std::function<void()> on_change);
     scene_watch(const scene_watch&) = delete;
     scene_watch& operator=(const scene_watch&) = delete;

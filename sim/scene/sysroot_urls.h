@@ -1,4 +1,4 @@
-// Lets scenes name files as they stand on the sight: below the system root of a simulated board.
+// Lets scenes use paths as on the sight, below the system root of a simulated board.
 #pragma once
 
 #include <QFile>
@@ -13,7 +13,7 @@ namespace sim {
 
 class sysroot_urls final : public QQmlAbstractUrlInterceptor {
 public:
-    // A local file that stands below the root as well is taken from there.
+    // Redirects a local file into the root if it exists there.
     QUrl intercept(const QUrl& url, DataType) override { return led_inside(url); }
 
     [[nodiscard]] QUrl led_inside(const QUrl& url) const {
@@ -26,7 +26,7 @@ private:
     const QString root_ = qEnvironmentVariable("VTRDC_SYSROOT");
 };
 
-// What a scene's scripts read (XMLHttpRequest) passes no interceptor.
+// Requests by scripts (XMLHttpRequest) bypass interceptors.
 class sysroot_files final : public QQmlNetworkAccessManagerFactory {
 public:
     explicit sysroot_files(const sysroot_urls& urls) : urls_(urls) {}

@@ -1,4 +1,4 @@
-// The sight's three buttons, by the names that persons and pages use.
+// The sight's three buttons, by the names used in commands and in the page.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 struct button_row {
     std::string_view name;
-    std::uint16_t key; // that it sends, as the kernel numbers keys
+    std::uint16_t key; // key code that it sends
 };
 
 inline constexpr button_row button_rows[] = {

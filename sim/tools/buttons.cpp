@@ -1,8 +1,8 @@
-// The simulated board's buttons: a FIFO that carries input events in place of the event device.
+// The simulated board's buttons: a FIFO with input events instead of the event device.
 //
-// press writes a press and a release. keep stays beside the daemon and holds two things open as
-// long as the daemon lives, also after it detached: the FIFO for writing, so that opening it never
-// waits, and its own standard input, on which its starter took a lock for the daemon.
+// "press" writes a press and a release. "keep" runs beside the daemon and keeps two things open
+// while the daemon lives, even after it detached: the FIFO for writing, so that opening it never
+// blocks, and its standard input, on which its parent holds a lock for the daemon.
 #include "button_rows.h"
 #include "daemon_life.h"
 #include "util/fd_owned.h"
@@ -59,7 +59,7 @@ int write_press(const char* fifo, std::uint16_t key) {
         return fail_press(fifo);
     }
     const auto events = press_events(key);
-    // Less than PIPE_BUF, so the kernel takes all or nothing.
+    // Less than PIPE_BUF, so write() is all or nothing.
     const bool written = write(buttons.get(), events.data(), sizeof events) == sizeof events;
     return written ? EXIT_SUCCESS : fail_press(fifo);
 }
@@ -74,20 +74,20 @@ int press(std::string_view name, const char* fifo) {
     return 2;
 }
 
-// A real event device that somebody put in the FIFO's place needs nobody to hold it.
+// A real event device in place of the FIFO need not be kept open.
 bool hold_open(const char* fifo) {
     struct stat status {};
     if (stat(fifo, &status) != 0 || !S_ISFIFO(status.st_mode)) {
         return true;
     }
-    // Read and write: opening one direction alone would wait for the other.
+    // Read and write: opening only one direction would block.
     return open(fifo, O_RDWR | O_CLOEXEC) >= 0;
 }
 
-// What it holds open it leaves to its end to close.
+// Descriptors stay open until the process ends.
 int keep(const char* fifo, const daemon_marks& marks, pid_t starter) {
     close_range(STDERR_FILENO + 1, ~0U, 0);
-    // A second descriptor of the input, since the standard streams are let go of.
+    // Duplicates the input, since the standard streams are closed.
     if (!hold_open(fifo) || fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) < 0) {
         std::fprintf(stderr, "keep: %s: %s\n", fifo, std::strerror(errno));
         return EXIT_FAILURE;

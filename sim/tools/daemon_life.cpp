@@ -1,4 +1,4 @@
-// How long a board's daemon lives, for helper programs that stay beside it.
+// Tracks the lifetime of a board's daemon, for helper programs.
 #include "daemon_life.h"
 
 #include "util/fd_owned.h"
@@ -34,7 +34,7 @@ bool is_daemon(const fs::path& process, const daemon_marks& marks) {
            has_environment(process, marks.environment);
 }
 
-// Processes of the daemon that this look at the process table comes across.
+// Returns the daemon's processes found by one pass over the process table.
 std::vector<pid_t> look_for_daemons(const daemon_marks& marks) {
     std::vector<pid_t> found;
     for (const fs::directory_entry& entry : fs::directory_iterator{"/proc"}) {
@@ -51,23 +51,23 @@ void wait_for_end(const std::vector<pid_t>& processes) {
     std::vector<fd_owned> handles;
     std::vector<pollfd> polled;
     for (const pid_t pid : processes) {
-        // By number, since the C library has no name for it yet.
+        // The C library has no function for it yet.
         fd_owned handle(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
         if (handle) {
             polled.push_back({handle.get(), POLLIN, 0});
             handles.push_back(std::move(handle));
         } else if (errno != ESRCH) {
-            std::_Exit(EXIT_FAILURE); // there is no waiting, so looking again would never stop
+            std::_Exit(EXIT_FAILURE); // can't wait, and polling would never stop
         }
     }
-    // Where one is missing, it has ended already.
+    // A missing one has ended already.
     if (polled.size() == processes.size()) {
         poll(polled.data(), polled.size(), -1);
     }
 }
 
-// Goes on in a child. The parent ends with the status of the program that it started, or at once
-// when the child is the one to stay.
+// Continues in a child. The parent exits with the status of its program, or at once if the child
+// stays.
 void fork_away(bool child_stays) {
     const pid_t child = fork();
     if (child == 0) {
@@ -80,7 +80,7 @@ void fork_away(bool child_stays) {
     std::_Exit(status == 0 ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-// Neither a terminal nor a pipe whose other end waits for the last writer.
+// Releases the terminal, and pipes whose reader waits for the last writer.
 void let_go_of_standard_streams() {
     const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
@@ -105,9 +105,9 @@ std::optional<pid_t> parse_pid(std::string_view text) {
     return whole ? std::optional{pid} : std::nullopt;
 }
 
-// One that forks lives on until its child exists, yet when process ids start over the child can
-// stand in a part of the table that was passed already. A daemon that detaches forks twice, so
-// three looks can't all miss it.
+// A process that forks exists until its child does; but when process ids wrap around, the child may
+// appear in a part of the table already passed. A daemon that detaches forks twice, so three passes
+// can't all miss it.
 std::vector<pid_t> find_daemons(const daemon_marks& marks) {
     constexpr int LOOKS = 3;
     std::vector<pid_t> found;
@@ -118,7 +118,7 @@ std::vector<pid_t> find_daemons(const daemon_marks& marks) {
 }
 
 void wait_for_daemon_end(const daemon_marks& marks, pid_t starter) {
-    // Until the starter has become the daemon it doesn't look like one.
+    // Until exec, the starter doesn't look like the daemon.
     wait_for_end({starter});
     for (std::vector<pid_t> daemons = find_daemons(marks); !daemons.empty();
          daemons = find_daemons(marks)) {

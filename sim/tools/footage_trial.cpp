@@ -1,4 +1,4 @@
-// Tries whether the simulated camera can be shown a video: decodes its first picture.
+// Checks whether the simulated camera can play a video: decodes its first picture.
 #include "util/gst_owned.h"
 
 #include <cstdio>
@@ -7,10 +7,10 @@
 
 namespace {
 
-// A picture that takes longer is none to watch.
+// Time limit for the first picture.
 constexpr GstClockTime PATIENCE = 20 * GST_SECOND;
 
-// Waits for the first picture; why there is none, or empty when it has come.
+// Waits for the first picture. Returns the error, or an empty text.
 std::string why_not(GstElement* player) {
     gst_element_set_state(player, GST_STATE_PAUSED);
     const gst_owned<GstBus> bus(gst_element_get_bus(player));

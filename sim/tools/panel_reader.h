@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <span>
 
-// Fills the pixels, sim::PANEL_BYTES of them, with the whole picture, never with one that is half
-// rewritten: the writer locks the file for each frame. False when the file can't be read or is
-// shorter; the pixels then mean nothing.
+// Reads the whole picture, sim::PANEL_BYTES, never a half-written one: the writer locks the file
+// for each frame. Returns false, with undefined pixels, if the file can't be read or is too short.
 [[nodiscard]] bool read_panel(const char* path, std::span<std::uint8_t> pixels);

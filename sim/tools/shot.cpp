@@ -1,4 +1,4 @@
-// Takes a picture of the simulated panel: its framebuffer file as PNG.
+// Saves the simulated panel's picture, a framebuffer file, as PNG.
 #include "panel_reader.h"
 
 #include <QFile>
@@ -17,7 +17,7 @@ int main(int argc, char* argv[]) {
         return 1;
     }
     const QImage image{pixels.data(), sim::PANEL_WIDTH, sim::PANEL_HEIGHT, QImage::Format_RGB32};
-    // Always PNG, whatever the name ends in.
+    // Always PNG, whatever the file name's extension.
     if (!image.save(QFile::decodeName(argv[2]), "PNG")) {
         std::fprintf(stderr, "shot: can't write %s\n", argv[2]);
         return 1;

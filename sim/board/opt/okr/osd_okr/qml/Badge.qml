@@ -1,4 +1,4 @@
-// A group at the picture's rim, on a veil that keeps it readable on hot ground.
+// A group at the picture's edge, on a veil that keeps it readable on hot ground.
 import QtQuick
 
 Rectangle {

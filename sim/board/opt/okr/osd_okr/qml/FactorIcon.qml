@@ -1,4 +1,4 @@
-// A magnification: its symbol and the factor 1, 2 or 4 as the steps 0, 1 and 2.
+// A magnification: symbol and factor; steps 0, 1 and 2 are the factors 1, 2 and 4.
 import QtQuick
 
 Badge {

@@ -1,4 +1,4 @@
-// A status symbol of the rim, drawn at its full sharpness.
+// A status symbol at the edge, drawn at full sharpness.
 import QtQuick
 
 Image {

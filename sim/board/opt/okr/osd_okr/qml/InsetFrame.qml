@@ -1,4 +1,4 @@
-// The frame of the magnified inset that the thermal core lays into the picture, with a mark on its aim point.
+// The frame of the thermal core's magnified inset, with a mark on its aim point.
 import QtQuick
 
 Item {
@@ -10,7 +10,8 @@ Item {
     property real markOffsetX: 0
     property real markOffsetY: 0
 
-    // The core's inset is 256 x 192 thermal pixels, 16 below the upper edge; 1.6 display pixels to each.
+    // The core's inset is 256 x 192 thermal pixels, 16 below the upper edge; a thermal pixel is 1.6
+    // display pixels.
     x: (1024 - width) / 2
     y: 16 * 1.6
     width: 256 * 1.6

@@ -1,4 +1,4 @@
-// The scale of the leveler; it carries no pointer and no angle as long as no tilt is known.
+// The scale of the leveler, without pointer and angle while no tilt is known.
 import QtQuick
 
 Rectangle {

@@ -1,4 +1,4 @@
-// The panel's brightness: a sun and a bar for each of the levels 1 to 4.
+// The panel's luminance: a sun, and a bar for each of the levels 1 to 4.
 import QtQuick
 
 Badge {

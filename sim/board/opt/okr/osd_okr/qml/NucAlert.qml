@@ -1,4 +1,4 @@
-// Tells for about a second that the shutter closes for a correction of the picture.
+// Shows for about a second that the shutter closes for a correction.
 import QtQuick
 
 Badge {

@@ -5,7 +5,8 @@ Rectangle {
     property real centerX
     property real centerY
 
-    // Its edges lie on whole pixels: it is as many pixels wide, even or odd, as bring its centre nearest to the point.
+    // Edges lie on whole pixels: its width, even or odd, puts the centre as near to the point as
+    // possible.
     function span(center) {
         return Math.round(2 * center) % 2 === 0 ? 10 : 9
     }

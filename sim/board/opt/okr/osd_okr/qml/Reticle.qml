@@ -1,4 +1,4 @@
-// A reticle drawing, read from an SVG file and drawn in the chosen colour and size.
+// A reticle drawing from an SVG file, in the chosen colour and size.
 import QtQuick
 
 Item {
@@ -11,13 +11,13 @@ Item {
     property real drawnWidth: 370
     property real drawnHeight: 370
 
-    // The colour that the drawings use for every stroke and fill.
+    // The colour of all strokes and fills in the drawings.
     readonly property string placeholder: "#000000"
     property string drawing
     property Image shown: first
     property Image next: second
 
-    // The scene stands in /opt/okr/osd_okr/qml: its neighbours are found from there wherever that tree stands.
+    // Finds files relative to the scene's place in /opt/okr/osd_okr/qml, wherever that tree is.
     function fileUrl(path) {
         return path.startsWith("/opt/okr/") ? Qt.resolvedUrl("../../" + path.slice("/opt/okr/".length))
                                             : "file://" + path
@@ -37,8 +37,8 @@ Item {
         request.send()
     }
 
-    // The drawing in its colour over a slightly wider copy that contrasts with it: a black reticle is
-    // seen in the dark, a white one on snow.
+    // The drawing over a slightly wider copy in a contrasting colour: keeps black reticles visible
+    // in the dark and white ones on snow.
     function outlined() {
         const bright = 0.299 * tint.r + 0.587 * tint.g + 0.114 * tint.b > 0.5
         const contrast = bright ? "#000000" : "#ffffff"
@@ -53,7 +53,8 @@ Item {
             + shapes.split(placeholder).join(tint) + "</svg>"
     }
 
-    // A picture takes a moment to draw: the one shown stays in place until the next is ready, so nothing blinks.
+    // Drawing takes a moment: the old picture stays until the new one is ready, so nothing
+    // flickers.
     function redraw() {
         next.source = ""
         if (drawing === "") {

@@ -8,7 +8,7 @@ Item {
 
     readonly property int rim: 20
 
-    // Updates arrive as JSON objects; a text that is none tells nothing new.
+    // Updates are JSON objects; other texts are ignored.
     function parsed(text) {
         try {
             const update = JSON.parse(text)
@@ -18,7 +18,7 @@ Item {
         }
     }
 
-    // The number that an update carries, as a number or as a text; the value so far if it carries none.
+    // The number in an update, as number or text; the current value without one.
     function numberOr(value, current) {
         const given = typeof value === "number" || (typeof value === "string" && value.trim() !== "")
         return given && isFinite(value) ? Number(value) : current
@@ -68,7 +68,8 @@ Item {
                 nucAlert.flash()
                 break
             }
-            // An alert is an event, not a state: emptied, the property notices the same text next time.
+            // An alert is an event, not a state: clear the property so that it notices the same
+            // text again.
             offMenuParams = ""
         }
     }
