@@ -1,17 +1,17 @@
-# Compiler flags that every target of the project shares; link with vtrdc_flags.
+# Compiler flags shared by all targets; link with vtrdc_flags.
 add_library(vtrdc_flags INTERFACE)
 target_compile_options(vtrdc_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2
-  # GStreamer's macros do that, and only Clang warns of what a library's macro does.
+  # GStreamer's macros do that; only clang warns about macros of a library.
   $<$<CXX_COMPILER_ID:Clang>:-Wno-deprecated-enum-enum-conversion>
   $<$<BOOL:${VTRDC_WERROR}>:-Werror>)
-# 64-bit file sizes also where the board's C library has narrower defaults.
+# 64-bit file sizes even where the board's C library defaults to less.
 target_compile_definitions(vtrdc_flags INTERFACE _FILE_OFFSET_BITS=64)
 target_include_directories(vtrdc_flags INTERFACE "${PROJECT_SOURCE_DIR}/src")
 
 if(VTRDC_SANITIZE)
-  # Optimising well what is instrumented takes the compiler three times as long, and finds nothing more.
-  # Of debug information, reports need the lines.
+  # Optimising instrumented code takes the compiler three times as long and finds nothing more.
+  # Reports need only line numbers of the debug information.
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                       -fno-omit-frame-pointer -O1 -g1
                       # Instrumented library code (std::regex) looks uninitialised to the compiler.
@@ -19,7 +19,7 @@ if(VTRDC_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
-# For what of ours has threads: the stand-ins.
+# For our code with threads: the stand-ins.
 if(VTRDC_SANITIZE_THREADS)
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
   add_link_options(-fsanitize=thread)
@@ -30,15 +30,15 @@ if(VTRDC_COVERAGE)
   add_link_options(--coverage)
 endif()
 
-# For a folder of what needn't be fast: header libraries that are instrumented take the compiler minutes.
+# For folders where speed doesn't matter: optimising instrumented header libraries takes minutes.
 macro(vtrdc_leave_sanitized_unoptimised)
   if(VTRDC_SANITIZE)
     add_compile_options(-O0)
   endif()
 endmacro()
 
-# For a folder whose headers take the compiler longer than its own code: several of its files are compiled
-# as one, so that what they keep to themselves has to have different names.
+# For folders whose headers compile longer than their code: compiles several files as one, so their
+# local names must differ.
 macro(vtrdc_compile_together)
   set(CMAKE_UNITY_BUILD "${VTRDC_COMPILE_TOGETHER}")
   set(CMAKE_UNITY_BUILD_BATCH_SIZE 5)

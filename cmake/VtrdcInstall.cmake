@@ -1,22 +1,22 @@
-# What is installed where: component "daemon" for the sight, "simulated-board" for a PC.
+# Installation: component "daemon" for the sight, "simulated-board" for a PC.
 include(GNUInstallDirs)
 
-# Distributions differ in this one; a relative folder is below the prefix.
+# Distributions differ in this folder; a relative one is below the prefix.
 set(VTRDC_SYSTEMD_UNIT_DIR "lib/systemd/system" CACHE STRING "Folder of systemd's units")
 set(VTRDC_PYTHON_DIR "lib/python3/dist-packages" CACHE STRING "Folder of Python's modules")
 
 set(vtrdc_packaging "${PROJECT_SOURCE_DIR}/packaging")
-# Programs that only the units run.
+# Programs that only units run.
 set(vtrdc_libexec "${CMAKE_INSTALL_FULL_LIBEXECDIR}/vtrdc")
 
-# The daemon, its client, what recovers recordings, and what an init system and an administrator need.
+# Daemon, client, recovery tool, and files for the init system and the administrator.
 set(vtrdc_units vtrdc.service vtrdc-settings.path vtrdc-settings.timer
   vtrdc-settings@.service)
 foreach(file IN LISTS vtrdc_units ITEMS vtrdc-recover.service vtrdc.tmpfiles)
   configure_file("${vtrdc_packaging}/systemd/${file}.in" "packaging/${file}" @ONLY)
 endforeach()
 
-# What the daemon writes, as the program that keeps a copy of its settings knows it.
+# The settings file's format, for the program that keeps a copy of it.
 set(vtrdc_settings_list "${PROJECT_SOURCE_DIR}/src/config/settings_list.inc")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${vtrdc_settings_list}")
 file(READ "${vtrdc_settings_list}" vtrdc_rows)
@@ -48,7 +48,7 @@ install(FILES "${vtrdc_packaging}/man/vtrdc.8"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man8" COMPONENT daemon)
 install(FILES "${vtrdc_packaging}/bash-completion/vtrdcctl" "${vtrdc_packaging}/bash-completion/vtrdc-recover"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT daemon)
-# Twice: one for people, and one that becomes the sight's own at first, where documentation is left out.
+# Installed twice: as documentation, and as the initial settings where documentation is left out.
 install(FILES "${vtrdc_packaging}/vtrdc.conf.example"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" RENAME vtrdc.conf COMPONENT daemon)
 install(FILES "${vtrdc_packaging}/vtrdc.conf.example"
@@ -68,7 +68,7 @@ if(NOT VTRDC_BUILD_SIM)
   return()
 endif()
 
-# The simulated board, in the shape of a source tree and its build, which scripts/sim finds its way in.
+# The simulated board, laid out like a source tree with a build, as scripts/sim expects.
 set(vtrdc_sim_lib "${CMAKE_INSTALL_FULL_LIBDIR}/vtrdc-sim")
 set(vtrdc_sim_share "${CMAKE_INSTALL_FULL_DATADIR}/vtrdc-sim")
 configure_file("${vtrdc_packaging}/sim/vtrdc-sim.in" packaging/vtrdc-sim @ONLY)
@@ -91,12 +91,12 @@ install(TARGETS gstvtrdcsim gstalsa
   DESTINATION "${vtrdc_sim_lib}/sim/plugins" COMPONENT simulated-board)
 install(TARGETS vtrdc-sim-buttons vtrdc-sim-footage-trial vtrdc-sim-shot
   DESTINATION "${vtrdc_sim_lib}/sim/tools" COMPONENT simulated-board)
-# Where a build has its daemon.
+# The daemon's place in a build.
 file(CREATE_LINK "${CMAKE_INSTALL_FULL_SBINDIR}/vtrdc" "${PROJECT_BINARY_DIR}/packaging/vtrdc" SYMBOLIC)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/vtrdc"
   DESTINATION "${vtrdc_sim_lib}" COMPONENT simulated-board)
 
-# The control page and its server; no target where its libraries are not.
+# The control page and its server; the target is missing without its libraries.
 if(TARGET vtrdc-web)
   install(TARGETS vtrdc-web
     DESTINATION "${vtrdc_sim_lib}/web" COMPONENT simulated-board)

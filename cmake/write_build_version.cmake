@@ -1,5 +1,6 @@
-# Writes OUTPUT, the texts of util/build_version.h, when they have changed. The sources in SOURCE of
-# VERSION are described by git or, in a copy outside of it, by a file build-version.
+# Writes OUTPUT, the texts of util/build_version.h, if they have changed. The build is git's
+# description of SOURCE or, in a copy outside of a repository, the contents of its file
+# build-version.
 set(build "${VERSION}")
 if(EXISTS "${SOURCE}/build-version")
   file(STRINGS "${SOURCE}/build-version" build LIMIT_COUNT 1)

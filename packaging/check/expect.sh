@@ -1,10 +1,11 @@
-# How the package check speaks; sourced by its parts, after lib.sh.
+# Runs the steps of the package check; sourced by its parts after lib.sh.
 # shellcheck shell=bash
 
-# Where the output of a step stands until the next one; the script that sources this sets it.
+# Output of the current step; set by the script that sources this.
 check_log=${check_log:-/dev/null}
 
-# Runs a step: SENTENCE COMMAND... The sentence says what is expected, and is what fails loudly.
+# Runs a step: SENTENCE COMMAND... Prints the sentence, which says what is expected, and the output
+# on failure.
 expect() {
     local sentence=$1
     shift

@@ -1,7 +1,7 @@
 # Cross-building for 32-bit Arm with hardware floating point, as on the board.
 #
-# VTRDC_ARMHF_ROOT names the folder that holds the board's libraries and headers as they stand under
-# its root, by default the environment variable of that name. scripts/build --armhf makes one from
+# VTRDC_ARMHF_ROOT, a variable here or in the environment, names the folder with the board's
+# libraries and headers, laid out like the board's root. scripts/build --armhf makes one from
 # Debian's packages.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
@@ -12,7 +12,7 @@ set(VTRDC_ARMHF_ROOT "$ENV{VTRDC_ARMHF_ROOT}" CACHE PATH "Root folder of the boa
 if(NOT IS_DIRECTORY "${VTRDC_ARMHF_ROOT}/usr")
   message(FATAL_ERROR "VTRDC_ARMHF_ROOT names no root folder: \"${VTRDC_ARMHF_ROOT}\"")
 endif()
-# CMake's own trial builds read this file, too, and know no variables but those.
+# CMake's trial builds read this file too, but only with these variables.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VTRDC_ARMHF_ROOT)
 set(CMAKE_SYSROOT "${VTRDC_ARMHF_ROOT}")
 
@@ -29,9 +29,9 @@ unset(ENV{PKG_CONFIG_PATH})
 # Qt's code generators run on this machine.
 set(QT_HOST_PATH /usr CACHE PATH "Qt of this machine")
 
-# How tests run on this machine. Named here, so that the kernel need not be told how to start a foreign
-# program. GStreamer's scanner would be such a program, started by another. The emulator looks for
-# files under the board's root first, but not for all system calls: hence the plug-ins' folders.
+# How to run tests on this machine. An explicit emulator needs no registration in the kernel, but
+# GStreamer's scanner can't be started through it. The emulator redirects files into the board's
+# root, but not for all system calls; therefore the plug-ins' folders are set.
 find_program(VTRDC_QEMU_ARM qemu-arm-static)
 if(VTRDC_QEMU_ARM)
   set(vtrdc_board_libraries "${CMAKE_SYSROOT}/usr/lib/arm-linux-gnueabihf")

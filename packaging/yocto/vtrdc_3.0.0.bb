@@ -8,7 +8,7 @@ DEPENDS = "gstreamer1.0 gstreamer1.0-plugins-base hiredis cli11 nlohmann-json"
 
 inherit cmake pkgconfig systemd useradd externalsrc
 
-# The source tree that this recipe stands in; another one: EXTERNALSRC:pn-vtrdc = "/folder".
+# The source tree that contains this recipe; override it with EXTERNALSRC:pn-vtrdc = "/folder".
 EXTERNALSRC ?= "${@os.path.realpath(os.path.join(d.getVar('THISDIR'), '..', '..'))}"
 
 EXTRA_OECMAKE = " \
@@ -20,7 +20,7 @@ EXTRA_OECMAKE = " \
 
 SYSTEMD_SERVICE:${PN} = "vtrdc.service vtrdc-recover.service"
 
-# Whose members may use the command socket.
+# Group whose members can use the command socket.
 USERADD_PACKAGES = "${PN}"
 GROUPADD_PARAM:${PN} = "-r vtrdc"
 
@@ -29,9 +29,9 @@ FILES:${PN}-bash-completion = "${datadir}/bash-completion"
 FILES:${PN} += "${nonarch_libdir}/tmpfiles.d ${nonarch_libdir}/sysusers.d ${datadir}/vtrdc ${libexecdir}/vtrdc \
     ${systemd_system_unitdir}"
 
-# Loaded at run time: elements that the pipes use, beside the board's own, and the sound mixer's tool. What
-# makes pictures from hardware, scene and thermal core come with the board's layer. The unit and what keeps its
-# settings run the last two.
+# Loaded at run time: the pipes' elements, except the board's own, and the sound mixer's tool.
+# Elements for the hardware, the scene and the thermal core's tool come with the board's layer. The
+# units need the last two.
 RDEPENDS:${PN} += " \
     alsa-utils-amixer \
     gstreamer1.0-plugins-base-alsa \
