@@ -81,5 +81,5 @@ static gboolean plugin_init(GstPlugin* plugin) {
 
 #define PACKAGE "vtrdc"
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, vtrdcbench,
-                  "When pictures reach the sight's panel", plugin_init, "3.0.0", "Proprietary",
-                  "vtrdc", "https://localhost/")
+                  "When pictures reach the sight's panel", plugin_init, VTRDC_VERSION,
+                  "Proprietary", "vtrdc", "https://localhost/")

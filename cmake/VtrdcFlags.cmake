@@ -19,6 +19,10 @@ if(VTRDC_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+# The project's version as a text, VTRDC_VERSION, for the few sources that need it at compile time.
+add_library(vtrdc_version INTERFACE)
+target_compile_definitions(vtrdc_version INTERFACE VTRDC_VERSION="${PROJECT_VERSION}")
+
 # For our code with threads: the stand-ins.
 if(VTRDC_SANITIZE_THREADS)
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)

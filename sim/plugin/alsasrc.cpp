@@ -200,4 +200,4 @@ static void sim_alsasrc_class_init(SimMicrophoneClass* klass) {
 
 #define PACKAGE "vtrdc"
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, alsa, "Stand-in for the sight's microphone",
-                  plugin_init, "3.0.0", "Proprietary", "vtrdc", "https://localhost/")
+                  plugin_init, VTRDC_VERSION, "Proprietary", "vtrdc", "https://localhost/")

@@ -38,5 +38,5 @@ gboolean plugin_init(GstPlugin* plugin) {
 
 #define PACKAGE "vtrdc"
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, vtrdcsim,
-                  "Stand-ins for the sight's video hardware", plugin_init, "3.0.0", "Proprietary",
-                  "vtrdc", "https://localhost/")
+                  "Stand-ins for the sight's video hardware", plugin_init, VTRDC_VERSION,
+                  "Proprietary", "vtrdc", "https://localhost/")

@@ -10,7 +10,8 @@
 #include <getopt.h>
 
 #define VTRDC_VERSION_BANNER                                                                       \
-    "ver:3.0.0(Lumen demo), date:2024-09-27 09:30:56, git:7116803, type:release, build:dirty"
+    "ver:" VTRDC_VERSION                                                                           \
+    "(Lumen demo), date:2024-09-27 09:30:56, git:7116803, type:release, build:dirty"
 
 const char* const version_banner = VTRDC_VERSION_BANNER;
 

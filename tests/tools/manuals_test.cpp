@@ -1,4 +1,4 @@
-// The manuals and the example of the settings, against the programs themselves.
+// Checks the manuals, the settings' example and the packages' version against the programs.
 #include "config/cfg.h"
 #include "support/process.h"
 #include "support/rows.h"
@@ -11,6 +11,7 @@
 
 using testing::HasSubstr;
 using testing::SizeIs;
+using testing::StartsWith;
 
 namespace {
 
@@ -60,7 +61,7 @@ lines default_lines() {
     return lines_where(cfg_serialize_global_config().get(), [](const auto&) { return true; });
 }
 
-TEST(ManualsTest, SettingsAreTheDaemons) {
+TEST(ManualsTest, SettingsMatchTheDaemons) {
     lines headings;
     const lines defaults = default_lines();
     ASSERT_THAT(defaults, SizeIs(parse_table_size));
@@ -71,15 +72,17 @@ TEST(ManualsTest, SettingsAreTheDaemons) {
         headings.push_back(".BR " + key + " \" (" + std::visit(named, parse_table.at(i).field) +
                            ", " + escaped(value) + ")\"");
     }
-    EXPECT_EQ(rows_apart_in_order(
-                  headings, lines_where(read_text(VTRDC_MANUALS "/vtrdc.conf.5"), is_heading)),
-              "");
+    EXPECT_EQ(
+        rows_apart_in_order(
+            headings, lines_where(read_text(VTRDC_PACKAGING "/man/vtrdc.conf.5"), is_heading)),
+        "");
 }
 
 TEST(ManualsTest, ExampleHasEverySettingAtItsDefault) {
-    EXPECT_EQ(
-        rows_apart_in_order(default_lines(), lines_where(read_text(VTRDC_EXAMPLE), is_no_comment)),
-        "");
+    EXPECT_EQ(rows_apart_in_order(
+                  default_lines(),
+                  lines_where(read_text(VTRDC_PACKAGING "/vtrdc.conf.example"), is_no_comment)),
+              "");
 }
 
 // Heading and first words of each option's entry, from its line of the help.
@@ -97,8 +100,8 @@ lines option_entries(const std::string& help) {
     return entries;
 }
 
-TEST(ManualsTest, OptionsAreThoseOfTheHelp) {
-    std::string manual = read_text(VTRDC_MANUALS "/vtrdc.8");
+TEST(ManualsTest, OptionsMatchTheHelp) {
+    std::string manual = read_text(VTRDC_PACKAGING "/man/vtrdc.8");
     const std::regex entry{R"(\.TP\n(\.BR \\-\w ", ".*\n.*)\n)"};
     lines described;
     for (std::sregex_iterator found{manual.begin(), manual.end(), entry}, end; found != end;
@@ -112,7 +115,7 @@ TEST(ManualsTest, OptionsAreThoseOfTheHelp) {
 
 TEST(ManualsTest, RecoveryToolsManualHasTheOptionsOfItsHelp) {
     const std::regex row{R"(  (-\w),(--\S+) +(\S.*))"};
-    const std::string manual = read_text(VTRDC_MANUALS "/vtrdc-recover.1");
+    const std::string manual = read_text(VTRDC_PACKAGING "/man/vtrdc-recover.1");
     int options = 0;
     for (const std::string& line :
          lines_where(run({VTRDC_RECOVER, "--help"}).output, [](const auto&) { return true; })) {
@@ -125,6 +128,18 @@ TEST(ManualsTest, RecoveryToolsManualHasTheOptionsOfItsHelp) {
         }
     }
     EXPECT_EQ(options, 3);
+}
+
+// CMakeLists.txt has the version; these can't be derived from it.
+TEST(ManualsTest, PackagingHasTheProjectsVersion) {
+    namespace fs = std::filesystem;
+    EXPECT_THAT(read_text(VTRDC_PACKAGING "/debian/changelog"),
+                StartsWith("vtrdc (" VTRDC_VERSION ")"));
+    EXPECT_TRUE(fs::exists(VTRDC_PACKAGING "/yocto/vtrdc_" VTRDC_VERSION ".bb"));
+    for (const auto& manual : fs::directory_iterator{VTRDC_PACKAGING "/man"}) {
+        EXPECT_THAT(read_text(manual.path()), HasSubstr("\"vtrdc " VTRDC_VERSION "\""))
+            << manual.path();
+    }
 }
 
 } // namespace
