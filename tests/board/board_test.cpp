@@ -48,7 +48,7 @@ TEST(BoardFolder, PathThatIsTooLongForTheSocketIsRefused) {
     EXPECT_FALSE(fs::exists("/tmp/" + std::string(100, 'x')));
 }
 
-TEST(BoardFolder, CablesAndBadWords) {
+TEST(BoardFolder, CablesAndInvalidArguments) {
     const board board;
     const fs::path own = board.at("/own.avi");
     std::ofstream{own} << "own footage";
@@ -83,7 +83,7 @@ TEST(BoardFolder, CablesAndBadWords) {
     EXPECT_EQ(board.sim({"press", "zoom"}), 1); // no daemon runs
 }
 
-TEST(BoardInBackground, StartsSaysWhatItDoesAndStops) {
+TEST(BoardInBackground, StartsReportsStatusAndStops) {
     const board board;
     const std::string shot = board.at("/tmp/shot.png");
     EXPECT_EQ(board.sim({"status"}), 1);
@@ -119,12 +119,12 @@ TEST(BoardInBackground, StartsSaysWhatItDoesAndStops) {
               std::string::npos);
 }
 
-TEST(BoardInBackground, StartThatFailsSaysWhy) {
+TEST(BoardInBackground, FailedStartReportsWhy) {
     const board board{"socket_file=/nowhere/vtrdc.socket\n"};
     EXPECT_EQ(board.sim({"start", "--no-build", "--headless"}), 1);
 }
 
-TEST(BoardFolder, FootageIsShownAndOnesOwnKept) {
+TEST(BoardFolder, FootageIsShownAndTheUsersFootageKept) {
     const board board;
     const fs::path camera = board.at("/dev/video0");
     const fs::path picture = board.at("/etc/no-video-input.png");
@@ -231,7 +231,7 @@ TEST(BoardFolder, SceneThatCannotBeReplacedLeavesNothingBehind) {
     EXPECT_EQ(std::distance(fs::directory_iterator{board.at("/opt/scenes")}, {}), 1);
 }
 
-TEST(ThermalCoreTool, KeepsStateAndWritesDownEachCall) {
+TEST(ThermalCoreTool, KeepsStateAndLogsEachCall) {
     const board board;
     EXPECT_EQ(vtrcore(board, "zoom 2"), 0);
     EXPECT_EQ(vtrcore(board, "pip 4"), 0);

@@ -49,7 +49,7 @@ protected:
     temp_folder folder_;
 };
 
-TEST_F(FrontDoorTest, SetupInstallsJustWhatIsMissing) {
+TEST_F(FrontDoorTest, SetupInstallsOnlyWhatIsMissing) {
     stand_in("apt-get", "");
     stand_in("systemctl", "");
     stand_in("sudo", "exec \"$@\"");
@@ -101,7 +101,7 @@ TEST_F(FrontDoorTest, BuildFailsWithItsTools) {
     EXPECT_EQ(open_door("scripts/build", {"--nonsense"}).status, 2);
 }
 
-TEST_F(FrontDoorTest, ArmRootIsMadeOnceAndHalfOfOneAnew) {
+TEST_F(FrontDoorTest, ArmRootIsMadeOnceAndRemadeIfIncomplete) {
     stand_in("sudo", "exec \"$@\"");
     stand_in("chroot", "");
     stand_in("apt-config", "");
@@ -192,7 +192,7 @@ TEST_F(SimDoorTest, BecomesTheDaemonWithTheBoardsEnvironment) {
     EXPECT_THAT(become_daemon({"GST_PLUGIN_PATH="}).output, HasSubstr("plugins []\n"));
 }
 
-TEST_F(SimDoorTest, ElementsOfAFolderTakeTheStandInsPlace) {
+TEST_F(SimDoorTest, ElementsOfAFolderReplaceStandIns) {
     fs::create_directories(at("own"));
     fs::copy_file(VTRDC_BINARY_DIR "/sim/plugins/libgstalsa.so", at("own/libgstalsa.so"));
     const auto become_with = [this](const std::string& folder) {
@@ -208,7 +208,7 @@ TEST_F(SimDoorTest, ElementsOfAFolderTakeTheStandInsPlace) {
 }
 
 // With the same registry: it sees that the list of those that give way changed.
-TEST_F(SimDoorTest, StandInsGiveWayToOthersOfTheirNames) {
+TEST_F(SimDoorTest, StandInsYieldToElementsOfTheSameName) {
     const auto is_there = [this](const std::string& element, const std::string& replaced) {
         return run({"/usr/bin/gst-inspect-1.0", "--exists", element},
                    {"GST_PLUGIN_PATH=" VTRDC_BINARY_DIR "/sim/plugins",
@@ -221,7 +221,7 @@ TEST_F(SimDoorTest, StandInsGiveWayToOthersOfTheirNames) {
     }
 }
 
-TEST_F(SimDoorTest, SaysWhenThereIsNoBuild) {
+TEST_F(SimDoorTest, ReportsAMissingBuild) {
     fs::remove_all(at("build"));
     const outcome daemon = become_daemon({});
     EXPECT_EQ(daemon.status, 1);
@@ -231,7 +231,7 @@ TEST_F(SimDoorTest, SaysWhenThereIsNoBuild) {
     EXPECT_THAT(press.output, HasSubstr("build first"));
 }
 
-TEST_F(SimDoorTest, InstalledItBuildsNothingAndHasItsOwnName) {
+TEST_F(SimDoorTest, WhenInstalledBuildsNothingAndHasItsOwnName) {
     const std::vector<std::string> installed{"VTRDC_FRONT_DOOR=board-tool",
                                              "VTRDC_SIM_BOARD=" + at("b")};
     stand_in("cmake", "");
@@ -250,7 +250,7 @@ TEST_F(SimDoorTest, InstalledItBuildsNothingAndHasItsOwnName) {
     EXPECT_EQ(open_door("scripts/sim", {"--version"}, installed).output, "board-tool 4.5.6\n");
 }
 
-TEST_F(SimDoorTest, StartsThePageBesideTheDaemonWhoseWordsItKeeps) {
+TEST_F(SimDoorTest, StartsThePageAndLogsTheDaemonsOutput) {
     serve_page_with("echo http://127.0.0.1:9000/");
     folder_.write("b/var/log/vtrdc.log", "of the day before\n");
     const outcome daemon = become_daemon_beside_page("tools " + at("b/usr/bin") + "\n");
@@ -268,7 +268,7 @@ TEST_F(SimDoorTest, StartsThePageBesideTheDaemonWhoseWordsItKeeps) {
     EXPECT_THAT(calls(), EndsWith("--port 9001 -- --no-build --headless --\n"));
 }
 
-TEST_F(SimDoorTest, GoesOnWithoutAPageThatCannotBeServed) {
+TEST_F(SimDoorTest, ContinuesWhenThePageCannotBeServed) {
     serve_page_with("echo 'that port is taken' >&2\nexit 1");
     const outcome daemon = become_daemon_beside_page("tools " + at("b/usr/bin") + "\n");
     EXPECT_EQ(daemon.status, 7);
@@ -305,7 +305,7 @@ TEST_F(SimDoorTest, RefusesASecondDaemonBeforeItTouchesTheBoard) {
 }
 
 // On a new board and on one that has just been let go of.
-TEST_F(SimDoorTest, OfTwoThatStartAtOnceOneBecomesTheDaemon) {
+TEST_F(SimDoorTest, OnlyOneOfTwoSimultaneousStartsSucceeds) {
     fs::copy_file("/usr/bin/sleep", at("build/vtrdc"), fs::copy_options::overwrite_existing);
     const std::vector<std::string> assignments{"VTRDC_BUILD_DIR=" + at("build")};
     for (int round = 0; round < 4; ++round) {
@@ -336,7 +336,7 @@ TEST_F(SimDoorTest, OfTwoThatStartAtOnceOneBecomesTheDaemon) {
     }
 }
 
-TEST_F(SimDoorTest, PowersTheThermalCoreUpAndKeepsItsFault) {
+TEST_F(SimDoorTest, ResetsTheThermalCoreButKeepsItsFault) {
     for (const char* name : {"zoom", "pip", "nuc", "shutter", "fail"}) {
         folder_.write(std::string{"b/var/lib/vtrcore/"} + name, "2\n");
     }
@@ -351,7 +351,7 @@ TEST_F(SimDoorTest, PowersTheThermalCoreUpAndKeepsItsFault) {
     EXPECT_THAT(left, ElementsAre("fail"));
 }
 
-TEST_F(SimDoorTest, LastWordsAreKeptWhenASignalReachesAllProcesses) {
+TEST_F(SimDoorTest, LastLinesAreLoggedWhenASignalReachesAllProcesses) {
     serve_page_with("echo http://127.0.0.1:9000/");
     make_program("build/vtrdc", "trap 'echo on error >&2; echo goodbye; exit 7' TERM\n"
                                 "echo hello\n"
@@ -376,7 +376,7 @@ TEST_F(SimDoorTest, SocketPathIsMeasuredAsTheDaemonBuildsIt) {
     EXPECT_FALSE(fs::exists(at("b/dev")));
 }
 
-TEST_F(SimDoorTest, RefusesWhatItCannotDo) {
+TEST_F(SimDoorTest, RefusesInvalidArguments) {
     const std::vector<std::string> refused[] = {
         {"layout", "now"},
         {"press", "zoom", "nuc"},

@@ -63,7 +63,7 @@ TEST(ButtonTool, EachButtonHasItsKey) {
     }
 }
 
-TEST(ButtonTool, SaysWhyAPressWasNotTaken) {
+TEST(ButtonTool, ReportsWhyAPressFailed) {
     const board board;
     const std::string fifo = board.at("/dev/input/event1");
     EXPECT_THAT(run({buttons, "press", "zoom", fifo}).output, HasSubstr("no daemon is running"));
@@ -145,7 +145,7 @@ TEST(PanelPicture, HasThePanelsColours) {
     EXPECT_EQ(board.take_shot(file), 1);
 }
 
-TEST(BoardTools, FindTheirBoardByTheirOwnPlace) {
+TEST(BoardTools, FindTheBoardByTheirOwnPath) {
     const board board;
     const std::vector<std::string> without_root{"VTRDC_SYSROOT="};
     EXPECT_EQ(run({board.at("/usr/bin/vtrcore"), "zoom", "4"}, without_root).status, 0);
@@ -160,7 +160,7 @@ TEST(BoardTools, FindTheirBoardByTheirOwnPlace) {
     EXPECT_EQ(read_text(board.at("/var/log/amixer.log")), "-c 0 set DMic Rate 128x\n");
 }
 
-TEST(BoardFolder, PersonsOwnFoldersAndFootageAreKept) {
+TEST(BoardFolder, UsersFoldersAndFootageAreKept) {
     const board board;
     // A folder replaced by a link to one's own.
     fs::rename(board.at("/opt/okr"), board.at("/own"));

@@ -176,7 +176,7 @@ protected:
     }
 };
 
-TEST_F(TourTest, EachCommandIsToured) {
+TEST_F(TourTest, TourHasEveryCommand) {
     for (const command_row& row : cmd_list) {
         const std::string head = std::string{"c:"} + row.name + ":";
         EXPECT_TRUE(std::ranges::any_of(tour, [&](const tour_step& step) {
@@ -280,7 +280,7 @@ const known_case known_cases[] = {
      "[ERROR][errno=24]: failed to accept client connection\n"},
 };
 
-TEST_F(TourTest, KnownOnesToTheLetter) {
+TEST_F(TourTest, KnownFailuresToTheLetter) {
     for (const known_case& each : known_cases) {
         const result result = take(each.step, each.failing);
         SCOPED_TRACE(each.step.request + (", " + describe(each.failing)));
@@ -292,7 +292,7 @@ TEST_F(TourTest, KnownOnesToTheLetter) {
     }
 }
 
-TEST_F(TourTest, MemoryThatRunsOutIsSaid) {
+TEST_F(TourTest, OutOfMemoryIsReported) {
     if (!MEMORY_FAILS) {
         GTEST_SKIP() << "memory is the sanitizer's";
     }
@@ -335,7 +335,7 @@ TEST_F(StartTest, ServesOrEndsInAnErrorLine) {
     }
 }
 
-TEST_F(StartTest, WhatItCanNotDoWithout) {
+TEST_F(StartTest, FailureOfARequiredCallEndsTheStart) {
     for (const failing_call call : {failing_call::signalfd, failing_call::sigprocmask,
                                     failing_call::socket, failing_call::bind, failing_call::listen,
                                     failing_call::timer_create, failing_call::timer_set}) {
@@ -343,7 +343,7 @@ TEST_F(StartTest, WhatItCanNotDoWithout) {
     }
 }
 
-TEST_F(StartTest, WhatItCanDoWithout) {
+TEST_F(StartTest, FailureOfAnOptionalCallIsSurvived) {
     const struct {
         fault failing;
         const char* said;
@@ -369,7 +369,7 @@ TEST_F(StartTest, DetachingNeedsAnotherProcess) {
     EXPECT_TRUE(subject_.has_failed());
 }
 
-TEST_F(StartTest, MemoryForTheCommandSocketIsSaidToBeShort) {
+TEST_F(StartTest, OutOfMemoryForTheCommandSocketIsReported) {
     if (!MEMORY_FAILS) {
         GTEST_SKIP() << "memory is the sanitizer's";
     }

@@ -164,7 +164,7 @@ protected:
     media whole_;
 };
 
-TEST_P(PowerCutTest, TakesNoMoreThanThat) {
+TEST_P(PowerCutTest, LosesNoMoreThanThat) {
     if (!card_.is_mounted()) {
         GTEST_SKIP() << "mounting an image takes root's rights and a loop device";
     }

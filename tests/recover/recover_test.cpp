@@ -126,7 +126,7 @@ bool has_anything(const damaged_recording& damaged) {
     return has_any_of(*whole.video) || has_any_of(*whole.audio);
 }
 
-TEST(RecoverTest, WhatIsWholePlays) {
+TEST(RecoverTest, UndamagedPartsPlay) {
     std::mt19937 random{1};
     for (int i = 0; i < test_extent().damages; ++i) {
         const damaged_recording damaged =
@@ -174,7 +174,7 @@ TEST(RecoverTest, KilledRecordingPlays) {
     EXPECT_EQ(picture_numbers(file).front(), next);
 }
 
-TEST(RecoverTest, OneKindAlonePlays) {
+TEST(RecoverTest, PicturesOnlyAndSoundOnlyPlay) {
     const temp_folder folder;
     const media pictures = recover_alone(folder.write(NAME, all_recordings().killed_pictures));
     ASSERT_TRUE(pictures.video && !pictures.audio);
@@ -185,7 +185,7 @@ TEST(RecoverTest, OneKindAlonePlays) {
     EXPECT_NEAR(sound.audio->end(), static_cast<double>(sound.audio->packets.size()) * 0.024, 0.01);
 }
 
-TEST(RecoverTest, IndexThatIsThereIsKept) {
+TEST(RecoverTest, ExistingIndexIsKept) {
     const temp_folder folder;
     const std::string& whole = all_recordings().whole;
     const std::string file = folder.write(NAME, without_index(whole, whole.size()));
@@ -201,7 +201,7 @@ void write_other_recording(const fs::path& file) {
     EXPECT_EQ(result.status, 0) << result.output;
 }
 
-TEST(RecoverTest, ParameterSetsOfAnotherRecordingServe) {
+TEST(RecoverTest, ParameterSetsOfAnotherRecordingAreUsed) {
     const temp_folder folder;
     const std::string contents = without_parameter_sets();
     const std::string file = folder.write(NAME_BEHIND, contents);

@@ -128,7 +128,7 @@ protected:
     std::string original_ = whole_data();
 };
 
-TEST_F(SmallStorageTest, WithoutRoomForACopyItIsRepairedInPlace) {
+TEST_F(SmallStorageTest, WithoutSpaceForACopyItIsRepairedInPlace) {
     leave_room(256 * 1024);
     const outcome result = recover({folder_.path()});
     EXPECT_EQ(result.status, 0);
@@ -138,7 +138,7 @@ TEST_F(SmallStorageTest, WithoutRoomForACopyItIsRepairedInPlace) {
     EXPECT_THAT(recover({file_}).output, EndsWith(": complete\n"));
 }
 
-TEST_F(SmallStorageTest, WithoutAnyRoomItStaysAsItWas) {
+TEST_F(SmallStorageTest, WithoutAnySpaceItStaysUnchanged) {
     leave_room(0);
     const outcome result = recover({folder_.path()});
     EXPECT_EQ(result.status, 1);
@@ -251,7 +251,7 @@ TEST(SafetyTest, OwnerRightsAndTimeAreKept) {
 
 // --- Command line ----------------------------------------------------------------------------
 
-TEST(SafetyTest, DryRunSaysTheSameAndChangesNothing) {
+TEST(SafetyTest, DryRunReportsTheSameAndChangesNothing) {
     const temp_folder folder;
     const std::string file = folder.write(NAME, whole_data());
     const outcome result = recover({"-n", "-j", folder.path()});
@@ -267,7 +267,7 @@ TEST(SafetyTest, DryRunSaysTheSameAndChangesNothing) {
     EXPECT_EQ(would, did);
 }
 
-TEST(SafetyTest, StatusTellsHowItWent) {
+TEST(SafetyTest, ExitStatusShowsTheResult) {
     const temp_folder folder;
     const std::string nowhere = folder.path() / "nowhere";
     EXPECT_EQ(recover({"--bogus"}).status, 2);

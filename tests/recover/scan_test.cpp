@@ -123,7 +123,7 @@ TEST(ScanTest, ReadsTheSizeOfPictures) {
     EXPECT_FALSE(read_sequence_set(byte_view{SEQUENCE_SET}.first(6)));
 }
 
-TEST(ScanTest, PicturesAndSoundTakeTurns) {
+TEST(ScanTest, PicturesAndSoundAlternate) {
     const scanned found = stream{}.sound().sound().key().picture().sound().picture().scan();
     EXPECT_THAT(counts_of(found), ElementsAre(2, 2, 1, 1));
     EXPECT_THAT(found.key_pictures, ElementsAre(0));
@@ -146,7 +146,7 @@ TEST(ScanTest, SlicesMakeUpPictures) {
     EXPECT_THAT(found.key_pictures, ElementsAre(0, 2));
 }
 
-TEST(ScanTest, WhatIsCutAtTheEndIsLeftOut) {
+TEST(ScanTest, IncompleteSampleAtTheEndIsIgnored) {
     stream pictures;
     pictures.key().picture();
     const std::size_t whole = pictures.size();
@@ -165,7 +165,7 @@ struct damaged_case {
     bytes with;
 };
 
-TEST(ScanTest, GoesOnBehindADamagedPicture) {
+TEST(ScanTest, ContinuesAfterADamagedPicture) {
     const damaged_case cases[] = {
         {"zeros inside", 30, {0, 0, 0}},
         {"a start code inside", 30, {0, 0, 1}},

@@ -98,7 +98,7 @@ TEST_F(CameraTest, PlaysFootageInALoopAtItsOwnSpeed) {
     EXPECT_EQ(seen[5].length, 3) << "ten pictures a second, shown thirty times a second";
 }
 
-TEST_F(CameraTest, PlaysFootageWhoseStampsBeginLate) {
+TEST_F(CameraTest, PlaysFootageWithALateFirstStamp) {
     constexpr GstClockTime hour = 3600 * GST_SECOND;
     ASSERT_TRUE(write_footage(device, {40, 40, 200, 200}, "matroskamux", hour));
     test_pipeline camera{play(device)};
@@ -111,7 +111,7 @@ TEST_F(CameraTest, PlaysFootageWhoseStampsBeginLate) {
     }
 }
 
-TEST_F(CameraTest, DrawsASceneInPlaceOfWhatIsNoFile) {
+TEST_F(CameraTest, DrawsASceneIfTheDeviceIsNoFile) {
     ASSERT_EQ(mkfifo(device.c_str(), 0600), 0);
     for (const std::string& path : {device, folder.path().string()}) {
         test_pipeline camera{play(path)};
@@ -120,7 +120,7 @@ TEST_F(CameraTest, DrawsASceneInPlaceOfWhatIsNoFile) {
     }
 }
 
-TEST_F(CameraTest, GoesOnWithWhatTakesTheFootagesPlace) {
+TEST_F(CameraTest, ContinuesWithReplacedFootage) {
     ASSERT_TRUE(write_footage(folder.path() / "dark", {40, 40}));
     ASSERT_TRUE(write_footage(folder.path() / "bright", {200, 200}));
     show("dark");
@@ -160,7 +160,7 @@ protected:
     }
 };
 
-TEST_F(CameraDriverTest, DeliversNothingWhileItIsSilentOrBlocks) {
+TEST_F(CameraDriverTest, DeliversNothingWhileSilentOrBlocked) {
     test_pipeline camera{play(device)};
     camera.play();
     for (const char* mode : {"silent", "block\n"}) {
@@ -176,7 +176,7 @@ TEST_F(CameraDriverTest, DeliversNothingWhileItIsSilentOrBlocks) {
     EXPECT_TRUE(comes_to_life(camera)) << "without a file it runs";
 }
 
-TEST_F(CameraDriverTest, SilentOneEndsWhenItIsAskedToOrItsCableIsPulled) {
+TEST_F(CameraDriverTest, SilentCameraEndsOnRequestAndWhenUnplugged) {
     drive("silent");
     for (const bool asked : {true, false}) {
         test_pipeline camera{play(device)};
@@ -191,7 +191,7 @@ TEST_F(CameraDriverTest, SilentOneEndsWhenItIsAskedToOrItsCableIsPulled) {
     }
 }
 
-TEST_F(CameraDriverTest, BlockedOneHoldsWhoeverAsksItToEnd) {
+TEST_F(CameraDriverTest, BlockedDriverBlocksTheCallerThatEndsIt) {
     test_pipeline camera{play(device)};
     camera.play();
     ASSERT_TRUE(comes_to_life(camera));
@@ -204,7 +204,7 @@ TEST_F(CameraDriverTest, BlockedOneHoldsWhoeverAsksItToEnd) {
     EXPECT_TRUE(camera.wait_for(GST_MESSAGE_EOS));
 }
 
-TEST_F(CameraDriverTest, OpeningABlockedOneWaits) {
+TEST_F(CameraDriverTest, OpeningABlockedDriverWaits) {
     drive("block");
     test_pipeline camera{play(device)};
     std::future<void> opened = std::async(std::launch::async, [&camera] { camera.play(); });

@@ -52,7 +52,7 @@ private:
 
 class StuckPipeTest : public GstTest, public testing::WithParamInterface<bool> {};
 
-TEST_P(StuckPipeTest, GivesItsNameUpAndFlushesNoOther) {
+TEST_P(StuckPipeTest, ReleasesItsNameAndFlushesNoOther) {
     listener hears{"taken"};
     hears.play();
     const event_probe arrived{hears["out"], "sink", GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM};

@@ -35,7 +35,7 @@ protected:
     temp_folder folder_;
 };
 
-TEST_F(FolderWatch, TellsTheFolderAndTheName) {
+TEST_F(FolderWatch, ReportsFolderAndName) {
     folder_.write("board/one/a", "");
     folder_.write("board/two/a", "");
     fs::create_directory_symlink("two", at("board/link"));
@@ -56,7 +56,7 @@ struct counting_case {
     bool counts_hidden;
 };
 
-TEST_F(FolderWatch, CountsAsMuchAsIsAskedFor) {
+TEST_F(FolderWatch, CountsOnlyTheRequestedChanges) {
     constexpr counting_case cases[] = {
         {counting::whole_files, false, false, false, false},
         {counting::every_write, true, true, false, true},
@@ -99,7 +99,7 @@ TEST_F(FolderWatch, FollowsAFolderWhoseParentIsReplaced) {
     EXPECT_EQ(told(watch), (told_changes{{at("media/image"), "three"}}));
 }
 
-TEST_F(FolderWatch, LooksAtAllAnewWhenChangesAreLost) {
+TEST_F(FolderWatch, RereadsEverythingWhenEventsAreLost) {
     folder_.write("one/a", "");
     sim::folder_watch watch{at("one"), {at("late/two")}};
     int kept = 0;

@@ -98,19 +98,19 @@ protected:
     }
 };
 
-TEST_F(InterpipeQueueTest, GathersAllThatAPausedPipeDoesNotTakeBeyondItsLimits) {
+TEST_F(InterpipeQueueTest, PausedPipeQueuesBeyondItsLimits) {
     std::vector<int> all(100);
     std::iota(all.begin(), all.end(), 0);
     EXPECT_EQ(gathered("max-bytes=1 max-buffers=2", 100), all);
 }
 
 // One is with the streaming thread already.
-TEST_F(InterpipeQueueTest, LosesTheOldestWhereItIsToldTo) {
+TEST_F(InterpipeQueueTest, DropsTheOldestIfConfigured) {
     EXPECT_THAT(gathered("leaky-type=2 max-bytes=0 max-buffers=3", 100), ElementsAre(97, 98, 99));
 }
 
 // To a sink that keeps to the clock, such a pipe has no time to lose.
-TEST_F(InterpipeQueueTest, AnswersALatencyOfNothing) {
+TEST_F(InterpipeQueueTest, ReportsZeroLatency) {
     for (const bool has_deadline : {true, false}) {
         const std::string deadline = has_deadline ? "" : " processing-deadline=0";
         listener to{"nobody", "", "fakesink sync=true async=false" + deadline};

@@ -22,7 +22,7 @@ GstEvent* key_unit_request() {
     return gst_video_event_new_upstream_force_key_unit(4 * GST_SECOND, TRUE, 1);
 }
 
-TEST_F(InterpipeTest, MemoryIsSharedAndEachListenerHasStampsOfItsOwn) {
+TEST_F(InterpipeTest, MemoryIsSharedAndEachListenerHasItsOwnStamps) {
     producer from{"shared"};
     listener arriving{"shared", "stream-sync=0"};
     listener passing{"shared", "stream-sync=1"};
@@ -58,7 +58,7 @@ TEST_F(InterpipeTest, CapsChangeTravelsWithTheBuffers) {
     }
 }
 
-TEST_F(InterpipeTest, LateListenerGetsWhateverComes) {
+TEST_F(InterpipeTest, LateListenerGetsTheNextBuffers) {
     producer from{"encoded"};
     listener witness{"encoded"};
     witness.play();
@@ -74,7 +74,7 @@ TEST_F(InterpipeTest, LateListenerGetsWhateverComes) {
     EXPECT_EQ(requests.count(GST_EVENT_CUSTOM_UPSTREAM), 0) << "and none is asked for";
 }
 
-TEST_F(InterpipeTest, RequestForAKeyUnitPassesWhileThereIsOneListener) {
+TEST_F(InterpipeTest, KeyUnitRequestPassesFromASingleListener) {
     producer from{"requests"};
     listener only{"requests"};
     only.play();
@@ -90,7 +90,7 @@ TEST_F(InterpipeTest, RequestForAKeyUnitPassesWhileThereIsOneListener) {
     EXPECT_EQ(requests.count(GST_EVENT_CUSTOM_UPSTREAM), 1);
 }
 
-TEST_F(InterpipeTest, EventsPassInTheirPlaceFlushesAtOnceAndSegmentsNever) {
+TEST_F(InterpipeTest, EventsPassInOrderFlushesAtOnceAndSegmentsNever) {
     producer from{"events"};
     listener to{"events"};
     to.play();
@@ -136,7 +136,7 @@ TEST_F(InterpipeTest, ListenerOutlivesItsProducerAndHearsTheNext) {
     }
 }
 
-TEST_F(InterpipeTest, SecondSinkOfATakenNameIsHeardByNobody) {
+TEST_F(InterpipeTest, SecondSinkOfANameHasNoListeners) {
     listener to{"taken"};
     to.play();
     auto first = std::make_unique<producer>("taken");
@@ -167,7 +167,7 @@ TEST_F(InterpipeTest, SinkThatLosesItsNameLeavesItToAnother) {
     gst_element_set_state(sink.get(), GST_STATE_NULL);
 }
 
-TEST_F(InterpipeTest, SecondListenerOfATakenNameIsDeaf) {
+TEST_F(InterpipeTest, SecondListenerOfANameGetsNothing) {
     producer from{"heard"};
     listener first{"twin", "heard", "", "appsink name=out sync=false async=false"};
     listener second{"twin", "heard", "", "appsink name=out sync=false async=false"};
@@ -179,7 +179,7 @@ TEST_F(InterpipeTest, SecondListenerOfATakenNameIsDeaf) {
     EXPECT_TRUE(second.hears_nothing());
 }
 
-TEST_F(InterpipeTest, SwitchIsRefusedWhereTheCapsOfOthersStandAgainstIt) {
+TEST_F(InterpipeTest, SwitchIsRefusedIfTheCapsOfOthersConflict) {
     producer grey{"grey", "async=false"};
     producer green{"green", "async=false"};
     grey.set_caps("video/x-raw,format=GRAY8");
@@ -202,7 +202,7 @@ TEST_F(InterpipeTest, SwitchIsRefusedWhereTheCapsOfOthersStandAgainstIt) {
     EXPECT_EQ(picky.next(), 3);
 }
 
-TEST_F(InterpipeTest, ListenerThatNothingCanBeAgreedWithIsDropped) {
+TEST_F(InterpipeTest, IncompatibleListenerIsDropped) {
     test_pipeline from{"videotestsrc is-live=true ! video/x-raw,format=GRAY8 ! "
                        "interpipesink name=negotiating async=false"};
     listener coloured{"negotiating", "",

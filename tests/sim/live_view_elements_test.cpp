@@ -65,7 +65,7 @@ TEST_F(LiveViewElementsTest, MissingCameraIsAnError) {
     EXPECT_TRUE(pipeline.wait_for(GST_MESSAGE_ERROR));
 }
 
-TEST_F(LiveViewElementsTest, CameraLoopsShortFootageAndDrawsWhereThereIsNone) {
+TEST_F(LiveViewElementsTest, CameraLoopsShortFootageAndDrawsWithoutFootage) {
     const std::string clip = folder_.path() / "clip.avi";
     test_pipeline maker{"videotestsrc num-buffers=3 pattern=smpte ! "
                         "video/x-raw,width=64,height=48,framerate=10/1 ! jpegenc ! avimux ! "
@@ -140,7 +140,7 @@ TEST_F(LiveViewElementsTest, PanelIsDrawnAsOftenAsItIsRefreshed) {
     EXPECT_GE(g_get_monotonic_time() - begin, G_USEC_PER_SEC * 28 / 60);
 }
 
-TEST_F(LiveViewElementsTest, ProfilerSpeaksOnceASecondWhateverItIsAskedFor) {
+TEST_F(LiveViewElementsTest, ProfilerReportsOnceASecondWhateverItsInterval) {
     for (const bool with_load : {false, true}) {
         test_pipeline pipeline{"videotestsrc is-live=true num-buffers=45 ! "
                                "video/x-raw,width=16,height=16,framerate=30/1 ! perf name=perf ! "

@@ -54,7 +54,7 @@ double kilobits_of(const std::vector<gst_owned<GstSample>>& samples) {
     return static_cast<double>(bytes) * 8 / 1000;
 }
 
-TEST_F(MediaElementsTest, KeyFramesComeAsOftenAsAsked) {
+TEST_F(MediaElementsTest, KeyFramesHaveTheConfiguredDistance) {
     struct {
         const char* options;
         guint distance;
@@ -157,7 +157,7 @@ TEST_F(MediaElementsTest, NoFrameIsLostWhenTheTransformChangesItsFormat) {
     EXPECT_EQ(pull_all(pipeline).size(), 30U);
 }
 
-TEST_F(MediaElementsTest, EncoderWithNothingInsideFailsWithAnError) {
+TEST_F(MediaElementsTest, EncoderWithoutItsElementIsAnError) {
     GstRegistry* const registry = gst_registry_get();
     GstPluginFeature* const x264 = gst_registry_lookup_feature(registry, "x264enc");
     ASSERT_NE(x264, nullptr);
@@ -186,7 +186,7 @@ TEST_F(MediaElementsTest, SoundIsMp3OfItsBitRate) {
     EXPECT_EQ(kilobits_of(samples), frames * 96 * 24 / 1000);
 }
 
-TEST_F(MediaElementsTest, SoundThatTheBoardsEncoderCannotTakeIsRefused) {
+TEST_F(MediaElementsTest, UnsupportedSoundIsRefused) {
     for (const char* caps :
          {"format=S16LE,rate=48000,channels=1", "format=S32LE,rate=48000,channels=2",
           "format=S16LE,rate=16000,channels=2"}) {
@@ -225,7 +225,7 @@ TEST_F(MediaElementsTest, MicrophoneHearsASoftToneWithoutGaps) {
     EXPECT_NEAR(50 * std::sqrt(2 * power / 24000), 32767, 300);
 }
 
-TEST_F(MediaElementsTest, MicrophoneLosesOnlyWhatItsCardCanNotHold) {
+TEST_F(MediaElementsTest, MicrophoneLosesOnlyWhatItsCardCannotBuffer) {
     test_pipeline pipeline{std::string{"alsasrc name=mic"} + out};
     pipeline.play();
     GstClockTime end = 0;

@@ -142,7 +142,7 @@ constexpr std::array folder_changes{
         [](const temp_folder& in) { in.write("board/qml/pictures/blue.svg", blue_drawing); }},
 };
 
-TEST_F(OverlayTest, EditedSceneIsBroughtToThePresentState) {
+TEST_F(OverlayTest, EditedSceneGetsThePresentState) {
     save("Part.qml", part("#ff0000"));
     test_pipeline pipeline{over_white(folder_.write("scene.qml", told_scene))};
     for (const char* update : {R"({"X": 300})", R"({"WIDTH": 20})", R"({"KEY": "A", "VAL": 1})",
@@ -182,7 +182,7 @@ TEST_F(OverlayTest, BrokenSceneRecoversWithItsNextGoodText) {
     EXPECT_TRUE(wait_for_pixel(pipeline, 129, 79, red));
 }
 
-TEST_F(OverlayTest, SceneThatIsALinkIsWatchedWhereItLies) {
+TEST_F(OverlayTest, LinkedSceneIsWatchedAtItsTarget) {
     save("own/scene.qml", part("#ff0000"));
     std::filesystem::create_directory(folder_.path() / "qml");
     const std::string link = folder_.path() / "qml/scene.qml";
@@ -220,7 +220,7 @@ TEST_P(OverlayFolderTest, SceneIsFollowed) {
 INSTANTIATE_TEST_SUITE_P(Changes, OverlayFolderTest, testing::ValuesIn(folder_changes),
                          [](const auto& tested) { return std::string{tested.param.name}; });
 
-TEST_F(OverlayTest, SceneThatIsReadHalfWrittenIsReadAgain) {
+TEST_F(OverlayTest, HalfWrittenSceneIsReadAgain) {
     test_pipeline pipeline{over_white(folder_.write("scene.qml", part("red")))};
     pipeline.play();
     ASSERT_TRUE(wait_for_pixel(pipeline, 5, 5, red));

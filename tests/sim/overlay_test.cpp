@@ -71,7 +71,7 @@ TEST_F(OverlayTest, SceneIsBlendedOntoFrames) {
     EXPECT_EQ(pixel(sample, 1023, 767), white);
 }
 
-TEST_F(OverlayTest, AttributesChangeTheSceneInOrderAndAreWrittenDown) {
+TEST_F(OverlayTest, AttributesChangeTheSceneInOrderAndAreLogged) {
     test_pipeline pipeline{over_white(folder_.write("scene.qml", scene))};
     // Before the scene can have been loaded.
     set(pipeline["overlay"], "qml-attribute", "Menu.text:40");
@@ -155,7 +155,7 @@ TEST_F(OverlayTest, ElementsComeAndGoWhileScenesLoad) {
 
 #ifndef __SANITIZE_ADDRESS__
 // The sanitizers have an allocator of their own, which this doesn't count.
-TEST_F(OverlayTest, NothingIsKeptOfASceneThatIsGone) {
+TEST_F(OverlayTest, RemovedSceneLeaksNothing) {
     const auto held = [] {
         const struct mallinfo2 memory = mallinfo2();
         return memory.uordblks + memory.hblkhd;

@@ -63,7 +63,7 @@ TEST_F(PanelTest, CentresSmallPicturesAndCropsLargeOnes) {
     EXPECT_EQ(at(1023, 767), picture);
 }
 
-TEST_F(PanelTest, OutlivesReadersThatKeepTheLockOrCutTheFile) {
+TEST_F(PanelTest, SurvivesReadersThatKeepTheLockOrTruncateTheFile) {
     test_pipeline pipeline{show(PANEL_WIDTH, PANEL_HEIGHT)};
     const int reader = open(framebuffer.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     ASSERT_EQ(flock(reader, LOCK_SH), 0);

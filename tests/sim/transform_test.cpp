@@ -31,7 +31,7 @@ TEST_F(TransformTest, ConvertsFormatAndSizeAtOnce) {
     }
 }
 
-TEST_F(TransformTest, RefusesWhatTheBoardsUnitCannotDo) {
+TEST_F(TransformTest, RefusesFormatsThatTheBoardsUnitLacks) {
     for (const char* from : {"format=RGB,width=1024,height=768,framerate=30/1",
                              "format=NV12,width=640,height=480,framerate=25/1"}) {
         EXPECT_TRUE(is_refused(for_display(from))) << from;
@@ -48,7 +48,7 @@ TEST_F(TransformTest, HoldsNothingBack) {
     EXPECT_TRUE(pipeline.wait_for(GST_MESSAGE_EOS)) << "a hundred seconds' pictures";
 }
 
-TEST_F(TransformTest, KeepsWhatNobodyAsksItToChange) {
+TEST_F(TransformTest, KeepsWhatNeedNotChange) {
     test_pipeline pipeline{"videotestsrc num-buffers=1 ! "
                            "video/x-raw,format=BGRA,width=640,height=480,framerate=25/1 ! "
                            "imxg2dvideotransform ! video/x-raw,width=320,height=240 ! "

@@ -55,7 +55,7 @@ void live_once(std::chrono::steady_clock::time_point start) {
     });
 }
 
-TEST(Soak, LivesOfRandomUse) {
+TEST(Soak, RandomUse) {
     const auto start = std::chrono::steady_clock::now();
     if (is_one_life) {
         live_once(start);
@@ -107,7 +107,7 @@ int main(int argc, char* argv[]) {
             testing::GTEST_FLAG(filter) = "*.StopsWhileRecording";
         } else if (std::string_view{argv[i]} == "--one-life") {
             is_one_life = true;
-            testing::GTEST_FLAG(filter) = "*.LivesOfRandomUse";
+            testing::GTEST_FLAG(filter) = "*.RandomUse";
         } else {
             duration = std::chrono::minutes{number_of(argv[0], argv[i])};
         }

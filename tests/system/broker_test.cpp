@@ -79,7 +79,7 @@ TEST_F(BrokerTest, NoticeReachesTheSubscriber) {
     EXPECT_EQ(daemon_.count("Connected to redis"), 1);
 }
 
-TEST_F(BrokerTest, RunningOutOfSpaceStopsTheRecordingAndIsTold) {
+TEST_F(BrokerTest, RunningOutOfSpaceStopsTheRecordingAndSendsANotice) {
     const small_storage storage{board_.at("/media"), "160m"};
     if (!storage.is_mounted()) {
         GTEST_SKIP() << "no right to mount";
@@ -114,7 +114,7 @@ TEST_F(BrokerTest, RunningOutOfSpaceStopsTheRecordingAndIsTold) {
     EXPECT_EQ(files_in(board_.at("/media/video")), files);
 }
 
-TEST_F(BrokerTest, ComesUpLaterAndGoesDownAgain) {
+TEST_F(BrokerTest, ServerMayStartLaterAndStop) {
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_TRUE(daemon_.wait_for("[WARN]: Redis connect error: No such file or directory\n"));
     background_program server{server_command(), server_output_};
@@ -209,7 +209,7 @@ const false_server_case false_server_cases[] = {
 
 class FalseServerTest : public BrokerTest, public testing::WithParamInterface<false_server_case> {};
 
-TEST_P(FalseServerTest, LosesTheNoticeAndHoldsNobodyUpForLong) {
+TEST_P(FalseServerTest, LosesTheNoticeAndBlocksOnlyBriefly) {
     false_server server{socket_, 1};
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_TRUE(daemon_.wait_for("Connected to redis"));
@@ -227,7 +227,7 @@ TEST_P(FalseServerTest, LosesTheNoticeAndHoldsNobodyUpForLong) {
 INSTANTIATE_TEST_SUITE_P(Ways, FalseServerTest, testing::ValuesIn(false_server_cases),
                          testing::PrintToStringParamName());
 
-TEST_F(BrokerTest, ServerThatTakesNobodyIsWarnedAboutInTime) {
+TEST_F(BrokerTest, ServerThatAcceptsNobodyIsAWarningInTime) {
     false_server server{socket_, 0};
     server.fill_queue();
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
@@ -235,7 +235,7 @@ TEST_F(BrokerTest, ServerThatTakesNobodyIsWarnedAboutInTime) {
     EXPECT_EQ(daemon_.count("Connected to redis"), 0);
 }
 
-TEST_F(BrokerTest, NothingIsSaidBeforeTheHandOver) {
+TEST_F(BrokerTest, NothingIsSentBeforeTheHandOver) {
     lose_camera();
     EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:0");
     EXPECT_EQ(daemon_.count("edis"), 0);

@@ -111,7 +111,7 @@ TEST_F(ClientsTest, RequestsOfAnyContentAreAnswered) {
     close(client);
 }
 
-TEST_F(ClientsTest, WhatGoesBeyondARequestIsTheNext) {
+TEST_F(ClientsTest, BytesBeyondARequestAreTheNext) {
     const int client = daemon_.connect();
     ASSERT_GE(client, 0);
     // Both lie in the socket before the daemon reads, as a stopped process it can't.
@@ -193,7 +193,7 @@ TEST_F(ClientsThatDoNotReadTest, DoNotDelayTheStop) {
 
 // The table of what the daemon waits for has its limit; to go on without having registered a
 // client would leave it waiting forever.
-TEST(Clients, MoreThanCanBeRegisteredAreAnError) {
+TEST(Clients, ClientsBeyondTheLimitAreAnError) {
     const board board;
     vtrdc_daemon daemon{board};
     ASSERT_TRUE(daemon.wait_until_live());

@@ -44,7 +44,7 @@ TEST(CommandLine, HelpAndStatuses) {
     }
 }
 
-TEST(CommandLine, LogGoesWhereItIsTold) {
+TEST(CommandLine, LogGoesToTheGivenFile) {
     const board board;
     vtrdc_daemon daemon{board, {"-l", "/var/log/vtrdc.log", "--conf_file", "/etc/other.conf"}};
     ASSERT_TRUE(board.wait_for_panel([](const picture& panel) {
@@ -62,7 +62,7 @@ TEST(CommandLine, LogGoesWhereItIsTold) {
     EXPECT_THAT(daemon.output(), Not(HasSubstr("stopping daemon")));
 }
 
-TEST(CommandLine, ProfilerElementIsInTheDisplayPipeWhenAskedFor) {
+TEST(CommandLine, ProfilerElementIsInTheDisplayPipeOnRequest) {
     const board board;
     vtrdc_daemon daemon{board, {"-f"}};
     EXPECT_TRUE(daemon.wait_for(":perf-display: "));

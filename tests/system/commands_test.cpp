@@ -224,7 +224,7 @@ TEST_F(CommandTest, EachChangedSettingIsWrittenOnce) {
     EXPECT_EQ(read_text(board_.at(OTHER_CONF)), OTHER_SETTINGS);
 }
 
-TEST_F(CommandTest, OverlayIsSwitchedAndTold) {
+TEST_F(CommandTest, OverlayIsSwitchedAndUpdated) {
     EXPECT_EQ(ask("c:enable_qml:i:0"), "r:enable_qml:n:");
     EXPECT_TRUE(
         board_.wait_for_panel([](const picture& panel) { return panel.red_pixels(WHOLE) == 0; }));
@@ -273,7 +273,7 @@ protected:
     }
 };
 
-TEST_P(PauseTest, StandsStillGoesOnAndCanBeStoppedMeanwhile) {
+TEST_P(PauseTest, FreezesResumesAndCanBeStoppedMeanwhile) {
     send(GetParam().pause);
     EXPECT_TRUE(board_.stands_still());
     send(GetParam().pause);

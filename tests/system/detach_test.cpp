@@ -97,7 +97,7 @@ TEST_F(DetachedTest, StalePidFileIsTakenOver) {
     EXPECT_EQ(read_text(board_.at(pid_file)), std::to_string(pid) + "\n");
 }
 
-TEST_F(DetachedTest, NobodyElseMayWriteToItsFiles) {
+TEST_F(DetachedTest, OthersCannotWriteToItsFiles) {
     vtrdc_daemon starter{board_, detached};
     EXPECT_EQ(starter.wait_exit(WAIT_LIMIT), 0);
     wait_for_daemon();
@@ -107,7 +107,7 @@ TEST_F(DetachedTest, NobodyElseMayWriteToItsFiles) {
     EXPECT_EQ(mode_of(board_.at(log_file)), 0640U);
 }
 
-TEST(ForegroundTest, NobodyElseMayWriteToItsFiles) {
+TEST(ForegroundTest, OthersCannotWriteToItsFiles) {
     const board board;
     std::filesystem::create_directories(board.at("/home/root"));
     const mode_t before = umask(0);

@@ -30,7 +30,7 @@ TEST(LiveView, ShowsFootageUnderTheOverlayAndMoves) {
     EXPECT_THAT(daemon.output(), HasSubstr("Gstreamer initialized, verison: GStreamer 1."));
 }
 
-TEST(LiveView, LostCameraBringsTheSplash) {
+TEST(LiveView, LostCameraShowsTheSplash) {
     const board board;
     vtrdc_daemon daemon{board};
     ASSERT_TRUE(daemon.wait_until_live());

@@ -164,7 +164,7 @@ TEST_P(OutputsTest, StoppedTwiceOrKilledCountsOnce) {
     }
 }
 
-TEST_P(OutputsTest, EncodingTypeStandsWhileRecordingOrServing) {
+TEST_P(OutputsTest, EncodingTypeIsFixedWhileRecordingOrServing) {
     const std::string other = std::to_string((GetParam() + 1) % 3);
     for (const output& which : {RECORD, TCP}) {
         start(which);
@@ -203,7 +203,7 @@ TEST_P(OutputsTest, StartsAndStopsLeaveNothingBehind) {
 INSTANTIATE_TEST_SUITE_P(EncodingTypes, OutputsTest, testing::Values(0, 1, 2));
 
 // Its sound comes from a branch that ran before, its pictures from one that was built for it.
-TEST(Outputs, RecordingThatJoinsAStreamHasItsSoundInStep) {
+TEST(Outputs, RecordingThatJoinsAStreamIsSynchronous) {
     const board board{"tcp_stream_port=" + std::to_string(free_port()) + "\n"};
     vtrdc_daemon daemon{board};
     ASSERT_TRUE(daemon.wait_until_live());

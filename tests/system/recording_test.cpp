@@ -92,7 +92,7 @@ double length_of(const media_track& track) {
     return track.end() - track.start();
 }
 
-TEST_F(RecordingTest, PercentInTheMediaPathIsACharacter) {
+TEST_F(RecordingTest, PercentInTheMediaPathIsLiteral) {
     const std::filesystem::path folder = board_.at("/media/100%/50%d");
     std::filesystem::create_directories(folder);
     start_daemon("media_path=/media/100%/50%d\n");
@@ -135,7 +135,7 @@ TEST_F(RecordingTest, IsSplitWithoutLosingAnything) {
     EXPECT_LE(left_out.within_files, pictures / 20);
 }
 
-TEST_F(RecordingTest, OfVideoAloneAndOfSoundAlone) {
+TEST_F(RecordingTest, OfVideoOnlyAndOfSoundOnly) {
     start_daemon("enc_type=1\n");
     start();
     EXPECT_EQ(daemon_->ask("c:set_enc_type:i:2"), "e:set_enc_type:n:");
@@ -201,7 +201,7 @@ TEST_F(RecordingTest, NeverOverwritesAnother) {
     EXPECT_EQ(complaints(all.back()), "");
 }
 
-TEST_F(RecordingTest, TerminatedOnePlaysToItsEnd) {
+TEST_F(RecordingTest, TerminatedRecordingPlaysToItsEnd) {
     start_daemon();
     start();
     ASSERT_TRUE(board_.wait_for_frames(60));
@@ -232,7 +232,7 @@ TEST_F(RecordingTest, OutlivesTheCamera) {
     EXPECT_GE(probe(recorded().front()).video->packets.size(), 45U);
 }
 
-TEST_F(RecordingTest, KilledOneLeavesTheEarlierFiles) {
+TEST_F(RecordingTest, KilledRecordingLeavesTheEarlierFiles) {
     start_daemon("record_max_len=1\n");
     start();
     ASSERT_TRUE(wait_for_file_number(2));
@@ -245,7 +245,7 @@ TEST_F(RecordingTest, KilledOneLeavesTheEarlierFiles) {
 }
 
 // Such a recording can't be ended but by force.
-TEST_F(RecordingTest, WithoutAFolderItEndsAllTheSame) {
+TEST_F(RecordingTest, EndsEvenWithoutAFolder) {
     start_daemon();
     std::ofstream{board_.at("/media/video")} << "no folder";
     start();

@@ -106,7 +106,7 @@ TEST_F(SightTest, SettingsSurviveARestart) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-TEST_F(SightTest, ZoomButtonCyclesAndEachStepStandsOnlyWhenItSucceeded) {
+TEST_F(SightTest, ZoomButtonCyclesAndKeepsOnlySuccessfulSteps) {
     start();
     core();
     overlay();
@@ -176,7 +176,7 @@ TEST_F(SightTest, FailureAtTheLastStepLeavesWhatWasShown) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-TEST_F(SightTest, FailingPictureInPictureIsStoredAllTheSame) {
+TEST_F(SightTest, FailingPictureInPictureIsStoredAnyway) {
     start();
     fail_core(1);
     EXPECT_EQ(ask("c:enable_pip:i:1"), "e:enable_pip:n:");
@@ -188,7 +188,7 @@ TEST_F(SightTest, FailingPictureInPictureIsStoredAllTheSame) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-TEST_F(SightTest, MonitorLeavesThePanelAlone) {
+TEST_F(SightTest, PanelKeepsItsLuminanceWithAMonitor) {
     start();
     ASSERT_EQ(board_.sim({"hdmi", "on"}), 0);
     overlay();
@@ -214,7 +214,7 @@ TEST_F(SightTest, MissingPanelIsAnError) {
                 HasSubstr(std::string{"Failed to write luminance to "} + luminance_attribute));
 }
 
-TEST_F(SightTest, HandOverLeavesOnlyTheSettings) {
+TEST_F(SightTest, AfterTheHandOverOnlySettingsChange) {
     start();
     EXPECT_EQ(ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     core();

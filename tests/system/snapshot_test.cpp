@@ -69,7 +69,7 @@ TEST_F(SnapshotTest, NoneOverwritesAnother) {
     EXPECT_EQ(daemon_.stop(), 0);
 }
 
-TEST_F(SnapshotTest, OverlayThatIsSwitchedOffIsNotOnIt) {
+TEST_F(SnapshotTest, LacksADisabledOverlay) {
     EXPECT_EQ(daemon_.ask("c:enable_qml:i:0"), "r:enable_qml:n:");
     ASSERT_TRUE(
         board_.wait_for_panel([](const picture& panel) { return panel.red_pixels(WHOLE) == 0; }));
@@ -93,7 +93,7 @@ TEST_F(SnapshotTest, NeedsSpace) {
     EXPECT_EQ(daemon_.stop(), 0);
 }
 
-TEST_F(SnapshotTest, ThatCannotBeSavedIsOnlyWarnedAbout) {
+TEST_F(SnapshotTest, FailureToSaveIsAWarning) {
     std::ofstream{board_.at("/media/image")} << "no folder";
     EXPECT_EQ(daemon_.ask(REQUEST), FAILED);
     EXPECT_TRUE(daemon_.wait_for("[WARN]: Could not save snapshot: "));
@@ -102,7 +102,7 @@ TEST_F(SnapshotTest, ThatCannotBeSavedIsOnlyWarnedAbout) {
     EXPECT_EQ(daemon_.stop(), 0);
 }
 
-TEST_F(SnapshotTest, ThereIsNoneOfTheSplash) {
+TEST_F(SnapshotTest, IsRefusedForTheSplash) {
     lose_camera();
     EXPECT_EQ(daemon_.ask(REQUEST), FAILED);
     EXPECT_TRUE(snapshots().empty());
@@ -118,7 +118,7 @@ TEST_F(SnapshotTest, OfADisplayWithoutAFrameIsAnError) {
     EXPECT_THAT(daemon_.output(), HasSubstr("]: Error getting last sample from display sink\n"));
 }
 
-TEST(Snapshot, StorageThatCannotBeAskedCountsAsFull) {
+TEST(Snapshot, UnknownFreeSpaceCountsAsFull) {
     const board board;
     std::ofstream{board.at("/etc/vtrdc.conf")} << "media_path=/nowhere\n";
     vtrdc_daemon daemon{board};

@@ -78,7 +78,7 @@ TEST_F(StalledStorageTest, StopOfTheDaemonWaitsForIt) {
     expect_whole_file();
 }
 
-TEST_F(StalledStorageTest, DeadStorageIsGivenUpInTheEnd) {
+TEST_F(StalledStorageTest, DeadStorageIsEventuallyGivenUp) {
     const std::filesystem::path marker = board_.at("/storage-is-dead");
     record({"LD_PRELOAD=" VTRDC_STALLED_WRITES, "VTRDC_TEST_STALLED=" + marker.string()});
     std::ofstream{marker};
@@ -89,7 +89,7 @@ TEST_F(StalledStorageTest, DeadStorageIsGivenUpInTheEnd) {
 }
 
 // A card takes what is written, and stalls when it is to be on it.
-TEST_F(StalledStorageTest, FlushHoldsNobodyUp) {
+TEST_F(StalledStorageTest, FlushBlocksNothing) {
     const std::filesystem::path marker = board_.at("/storage-is-dead");
     std::ofstream{marker};
     record({"LD_PRELOAD=" VTRDC_STALLED_WRITES, "VTRDC_TEST_STALLED=" + marker.string(),

@@ -72,7 +72,7 @@ TEST_F(StatusTest, IsTypedOnlyForTheGroupAndGoneAfterTheEnd) {
     EXPECT_FALSE(std::filesystem::exists(file_));
 }
 
-TEST_F(StatusTest, IsWrittenWhenSomethingChangesAndNotElse) {
+TEST_F(StatusTest, IsWrittenOnlyWhenSomethingChanges) {
     EXPECT_EQ(daemon_.ask("c:set_lum:i:2"), "r:set_lum:n:");
     EXPECT_TRUE(wait_for("/settings/luminance", 2));
     const ino_t before = inode();
@@ -122,7 +122,7 @@ TEST_F(StatusTest, StreamIsOnWhenItsDataGoesOut) {
     EXPECT_TRUE(wait_for("/outputs/http/state", "off"));
 }
 
-TEST_F(StatusTest, TellsOfAPictureThatIsFrozenOrGone) {
+TEST_F(StatusTest, ReportsAFrozenOrMissingPicture) {
     std::ofstream{board_.at("/dev/video0.state")} << "silent";
     EXPECT_TRUE(wait_for("/live_view/state", "frozen"));
     EXPECT_TRUE(daemon_.wait_for("[WARN]: The picture is frozen: no new one for two seconds\n"));
@@ -147,7 +147,7 @@ TEST_F(StatusTest, KeepsTheLastFailureOfEachKind) {
                          "Failed to write the settings to /etc/vtrdc.conf: Is a directory"));
 }
 
-TEST_F(StatusTest, CannotBeWrittenIsOneWarning) {
+TEST_F(StatusTest, FailureToWriteIsLoggedOnce) {
     std::filesystem::create_directory(board_.at("/run/vtrdc.status.new"));
     EXPECT_EQ(daemon_.ask("c:set_lum:i:2"), "r:set_lum:n:");
     EXPECT_TRUE(daemon_.wait_for("[WARN]: Failed to write the status to /run/vtrdc.status: "));
@@ -178,7 +178,7 @@ protected:
     }
 };
 
-TEST_F(NewSceneTest, IsBroughtToThePresentState) {
+TEST_F(NewSceneTest, GetsThePresentState) {
     for (const char* request : {"c:set_origin:l:500,400", "c:kbd_zoom:n:",
                                 "c:set_reticle_color:i:3", "c:enable_dot:i:0", "c:set_lum:i:2"}) {
         EXPECT_EQ(daemon_.ask(request).front(), 'r') << request;

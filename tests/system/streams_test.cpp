@@ -57,7 +57,7 @@ protected:
 // About three seconds of the stream.
 constexpr std::size_t SOME_SECONDS = 600'000;
 
-TEST_F(StreamTest, EveryClientGetsACleanStreamWhateverTheOthersDo) {
+TEST_F(StreamTest, EveryClientGetsAValidStreamWhateverOthersDo) {
     start_daemon();
     ask_for("enable_tcp_stream", true);
     stream_client first{tcp_port_};
@@ -75,7 +75,7 @@ TEST_F(StreamTest, EveryClientGetsACleanStreamWhateverTheOthersDo) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-TEST_F(StreamTest, OfSoundAloneAndOfVideoAlone) {
+TEST_F(StreamTest, OfSoundOnlyAndOfVideoOnly) {
     start_daemon("enc_type=2\n");
     ask_for("enable_tcp_stream", true);
     const media sound = probe(kept("sound.ts", stream_client{tcp_port_}.read(40'000)));
@@ -91,7 +91,7 @@ TEST_F(StreamTest, OfSoundAloneAndOfVideoAlone) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-TEST_F(StreamTest, PushGoesOnByItselfWhenTheServerComesBack) {
+TEST_F(StreamTest, PushResumesWhenTheServerReturns) {
     start_daemon();
     ask_for("enable_http_stream", true);
     EXPECT_TRUE(daemon_->wait_for("[INFO]: event detected\n"));
@@ -118,7 +118,7 @@ TEST_F(StreamTest, PushGoesOnByItselfWhenTheServerComesBack) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-TEST_F(StreamTest, PushIsOneConnectionFromTheFirstPictureOn) {
+TEST_F(StreamTest, PushUsesOneConnectionFromTheFirstPictureOn) {
     push_server server{http_port_};
     start_daemon();
     ask_for("enable_http_stream", true);
@@ -185,7 +185,7 @@ TEST_F(StreamTest, EverythingEndsInTime) {
     probe(files.front());
 }
 
-TEST_F(StreamTest, ThereIsNoPushOfSoundAlone) {
+TEST_F(StreamTest, PushOfSoundOnlyIsRefused) {
     start_daemon("enc_type=2\n");
     EXPECT_EQ(daemon_->ask("c:enable_http_stream:i:1"), "e:enable_http_stream:n:");
     EXPECT_EQ(daemon_->count("Creating "), 0);

@@ -46,12 +46,12 @@ protected:
     vtrdc_daemon daemon_{board_};
 };
 
-TEST_P(StuckCameraTest, StopEndsInTimeWithAWholeRecording) {
+TEST_P(StuckCameraTest, StopEndsInTimeWithACompleteRecording) {
     EXPECT_EQ(daemon_.stop(), 0);
     expect_recording_plays();
 }
 
-TEST_P(StuckCameraTest, ItsPipeIsEndedAndTheSplashComes) {
+TEST_P(StuckCameraTest, ItsPipeEndsAndTheSplashIsShown) {
     EXPECT_EQ(ask("c:kill_pipe:i:0"), "r:kill_pipe:n:");
     EXPECT_EQ(ask("c:get_lum:n:"), "r:get_lum:s:0");
     EXPECT_TRUE(daemon_.wait_for("[INFO]: Got EoS event on pipe 0\n"));

@@ -58,7 +58,7 @@ protected:
     const board board_;
 };
 
-TEST_P(SupervisorTest, IsToldOfReadinessEachSecondAndTheStop) {
+TEST_P(SupervisorTest, GetsReadyWatchdogAndStopping) {
     const supervisor told{name()};
     vtrdc_daemon daemon{board_, {}, {"NOTIFY_SOCKET=" + name()}};
     EXPECT_THAT(told.next(), StartsWith("READY=1\nSTATUS="));
@@ -77,7 +77,7 @@ TEST_P(SupervisorTest, IsToldOfReadinessEachSecondAndTheStop) {
 
 INSTANTIATE_TEST_SUITE_P(Names, SupervisorTest, testing::Bool());
 
-TEST(Supervisor, IsNotSpokenToByTools) {
+TEST(Supervisor, GetsNothingFromTools) {
     const board board;
     std::ofstream{board.at("/usr/bin/vtrcore")} << "#!/bin/sh\nenv >>\"$VTRDC_SYSROOT/told\"\n";
     vtrdc_daemon daemon{board, {}, {"NOTIFY_SOCKET=/nobody/listens/here"}};
@@ -87,7 +87,7 @@ TEST(Supervisor, IsNotSpokenToByTools) {
                 AllOf(HasSubstr("VTRDC_SYSROOT="), Not(HasSubstr("NOTIFY_SOCKET"))));
 }
 
-TEST(Supervisor, IsNotNeeded) {
+TEST(Supervisor, IsOptional) {
     const board board;
     vtrdc_daemon daemon{board, {}, {"NOTIFY_SOCKET=/" + std::string(200, 'x')}};
     ASSERT_TRUE(daemon.wait_until_live());

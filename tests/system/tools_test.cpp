@@ -54,7 +54,7 @@ protected:
     int client_ = -1;
 };
 
-TEST_F(ToolTest, HangingBehindAButtonIsAWarning) {
+TEST_F(ToolTest, HangingAfterAButtonIsAWarning) {
     replace_core("echo $$ >>$VTRDC_SYSROOT/tmp/pid; echo stuck; exec sleep 100\n");
     ASSERT_EQ(board_.sim({"press", "zoom"}), 0);
     EXPECT_TRUE(daemon_.wait_for("[WARN]: Tool took more than 10 seconds and was killed: vtrcore "
@@ -69,7 +69,7 @@ TEST_F(ToolTest, HangingBehindAButtonIsAWarning) {
     stop_in_time();
 }
 
-TEST_F(ToolTest, HangingBehindACommandDelaysTheStopByItsTimeAtMost) {
+TEST_F(ToolTest, HangingInACommandDelaysTheStopByAtMostItsTimeLimit) {
     replace_core("exec sleep 100\n");
     send("c:kbd_zoom:n:");
     ASSERT_TRUE(daemon_.wait_for("Executing system cmd: vtrcore origin"));
@@ -77,7 +77,7 @@ TEST_F(ToolTest, HangingBehindACommandDelaysTheStopByItsTimeAtMost) {
     EXPECT_EQ(receive(), "e:kbd_zoom:n:");
 }
 
-TEST_F(ToolTest, NoFurtherOneStartsAfterTheSignal) {
+TEST_F(ToolTest, NoToolStartsAfterTheSignal) {
     const std::string started = board_.at("/tmp/started");
     replace_core("echo \"$*\" >>" + started + "; sleep 1\n");
     ASSERT_EQ(board_.sim({"press", "zoom"}), 0);

@@ -92,7 +92,7 @@ for status in sight.watch():
     print(status["zoom"], status["outputs"]["recording"]["state"])
 )";
 
-TEST_F(PythonTest, WatchTellsChangesAndTheEnd) {
+TEST_F(PythonTest, WatchReportsChangesAndTheEnd) {
     const pid_t watch = start({"-c", WATCH});
     ASSERT_TRUE(wait_for_output("1 off\n"));
     EXPECT_EQ(board_.sim({"press", "zoom"}), 0);

@@ -57,7 +57,7 @@ std::set<std::size_t> cuts_of(const std::string& text) {
     return cuts;
 }
 
-TEST_F(SettingsCopy, IsBackWhereverTheRewriteWasCut) {
+TEST_F(SettingsCopy, IsRestoredWhereverTheRewriteWasCut) {
     global_config.media_path = "/media/a=b *?\\ [x]/";
     global_config.http_url = "";
     const std::string whole = written();
@@ -78,7 +78,7 @@ TEST_F(SettingsCopy, IsBackWhereverTheRewriteWasCut) {
     }
 }
 
-TEST_F(SettingsCopy, LeavesWhatAPersonWrote) {
+TEST_F(SettingsCopy, LeavesManualChangesAlone) {
     const std::string whole = written();
     keep(whole);
     for (const std::string& own : {
@@ -101,7 +101,7 @@ TEST_F(SettingsCopy, LeavesWhatAPersonWrote) {
     EXPECT_EQ(restored("socket_file=/run/other.socket\nvid"), "socket_file=/run/other.socket\n");
 }
 
-TEST_F(SettingsCopy, IsMadeOfWholeFilesOnly) {
+TEST_F(SettingsCopy, IsMadeFromCompleteFilesOnly) {
     const std::string whole = written();
     keep(whole);
     for (const std::string& cut : {std::string{}, std::string(900, '\0'), whole.substr(0, 300)}) {
@@ -113,7 +113,7 @@ TEST_F(SettingsCopy, IsMadeOfWholeFilesOnly) {
     EXPECT_EQ(fs::status(copy_).permissions() & fs::perms::mask, fs::perms{0600});
 }
 
-TEST_F(SettingsCopy, GoesBehindALinkAndKeepsTheMode) {
+TEST_F(SettingsCopy, FollowsALinkAndKeepsTheMode) {
     keep(written());
     const std::string real = folder_.write("data/real.conf", "");
     chmod(real.c_str(), 0640);
@@ -126,7 +126,7 @@ TEST_F(SettingsCopy, GoesBehindALinkAndKeepsTheMode) {
     EXPECT_TRUE(fs::exists(real + ".cut"));
 }
 
-TEST_F(SettingsCopy, SaysWhatItCantDo) {
+TEST_F(SettingsCopy, ReportsFailures) {
     folder_.write("vtrdc.conf", "");
     const outcome without_copy = call("restore");
     EXPECT_EQ(without_copy.status, 1);

@@ -60,7 +60,7 @@ TEST(VtrdcctlRequestTest, TypeFollowsTheArguments) {
     EXPECT_EQ(request_for(of_text, words{"on, 2"}), "c:label:s:on, 2");
 }
 
-TEST(VtrdcctlRequestTest, WhatTheDaemonWouldReadDifferentlyIsRefused) {
+TEST(VtrdcctlRequestTest, ArgumentsThatTheDaemonWouldMisreadAreRefused) {
     const std::pair<const char*, words> cases[] = {
         {"get_lum", {"1"}},
         {"set_lum", {}},
@@ -99,7 +99,7 @@ TEST(VtrdcctlScriptTest, BlanksSeparateAndQuotesKeep) {
     EXPECT_THROW((void)split_words("p \"a b"), usage_error);
 }
 
-TEST(VtrdcctlRequestTest, RefusalsSayWhatIsTaken) {
+TEST(VtrdcctlRequestTest, RefusalsNameTheAcceptedValues) {
     const std::tuple<const char*, words, const char*> cases[] = {
         {"set_lum", {"on"}, "set_lum: takes 0 to 3, not \"on\""},
         {"enable_record", {"yes"}, "enable_record: takes 1 or 0, not \"yes\""},

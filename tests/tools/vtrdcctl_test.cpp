@@ -46,7 +46,7 @@ TEST_F(VtrdcctlTest, NothingIsSentWhenTheCommandLineIsWrong) {
     }
 }
 
-TEST_F(VtrdcctlTest, WithoutADaemonNoAnswer) {
+TEST_F(VtrdcctlTest, MissingDaemonIsNoAnswer) {
     EXPECT_EQ(ctl({"get_lum"}).status, 2);
     EXPECT_EQ(ctl({"get_lum", "--socket", std::string(200, 'x')}).status, 2);
     const scripted_server mute{socket_, {}};
@@ -118,7 +118,7 @@ TEST_F(VtrdcctlTest, JsonHasEveryFailure) {
     }
 }
 
-TEST_F(VtrdcctlTest, RefusalsHaveTheirReasons) {
+TEST_F(VtrdcctlTest, RefusalsGiveReasons) {
     const std::tuple<words, const char*, const char*> cases[] = {
         {{"set_reticle_opacity", "1.5"}, "", "takes 0 to 1, not 1.5"},
         {{"set_nuc_type", "4"}, "", "takes 0 to 3, not 4"},
@@ -139,14 +139,14 @@ TEST_F(VtrdcctlTest, RefusalsHaveTheirReasons) {
     }
 }
 
-TEST_F(VtrdcctlTest, RetryAsksUntilItIsDone) {
+TEST_F(VtrdcctlTest, RetryRepeatsUntilSuccess) {
     const std::string busy = "e:enable_record:n:";
     scripted_server server{socket_, {busy, busy, "r:enable_record:n:"}};
     EXPECT_EQ(ctl({"enable_record", "1", "--retry", "30"}).status, 0);
     EXPECT_THAT(server.requests(), SizeIs(3));
 }
 
-TEST_F(VtrdcctlTest, RetryEndsWithTheTime) {
+TEST_F(VtrdcctlTest, RetryEndsAtTheTimeLimit) {
     scripted_server server{socket_, words(100, "e:enable_record:n:")};
     EXPECT_EQ(ctl({"enable_record", "1", "--retry", "0.15"}).status, 1);
     EXPECT_THAT(server.requests(), SizeIs(Gt(1U)));
@@ -167,7 +167,7 @@ TEST_F(VtrdcctlTest, ScriptStopsAtTheFirstFailure) {
     EXPECT_THAT(server.requests(), ElementsAre("c:get_lum:n:"));
 }
 
-TEST_F(VtrdcctlTest, ScriptGoesOnWhenTold) {
+TEST_F(VtrdcctlTest, ScriptContinuesOnRequest) {
     scripted_server server{
         socket_, {"r:get_lum:s:2", "e:set_lum:s:No.", "r:set_qml_prop:n:", "r:get_lum:s:3"}};
     const result ended = ctl({"-k", "-"}, std::string{SCRIPT} + "get_lum"); // without a line's end
@@ -187,7 +187,7 @@ TEST_F(VtrdcctlTest, ScriptEndsWithTheDaemon) {
     EXPECT_THAT(ended.errors, Not(HasSubstr("line 3")));
 }
 
-TEST_F(VtrdcctlTest, LostOutputShows) {
+TEST_F(VtrdcctlTest, LostOutputIsAnError) {
     const outcome ended = run({"/bin/sh", "-c", "exec \"$0\" --version >/dev/full", VTRDCCTL});
     EXPECT_EQ(ended.status, 74);
 }
@@ -251,7 +251,7 @@ TEST_F(VtrdcctlLiveTest, CommandsAreAnswered) {
               "vtrdcctl: set_qml_prop: Invalid argument count\n");
 }
 
-TEST_F(VtrdcctlLiveTest, RepliesGiveWhatTheRowsSay) {
+TEST_F(VtrdcctlLiveTest, RepliesMatchTheRows) {
     for (const client_command& command : all_commands()) {
         if (command.gives != answer_kind::nothing) {
             const std::string name{command.name};
@@ -263,7 +263,7 @@ TEST_F(VtrdcctlLiveTest, RepliesGiveWhatTheRowsSay) {
     }
 }
 
-TEST_F(VtrdcctlLiveTest, RecordingStartsWhileTheLastOneEnds) {
+TEST_F(VtrdcctlLiveTest, RetryStartsARecordingWhileTheLastOneEnds) {
     const result ended = ctl({"--retry", "20", "-"}, "enable_record 1\n"
                                                      "enable_record 0\n"
                                                      "enable_record 1\n");

@@ -74,7 +74,7 @@ protected:
     pid_t daemon_ = spawn({"/bin/sleep", "1000"}, environment_with({}), output_);
 };
 
-TEST_F(StatusTest, IsShownInWordsOrAsItIs) {
+TEST_F(StatusTest, IsShownInWordsOrAsJson) {
     const std::string text = status_text(daemon_, 2);
     write_status(text);
     EXPECT_EQ(ctl({"status"}).output,
@@ -83,7 +83,7 @@ TEST_F(StatusTest, IsShownInWordsOrAsItIs) {
     EXPECT_EQ(ctl({"watch", "--for", "0"}).output, text);
 }
 
-TEST_F(StatusTest, OfNoDaemonIsNoAnswer) {
+TEST_F(StatusTest, WithoutADaemonIsNoAnswer) {
     EXPECT_EQ(ctl({"status"}).errors, "vtrdcctl: status: the daemon is not running: no " +
                                           (folder_.path() / "vtrdc.status").string() + "\n");
     write_status(status_text(daemon_, 1));
@@ -96,14 +96,14 @@ TEST_F(StatusTest, OfNoDaemonIsNoAnswer) {
     }
 }
 
-TEST_F(StatusTest, IsBesideTheSocketThatALinkLeadsTo) {
+TEST_F(StatusTest, IsFoundBesideALinkedSocket) {
     fs::create_directory(folder_.path() / "own");
     fs::create_symlink("own/socket", socket_); // which is not there yet
     fs::rename(folder_.write("new", status_text(daemon_, 1)), folder_.path() / "own/vtrdc.status");
     EXPECT_EQ(ctl({"watch", "--for", "0"}).status, 0);
 }
 
-TEST_F(StatusTest, WatchEndsWhenTheConditionHolds) {
+TEST_F(StatusTest, WatchEndsWhenTheConditionIsMet) {
     write_status(status_text(daemon_, 1));
     const pid_t watch = start_ctl({"watch", "--until", "zoom=4"}, output_);
     for (const int zoom : {2, 2, 4}) { // nothing is written for the second
@@ -143,7 +143,7 @@ TEST_F(StatusTest, ConditionsAreCompared) {
 }
 
 // From before its start to after its end.
-TEST_F(VtrdcctlTest, DaemonIsWaitedForAndWatched) {
+TEST_F(VtrdcctlTest, WaitsForADaemonAndWatchesIt) {
     const board board;
     socket_ = board.at("/run/vtrdc.socket");
     const fs::path answer = folder_.path() / "answer";

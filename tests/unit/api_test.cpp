@@ -160,7 +160,7 @@ TEST(HelpTest, ListsEveryCommandAndTheLegend) {
               "received\n");
 }
 
-TEST(NoticeTest, TextsArePutInAsTheyAre) {
+TEST(NoticeTest, TextsAreInsertedUnchanged) {
     EXPECT_STREQ(construct_json_message("a \"b\"").get(), R"({ "VTRDC": {"message": "a "b"" }})");
     EXPECT_STREQ(construct_json_code_and_message("Out of space!", 2).get(),
                  R"({ "VTRDC": {"message": "Out of space!", "code": 2 }})");

@@ -99,7 +99,7 @@ TEST_F(ConfigTest, FilesWithoutKeysLeaveTheDefaults) {
                                  "/nonexistent/vtrdc.conf\n"));
 }
 
-TEST_F(ConfigTest, MalformedLinesAreNamedAndSkipped) {
+TEST_F(ConfigTest, MalformedLinesAreReportedAndSkipped) {
     ASSERT_EQ(read("# a comment = with equals\nluminance=2\n\njunk\nreticle=0\n"), 0);
     EXPECT_EQ(global_config.luminance, 2);
     EXPECT_EQ(global_config.reticle, 0);
@@ -176,7 +176,7 @@ TEST_F(ConfigTest, LastOccurrenceDecidesAndRawLookupsFindTheFirst) {
                                      testing::StrEq("other"), testing::StrEq("media_path")));
 }
 
-TEST_F(ConfigTest, EachProblemIsToldByTheNumberOfItsLine) {
+TEST_F(ConfigTest, ProblemsAreReportedByLineNumber) {
     ASSERT_EQ(read("luminance=4\nreticle_source=-1\nreticle_color=99\npip_mode=9\norigin_x=nan\n"
                    "origin_y=1e999\nreticle_opacity=-inf\nsecret=1\nnuc_type=2 s\nmic_volume=7"),
               0);
@@ -215,7 +215,7 @@ TEST_F(ConfigTest, EachProblemIsToldByTheNumberOfItsLine) {
     EXPECT_THAT(log(), EndsWith("[WARN]: Settings line 1: not read, since no newline ends it\n"));
 }
 
-TEST(SettingRangeTest, EndsAreHeldAndNanIsNot) {
+TEST(SettingRangeTest, IncludesItsEndsButNotNan) {
     constexpr value_range opacity = range_of(&settings::reticle_opacity);
     EXPECT_TRUE(opacity.holds(0.0) && opacity.holds(1.0));
     EXPECT_FALSE(opacity.holds(-0.01) || opacity.holds(1.01) || opacity.holds(std::nan("")));

@@ -60,7 +60,7 @@ TEST_F(LogTest, ReopeningAppends) {
     EXPECT_THAT(lines(), EndsWith("second\n"));
 }
 
-TEST_F(LogTest, StandardOutputServesWithoutAFile) {
+TEST_F(LogTest, StandardOutputIsUsedWithoutAFile) {
     testing::internal::CaptureStdout();
     log_close();
     log_message(LEVEL_INFO, "after the close");

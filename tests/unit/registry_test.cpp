@@ -87,7 +87,7 @@ TEST_F(RegistryTest, PausedPipeEndsWhenAsked) {
     EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
 }
 
-TEST_F(RegistryTest, PipeThatWasAskedToEndIsNotPaused) {
+TEST_F(RegistryTest, EndingPipeIsNotPaused) {
     ASSERT_GT(start(), 0);
     gstvideo_stop_pipe(PIPE_HTTP_STREAM);
     EXPECT_EQ(gstvideo_pause_pipe(PIPE_HTTP_STREAM), 1);
@@ -136,7 +136,7 @@ GstElement* make_refusing_source(int times) {
     return GST_ELEMENT(g_object_new(type, nullptr));
 }
 
-TEST_F(RegistryTest, SourceThatRefusesItsEndIsAskedAgainAtTheTick) {
+TEST_F(RegistryTest, SourceThatRefusesToEndIsAskedAgainAtTheTick) {
     constexpr int when_stopped = 2; // before and after it is resumed
     ASSERT_GT(start(make_refusing_source(when_stopped), "sink"), 0);
     gstvideo_stop_pipe(PIPE_HTTP_STREAM);
@@ -158,7 +158,7 @@ TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
 }
 
 // Without any input it has no error, and no file either.
-TEST_F(RegistryTest, RecordingThatStandsStillForFiveMinutesIsGivenUp) {
+TEST_F(RegistryTest, RecordingThatStallsForFiveMinutesIsGivenUp) {
     using namespace std::chrono_literals;
     record_file_set("/media/video/video_1_%02d.mp4");
     const auto now = std::chrono::steady_clock::now();
@@ -202,7 +202,7 @@ private:
 };
 
 // The restart throws away what is on the bus, the forced end with it.
-TEST_F(RegistryTest, RestartedPipeThatWasAskedToEndEndsAllTheSame) {
+TEST_F(RegistryTest, RestartedEndingPipeStillEnds) {
     ASSERT_GT(start("http-sink"), 0);
     GstElement* const pipeline = pipe_pipeline(PIPE_HTTP_STREAM);
     const gst_owned<GstElement> sink{gst_bin_get_by_name(GST_BIN(pipeline), "http-sink")};
@@ -250,7 +250,7 @@ TEST_F(RegistryTest, ReportsAreLoggedAndOnlyOneElementRestartsItsPipe) {
     log_verbose = 0;
 }
 
-TEST_F(RegistryTest, StateThatIsThereAlreadyIsNotLogged) {
+TEST_F(RegistryTest, UnchangedStateIsNotLogged) {
     log_verbose = 1;
     ASSERT_GT(start(), 0);
     const std::size_t before = log().size();
@@ -259,7 +259,7 @@ TEST_F(RegistryTest, StateThatIsThereAlreadyIsNotLogged) {
     log_verbose = 0;
 }
 
-TEST_F(RegistryTest, PadTemplatesMatchInAllThree) {
+TEST_F(RegistryTest, PadTemplatesMatchAllThreeCriteria) {
     const gst_owned<GstElement> funnel = own_floating(gst_element_factory_make("funnel", nullptr));
     ASSERT_NE(funnel, nullptr);
     EXPECT_NE(get_pad_template(funnel.get(), GST_PAD_SINK, GST_PAD_REQUEST, "sink_%u"), nullptr);

@@ -55,7 +55,7 @@ TEST(ReticleGeometry, WorkedValuesOfTheSecondReticle) {
     global_config = {};
 }
 
-TEST(ReticleGeometry, HoldsForAnyOriginAndImage) {
+TEST(ReticleGeometry, InvariantsHoldForAnyOriginAndImage) {
     std::mt19937 random{20240927};
     std::uniform_real_distribution<double> anywhere{-3000.0, 3000.0};
     for (int round = 0; round < 500; ++round) {
@@ -77,7 +77,7 @@ TEST(ReticleGeometry, HoldsForAnyOriginAndImage) {
     }
 }
 
-TEST(ReticleGeometry, ComputesWithoutFaultingWhateverIsAsked) {
+TEST(ReticleGeometry, AcceptsAnyInput) {
     const point center{185.0, 185.0};
     const reticle_geometry off = ac_calc_origin(0, {512, 384}, center);
     EXPECT_EQ(off.tcore.x, 435);

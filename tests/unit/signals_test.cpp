@@ -40,7 +40,7 @@ protected:
     sigset_t mask_{};
 };
 
-TEST_F(SignalsTest, WhatWouldEndTheProcessIsReadInstead) {
+TEST_F(SignalsTest, FatalSignalsAreReadInstead) {
     const int fd = signals_init();
     ASSERT_GE(fd, 0);
     for (const int number : stopping) {
@@ -53,7 +53,7 @@ TEST_F(SignalsTest, WhatWouldEndTheProcessIsReadInstead) {
     close(fd);
 }
 
-TEST_F(SignalsTest, WhatWasIgnoredStaysIgnored) {
+TEST_F(SignalsTest, IgnoredSignalsStayIgnored) {
     std::signal(SIGUSR1, SIG_IGN);
     const int fd = signals_init();
     ASSERT_GE(fd, 0);
@@ -64,7 +64,7 @@ TEST_F(SignalsTest, WhatWasIgnoredStaysIgnored) {
     close(fd);
 }
 
-TEST_F(SignalsTest, ToolsTakeNoneAwayAndNoneStartsAfterOne) {
+TEST_F(SignalsTest, ToolsConsumeNoSignalAndNoneStartsAfterOne) {
     const temp_folder folder;
     const std::string log = folder.path() / "log";
     const std::string marker = folder.path() / "marker";
@@ -104,7 +104,7 @@ bool is_null_device(int fd) {
     return fstat(fd, &status) == 0 && S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 3);
 }
 
-TEST(StandardDescriptorsTest, ClosedOnesAreTheNullDevice) {
+TEST(StandardStreamsTest, ClosedStreamsBecomeTheNullDevice) {
     const auto open_them = [] {
         close(STDIN_FILENO);
         close(STDERR_FILENO);

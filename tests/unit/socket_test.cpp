@@ -62,7 +62,7 @@ steady::duration pass_over(std::span<silent_reader> readers) {
     return steady::now() - start;
 }
 
-TEST(CommandSocket, SilentReadersTogetherCostAPassOneSecond) {
+TEST(CommandSocket, SilentReadersTogetherDelayAPassByOneSecond) {
     std::array<silent_reader, 8> readers;
     EXPECT_LT(pass_over(readers), std::chrono::milliseconds{1500});
     // They are known now. Beside them, one that was not asked for anything yet.

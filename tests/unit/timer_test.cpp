@@ -58,7 +58,7 @@ TEST_F(TickTest, ShutterIsLeftToTheCoreWithAnyOtherType) {
     }
 }
 
-TEST(TimerTest, MissedTicksAreOne) {
+TEST(TimerTest, MissedTicksCountAsOne) {
     const int timer = timer_init();
     ASSERT_GT(timer, 0);
     // A stall of more than two ticks: nothing is ever readable here.

@@ -33,7 +33,7 @@ protected:
     temp_folder folder_;
 };
 
-TEST_F(ToolsTest, RunAndTellTheirStatus) {
+TEST_F(ToolsTest, ReturnTheirStatus) {
     const std::string out = file("out");
     EXPECT_EQ(exec_system_cmd("echo %d %s > %s; echo done", 7, "up", out.c_str()), 0);
     EXPECT_EQ(read_text(out), "7 up\n");
@@ -45,7 +45,7 @@ TEST_F(ToolsTest, RunAndTellTheirStatus) {
     EXPECT_THAT(log(), EndsWith("[WARN]: Tool was ended by signal 9: kill -KILL $$\n"));
 }
 
-TEST_F(ToolsTest, CommandThatDoesNotFitIsRefused) {
+TEST_F(ToolsTest, TooLongCommandIsRefused) {
     const std::string marker = file("marker");
     const std::string blanks(256, ' ');
     EXPECT_NE(exec_system_cmd("touch %s%s", marker.c_str(), blanks.c_str()), 0);
@@ -54,7 +54,7 @@ TEST_F(ToolsTest, CommandThatDoesNotFitIsRefused) {
     EXPECT_THAT(log(), HasSubstr("[WARN]: "));
 }
 
-TEST_F(ToolsTest, BeginningOfWhatAFailedOneWroteIsLogged) {
+TEST_F(ToolsTest, OutputOfAFailedToolIsLogged) {
     EXPECT_EQ(WEXITSTATUS(exec_system_cmd("printf 'no\\tcore\\n[ERROR]\\n' >&2; exit 1")), 1);
     EXPECT_THAT(log(), EndsWith("exit 1: no core [ERROR] \n"));
     // More than a pipe holds, and more than anybody wants to read.
@@ -76,7 +76,7 @@ bool ends(pid_t process) {
     return in_time;
 }
 
-TEST_F(ToolsTest, OneThatHangsIsKilledWithAllThatItStarted) {
+TEST_F(ToolsTest, HangingToolIsKilledWithItsChildren) {
     const auto start = steady::now();
     EXPECT_EQ(exec_system_cmd("sleep 60 & echo $! > %s; echo why; sleep 60", file("pid").c_str()),
               TOOL_TIMED_OUT);
@@ -89,18 +89,18 @@ TEST_F(ToolsTest, OneThatHangsIsKilledWithAllThatItStarted) {
     EXPECT_THAT(log(), EndsWith("; sleep 60: why \n"));
 }
 
-TEST_F(ToolsTest, EndIsThatOfTheShell) {
+TEST_F(ToolsTest, EndWithTheirShell) {
     const auto start = steady::now();
     EXPECT_EQ(exec_system_cmd("sleep 9 & exit 0"), 0);
     EXPECT_LT(steady::now() - start, std::chrono::seconds{8});
     EXPECT_EQ(WEXITSTATUS(exec_system_cmd("exec >&- 2>&-; sleep 0.2; exit 4")), 4);
 }
 
-TEST_F(ToolsTest, EachHasAProcessGroupOfItsOwn) {
+TEST_F(ToolsTest, HaveTheirOwnProcessGroups) {
     EXPECT_EQ(exec_system_cmd("test $(cut -d' ' -f5 /proc/$$/stat) = $$"), 0);
 }
 
-TEST_F(ToolsTest, InheritNoDescriptor) {
+TEST_F(ToolsTest, InheritNoDescriptors) {
     const int leaked = open("/dev/null", O_RDONLY);
     ASSERT_GE(leaked, 0);
     const std::string out = file("fds");

@@ -34,7 +34,7 @@ protected:
     std::string log_path_ = file("log");
 };
 
-TEST_F(HelpersTest, TouchMakesAndKeeps) {
+TEST_F(HelpersTest, TouchCreatesAndKeeps) {
     const std::string made = file("made");
     EXPECT_EQ(touch_file(made.c_str()), 0);
     struct stat status {};
@@ -63,7 +63,7 @@ TEST_F(HelpersTest, TextsAndTimeStamps) {
     EXPECT_THAT(get_timestamp_string().get(), testing::MatchesRegex("20[0-9]{12}"));
 }
 
-TEST_F(HelpersTest, TimeStampIsTheFirstThatNoNameHas) {
+TEST_F(HelpersTest, TimeStampIsTheFirstUnusedOne) {
     // A clock that began at the same second in each of many starts, and an hour that comes twice.
     setenv("TZ", "CET-1CEST-2,M3.5.0/2,M10.5.0/3", 1);
     tzset();
@@ -87,7 +87,7 @@ TEST_F(HelpersTest, TimeStampIsTheFirstThatNoNameHas) {
     tzset();
 }
 
-TEST_F(HelpersTest, FreeSpaceIsEnoughUpToItsLastByte) {
+TEST_F(HelpersTest, FreeSpaceSufficesUpToItsLastByte) {
     const char* const path = folder_.path().c_str();
     std::uint64_t free_bytes = 0;
     ASSERT_EQ(get_free_space(path, free_bytes), 0);
