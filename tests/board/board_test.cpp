@@ -1,4 +1,4 @@
-// The board folder's layout, its stand-in tools, and the keeper of the buttons' FIFO.
+// The board folder's layout, its tools, and the keeper of the buttons' FIFO.
 #include "keeper.h"
 
 #include "support/daemon.h"
@@ -58,7 +58,7 @@ TEST(BoardFolder, CablesAndInvalidArguments) {
     EXPECT_EQ(board.sim({"camera", "off"}), 0);
     EXPECT_FALSE(fs::exists(board.at("/dev/video0")));
     EXPECT_EQ(board.sim({"layout"}), 0);
-    EXPECT_FALSE(fs::exists(board.at("/dev/video0"))); // still pulled
+    EXPECT_FALSE(fs::exists(board.at("/dev/video0"))); // still unplugged
     EXPECT_EQ(board.sim({"camera", "on"}), 0);
     EXPECT_EQ(board.sim({"camera", "on"}), 0);
     EXPECT_EQ(fs::read_symlink(board.at("/dev/video0")), own);
@@ -130,14 +130,15 @@ TEST(BoardFolder, FootageIsShownAndTheUsersFootageKept) {
     const fs::path picture = board.at("/etc/no-video-input.png");
     fs::copy(picture, board.at("/footage/own.avi"));
     EXPECT_EQ(board.sim({"footage", "own.avi"}), 0);
-    EXPECT_EQ(fs::read_symlink(camera), "../footage/own.avi"); // goes with the folder
+    EXPECT_EQ(fs::read_symlink(camera),
+              "../footage/own.avi"); // works in a copy of the board folder
     EXPECT_EQ(board.sim({"footage", board.at("/footage/drawn-scene")}), 0);
     EXPECT_EQ(read_text(camera), "");
     EXPECT_EQ(board.sim({"footage", "missing.avi"}), 1);
     std::ofstream{board.at("/footage/text.avi")} << "no video";
     EXPECT_EQ(board.sim({"footage", "text.avi"}), 1);
     EXPECT_EQ(board.sim({"footage", board.at("/footage")}), 1);
-    // The camera's own place, straight and by a detour: there would be nothing to show any more.
+    // The camera device itself, directly and through a link: nothing would be left to show.
     EXPECT_EQ(board.sim({"footage", camera}), 1);
     fs::create_symlink("../dev/video0", board.at("/footage/detour"));
     EXPECT_EQ(board.sim({"footage", "detour"}), 1);
@@ -148,7 +149,7 @@ TEST(BoardFolder, FootageIsShownAndTheUsersFootageKept) {
         EXPECT_TRUE(fs::equivalent(camera, board.at(name)));
     }
 
-    // A video that somebody put right there, and one from elsewhere while the cable is pulled.
+    // A video put there by hand, and one from elsewhere while the camera is unplugged.
     fs::remove(camera);
     std::ofstream{camera} << "put there";
     EXPECT_EQ(board.sim({"footage", "own.avi"}), 0);
@@ -182,7 +183,7 @@ TEST(BoardFolder, ScenesAreReplacedAndTheOnesBeforeKept) {
     EXPECT_EQ(read_text(board.at("/opt/other.qml")), "second");
 }
 
-// What stands beside the scene, by name, with its content.
+// Files beside the scene, with their content.
 std::map<std::string, std::string> contents(const fs::path& folder) {
     std::map<std::string, std::string> all;
     for (const fs::directory_entry& each : fs::directory_iterator{folder}) {
@@ -203,7 +204,7 @@ TEST(BoardFolder, ScenesPutInPlaceAtTheSameTimeAreAllKept) {
     for (int number = 0; number < COUNT; ++number) {
         const fs::path own = board.at("/own" + std::to_string(number));
         std::ofstream{own} << number;
-        fs::permissions(own, fs::perms::owner_read); // as a page's upload
+        fs::permissions(own, fs::perms::owner_read); // like an upload from the page
         expected.insert(std::to_string(number));
         calls.push_back(std::async(std::launch::async, [&board, own] {
             return board.sim({"scene", own});
@@ -260,7 +261,7 @@ TEST(ThermalCoreTool, KeepsStateAndLogsEachCall) {
     EXPECT_EQ(vtrcore(board, "zoom 4"), 0);
 }
 
-// True while somebody holds the FIFO open for reading, as its keeper does.
+// True while somebody has the FIFO open for reading, as its keeper does.
 bool is_kept(const board& board) {
     const int fifo = open(board.at("/dev/input/event1").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (fifo >= 0) {

@@ -26,7 +26,7 @@ protected:
 
     [[nodiscard]] fs::path at(const std::string& name) const { return folder_.path() / name; }
 
-    // Runs "git WORDS" in that folder, as a person without settings of their own.
+    // Runs "git WORDS" in that folder, without personal settings.
     [[nodiscard]] outcome git(const std::string& where, const std::string& words) const {
         return run({"/bin/sh", "-c", "cd \"$0\" && git " + words, at(where)},
                    {"GIT_CONFIG_GLOBAL=/dev/null", "GIT_AUTHOR_NAME=a", "GIT_AUTHOR_EMAIL=a@b",

@@ -1,5 +1,5 @@
-// The front doors: what they hand to package tools, build tools and the daemon. Stand-ins first in
-// PATH take the place of the tools and write down how they were called.
+// The scripts: how they call package tools, build tools and the daemon. Fake tools, first in PATH,
+// record their calls.
 #include "run.h"
 
 #include "support/file_watch.h"
@@ -25,7 +25,7 @@ namespace {
 
 class FrontDoorTest : public testing::Test {
 protected:
-    // A tool that goes before the machine's own; its calls stand in the file "calls".
+    // Makes a fake tool that records its calls in the file "calls".
     void stand_in(const std::string& name, const std::string& script) const {
         make_program("bin/" + name, "echo \"${0##*/} $*\" >>'" + at("calls") + "'\n" + script);
     }
@@ -36,7 +36,7 @@ protected:
 
     [[nodiscard]] std::string at(const std::string& name) const { return folder_.path() / name; }
 
-    // Runs one with the stand-ins and a build folder of the test's own.
+    // Runs a script with the fake tools and a temporary build folder.
     [[nodiscard]] outcome open_door(const std::string& door, const std::vector<std::string>& words,
                                     std::vector<std::string> assignments = {}) const {
         assignments.push_back("PATH=" + at("bin") + ":" + std::getenv("PATH"));
@@ -146,13 +146,13 @@ protected:
         fs::create_directory_symlink(VTRDC_BINARY_DIR "/sim/tools", at("build/sim/tools"));
     }
 
-    // A server of the page that writes down how it was called.
+    // A fake page server that records its call.
     void serve_page_with(const std::string& script) const {
         make_program("build/web/vtrdc-web", "echo \"$*\" >>'" + at("calls") + "'\n" + script);
     }
 
-    // Without --headless; in a session of its own, whose processes a signal can reach together. Who
-    // copies the daemon's words may come a little after its end: waits for the last of them.
+    // Without --headless; in its own session, so that a signal can reach all its processes. The
+    // copier of the daemon's output may end a little later: waits for its last line.
     [[nodiscard]] outcome become_daemon_beside_page(const std::string& last_words) const {
         std::vector<std::string> words = front_door(
             "scripts/sim", {"--no-build", "--board", at("b"), "--port", "9000", "--", "-v"});
@@ -185,7 +185,7 @@ TEST_F(SimDoorTest, BecomesTheDaemonWithTheBoardsEnvironment) {
     EXPECT_THAT(daemon.output, HasSubstr("tools " + at("b/usr/bin") + "\n"));
     EXPECT_THAT(daemon.output, HasSubstr("plugins [" + at("build/sim/plugins") + ":/own]\n"));
     EXPECT_THAT(daemon.output, HasSubstr("registry /own/registry.bin\n"));
-    // Said before, for the person who started it.
+    // Printed before the start, for the user.
     EXPECT_THAT(daemon.output, HasSubstr(at("b/run/vtrdc.socket") + "\n"));
 
     // Set but empty: no stand-ins, as on a machine that lacks them.
@@ -207,7 +207,7 @@ TEST_F(SimDoorTest, ElementsOfAFolderReplaceStandIns) {
     EXPECT_THAT(become_daemon({"VTRDC_SIM_WITHOUT=perf"}).output, HasSubstr("without []\n"));
 }
 
-// With the same registry: it sees that the list of those that give way changed.
+// With the same registry, which notices the changed list.
 TEST_F(SimDoorTest, StandInsYieldToElementsOfTheSameName) {
     const auto is_there = [this](const std::string& element, const std::string& replaced) {
         return run({"/usr/bin/gst-inspect-1.0", "--exists", element},
@@ -277,7 +277,7 @@ TEST_F(SimDoorTest, ContinuesWhenThePageCannotBeServed) {
                       HasSubstr("options -v\n"), Not(HasSubstr("page:"))));
 }
 
-// The first is one of another build, whose program was built again since.
+// The first is from another build, and its program was rebuilt since.
 TEST_F(SimDoorTest, RefusesASecondDaemonBeforeItTouchesTheBoard) {
     serve_page_with("echo http://127.0.0.1:9000/");
     const std::string log = folder_.write("b/var/log/vtrdc.log", "of the first\n");
@@ -299,12 +299,12 @@ TEST_F(SimDoorTest, RefusesASecondDaemonBeforeItTouchesTheBoard) {
 
     kill(first, SIGKILL);
     wait_for_exit(first, WAIT_LIMIT);
-    EXPECT_EQ(become_daemon({}).status, 7); // a tool that outlived its daemon is none
+    EXPECT_EQ(become_daemon({}).status, 7); // a tool that outlives its daemon doesn't count
     kill(tool, SIGKILL);
     wait_for_exit(tool, WAIT_LIMIT);
 }
 
-// On a new board and on one that has just been let go of.
+// On a new board and on one that was just released.
 TEST_F(SimDoorTest, OnlyOneOfTwoSimultaneousStartsSucceeds) {
     fs::copy_file("/usr/bin/sleep", at("build/vtrdc"), fs::copy_options::overwrite_existing);
     const std::vector<std::string> assignments{"VTRDC_BUILD_DIR=" + at("build")};
@@ -320,7 +320,7 @@ TEST_F(SimDoorTest, OnlyOneOfTwoSimultaneousStartsSucceeds) {
         std::array<std::pair<pid_t, std::string>, 2> racers{
             std::pair{start("first" + number), at("first" + number)},
             std::pair{start("second" + number), at("second" + number)}};
-        // Either may be the one to give up.
+        // Either may give up.
         constexpr std::chrono::milliseconds between_looks{5};
         for (auto left = WAIT_LIMIT / between_looks;
              left > 0 && !has_ended(racers[0].first, between_looks); --left) {

@@ -1,4 +1,4 @@
-// The keeper of a board's buttons, as seen from outside.
+// Observes the keeper of a board's buttons.
 #include "keeper.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Whether one of the keeper's descriptors is a handle of the process.
+// True if one of the keeper's descriptors is a pidfd of the process.
 bool is_watching(pid_t keeper, pid_t process) {
     const std::string handle = "\nPid:\t" + std::to_string(process) + "\n";
     const fs::path descriptors = "/proc/" + std::to_string(keeper) + "/fdinfo";
@@ -33,7 +33,7 @@ std::vector<pid_t> keepers(const board& board) {
 }
 
 bool wait_until_watching(pid_t keeper, pid_t process) {
-    // Nothing tells when a process opens a descriptor, so look now and then.
+    // No event tells when a process opens a descriptor, so poll.
     constexpr std::chrono::milliseconds between_looks{5};
     while (!is_watching(keeper, process)) {
         if (has_ended(keeper, between_looks)) {

@@ -1,12 +1,12 @@
-// The keeper of a board's buttons, as seen from outside.
+// Observes the keeper of a board's buttons.
 #pragma once
 
 #include "support/board.h"
 
 #include <vector>
 
-// Ids of the processes that keep the board's buttons open.
+// Process ids of the keepers of the board's buttons.
 std::vector<pid_t> keepers(const board& board);
 
-// Waits until the keeper waits for the process to end; false when the keeper ends instead.
+// Waits until the keeper waits for the process to end. Returns false if the keeper ends instead.
 bool wait_until_watching(pid_t keeper, pid_t process);

@@ -1,4 +1,4 @@
-// Calling the front doors.
+// Runs the scripts.
 #include "run.h"
 
 std::vector<std::string> front_door(const std::string& name,

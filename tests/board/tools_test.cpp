@@ -1,4 +1,4 @@
-// The stand-in tools one by one, without a daemon: buttons, picture of the panel, thermal core.
+// The board's tools without a daemon: buttons, screenshot, thermal core.
 #include "keeper.h"
 #include "run.h"
 
@@ -30,7 +30,7 @@ public:
     button_reader& operator=(const button_reader&) = delete;
     ~button_reader() { close(fifo_); }
 
-    // Type, code and value of all events that wait.
+    // Type, code and value of all pending events.
     [[nodiscard]] std::vector<std::array<int, 3>> events() const {
         std::vector<std::array<int, 3>> all;
         input_event event{};
@@ -40,7 +40,7 @@ public:
         return all;
     }
 
-    // True once nobody holds the buttons open for writing any more.
+    // True once nobody has the buttons open for writing.
     [[nodiscard]] bool wait_until_let_go() const {
         pollfd watched{fifo_, 0, 0};
         const std::chrono::milliseconds limit = WAIT_LIMIT;
@@ -77,8 +77,7 @@ TEST(ButtonTool, ReportsWhyAPressFailed) {
     close(stuck);
 }
 
-// Stands in for a process of a daemon: `sleep`, with the folder as its system root. Ends with the
-// test.
+// A fake daemon process: `sleep`, with the folder as its system root. Ends with the test.
 class sleeper {
 public:
     sleeper(const board& board, const std::string& root)
@@ -162,13 +161,13 @@ TEST(BoardTools, FindTheBoardByTheirOwnPath) {
 
 TEST(BoardFolder, UsersFoldersAndFootageAreKept) {
     const board board;
-    // A folder replaced by a link to one's own.
+    // A folder replaced by a link to the user's own.
     fs::rename(board.at("/opt/okr"), board.at("/own"));
     fs::create_directory_symlink(board.at("/own"), board.at("/opt/okr"));
     EXPECT_EQ(board.sim({"layout"}), 0);
     EXPECT_TRUE(fs::is_symlink(board.at("/opt/okr")));
 
-    // Other footage put in place while the cable was out.
+    // Other footage, installed while the camera was unplugged.
     EXPECT_EQ(board.sim({"camera", "off"}), 0);
     std::ofstream{board.at("/dev/video0")} << "second footage";
     EXPECT_EQ(board.sim({"camera", "off"}), 1);

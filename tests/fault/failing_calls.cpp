@@ -1,6 +1,6 @@
-// A library that is loaded before all others into one of our programs and makes one of its calls
-// fail. Only calls from the program's own code on its main thread count, none from the libraries
-// that it uses. In any other program, and without a plan, all calls work.
+// Preloaded into a program of ours: makes one of its calls fail. Only calls by the program's own code
+// on its main thread count, not those by libraries. In other programs, and without a plan, all calls
+// work.
 #include "fault_plan.h"
 
 #include <cerrno>
@@ -29,7 +29,7 @@
 namespace {
 
 fault_plan* plan = nullptr;
-// Where the program's own code lies.
+// Address range of the program's own code.
 std::uintptr_t program_begin = 0;
 std::uintptr_t program_end = 0;
 
@@ -58,7 +58,7 @@ int find_program(dl_phdr_info* info, std::size_t /*size*/, void* /*data*/) {
     plan = memory == MAP_FAILED ? nullptr : static_cast<fault_plan*>(memory);
 }
 
-// Whether the call fails that was made from there.
+// True if the call from that address must fail.
 bool fails(failing_call call, const void* from) {
     const auto place = reinterpret_cast<std::uintptr_t>(from);
     if (plan == nullptr || place < program_begin || place >= program_end || gettid() != getpid()) {
@@ -79,13 +79,13 @@ template <class Function> Function* next(const char* name) {
 
 } // namespace
 
-// The return address is that of the caller only within the function itself: hence a macro.
+// A macro, because the return address is the caller's only within the function itself.
 #define FAIL_AS_PLANNED(call, failure)                                                             \
     if (fails(failing_call::call, __builtin_return_address(0))) {                                  \
         return failure;                                                                            \
     }
 
-// A function that fails by returning a value, and else does what it does without this library.
+// Wraps a function that reports failure by its return value.
 #define FAILING(call, failure, result, name, parameters, arguments)                                \
     result name parameters {                                                                       \
         FAIL_AS_PLANNED(call, failure)                                                             \
@@ -123,7 +123,7 @@ FAILING(spawn, errno, int, posix_spawn,
 FAILING(waitpid, -1, pid_t, waitpid, (pid_t process, int* status, int options),
         (process, status, options))
 
-// Those that the C library declares as throwing nothing.
+// Functions that the C library declares noexcept.
 #define FAILING_QUIETLY(call, name, parameters, arguments)                                         \
     int name parameters noexcept {                                                                 \
         FAIL_AS_PLANNED(call, -1)                                                                  \
@@ -172,10 +172,10 @@ int openat64(int folder, const char* path, int flags, ...) {
     return function(folder, path, flags, mode);
 }
 
-// A sanitizer brings an allocator of its own.
+// Sanitizers bring their own allocator.
 #ifndef VTRDC_TEST_LEAVE_MEMORY
 
-// The C library's own, which need not be looked for: looking for something takes memory.
+// glibc's own names: looking them up by dlsym would allocate.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
@@ -185,7 +185,7 @@ void* malloc(std::size_t size) noexcept {
     return __libc_malloc(size);
 }
 
-// What a compiler makes of memory that is taken and cleared.
+// Compilers turn malloc and memset into this.
 void* calloc(std::size_t count, std::size_t size) noexcept {
     FAIL_AS_PLANNED(malloc, nullptr)
     return __libc_calloc(count, size);
@@ -201,7 +201,7 @@ void* realloc(void* block, std::size_t size) noexcept {
 
 #ifndef VTRDC_TEST_LEAVE_MEMORY
 
-// As the language has it: ask for memory, and the handler when there is none.
+// As required: allocate, else call the new handler.
 void* operator new(std::size_t size) {
     bool planned = fails(failing_call::new_object, __builtin_return_address(0));
     for (;;) {

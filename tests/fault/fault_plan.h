@@ -1,5 +1,4 @@
-// Which call of a program's own code fails, as a test tells the library that makes it fail: memory
-// that both have mapped from a file.
+// Tells the preloaded library which call of a program must fail, through a file mapped by both.
 #pragma once
 
 #include <array>
@@ -7,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// The environment variable that names the file.
+// The environment variable with the file's name.
 inline constexpr const char* FAULT_PLAN_VARIABLE = "VTRDC_TEST_FAULT_PLAN";
 
 enum class failing_call : int {
@@ -51,13 +50,12 @@ enum class failing_call : int {
 inline constexpr auto FAILING_CALLS = static_cast<std::size_t>(failing_call::count);
 
 struct fault_plan {
-    // Set by the test: the call that fails, which one of those made from now on (1 is the next),
-    // and the error number that it leaves.
+    // Set by the test: the call, its count from now on (1 is the next), and the resulting errno.
     std::atomic<failing_call> call;
     std::atomic<int> number;
     std::atomic<int> error;
-    // Set by the library: how many were made of each, and where in the program the one that failed
-    // was called from; 0 while none has failed.
+    // Set by the library: number of calls of each kind, and the address from which the failed one
+    // was made; 0 until then.
     std::array<std::atomic<int>, FAILING_CALLS> made;
     std::atomic<std::uintptr_t> failed_from;
 };

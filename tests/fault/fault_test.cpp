@@ -1,5 +1,5 @@
 // One failing call at a time, through start, all commands and stop: each ends in its reply, or in
-// an ERROR line and status 1; the daemon never crashes and never hangs.
+// an ERROR line and status 1. The daemon never crashes or hangs.
 #include "api/api.h"
 #include "subject.h"
 #include "tour.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-// Each call that can fail, or one of so many.
+// Tries every call, or one of this many.
 std::size_t sample_of = 40;
 
 #ifdef VTRDC_TEST_LEAVE_MEMORY
@@ -21,7 +21,7 @@ constexpr bool MEMORY_FAILS = false;
 constexpr bool MEMORY_FAILS = true;
 #endif
 
-// What may become of a request when such a call fails.
+// Allowed results of a request when such a call fails.
 enum : unsigned { ANSWERED = 1, CLOSED = 2, DROPPED = 4, ENDED = 8 };
 
 struct call_rule {
@@ -29,7 +29,7 @@ struct call_rule {
     const char* name;
     int error;
     unsigned allowed;
-    const char* last_words = ""; // of an end
+    const char* last_words = ""; // ERROR text if it ends
 };
 
 constexpr call_rule rules[] = {
@@ -91,7 +91,7 @@ struct fault {
 
 class FaultTest : public testing::Test {
 protected:
-    // The calls that were made since the plan, each a fault to be tried.
+    // The calls made since the plan; each is a fault to try.
     std::vector<fault> faults() {
         std::vector<fault> all;
         for (const call_rule& rule : rules) {
@@ -101,13 +101,13 @@ protected:
         }
         return all;
     }
-    // Those of the sample, told by a count over all.
+    // Selects the sample by a running count.
     bool is_drawn() { return drawn_++ % sample_of == 0; }
 
     void plan(const fault& fault) {
         subject_.plan(fault.call, fault.number, rule_of(fault.call).error);
     }
-    // A fault that came about must have led to what its rule allows.
+    // A fault that occurred must lead to an allowed result.
     void judge(const fault& fault, happening what) {
         const call_rule& rule = rule_of(fault.call);
         if (!subject_.has_failed()) {
@@ -138,7 +138,7 @@ std::string describe(const fault& fault) {
 
 class TourTest : public FaultTest {
 protected:
-    // The daemon as the step needs it.
+    // Prepares the daemon for the step.
     void get_ready(const tour_step& step) {
         subject_.forget_plan();
         if (!subject_.is_running()) {
@@ -199,7 +199,7 @@ TEST_F(TourTest, EachEndsInItsReplyOrAnErrorLine) {
     }
 }
 
-// --- What must come of it, to the letter -----------------------------------------------------
+// --- Exact results -----------------------------------------------------------------------------
 
 struct known_case {
     tour_step step;
@@ -223,7 +223,7 @@ const known_case known_cases[] = {
      happening::answered,
      "e:make_snapshot:n:",
      NO_SPACE_QUERY},
-    // Which names are taken is not known: nothing is overwritten.
+    // Existing names are unknown: nothing is overwritten.
     {{"c:make_snapshot:n:"},
      {failing_call::opendir, 1},
      happening::answered,
@@ -254,7 +254,7 @@ const known_case known_cases[] = {
      happening::ended,
      "",
      "]: Failed to write luminance to /sys/bus/i2c/drivers/mxc_uoled_i2c/0-0024/attr_luminance\n"},
-    // The settings can't be rewritten: they apply all the same.
+    // The settings can't be rewritten but apply.
     {{"c:set_lum:i:2", "c:set_lum:i:1"},
      {failing_call::open, 1},
      happening::answered,
@@ -352,8 +352,8 @@ TEST_F(StartTest, FailureOfAnOptionalCallIsSurvived) {
          "[WARN]: Failed to read the configuration file /etc/vtrdc.conf\n"},
         {{failing_call::fread, 1},
          "[WARN]: Failed to read the configuration file /etc/vtrdc.conf\n"},
-        {{failing_call::open, 1}, ""}, // the file that says that there is video
-        {{failing_call::open, 2}, ""}, // the buttons
+        {{failing_call::open, 1}, ""},                            // the file that reports video
+        {{failing_call::open, 2}, ""},                            // the buttons
         {{failing_call::spawn, 1}, "[WARN]: Tool can't be run "}, // the thermal core
     };
     for (const auto& each : cases) {
@@ -373,7 +373,7 @@ TEST_F(StartTest, OutOfMemoryForTheCommandSocketIsReported) {
     if (!MEMORY_FAILS) {
         GTEST_SKIP() << "memory is the sanitizer's";
     }
-    // A start that ends right after it took its record tells which call that was.
+    // A start that ends right after allocating the record shows which call that was.
     EXPECT_EQ(start_with({failing_call::socket, 1}), happening::ended);
     const int of_record = subject_.made(failing_call::malloc);
     EXPECT_EQ(start_with({failing_call::malloc, of_record}), happening::ended);

@@ -36,6 +36,6 @@ inline void plan_failure(fault_plan& plan, failing_call call, int number, int er
 inline std::vector<std::string> failing_environment(const std::filesystem::path& plan_file) {
     return {std::string{"LD_PRELOAD="} + VTRDC_FAILING_CALLS,
             std::string{FAULT_PLAN_VARIABLE} + "=" + plan_file.string(),
-            // Its library need not come first: ours hands all calls on to it.
+            // Its runtime need not be first: our library forwards all calls.
             "ASAN_OPTIONS=detect_leaks=0:exitcode=99:verify_asan_link_order=0"};
 }

@@ -1,4 +1,4 @@
-// The daemon whose calls fail as planned, and what comes of it.
+// A daemon with planned failures, and the results.
 #include "subject.h"
 
 #include "fault/planned.h"
@@ -16,7 +16,7 @@
 
 namespace {
 
-// The start-up's last line before the loop.
+// The last line of the start before the loop.
 constexpr const char* SERVING = "Executing system cmd: vtrcore shutter-movement";
 constexpr const char* NOT_SENT = "[WARN]: Failed to send data through client socket\n";
 constexpr const char* AFTERWARDS = "c:get_pip:n:";
@@ -68,7 +68,7 @@ happening fault_subject::start(const std::vector<std::string>& options) {
     if (log_.count("[ERROR]") > 0) {
         return judge_end();
     }
-    // Its answer says that the loop runs.
+    // An answer shows that the loop is running.
     if (!decided || !daemon_->ask(AFTERWARDS).starts_with(ANSWER)) {
         return judge_end();
     }
@@ -115,7 +115,7 @@ result fault_subject::ask(const std::string& request) {
     }
     close(connection);
     forget_plan();
-    // Whether it lives is known when it answers another.
+    // It lives if it answers another request.
     const int other = daemon_->connect();
     const bool lives = other >= 0 && ask_over(other, AFTERWARDS).starts_with(ANSWER);
     close(other);

@@ -1,4 +1,4 @@
-// The daemon whose calls fail as planned, and what comes of it.
+// A daemon with planned failures, and the results.
 #pragma once
 
 #include "fault_plan.h"
@@ -7,13 +7,13 @@
 
 #include <optional>
 
-// What became of a request, or of a start or stop.
+// Result of a request, a start or a stop.
 enum class happening {
-    answered, // or, started, or stopped in good order
+    answered, // or started, or stopped in order
     closed,   // the connection was closed without a reply
-    dropped,  // no reply, but the connection lives
+    dropped,  // no reply, but the connection works
     ended,    // by an ERROR line with status 1
-    wrong,    // crashed, hung, or nonsense: a test failure was added
+    wrong,    // crashed, hung, or sent nonsense: a test failure was added
 };
 
 struct result {
@@ -28,12 +28,12 @@ public:
     fault_subject& operator=(const fault_subject&) = delete;
     ~fault_subject();
 
-    // One call fails from now on: of this kind, and this number of them.
+    // Makes one call fail: the given one of this kind from now on.
     void plan(failing_call call, int number, int error);
-    // All calls work; how many were made since the plan is kept.
+    // Makes all calls work; keeps the counts since the plan.
     void forget_plan() { plan_->call = failing_call::none; }
     [[nodiscard]] bool has_failed() const { return plan_->failed_from != 0; }
-    // Where in the program, for addr2line.
+    // Address of the failed call, for addr2line.
     [[nodiscard]] std::uintptr_t failed_from() const { return plan_->failed_from; }
     [[nodiscard]] int made(failing_call call) const {
         return plan_->made[static_cast<std::size_t>(call)];
@@ -42,27 +42,27 @@ public:
     [[nodiscard]] bool is_running() const { return daemon_.has_value(); }
     // Starts it and waits until it serves.
     happening start(const std::vector<std::string>& options = {});
-    // Starts it and waits for its end: the status.
+    // Starts it and waits for its end; returns the status.
     int run(const std::vector<std::string>& options);
-    // Sends one request over a connection of its own and then, over the same, another: what the
-    // first one leads to is done by then.
+    // Sends a request and then another on the same connection: the effects of the first are
+    // complete by then.
     result ask(const std::string& request);
-    // Without a plan: the request must be answered.
+    // Without a plan: the request must succeed.
     void must_answer(const std::string& request);
-    // Ends outputs and splash, and lets pipes go on that were paused.
+    // Ends outputs and splash, and resumes paused pipes.
     void tidy_up();
-    // Asks it to stop, and waits.
+    // Requests a stop and waits for the end.
     happening stop();
-    // Ends it somehow.
+    // Ends it in any way.
     void give_up() { daemon_.reset(); }
 
-    // What it said since the plan was made.
+    // Its output since the plan.
     [[nodiscard]] const std::string& said() { return log_.since_mark(); }
 
 private:
     [[nodiscard]] std::vector<std::string> environment() const;
     [[nodiscard]] result receive(int connection);
-    // It has ended, or is about to: was that by an ERROR line?
+    // True if it ends with an ERROR line.
     [[nodiscard]] happening judge_end();
 
     board board_;

@@ -1,12 +1,12 @@
-// A tour through all client commands, each with what it needs beforehand.
+// A tour through all client commands with their preconditions.
 #pragma once
 
 #include <array>
 
 struct tour_step {
     const char* request;
-    const char* before = nullptr; // a request that makes it change something
-    bool once = false;            // a daemon does it once in its life
+    const char* before = nullptr; // a request that makes the command change something
+    bool once = false;            // has an effect only once in a daemon's life
 };
 
 inline constexpr std::array tour = std::to_array<tour_step>({
@@ -50,7 +50,7 @@ inline constexpr std::array tour = std::to_array<tour_step>({
     {"c:enable_http_stream:i:1"},
     {"c:enable_http_stream:i:0", "c:enable_http_stream:i:1"},
     {"c:disable_kbd:n:", nullptr, true},
-    // What is no command.
+    // An unknown command.
     {"c:no_such:n:"},
     {"nonsense"},
     {"c:set_origin:l:1"},

@@ -1,4 +1,4 @@
-// Fuzzes the splitter of argument lists.
+// Fuzzes the splitting of argument lists.
 #include "api/arguments.h"
 #include "fuzz.h"
 
@@ -9,7 +9,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string text = input_text(data, size);
     const argument_list list = split_arg_list(text.data());
     require(list.count >= 1 && list.count <= ARGUMENTS_MAX);
-    // The arguments lie behind one another, each up to its terminator, inside the text.
+    // The arguments are consecutive NUL-terminated texts within the input.
     const char* at = text.data();
     for (std::size_t i = 0; i < list.count; ++i) {
         require(list.arguments.at(i) == at);

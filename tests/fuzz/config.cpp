@@ -1,4 +1,4 @@
-// Fuzzes the reader of the configuration file.
+// Fuzzes reading of the configuration file.
 #include "config/cfg.h"
 #include "fuzz.h"
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-// The path of a file in memory with that content.
+// Returns the path of a memory file with that content.
 std::string file_of(const void* content, std::size_t size) {
     static const int file = memfd_create("vtrdc.conf", MFD_CLOEXEC);
     require(file >= 0 && ftruncate(file, 0) == 0);
@@ -31,7 +31,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string defaults = serialized();
     const bool found = read(data, size) == 0;
     require(found == !cfg_get_all_keys().empty());
-    // Settings that were written read back as the same file. Seldom tried: it takes its time.
+    // Written settings read back as the same file. Rarely checked, since it is slow.
     if (const std::string written = serialized(); written != defaults) {
         require(read(written.data(), written.size()) == 0 && serialized() == written);
     }

@@ -1,4 +1,4 @@
-// What the fuzzers share.
+// Shared parts of the fuzzers.
 #pragma once
 
 #include "core/log.h"
@@ -7,23 +7,22 @@
 #include <cstdint>
 #include <string>
 
-// Called by libFuzzer with one input after another; 0 always.
+// Called by libFuzzer for each input; always returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// Ends the fuzzer with a report on the input when something does not hold.
+// Aborts with a report on the input if the condition is false.
 inline void require(bool holds) {
     if (!holds) {
         __builtin_trap();
     }
 }
 
-// The input as a text that may be taken apart: up to its first zero byte, as it comes from a
-// client.
+// The input as modifiable text, up to its first NUL, as received from a client.
 inline std::string input_text(const std::uint8_t* data, std::size_t size) {
     return std::string(reinterpret_cast<const char*>(data), size).c_str();
 }
 
-// Log lines are formatted, but seen nowhere.
+// Formats log lines but discards them.
 inline void hush_log() {
     static const bool hushed = [] {
         log_open("/dev/null");

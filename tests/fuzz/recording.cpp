@@ -1,4 +1,4 @@
-// Fuzzes what vtrdc-recover reads: a recording, as damaged as can be.
+// Fuzzes vtrdc-recover's parsing of a damaged recording.
 #include "fuzz.h"
 #include "recover/clock.h"
 #include "recover/lost_samples.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// A file in memory with that content.
+// A memory file with that content.
 int file_of(const void* content, std::size_t size) {
     static const int file = memfd_create("recording", MFD_CLOEXEC);
     require(file >= 0 && ftruncate(file, 0) == 0);
@@ -18,7 +18,7 @@ int file_of(const void* content, std::size_t size) {
     return file;
 }
 
-// Runs follow one another without overlap, and their samples are the ones that were counted.
+// Runs are consecutive without overlap, and their samples match the counts.
 void check(const scanned& found) {
     std::uint64_t end = found.start;
     std::size_t pictures = 0;

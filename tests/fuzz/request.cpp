@@ -15,7 +15,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     require(message.clen > 0 && std::strchr(message.cmd, ':') == nullptr);
     require(std::strlen(message.cmd) == message.clen && std::strlen(message.data) == message.dlen);
     require(original.ends_with(message.data));
-    // What was decoded survives being encoded and decoded again.
+    // Encoding and decoding a decoded request again must not change it.
     const malloc_text encoded = ipc_serialize(
         {.ctype = message.ctype, .cmd = message.cmd, .dtype = message.dtype, .data = message.data});
     require(encoded != nullptr);

@@ -1,4 +1,4 @@
-// The clock that the muxer's turns are, against a muxer whose stamps are known.
+// The clock reconstructed from a muxer's turns, compared with a muxer whose stamps are known.
 #include "muxer.h"
 #include "recover/clock.h"
 #include "recover/lost_samples.h"
@@ -12,13 +12,13 @@ namespace {
 
 constexpr double MS = 0.001;
 
-// How far the told times of pictures are from sound, compared with the stamps.
+// Error of the reconstructed offset between pictures and sound.
 struct errors {
     double worst_s = 0;
     double last_s = 0;
 };
 
-// The stamp of each sample that is left in the scan, by its offset.
+// Stamps of the samples found by the scan, by offset.
 std::vector<double> stamps_of(const std::vector<stamped_sample>& samples, sample_kind kind,
                               const byte_range& damage) {
     std::vector<double> stamps;
@@ -33,8 +33,8 @@ std::vector<double> stamps_of(const std::vector<stamped_sample>& samples, sample
     return stamps;
 }
 
-// Pictures are compared with the stamps as they are, since sound is told without an error; but
-// behind damage both may be late or early together.
+// Times are compared directly, since sound is reconstructed exactly; after damage both may be
+// shifted together.
 errors compare(const std::vector<stamped_sample>& samples, scanned found, const byte_range& damage,
                std::optional<double> known_offset_s = {}) {
     cut_into_chunks(found);
@@ -53,7 +53,7 @@ errors compare(const std::vector<stamped_sample>& samples, scanned found, const 
                 continue;
             }
             if (i > 0 && found.runs[i - 1].damage_before > 0) {
-                continue; // its sound may be in the damage
+                continue; // its sound may be damaged
             }
             result.last_s = told - pictures[run.first + k] - sound_error;
             result.worst_s = std::max(result.worst_s, std::abs(result.last_s));
@@ -95,7 +95,7 @@ TEST(ClockTest, IsExactWithoutDrops) {
 TEST(ClockTest, ShortRecordingsBeginTogetherUnlessTheFileBeforeKnows) {
     EXPECT_LT(compare(even_footage(5, 48000, 0.02)).worst_s, 25 * MS);
     EXPECT_LT(compare(even_footage(5, 48000, 0.1), {}, 0.1).worst_s, 1 * MS);
-    // What can't be is not believed.
+    // An impossible offset is ignored.
     EXPECT_LT(compare(even_footage(90, 48000, 0.1), {}, 5.0).worst_s, 3 * MS);
 }
 
@@ -116,7 +116,7 @@ TEST(ClockTest, FollowsALongGap) {
     EXPECT_LT(std::abs(found.last_s), 20 * MS);
 }
 
-// Stamps that are times of arrival come late by up to so much, and never go back.
+// Stamps that are times of arrival: late by up to this much, never decreasing.
 void let_arrive(std::vector<double>& stamps, double jitter_s, dice& dice) {
     double last = stamps.front();
     for (double& stamp : stamps) {
@@ -130,7 +130,7 @@ TEST(ClockTest, BearsStampsThatJitter) {
         for (int run = 0; run < 10; ++run) {
             footage from = even_footage(300, 48000, dice.between(0, 0.03));
             drop_pictures(from, share, dice);
-            // The first picture may come up to three times.
+            // The first picture may be written up to three times.
             from.pictures_s.insert(from.pictures_s.begin(), 2, from.pictures_s.front());
             let_arrive(from.pictures_s, 0.02, dice);
             let_arrive(from.sounds_s, 0.02, dice);

@@ -1,4 +1,4 @@
-// A muxer in miniature: mixes pictures and sound as the recorder's does, and tells what was when.
+// A miniature muxer: interleaves pictures and sound like the recorder's, with known times.
 #include "muxer.h"
 
 #include "recover/interleaving.h"
@@ -14,12 +14,12 @@ constexpr std::uint32_t SOUND_BYTES = 384;
 
 struct queue {
     const std::vector<double>& stamps;
-    double last_s; // how long the last one lasts
+    double last_s; // duration of the last one
     std::size_t next = 0;
 
     [[nodiscard]] bool is_empty() const { return next == stamps.size(); }
     [[nodiscard]] double due() const { return stamps[next]; }
-    // Takes one out: how long it lasts.
+    // Removes one; returns its duration.
     double take() {
         const double taken = stamps[next++];
         return is_empty() ? last_s : stamps[next] - taken;

@@ -1,9 +1,9 @@
-// A muxer in miniature: mixes pictures and sound as the recorder's does, and tells what was when.
+// A miniature muxer: interleaves pictures and sound like the recorder's, with known times.
 #pragma once
 
 #include "recover/sample_scan.h"
 
-// When a picture or an MP3 frame was, as the muxer was told.
+// Times of the pictures and MP3 frames given to the muxer.
 struct stamped_sample {
     sample_kind kind;
     double time_s;
@@ -17,15 +17,14 @@ struct footage {
     mp3_frame sound;
 };
 
-// Pictures thirty a second and sound of that rate, for so long; the first picture that much later
-// than the first sound.
+// Thirty pictures a second and sound of that rate for a given time; the first picture comes that
+// much later than the first sound.
 [[nodiscard]] footage even_footage(double length_s, std::uint32_t rate, double offset_s);
 
-// All samples in the order in which they are written.
+// All samples in writing order.
 [[nodiscard]] std::vector<stamped_sample> mix(const footage& from);
 
-// What a scan finds of those samples when some bytes are damaged: a sample that lies in there is
-// lost.
+// Result of a scan when a range of bytes is damaged: samples in it are lost.
 struct byte_range {
     std::uint64_t start = 0;
     std::uint64_t end = 0;

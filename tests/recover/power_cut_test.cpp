@@ -1,5 +1,5 @@
-// What a power cut takes: the image of a mounted card is copied in the middle of a recording,
-// mounted and recovered, and compared with the recording as it was completed later.
+// Losses in a power cut: copies the image of a mounted card during a recording, mounts and recovers
+// the copy, and compares it with the completed recording.
 #include "support/card.h"
 #include "support/daemon.h"
 #include "support/media.h"
@@ -20,11 +20,10 @@ using clock = std::chrono::steady_clock;
 using seconds = std::chrono::duration<double>;
 
 constexpr int CUTS = 20;
-// By then the kernel writes out what it kept in memory at first.
+// By then the kernel has begun to write back dirty pages.
 constexpr std::chrono::seconds FIRST_CUT{35};
 
-// How the card is mounted, and after how many hundredths of a second the kernel writes out what it
-// keeps in memory; 0 leaves that as it is.
+// Mount options, and the kernel's write-back time in hundredths of a second; 0 leaves the default.
 struct storage_case {
     const char* name;
     const char* mount_options;
@@ -32,7 +31,7 @@ struct storage_case {
     double missing_max_s;
 };
 
-// The last one is what docs/bring-up.md asks for; the others show why.
+// docs/bring-up.md recommends the last one; the others show why.
 constexpr storage_case storage_cases[] = {
     {"AsItComes", "", 0, 45},
     {"WithoutDelay", "nodelalloc", 0, 15},
@@ -45,7 +44,7 @@ void PrintTo(const storage_case& storage, std::ostream* out) {
     *out << storage.name;
 }
 
-// A setting of the kernel's memory management, while this lives.
+// Changes a setting of the kernel's memory management while it exists.
 class memory_setting {
 public:
     memory_setting(const std::string& name, int value)
@@ -79,7 +78,7 @@ bool is_less(const missing_seconds& one, const missing_seconds& other) {
     return one.all() < other.all();
 }
 
-// Where packets end in the file: a picture whose parameter sets were lost begins later than it did.
+// End offsets of packets: a picture without its parameter sets begins later.
 std::set<std::uint64_t> ends_of(const media_track& track) {
     std::set<std::uint64_t> ends;
     for (const media_packet& packet : track.packets) {
@@ -90,7 +89,7 @@ std::set<std::uint64_t> ends_of(const media_track& track) {
 
 class PowerCutTest : public testing::TestWithParam<storage_case> {
 protected:
-    // Records, and cuts the power at random moments; the recording goes on and is completed.
+    // Records, cutting the power at random moments while the recording continues to its end.
     void record() {
         vtrdc_daemon daemon{board_};
         ASSERT_TRUE(daemon.wait_until_live());
@@ -112,8 +111,8 @@ protected:
         EXPECT_EQ(daemon.stop(), 0);
     }
 
-    // What is missing of one kind in a recovered recording. Each of its packets must be one of the
-    // whole recording, where it was.
+    // Time missing from a recovered recording. Each of its packets must be in the complete
+    // recording, at the same place.
     [[nodiscard]] missing_seconds missing_of(const std::optional<media_track>& recovered,
                                              const media_track& whole,
                                              clock::time_point cut) const {
@@ -134,7 +133,7 @@ protected:
         return missing;
     }
 
-    // Mounts what the cut left, and recovers it.
+    // Mounts and recovers a copy.
     [[nodiscard]] missing_seconds missing_after(const cut& at) const {
         const temp_folder folder;
         media found;

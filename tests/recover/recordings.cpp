@@ -1,4 +1,4 @@
-// Recordings that the real daemon made on a simulated board, and what damage leaves of them.
+// Recordings by the real daemon on a simulated board, and damaged versions.
 #include "recordings.h"
 
 #include "support/daemon.h"
@@ -25,8 +25,8 @@ std::uint32_t number_at(const std::string& bytes, std::size_t place) {
     return number;
 }
 
-// Records with those settings until that file of the recording has so many bytes; then the daemon
-// is killed. The contents of all its files.
+// Records with those settings until that file of the recording has a given size; then kills the
+// daemon. Returns the contents of all files.
 std::vector<std::string> record_until(board& board, const std::string& settings, std::size_t file,
                                       std::uintmax_t bytes) {
     const fs::path folder = board.at("/media/video");
@@ -73,7 +73,7 @@ const media_packet& any_of(const media_track& track, std::mt19937& random) {
     return track.packets[random() % track.packets.size()];
 }
 
-// A place behind the packet's first byte and before its last.
+// An offset inside the packet.
 std::size_t inside(const media_packet& packet, std::mt19937& random) {
     return packet.offset + 1 + random() % (packet.size - 1);
 }

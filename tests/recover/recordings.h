@@ -1,4 +1,4 @@
-// Recordings that the real daemon made on a simulated board, and what damage leaves of them.
+// Recordings by the real daemon on a simulated board, and damaged versions.
 #pragma once
 
 #include "support/media.h"
@@ -11,13 +11,13 @@
 // Contents of files. The pictures are numbered.
 struct recordings {
     std::string before{};          // complete
-    std::string whole{};           // the same recording's next file, complete, too
-    std::string killed{};          // the one behind it: its daemon was killed while it was written
-    std::string killed_pictures{}; // of pictures alone
-    std::string killed_sound{};    // of sound alone
-    media packets{};               // of `whole`
-    std::vector<int> numbers{};    // of the pictures in `whole`
-    std::size_t data_end = 0;      // of the media data in `whole`, where its index begins
+    std::string whole{};           // the next file of the same recording, also complete
+    std::string killed{};          // the file after that: the daemon was killed while writing it
+    std::string killed_pictures{}; // pictures only
+    std::string killed_sound{};    // sound only
+    media packets{};               // packets of `whole`
+    std::vector<int> numbers{};    // numbers of the pictures in `whole`
+    std::size_t data_end = 0;      // end of the media data in `whole`, where its index begins
 };
 
 // Names of the files of one recording.
@@ -28,13 +28,13 @@ inline constexpr const char* NAME_BEHIND = "video_20240927093056_02.mp4";
 // Made once for all tests, in about a minute.
 const recordings& all_recordings();
 
-// The same without its index: what a muxer leaves that is killed before it begins to write one.
+// `whole` without its index, as left by a muxer killed before it writes one.
 std::string without_index(const std::string& recording, std::size_t data_end);
 
-// A recording of so many times the length of `whole`, without an index.
+// `whole` repeated that many times, without an index.
 std::string long_recording(int times);
 
-// `whole` without its index and without the parameter sets that come with its pictures.
+// `whole` without its index and without its pictures' parameter sets.
 std::string without_parameter_sets();
 
 // --- Damage ----------------------------------------------------------------------------------
@@ -53,11 +53,11 @@ inline constexpr int DAMAGE_KINDS = 7;
 struct damaged_recording {
     std::string description; // for messages
     std::string contents;
-    std::size_t end = 0;        // of the media data that are left
-    std::size_t lost_start = 0; // zeroed bytes among them
+    std::size_t end = 0;        // end of the remaining media data
+    std::size_t lost_start = 0; // zeroed bytes in them
     std::size_t lost_end = 0;
 
-    // True when nothing of a packet is missing.
+    // True if the packet is complete.
     [[nodiscard]] bool has(const media_packet& packet) const;
 };
 

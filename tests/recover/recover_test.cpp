@@ -1,4 +1,5 @@
-// The tool on recordings that the daemon made, damaged in many ways: what is whole plays, in step.
+// vtrdc-recover on the daemon's recordings with many kinds of damage: undamaged parts play
+// synchronously.
 #include "recordings.h"
 #include "tool.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Packets by where they end: a picture whose parameter sets were lost begins later than it did.
+// Packets by end offset: a picture without its parameter sets begins later.
 using packets_by_end = std::map<std::uint64_t, const media_packet*>;
 
 packets_by_end by_end(const std::optional<media_track>& track) {
@@ -27,8 +28,8 @@ packets_by_end by_end(const std::optional<media_track>& track) {
     return packets;
 }
 
-// The numbers of the pictures of `whole` that must be there: whole ones, but behind damage only
-// from the next key frame on.
+// Numbers of the pictures in `whole` that must be recovered: complete ones, after damage only from
+// the next key frame on.
 std::vector<std::uint64_t> ends_of_decodable(const damaged_recording& damaged) {
     std::vector<std::uint64_t> ends;
     bool is_decodable = false;
@@ -41,7 +42,7 @@ std::vector<std::uint64_t> ends_of_decodable(const damaged_recording& damaged) {
     return ends;
 }
 
-// Each picture shows what it showed in the original.
+// Each picture must be the same as in the original.
 void expect_numbers(const fs::path& file, const packets_by_end& pictures) {
     std::vector<int> expected;
     const recordings& original = all_recordings();
@@ -63,7 +64,7 @@ double shift(const media_packet& packet, const packets_by_end& original) {
     return packet.time - original.at(packet.offset + packet.size)->time;
 }
 
-// How far pictures are from sound, compared with the original; times behind damage may be shifted
+// Offset between pictures and sound compared with the original; times after damage may be shifted
 // together.
 void expect_in_step(const media& found) {
     const media& whole = all_recordings().packets;
@@ -86,7 +87,7 @@ void expect_in_step(const media& found) {
     }
 }
 
-// Every whole frame, but for one of which nobody can tell.
+// All complete frames, except one that can't be determined.
 void expect_sounds(const damaged_recording& damaged, const packets_by_end& found) {
     int missing = 0;
     for (const media_packet& packet : all_recordings().packets.audio->packets) {
@@ -148,7 +149,7 @@ TEST(RecoverTest, UndamagedPartsPlay) {
     }
 }
 
-// Recovers what is in the file, which then plays without a complaint.
+// Recovers the file, which must then play without errors.
 media recover_alone(const std::string& file) {
     const outcome result = recover({file});
     EXPECT_EQ(result.status, 0);
@@ -169,7 +170,7 @@ TEST(RecoverTest, KilledRecordingPlays) {
     EXPECT_TRUE(found.video->packets.front().key);
     EXPECT_LT(std::abs(found.video->start() - found.audio->start()), 0.15);
     EXPECT_LT(std::abs(found.video->end() - found.audio->end()), 0.4);
-    // It goes on where the file before it ended.
+    // It continues where the previous file ended.
     const int next = (all_recordings().numbers.back() + 1) % NUMBERED_PICTURES;
     EXPECT_EQ(picture_numbers(file).front(), next);
 }
@@ -193,7 +194,7 @@ TEST(RecoverTest, ExistingIndexIsKept) {
     EXPECT_EQ(read_text(file), whole);
 }
 
-// A recording with other parameters, of which slices show that they don't fit.
+// A recording with other parameters that don't fit the slices.
 void write_other_recording(const fs::path& file) {
     const outcome result = run({"/usr/bin/gst-launch-1.0", "-q", "videotestsrc", "num-buffers=5",
                                 "!", "x264enc", "key-int-max=250", "!", "h264parse", "!", "mp4mux",
@@ -219,7 +220,7 @@ TEST(RecoverTest, ParameterSetsOfAnotherRecordingAreUsed) {
 }
 
 #ifndef VTRDC_SANITIZE
-// Sixty-four megabytes of addresses, libraries included.
+// Limits the address space to 64 MB, including libraries.
 TEST(RecoverTest, MemoryDoesNotGrowWithTheFile) {
     const temp_folder folder;
     const std::string file = folder.write(NAME, long_recording(40));

@@ -1,5 +1,5 @@
-// What must not be lost: originals, when the tool is killed, storage is full or a call fails, and
-// files in use.
+// Nothing may be lost: originals, if the tool is killed, storage is full or a call fails, and files in
+// use.
 #include "fault/planned.h"
 #include "recordings.h"
 #include "support/storage.h"
@@ -29,7 +29,7 @@ std::string whole_data() {
     return without_index(all_recordings().whole, all_recordings().data_end);
 }
 
-// True when the media data of a recording are there, whatever is around them.
+// True if the media data of a recording exist, whatever surrounds them.
 bool holds_data_of(const std::string& file, const std::string& original) {
     return file.size() >= original.size() &&
            file.compare(HEADER_BYTES, original.size() - HEADER_BYTES, original, HEADER_BYTES) == 0;
@@ -41,7 +41,7 @@ bool plays(const fs::path& file) {
 
 // --- Kills -----------------------------------------------------------------------------------
 
-// Runs the tool on the folder and kills it after that time, if it has not ended yet.
+// Runs the tool on the folder and kills it after that time unless it has ended.
 void recover_and_kill(const fs::path& folder, std::chrono::microseconds after) {
     const temp_folder output;
     const pid_t tool =
@@ -58,7 +58,7 @@ std::chrono::microseconds time_to_recover(const fs::path& folder) {
                                                                  start);
 }
 
-// Kills it again and again in the same folder. A recording that plays is put back as it was.
+// Kills it repeatedly in the same folder. A recovered recording is replaced by the damaged one.
 void kill_at_random_moments(const fs::path& folder, const std::string& original) {
     const fs::path file = folder / NAME;
     const auto put_original = [&] { std::ofstream{file, std::ios::binary} << original; };
@@ -78,7 +78,7 @@ void kill_at_random_moments(const fs::path& folder, const std::string& original)
     EXPECT_EQ(recover({folder}).status, 0);
     EXPECT_EQ(complaints(file), "");
     EXPECT_TRUE(holds_data_of(read_text(file), original));
-    EXPECT_EQ(files_in(folder).size(), 1U); // no copy that is not finished
+    EXPECT_EQ(files_in(folder).size(), 1U); // no unfinished copy
 }
 
 TEST(SafetyTest, KillsLoseNothing) {
@@ -105,7 +105,7 @@ TEST(SafetyTest, CopyOfAKilledRunIsRemoved) {
 
 // --- Full storage ----------------------------------------------------------------------------
 
-// A file system with room for so much beside the recording, which is on it already.
+// A file system with that much space beside the recording.
 class SmallStorageTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -115,7 +115,7 @@ protected:
         std::ofstream{file_, std::ios::binary} << original_;
     }
 
-    // Fills it up but for so many bytes.
+    // Fills it, leaving that many bytes.
     void leave_room(std::uintmax_t bytes) const {
         const std::uintmax_t room = fs::space(folder_.path()).available;
         ASSERT_GT(room, bytes);
@@ -159,8 +159,8 @@ constexpr std::array failing_calls_tried{
     failing_call::fsync,  failing_call::open,     failing_call::openat,    failing_call::pread,
     failing_call::pwrite, failing_call::renameat, failing_call::ftruncate, failing_call::stat};
 
-// Has its calls fail, one a run; of many of a kind only some, unless everything is tried. The
-// recording in the folder is put back whenever it plays.
+// Makes one call of the tool fail in each run: all calls with --all, otherwise a sample. Puts the
+// damaged recording back whenever it was recovered.
 void fail_each_call(const fs::path& folder, const std::string& original) {
     const temp_folder elsewhere;
     const fs::path file = folder / NAME;
@@ -203,7 +203,7 @@ TEST_F(SmallStorageTest, CallsThatFailLoseNothingInPlaceEither) {
     fail_each_call(folder_.path(), original_);
 }
 
-// --- Files that are left alone ---------------------------------------------------------------
+// --- Untouched files -------------------------------------------------------------------------
 
 TEST(SafetyTest, FileInUseIsLeftAlone) {
     const temp_folder folder;
@@ -274,7 +274,7 @@ TEST(SafetyTest, ExitStatusShowsTheResult) {
     EXPECT_EQ(recover({nowhere}).status, 1);
     EXPECT_EQ(recover({folder.path()}).status, 0);
     EXPECT_THAT(recover({"--help"}).output, HasSubstr("--dry-run"));
-    // The default folder is the board's, and none is nothing to do.
+    // The default folder is the board's; if it is missing, there is nothing to do.
     const std::vector<std::string> board{"VTRDC_SYSROOT=" + folder.path().string()};
     outcome result = run({VTRDC_RECOVER}, board);
     EXPECT_EQ(result.status, 0);

@@ -1,4 +1,4 @@
-// Samples in streams as encoders of other boards write them, and in damaged ones.
+// Samples in streams of other boards' encoders, and in damaged streams.
 #include "recover/sample_scan.h"
 #include "util/fd_owned.h"
 
@@ -15,13 +15,13 @@ namespace {
 
 using bytes = std::vector<std::uint8_t>;
 
-// 1024 x 768, baseline; and the picture set 0 that refers to it.
+// Sequence set for 1024 x 768, baseline, and picture set 0 that refers to it.
 const bytes SEQUENCE_SET{0x67, 0x42, 0xc0, 0x1f, 0xda, 0x01, 0x00, 0x18, 0x6c, 0x05,
                          0xa8, 0x08, 0x08, 0x0a, 0x00, 0x00, 0x03, 0x00, 0x02, 0x00,
                          0x00, 0x03, 0x00, 0x79, 0x1e, 0x30, 0x65, 0x40};
 const bytes PICTURE_SET{0x68, 0xce, 0x3c, 0x80};
 
-// The first byte of slices: of an IDR picture, of one that others refer to, of one that none does.
+// First byte of slices: IDR picture, reference picture, other picture.
 enum : std::uint8_t { IDR = 0x65, REFERENCE = 0x41, DISPOSABLE = 0x01 };
 // Slice types.
 enum : unsigned { P_SLICE = 5, B_SLICE = 6, I_SLICE = 7 };
@@ -35,7 +35,7 @@ void put_code(std::string& bits, unsigned value) {
     }
 }
 
-// A slice whose header says that much, filled up to 60 bytes.
+// A slice with this header, padded to 60 bytes.
 bytes slice(std::uint8_t first_byte, unsigned type, unsigned first_macroblock = 0,
             unsigned picture_set = 0, unsigned frame_number = 0) {
     constexpr std::size_t SIZE = 60;
@@ -53,7 +53,7 @@ bytes slice(std::uint8_t first_byte, unsigned type, unsigned first_macroblock = 
     return made;
 }
 
-// Samples behind one another.
+// Consecutive samples.
 class stream {
 public:
     stream& nal(const bytes& nal) {
@@ -95,7 +95,7 @@ private:
     bytes bytes_;
 };
 
-// A picture of one slice, as it stands in the stream.
+// A picture with one slice, as in the stream.
 constexpr std::uint32_t SLICE_BYTES = 64;
 
 std::vector<std::uint32_t> counts_of(const scanned& found) {
@@ -131,7 +131,7 @@ TEST(ScanTest, PicturesAndSoundAlternate) {
     EXPECT_EQ(found.sound->rate, 48000U);
 }
 
-// Without delimiters, in slices, with key frames that are no IDR pictures.
+// Without delimiters, several slices per picture, key frames that are not IDR pictures.
 TEST(ScanTest, SlicesMakeUpPictures) {
     stream pictures;
     pictures.key();
@@ -153,12 +153,12 @@ TEST(ScanTest, IncompleteSampleAtTheEndIsIgnored) {
     EXPECT_EQ(stream{pictures}.put(2, 0).scan().end, whole);
     EXPECT_EQ(stream{pictures}.put(5000, 0).scan().end, whole);
     EXPECT_EQ(stream{pictures}.sound().put(1, 0xff).scan().end, whole + 384);
-    // The end of the last frame was not written.
+    // The end of the last frame is missing.
     EXPECT_EQ(stream{pictures}.sound().overwrite(whole + 380, {0, 0, 0, 0}).put(500, 0).scan().end,
               whole);
 }
 
-// Pictures around a damaged one, whose first byte is at that place.
+// Pictures around a damaged one with its first byte at that offset.
 struct damaged_case {
     const char* what;
     std::size_t place;

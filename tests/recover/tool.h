@@ -1,4 +1,4 @@
-// Running vtrdc-recover on a folder of one test's own.
+// Runs vtrdc-recover on a test's folder.
 #pragma once
 
 #include "support/process.h"
@@ -6,13 +6,13 @@
 
 #include <string>
 
-// Runs it with these words to its end.
+// Runs it with these arguments to its end.
 inline outcome recover(std::vector<std::string> words) {
     words.insert(words.begin(), VTRDC_RECOVER);
     return run(words);
 }
 
-// How many of 1 a test tries: few by default, all that there are with --all.
+// How many times a test tries: few by default, all with --all.
 struct extent {
     int damages = 42;
     int kills = 10;

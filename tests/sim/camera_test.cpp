@@ -1,5 +1,4 @@
-// The camera's pictures: the footage's own speed, its order over the loop, and what takes its
-// place.
+// The camera's pictures: speed and order of footage, and replacements of the footage.
 #include "gst_helpers.h"
 #include "pixels.h"
 #include "support/temp_folder.h"
@@ -20,7 +19,7 @@ protected:
         return "imxv4l2videosrc device=" + device +
                " ! appsink name=out sync=false wait-on-eos=false";
     }
-    // Writes footage of ten pictures a second, each of one of these grey levels.
+    // Writes footage with ten pictures a second, one for each grey level.
     static bool write_footage(const std::string& path, const std::vector<std::uint8_t>& levels,
                               const std::string& container = "avimux", GstClockTime start = 0) {
         test_pipeline writer{"appsrc name=in format=time caps=video/x-raw,format=I420,width=64,"
@@ -40,7 +39,7 @@ protected:
         gst_app_src_end_of_stream(GST_APP_SRC(writer["in"]));
         return writer.wait_for(GST_MESSAGE_EOS) != nullptr;
     }
-    // The level of the next picture's first pixel, -1 when none comes.
+    // Level of the next picture's first pixel; -1 without one.
     static int next_level(const test_pipeline& camera) {
         const gst_owned<GstSample> sample = camera.pull();
         std::uint8_t level = 0;
@@ -48,8 +47,7 @@ protected:
                    ? level
                    : -1;
     }
-    // How far apart the darkest and the brightest place of the next picture are, -1 when none
-    // comes.
+    // Difference between the darkest and the brightest place of the next picture; -1 without one.
     static int next_contrast(const test_pipeline& camera) {
         const gst_owned<GstSample> sample = camera.pull();
         if (!sample) {
@@ -60,7 +58,7 @@ protected:
         const auto [darkest, brightest] = std::ranges::minmax_element(luma);
         return *brightest - *darkest;
     }
-    // Lets the device lead to another file, as at any moment it leads to one.
+    // Atomically points the device to another file.
     void show(const std::string& file) const {
         std::filesystem::create_symlink(file, device + ".new");
         std::filesystem::rename(device + ".new", device);
@@ -69,7 +67,7 @@ protected:
     std::string device = folder.path() / "video0";
 };
 
-// How many pictures in a row had a level.
+// How many consecutive pictures had a level.
 struct run {
     int level;
     int length;
@@ -88,10 +86,10 @@ TEST_F(CameraTest, PlaysFootageInALoopAtItsOwnSpeed) {
         }
         ++seen.back().length;
     }
-    seen.erase(seen.begin()); // before the first picture was decoded
-    seen.pop_back();          // cut short by the test's end
+    seen.erase(seen.begin()); // before the first decoded picture
+    seen.pop_back();          // incomplete at the end of the test
     for (std::size_t i = 1; i < seen.size(); ++i) {
-        // The range may be stretched on the way; the order stays, and 40 follows 160.
+        // Conversion may stretch the range; the order stays, and 40 follows 160.
         EXPECT_TRUE(seen[i].level > seen[i - 1].level || seen[i].level < 60) << "picture " << i;
     }
     std::ranges::nth_element(seen, seen.begin() + 5, {}, &run::length);
@@ -131,7 +129,7 @@ TEST_F(CameraTest, ContinuesWithReplacedFootage) {
     show("bright");
     int level = 0;
     while ((level = next_level(camera)) < 180) {
-        // Neither an end nor the grey from before the first picture.
+        // Neither an end nor the initial grey.
         ASSERT_TRUE(level >= 0 && level < 60) << level;
     }
     show(folder.write("none", "this is no video"));
@@ -142,12 +140,12 @@ TEST_F(CameraTest, ContinuesWithReplacedFootage) {
     EXPECT_TRUE(camera.wait_for(GST_MESSAGE_EOS));
 }
 
-// A camera whose driver is told by the file beside the device what to do.
+// A camera whose driver is controlled by the file beside the device.
 class CameraDriverTest : public CameraTest {
 protected:
     CameraDriverTest() { folder.write("video0", ""); }
     void drive(const char* mode) const { folder.write("video0.state", mode); }
-    // True when pictures come, or none, from the next one or two on.
+    // True if pictures come, or none, within one or two.
     static bool comes_to_life(const test_pipeline& camera) { return camera.pull() != nullptr; }
     static bool falls_silent(const test_pipeline& camera) {
         for (int i = 0; i < 5; ++i) {

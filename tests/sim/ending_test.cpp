@@ -1,5 +1,4 @@
-// Pipes that are stuck, on the simulated board's inter-pipe elements: the daemon goes on without
-// them.
+// Stuck pipes on the simulated board's inter-pipe elements: the daemon continues without them.
 #include "interpipe_fixture.h"
 #include "video/ending.h"
 
@@ -8,7 +7,7 @@
 
 namespace {
 
-// A producer whose streaming thread stands in the middle of its pipe, as in a driver.
+// A producer whose streaming thread is blocked in its pipe, as in a driver.
 class stuck_producer {
 public:
     explicit stuck_producer(const std::string& name)

@@ -1,5 +1,5 @@
-// Streams through the overlay and calls exit(1) on the main thread after the given time, whatever
-// the streaming and scene threads are in the middle of. The scene file is saved now and then.
+// Streams through the overlay and calls exit(1) on the main thread after a given time, whatever the
+// streaming and scene threads are doing. Saves the scene file now and then.
 #include "support/stand_ins.h"
 
 #include <array>
@@ -24,7 +24,7 @@ int main(int argc, char* argv[]) {
     g_object_set(overlay, "qml", argv[1], nullptr);
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     const int delay_ms = std::atoi(argv[2]);
-    // Updates keep the scene at work up to the end.
+    // Updates keep the scene busy until the end.
     for (int passed_ms = 0; passed_ms <= delay_ms; passed_ms += 10) {
         const std::array<const char*, 2> updates{
             "ReticleMenu.retProfParam:{\"X\": 100,\"Y\": 100}",

@@ -1,5 +1,5 @@
-// What is told of watched folders: which one, and the name in it. The overlay's scenes try the ways
-// that lead to a folder.
+// What folder watches report: folder and file name. The overlay's scenes test more paths to a
+// folder.
 #include "folder_watch.h"
 
 #include "support/temp_folder.h"
@@ -105,11 +105,11 @@ TEST_F(FolderWatch, RereadsEverythingWhenEventsAreLost) {
     int kept = 0;
     std::ifstream{"/proc/sys/fs/inotify/max_queued_events"} >> kept;
     ASSERT_GT(kept, 0);
-    for (int i = 0; i <= kept / 4; ++i) { // of each renaming there are two events
+    for (int i = 0; i <= kept / 4; ++i) { // two events for each renaming
         fs::rename(at("one/a"), at("one/b"));
         fs::rename(at("one/b"), at("one/a"));
     }
-    folder_.write("late/two/c", ""); // lost
+    folder_.write("late/two/c", ""); // event is lost
     EXPECT_THAT(told(watch), Contains(std::pair{at("late/two"), std::string{}}));
     folder_.write("late/two/c", "1");
     EXPECT_EQ(told(watch), (told_changes{{at("late/two"), "c"}}));

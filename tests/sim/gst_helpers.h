@@ -1,4 +1,4 @@
-// Short forms for tests of elements: pipelines from text, properties, messages, samples.
+// Helpers for tests of elements: pipelines from text, properties, messages, samples.
 #pragma once
 
 #include "support/stand_ins.h"
@@ -9,10 +9,10 @@
 #include <gtest/gtest.h>
 #include <string>
 
-// Time that anything a test waits for may take.
+// Time limit for anything that a test waits for.
 inline constexpr GstClockTime patience = 20 * GST_SECOND;
 
-// A pipeline made from a gst-launch text, stopped with its scope.
+// A pipeline from a gst-launch text, stopped at the end of its scope.
 class test_pipeline {
 public:
     explicit test_pipeline(const std::string& description) {
@@ -42,13 +42,13 @@ public:
         return element;
     }
 
-    // The next sample of the appsink called "out"; none when the stream has ended.
+    // Next sample of the appsink "out"; none at end of stream.
     [[nodiscard]] gst_owned<GstSample> pull() const {
         return gst_owned<GstSample>{
             gst_app_sink_try_pull_sample(GST_APP_SINK((*this)["out"]), patience)};
     }
 
-    // The next message of these types; none when there is none in time.
+    // Next message of these types; none on timeout.
     [[nodiscard]] gst_owned<GstMessage> wait_for(GstMessageType types,
                                                  GstClockTime timeout = patience) const {
         const gst_owned<GstBus> bus{gst_element_get_bus(get())};
@@ -61,7 +61,7 @@ private:
     gst_owned<GstElement> pipeline_;
 };
 
-// True when the elements don't take each other's streams: by themselves, or once they play.
+// True if the elements refuse each other's streams, when linked or when playing.
 inline bool is_refused(const std::string& description) {
     GError* error = nullptr;
     const gst_owned<GstElement> pipeline = own_floating(
@@ -82,7 +82,7 @@ inline void set(GstElement* element, const char* property, const std::string& va
     gst_util_set_object_arg(G_OBJECT(element), property, value.c_str());
 }
 
-// A test with GStreamer up.
+// Initialises GStreamer.
 class GstTest : public testing::Test {
 protected:
     static void SetUpTestSuite() { init_with_stand_ins(); }

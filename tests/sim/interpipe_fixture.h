@@ -1,4 +1,4 @@
-// Pipes that are joined by inter-pipe elements: producers that a test pushes into, and listeners.
+// Pipes connected by inter-pipe elements: producers fed by a test, and listeners.
 #pragma once
 
 #include "gst_helpers.h"
@@ -11,17 +11,17 @@
 #include <utility>
 #include <vector>
 
-// The value of the first buffer, which sinks hand on up to three times: it is passed over.
+// Value of the first buffer. Sinks may pass it on up to three times, so it is skipped.
 inline constexpr std::uint8_t OPENING = 255;
 
-// What a buffer of one byte says.
+// The value of a one-byte buffer.
 struct packet {
     std::uint8_t value = 0;
     GstClockTime pts = GST_CLOCK_TIME_NONE;
     bool delta = false;
 };
 
-// A pipe that publishes what the test pushes.
+// A pipe that publishes the test's buffers.
 class producer : public test_pipeline {
 public:
     explicit producer(const std::string& name, const std::string& options = "async=false")
@@ -29,7 +29,7 @@ public:
                         "interpipesink name=" +
                         name + " " + options} {}
 
-    // Plays, with the opening on its way.
+    // Starts playing, with the opening buffer queued.
     void open() {
         play();
         push({.value = OPENING});
@@ -41,7 +41,7 @@ public:
         gst_app_src_set_caps(in(), gst_owned<GstCaps>{gst_caps_from_string(text.c_str())}.get());
     }
 
-    // The buffer's memory, for comparing only.
+    // Address of the buffer's memory, for comparison only.
     const GstMemory* push(const packet& content) const {
         GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, 1, nullptr);
         gst_buffer_fill(buffer, 0, &content.value, 1);
@@ -55,7 +55,7 @@ public:
     }
 };
 
-// A pipe whose source, of a name of its own, listens.
+// A pipe with a named listening source.
 class listener : public test_pipeline {
 public:
     explicit listener(const std::string& to, const std::string& options = "",
@@ -63,7 +63,7 @@ public:
                                                 "wait-on-eos=false")
         : listener{next_name(), to, options, sink} {}
 
-    // The name is the source's.
+    // `name` is the source's.
     listener(const std::string& name, const std::string& to, const std::string& options,
              const std::string& sink)
         : test_pipeline{"interpipesrc name=" + name + " listen-to=" + to +
@@ -72,7 +72,7 @@ public:
 
     [[nodiscard]] GstElement* source() const { return (*this)[name_.c_str()]; }
 
-    // The next buffer after the opening; none when none comes in time.
+    // Next buffer after the opening one; none on timeout.
     [[nodiscard]] gst_owned<GstSample> next_sample(GstClockTime timeout = patience) const {
         gst_owned<GstSample> sample;
         do {
@@ -80,7 +80,7 @@ public:
         } while (value_of(sample) == OPENING);
         return sample;
     }
-    // Its value, -1 for none.
+    // Its value; -1 for none.
     [[nodiscard]] int next(GstClockTime timeout = patience) const {
         return value_of(next_sample(timeout));
     }
@@ -108,7 +108,7 @@ private:
     std::string name_;
 };
 
-// The events that arrive at an element's pad.
+// Records the events that arrive at an element's pad.
 class event_probe {
 public:
     event_probe(GstElement* element, const char* pad, GstPadProbeType direction)

@@ -1,5 +1,4 @@
-// The transport between pipes: time stamps, what a pipe gathers that doesn't play, latency and
-// ends.
+// Transport between pipes: time stamps, queueing for a pipe that doesn't play, latency and ends.
 #include "interpipe_fixture.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +10,7 @@ using testing::ElementsAre;
 
 namespace {
 
-// Two pipes of which the producer's started two seconds before the listener's.
+// Two pipes; the producer's was started two seconds before the listener's.
 class InterpipeStampsTest : public GstTest {
 protected:
     void start(const std::string& options) {
@@ -21,7 +20,7 @@ protected:
         play_from(*to_, now - 2 * GST_SECOND);
         play_from(from_, now - 4 * GST_SECOND);
     }
-    // Without a start time a pipeline leaves the base time as it is set.
+    // Without a start time a pipeline keeps its base time.
     static void play_from(test_pipeline& pipeline, GstClockTime base_time) {
         gst_element_set_start_time(pipeline.get(), GST_CLOCK_TIME_NONE);
         gst_element_set_base_time(pipeline.get(), base_time);
@@ -62,7 +61,7 @@ TEST_F(InterpipeStampsTest, AreCompensatedWithStreamSync2AndWhatIsOlderIsDropped
     EXPECT_EQ(next_pts(), 3 * GST_SECOND);
 }
 
-// With two pictures on their way, the first of which a sink gets when it pauses and when it plays.
+// With two pictures queued; the sink gets the first when it pauses and when it plays.
 TEST_F(InterpipeStampsTest, PictureOfAPauseComesTwice) {
     producer from{"paused", "async=true"};
     listener to{"paused"};
@@ -77,7 +76,7 @@ TEST_F(InterpipeStampsTest, PictureOfAPauseComesTwice) {
 
 class InterpipeQueueTest : public GstTest {
 protected:
-    // Pushes that many buffers to a pipe that is paused: what arrives once it plays.
+    // Pushes that many buffers to a paused pipe; returns what arrives when it plays.
     static std::vector<int> gathered(const std::string& options, std::uint8_t count) {
         producer from{"gathering"};
         listener paused{"gathering", options};
@@ -104,12 +103,12 @@ TEST_F(InterpipeQueueTest, PausedPipeQueuesBeyondItsLimits) {
     EXPECT_EQ(gathered("max-bytes=1 max-buffers=2", 100), all);
 }
 
-// One is with the streaming thread already.
+// The streaming thread already has one.
 TEST_F(InterpipeQueueTest, DropsTheOldestIfConfigured) {
     EXPECT_THAT(gathered("leaky-type=2 max-bytes=0 max-buffers=3", 100), ElementsAre(97, 98, 99));
 }
 
-// To a sink that keeps to the clock, such a pipe has no time to lose.
+// With a sink that synchronises to the clock, such a pipe has no time to spare.
 TEST_F(InterpipeQueueTest, ReportsZeroLatency) {
     for (const bool has_deadline : {true, false}) {
         const std::string deadline = has_deadline ? "" : " processing-deadline=0";
@@ -130,7 +129,7 @@ TEST_F(InterpipeQueueTest, IdleListenerEndsWhateverIsDownstream) {
     }
 }
 
-// Some versions of appsrc take no end while they are paused, or for a moment after that.
+// Some versions of appsrc refuse an end while paused, or for a moment after that.
 TEST_F(InterpipeQueueTest, PausedListenerEndsOnceItPlaysAndRunsAgainAfterwards) {
     producer from{"restarted"};
     from.open();

@@ -1,5 +1,4 @@
-// The transport between pipes: by reference, at any order of coming and going, under names that are
-// taken once.
+// Transport between pipes: by reference, in any order of starting and stopping, under unique names.
 #include "interpipe_fixture.h"
 
 #include <gmock/gmock.h>
@@ -127,7 +126,7 @@ TEST_F(InterpipeTest, EndOfStreamStaysInItsPipe) {
 
 TEST_F(InterpipeTest, ListenerOutlivesItsProducerAndHearsTheNext) {
     listener to{"again"};
-    to.play(); // before there is anybody to hear
+    to.play(); // before there is a producer
     for (int round = 0; round < 3; ++round) {
         producer from{"again"};
         from.open();
@@ -146,12 +145,12 @@ TEST_F(InterpipeTest, SecondSinkOfANameHasNoListeners) {
     second.push({.value = 2});
     first->push({.value = 1});
     EXPECT_EQ(to.next(), 1);
-    first.reset(); // takes the name along
+    first.reset(); // takes the name away
     second.push({.value = 2});
     EXPECT_TRUE(to.hears_nothing());
 }
 
-// What the daemon does with a pipe that is stuck.
+// What the daemon does with a stuck pipe.
 TEST_F(InterpipeTest, SinkThatLosesItsNameLeavesItToAnother) {
     listener to{"given"};
     to.play();

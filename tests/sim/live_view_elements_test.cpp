@@ -1,4 +1,4 @@
-// Camera, transform, profiler and panel sink, each by itself.
+// Camera, transform, profiler and panel sink.
 #include "gst_helpers.h"
 #include "support/temp_folder.h"
 
@@ -20,7 +20,7 @@ protected:
     temp_folder folder_;
 };
 
-// How much the luma of a picture varies.
+// Range of a picture's luma.
 int luma_range(const gst_owned<GstSample>& sample) {
     GstMapInfo map;
     EXPECT_TRUE(gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ));
@@ -77,7 +77,7 @@ TEST_F(LiveViewElementsTest, CameraLoopsShortFootageAndDrawsWithoutFootage) {
     for (const std::string& device : {clip, folder_.write("broken", "no video")}) {
         test_pipeline pipeline{camera(device)};
         pipeline.play();
-        // The clip is over after nine of them; before the first is decoded there is grey.
+        // The clip ends after nine; before the first is decoded, pictures are grey.
         for (int with_content = 0, all = 0; with_content < 20; ++all) {
             const gst_owned<GstSample> sample = pipeline.pull();
             ASSERT_TRUE(sample && all < 600) << device;
@@ -104,7 +104,7 @@ TEST_F(LiveViewElementsTest, EndSentToTheTransformItselfGoesDownstream) {
 
 TEST_F(LiveViewElementsTest, PanelHoldsBlueGreenRedInMemory) {
     const std::string panel = folder_.path() / "fb0";
-    // Pure red in front of everything.
+    // Pure red in front.
     test_pipeline pipeline{
         "videotestsrc num-buffers=1 pattern=solid-color foreground-color=0xffff2010 ! "
         "video/x-raw,format=RGBA,width=1024,height=768 ! "

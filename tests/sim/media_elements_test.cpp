@@ -1,4 +1,4 @@
-// The stand-ins of the media branches: transform, picture and sound encoders, microphone.
+// Stand-ins of the media branches: transform, video and sound encoders, microphone.
 #include "gst_helpers.h"
 
 #include <gst/video/video.h>
@@ -36,7 +36,7 @@ template <typename Content> Content content_of(const gst_owned<GstSample>& sampl
     return content;
 }
 
-// At most `count` samples, all that come by default.
+// At most `count` samples, all by default.
 std::vector<gst_owned<GstSample>> pull_all(const test_pipeline& from,
                                            std::size_t count = SIZE_MAX) {
     std::vector<gst_owned<GstSample>> samples;
@@ -67,7 +67,7 @@ TEST_F(MediaElementsTest, KeyFramesHaveTheConfiguredDistance) {
         pipeline.play();
         const std::vector<gst_owned<GstSample>> samples = pull_all(pipeline);
         ASSERT_EQ(samples.size(), 40U) << options;
-        // Segments don't pass from pipe to pipe, so stamps that need one would be of no use.
+        // Segments don't pass between pipes, so stamps must not depend on them.
         EXPECT_EQ(gst_sample_get_segment(samples[0].get())->start, 0U);
         for (guint i = 0; i < samples.size(); ++i) {
             GstBuffer* const buffer = buffer_of(samples[i]);
@@ -90,7 +90,7 @@ TEST_F(MediaElementsTest, KeyFrameComesOnRequest) {
 TEST_F(MediaElementsTest, PictureEncoderKeepsToItsBitRateAndToANewOne) {
     test_pipeline pipeline{pictures(240) + "imxvpuenc_h264 name=enc bitrate=800" + slow_out};
     pipeline.play();
-    // A second is left out each time: the encoder has to find its way first.
+    // Skip the first second each time: rate control needs to settle.
     pull_all(pipeline, 30);
     EXPECT_NEAR(kilobits_of(pull_all(pipeline, 90)) / 3, 800, 160);
     g_object_set(pipeline["enc"], "bitrate", 400, nullptr);
@@ -106,11 +106,11 @@ TEST_F(MediaElementsTest, BitRate0IsAConstantQuality) {
         EXPECT_EQ(samples.size(), 30U) << options;
         return kilobits_of(samples);
     };
-    // Snow takes what it needs.
+    // Snow takes as much as it needs.
     EXPECT_GT(kilobits_with("bitrate=0"), 2 * kilobits_with("bitrate=400"));
 }
 
-// Beyond it the board's elements keep the value that they have.
+// The board's elements ignore values out of range.
 TEST_F(MediaElementsTest, SettingsHaveTheBoardsRange) {
     struct {
         const char* element;
@@ -139,7 +139,7 @@ TEST_F(MediaElementsTest, SearchRangeReachesTheEncoder) {
     test_pipeline pipeline{pictures(1) + "imxvpuenc_h264 me-search-range=1" + out};
     pipeline.play();
     const auto stream = content_of<std::string>(pipeline.pull());
-    // x264 writes into the stream how it was set up. Other methods don't search that far.
+    // x264 writes its configuration into the stream. Other methods don't search that far.
     EXPECT_NE(stream.find("me=umh"), std::string::npos);
     EXPECT_NE(stream.find("me_range=64"), std::string::npos);
 }
@@ -180,7 +180,7 @@ TEST_F(MediaElementsTest, SoundIsMp3OfItsBitRate) {
     test_pipeline pipeline{sound("format=S16LE,rate=48000,channels=2")};
     pipeline.play();
     const std::vector<gst_owned<GstSample>> samples = pull_all(pipeline);
-    // A frame is 24 ms at 48 kHz, so a second has 41 2/3; LAME adds some to get its delay out.
+    // A frame lasts 24 ms at 48 kHz, so a second has 41 2/3; LAME adds some for its delay.
     const auto frames = static_cast<double>(samples.size());
     EXPECT_NEAR(frames, 43, 1);
     EXPECT_EQ(kilobits_of(samples), frames * 96 * 24 / 1000);
@@ -197,7 +197,7 @@ TEST_F(MediaElementsTest, UnsupportedSoundIsRefused) {
 TEST_F(MediaElementsTest, MicrophoneHearsASoftToneWithoutGaps) {
     test_pipeline pipeline{std::string{"alsasrc name=mic device=hw:0,0"} + out};
     pipeline.play();
-    std::vector<gint16> sound; // of the left channel
+    std::vector<gint16> sound; // left channel
     GstClockTime next = GST_CLOCK_TIME_NONE;
     while (sound.size() < 24000) { // half a second
         const gst_owned<GstSample> sample = pipeline.pull();
@@ -206,7 +206,7 @@ TEST_F(MediaElementsTest, MicrophoneHearsASoftToneWithoutGaps) {
         EXPECT_TRUE(sound.empty() || GST_BUFFER_PTS(buffer) == next);
         EXPECT_EQ(GST_BUFFER_OFFSET(buffer), sound.size());
         next = GST_BUFFER_PTS(buffer) + GST_BUFFER_DURATION(buffer);
-        // Nothing is heard before it has sounded.
+        // Sound is not delivered before its time.
         EXPECT_LE(next, gst_element_get_current_running_time(pipeline.get()));
         const auto both = content_of<std::vector<gint16>>(sample);
         for (std::size_t i = 0; i < both.size(); i += 2) {
@@ -221,7 +221,7 @@ TEST_F(MediaElementsTest, MicrophoneHearsASoftToneWithoutGaps) {
         power += sound[i] * sound[i];
     }
     EXPECT_NEAR(crossings, 440, 2);
-    // Fifty times as much is the full range.
+    // Amplified fifty times, it uses the full range.
     EXPECT_NEAR(50 * std::sqrt(2 * power / 24000), 32767, 300);
 }
 
@@ -229,7 +229,7 @@ TEST_F(MediaElementsTest, MicrophoneLosesOnlyWhatItsCardCannotBuffer) {
     test_pipeline pipeline{std::string{"alsasrc name=mic"} + out};
     pipeline.play();
     GstClockTime end = 0;
-    // Makes a stall by setting the clock forward, and listens until that is caught up with.
+    // Stalls by setting the clock forward, and listens until the source has caught up.
     const auto lost_in = [&](GstClockTime stall) {
         GstElement* const mic = pipeline["mic"];
         gst_element_set_base_time(mic, gst_element_get_base_time(mic) - stall);

@@ -9,7 +9,7 @@ using testing::HasSubstr;
 
 namespace {
 
-// Keeps what it is told in a bar and two lamps; a part and a drawing lie in files of their own.
+// Shows updates in a bar and two lamps; uses a component and a drawing in other files.
 constexpr const char* told_scene = R"(
 import QtQuick
 Item {
@@ -50,11 +50,11 @@ Rectangle {
 }
 )";
 
-// What becomes of a scene's folder, for the scene board/qml/main.qml.
+// Changes to the folder of the scene board/qml/main.qml.
 struct folder_change {
     const char* name;
     void (*before)(const temp_folder&); // makes a red scene, or none
-    void (*first)(const temp_folder&);  // leaves no scene to be shown; may be missing
+    void (*first)(const temp_folder&);  // removes the scene; may be null
     void (*last)(const temp_folder&);   // makes the scene blue
 };
 
@@ -164,7 +164,7 @@ TEST_F(OverlayTest, EditedSceneGetsThePresentState) {
     EXPECT_EQ(pixel(sample, 105, 105), red);
     EXPECT_EQ(pixel(sample, 205, 105), white) << "the alert is over";
 
-    // Written in place, in the folder beside the scene; pictures are kept by their name in Qt.
+    // Overwritten in place, beside the scene; Qt caches pictures by name.
     std::string drawing{blue_drawing};
     folder_.write("drawings/blue.svg", drawing.replace(drawing.find("0000ff"), 6, "ff0000"));
     EXPECT_TRUE(wait_for_pixel(pipeline, 605, 505, red));

@@ -1,4 +1,4 @@
-// A board folder of a test's own with scenes for the overlay element, and what its frames show.
+// A board folder with scenes for the overlay element, and the frames with the overlay.
 #pragma once
 
 #include "gst_helpers.h"
@@ -7,7 +7,7 @@
 #include <array>
 #include <cstdlib>
 
-// Red, 50 % green above it, and a drawing taken from the board by its path on the sight.
+// Red, 50 % green above it, and a drawing of the board addressed by its path on the sight.
 inline constexpr const char* scene = R"(
 import QtQuick
 Item {
@@ -41,7 +41,7 @@ inline rgb pixel(const gst_owned<GstSample>& sample, int x, int y) {
 inline constexpr rgb white{255, 255, 255};
 inline constexpr rgb red{255, 0, 0};
 inline constexpr rgb blue{0, 0, 255};
-inline constexpr rgb green{0, 128, 0}; // as it is called
+inline constexpr rgb green{0, 128, 0}; // "green" in CSS
 
 class OverlayTest : public GstTest {
 protected:
@@ -70,11 +70,11 @@ protected:
         return false;
     }
 
-    // As editors do: the new text takes the place of the old one whole.
+    // Like an editor: atomically replaces the file.
     void save(const std::string& name, const std::string& text) const {
         std::filesystem::rename(folder_.write(name + ".new", text), folder_.path() / name);
     }
-    // The text of the next warning.
+    // Text of the next warning.
     static std::string next_warning(const test_pipeline& pipeline) {
         const gst_owned<GstMessage> message = pipeline.wait_for(GST_MESSAGE_WARNING);
         if (!message) {

@@ -1,4 +1,4 @@
-// The overlay element with small scenes of its own.
+// The overlay element with small scenes.
 #include "overlay_fixture.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 namespace {
 
-// Turns blue after the time of some fifteen frames in which nothing happens.
+// Turns blue after about fifteen frames without changes.
 constexpr const char* still_scene = R"(
 import QtQuick
 Rectangle {
@@ -21,7 +21,8 @@ Rectangle {
 }
 )";
 
-// Takes its colour from a file named as on the sight; a script's reading goes its own way in Qt.
+// Takes its colour from a file with a path as on the sight; scripts read files in another way than
+// Qt.
 constexpr const char* reading_scene = R"(
 import QtQuick
 Rectangle {
@@ -39,7 +40,7 @@ Rectangle {
 }
 )";
 
-// Its picture takes two megabytes, just little enough for Qt to keep it by its name.
+// Its picture has two megabytes, just small enough for Qt's cache by name.
 constexpr const char* large_scene = R"(
 import QtQuick
 Image { width: 720; height: 720; sourceSize: Qt.size(720, 720); source: "file:///drawings/blue.svg" }
@@ -73,7 +74,7 @@ TEST_F(OverlayTest, SceneIsBlendedOntoFrames) {
 
 TEST_F(OverlayTest, AttributesChangeTheSceneInOrderAndAreLogged) {
     test_pipeline pipeline{over_white(folder_.write("scene.qml", scene))};
-    // Before the scene can have been loaded.
+    // Before the scene can be loaded.
     set(pipeline["overlay"], "qml-attribute", "Menu.text:40");
     set(pipeline["overlay"], "qml-attribute", "Nobody.text:{\"A\": 1}");
     set(pipeline["overlay"], "qml-attribute", "Menu.text:20");
@@ -104,8 +105,8 @@ TEST_F(OverlayTest, ScriptsReadTheBoardsFiles) {
 
 TEST_F(OverlayTest, NothingIsRenderedWhileNothingChanges) {
     test_pipeline pipeline{over_white(folder_.write("scene.qml", still_scene))};
-    // Brackets: the macros of these names compare functions with objects.
-    (gst_debug_remove_log_function)(nullptr); // the usual one
+    // Parentheses: macros of these names compare functions with objects.
+    (gst_debug_remove_log_function)(nullptr); // the default one
     (gst_debug_add_log_function)(count_picture, nullptr, nullptr);
     gst_debug_set_active(TRUE);
     gst_debug_set_threshold_for_name("qtoverlay", GST_LEVEL_LOG);
@@ -114,7 +115,7 @@ TEST_F(OverlayTest, NothingIsRenderedWhileNothingChanges) {
     const int before = pictures_rendered;
     ASSERT_TRUE(wait_for_pixel(pipeline, 50, 50, blue));
     (gst_debug_remove_log_function)(count_picture);
-    // One for the change, one that Qt may have had to settle after the first.
+    // One for the change, and perhaps one for Qt to settle.
     EXPECT_LE(pictures_rendered - before, 2);
 }
 
@@ -154,26 +155,26 @@ TEST_F(OverlayTest, ElementsComeAndGoWhileScenesLoad) {
 }
 
 #ifndef __SANITIZE_ADDRESS__
-// The sanitizers have an allocator of their own, which this doesn't count.
+// Sanitizers have their own allocator, which mallinfo doesn't count.
 TEST_F(OverlayTest, RemovedSceneLeaksNothing) {
     const auto held = [] {
         const struct mallinfo2 memory = mallinfo2();
         return memory.uordblks + memory.hblkhd;
     };
     const std::string file = folder_.write("scene.qml", large_scene);
-    // One begins while the other is shown and outlives it, as a live view does the no-input
-    // picture.
+    // One starts while the other is shown and outlives it, as the live view and the no-input
+    // picture do.
     std::array<std::size_t, 20> with_two_scenes{};
     for (std::size_t& bytes : with_two_scenes) {
         test_pipeline second{over_white(file)};
-        test_pipeline first{over_white(file)}; // goes first
+        test_pipeline first{over_white(file)}; // destroyed first
         for (test_pipeline* const shown : {&first, &second}) {
             shown->play();
             ASSERT_TRUE(wait_for_pixel(*shown, 500, 500, blue));
         }
         bytes = held();
     }
-    // The least of several: frames of three megabytes are under way, some rounds more than others.
+    // Minimum of several: frames of three megabytes may be in flight.
     const auto middle = with_two_scenes.begin() + 10;
     EXPECT_LT(*std::min_element(middle, with_two_scenes.end()),
               *std::min_element(with_two_scenes.begin(), middle) + (std::size_t{5} << 20));

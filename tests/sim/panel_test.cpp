@@ -1,4 +1,4 @@
-// The panel's file: pictures of other sizes, and readers that misbehave.
+// The panel's file: pictures of other sizes, and misbehaving readers.
 #include "gst_helpers.h"
 #include "support/temp_folder.h"
 
@@ -21,13 +21,13 @@ protected:
     static constexpr pixel picture{9, 9, 9, 9};
     static constexpr pixel marked{1, 1, 1, 1};
 
-    // A pipe that shows a picture which the test pushes.
+    // A pipe that shows the test's pictures.
     [[nodiscard]] std::string show(int width, int height) const {
         return "appsrc name=in format=time caps=video/x-raw,format=RGBA,framerate=30/1,width=" +
                std::to_string(width) + ",height=" + std::to_string(height) +
                " ! imxipuvideosink sync=false async=false framebuffer=" + framebuffer;
     }
-    // Shows a picture of one level with a mark in one pixel, and waits until it is on the panel.
+    // Shows a picture of one level with one marked pixel, and waits until it is on the panel.
     static void show_one(test_pipeline& pipeline, int width, int height, gsize mark = 0) {
         const gsize size = static_cast<gsize>(width) * static_cast<gsize>(height) * 4;
         GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, size, nullptr);

@@ -1,4 +1,4 @@
-// The 2D unit: what it converts at once, and ends that are sent to it while nothing moves.
+// The 2D unit: conversions, and ends that are sent to it while nothing moves.
 #include "gst_helpers.h"
 
 #include <gst/video/video.h>
@@ -7,7 +7,7 @@ namespace {
 
 class TransformTest : public GstTest {};
 
-// Pictures of this kind at the display's size and rate.
+// Caps of this format at the display's size and rate.
 std::string for_display(const std::string& from) {
     return "videotestsrc num-buffers=2 pattern=white ! video/x-raw," + from +
            " ! imxg2dvideotransform ! video/x-raw,width=1024,height=768,framerate=30/1,"
@@ -38,7 +38,7 @@ TEST_F(TransformTest, RefusesFormatsThatTheBoardsUnitLacks) {
     }
 }
 
-// A still picture has no clock, and nothing here has one either.
+// A still picture has no clock, and this pipe has none either.
 TEST_F(TransformTest, HoldsNothingBack) {
     test_pipeline pipeline{
         "videotestsrc num-buffers=1 ! video/x-raw,format=RGBA,width=16,height=16 ! "

@@ -1,4 +1,4 @@
-// Many clients of the command socket at once, and whether each gets exactly its replies.
+// Many simultaneous clients of the command socket, each of which must get exactly its replies.
 #include "clients.h"
 
 #include <array>
@@ -90,7 +90,7 @@ bool clients::are_quiet() const {
 }
 
 void clients::settle() {
-    // The second request is served in a pass after the one in which the first was.
+    // The second request is served in a later pass than the first.
     for (int pass = 0; pass < 2; ++pass) {
         EXPECT_EQ(daemon_.ask("c:get_pip:n:").substr(0, 12), "r:get_pip:s:");
     }

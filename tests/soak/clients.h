@@ -1,4 +1,4 @@
-// Many clients of the command socket at once, and whether each gets exactly its replies.
+// Many simultaneous clients of the command socket, each of which must get exactly its replies.
 #pragma once
 
 #include "requests.h"
@@ -6,8 +6,8 @@
 
 class clients {
 public:
-    // The daemon waits on 32 descriptors at most: four of its own, ten pipes, one client for
-    // control, and some that left but were not noticed yet.
+    // The daemon waits on at most 32 descriptors: four of its own, ten pipes, one controlling
+    // client, and some clients whose leaving was not noticed yet.
     static constexpr std::size_t MAX = 12;
 
     explicit clients(vtrdc_daemon& daemon) : daemon_{daemon} {}
@@ -15,19 +15,19 @@ public:
     clients& operator=(const clients&) = delete;
     ~clients() { leave(0); }
 
-    // So many stay connected.
+    // Number of clients that stay connected.
     void join(std::size_t count);
     void leave(std::size_t count);
     [[nodiscard]] std::size_t count() const { return connections_.size(); }
 
-    // Some clients ask at once; some of those leave without waiting. Each of the others must get
-    // the right reply.
+    // Some clients send requests at once; some of them leave without waiting. The others must get
+    // the right replies.
     void ask(dice& dice, const sight_state& state);
 
-    // One client more asks again and again, reads nothing, and leaves.
+    // Another client sends requests repeatedly, reads nothing, and leaves.
     void be_greedy(int requests);
 
-    // No client has a second reply waiting.
+    // No client may have a second reply pending.
     [[nodiscard]] bool are_quiet() const;
 
     // Waits until the daemon has noticed who left.

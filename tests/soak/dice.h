@@ -1,4 +1,4 @@
-// What is drawn at random, the same from the same seed on every machine.
+// Reproducible random numbers: the same seed gives the same results on every machine.
 #pragma once
 
 #include <cstdint>
@@ -11,8 +11,8 @@ class dice {
 public:
     explicit dice(std::uint64_t seed) : engine_{seed} {}
 
-    // From low to high, both included. Not by the library's distributions, whose results are its
-    // own affair.
+    // From low to high, inclusive. Not by the library's distributions, whose results are
+    // unspecified.
     int number(int low, int high) {
         const auto count = static_cast<std::uint64_t>(std::int64_t{high} - low + 1);
         return static_cast<int>(low + static_cast<std::int64_t>(engine_() % count));
@@ -22,7 +22,7 @@ public:
         const auto count = static_cast<int>(std::size(items));
         return std::data(items)[static_cast<std::size_t>(number(0, count - 1))];
     }
-    // Any bytes but the one.
+    // Random bytes except the given one.
     std::string bytes(std::size_t count, char without) {
         std::string text(count, '\0');
         for (char& each : text) {

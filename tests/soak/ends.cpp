@@ -1,4 +1,4 @@
-// Ending pipes and seeing that they end.
+// Ends pipes and checks that they end.
 #include "ends.h"
 
 #include "support/file_watch.h"

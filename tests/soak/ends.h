@@ -1,4 +1,4 @@
-// Ending pipes and seeing that they end.
+// Ends pipes and checks that they end.
 #pragma once
 
 #include "log_reader.h"
@@ -6,8 +6,8 @@
 
 #include <initializer_list>
 
-// Asks each to end; those that exist must, in time. Marks the log.
+// Asks each pipe to end; existing ones must end in time. Marks the log.
 void end_pipes(vtrdc_daemon& daemon, log_reader& log, std::initializer_list<int> pipes);
 
-// Waits until a text was logged that often since the mark; a test failure when it was not in time.
+// Waits until a text was logged that often since the mark; a test failure on timeout.
 [[nodiscard]] bool wait_for_log(log_reader& log, std::string_view text, int count);

@@ -1,4 +1,4 @@
-// The ends of the daemon that are by design: an ERROR line and status 1.
+// Intended ends of the daemon: an ERROR line and status 1.
 #include "exits.h"
 
 #include "clients.h"
@@ -66,7 +66,7 @@ void expect_end(dice& dice, const end_by_design& end) {
     ASSERT_TRUE(end.has_camera ? daemon.wait_until_live()
                                : daemon.wait_for("There is no camera at"));
     clients others{daemon};
-    // What they ask for must not be what ends it.
+    // These requests must not end it themselves.
     others.join(static_cast<std::size_t>(dice.number(1, int{clients::MAX})));
     for (int burst = 0; burst < 5; ++burst) {
         others.be_greedy(dice.number(1, 5));

@@ -1,7 +1,7 @@
-// The ends of the daemon that are by design: an ERROR line and status 1.
+// Intended ends of the daemon: an ERROR line and status 1.
 #pragma once
 
 #include <cstdint>
 
-// In the midst of random use, each of them or one that is drawn.
+// During random use, tries each of them or a random one.
 void expect_ends_by_design(std::uint64_t seed, bool all);

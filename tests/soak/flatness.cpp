@@ -1,4 +1,4 @@
-// Whether what a process holds stays the same over a long run.
+// Checks that a process's resources don't grow over a long run.
 #include "flatness.h"
 
 #include "support/resources.h"
@@ -13,18 +13,18 @@ namespace {
 // Idle threads of GLib's pool, which keeps some for a while.
 constexpr long SPARE_THREADS = 8;
 #ifdef __SANITIZE_ADDRESS__
-// The sanitizer holds back what was freed.
+// The sanitizer delays the release of memory.
 constexpr bool MEMORY_COUNTS = false;
 #else
 constexpr bool MEMORY_COUNTS = true;
 #endif
-// Raw pictures that happen to be on their way take three megabytes each, and leave holes.
+// Raw pictures in flight take three megabytes each, and fragment memory.
 constexpr long SPARE_MEMORY_KB = 12 * 1024;
 constexpr int LOOKS = 5;
-// Of what is held at first.
+// Relative to the initial use.
 constexpr long SPARE_MEMORY_PART = 20;
 
-// Its own memory; what it shares with others depends on who else runs.
+// Private memory; shared memory depends on other processes.
 long memory_kb(pid_t process) {
     std::ifstream file{"/proc/" + std::to_string(process) + "/smaps_rollup"};
     for (std::string word; file >> word;) {

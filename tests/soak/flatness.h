@@ -1,4 +1,4 @@
-// Whether what a process holds stays the same over a long run.
+// Checks that a process's resources don't grow over a long run.
 #pragma once
 
 #include <functional>
@@ -9,17 +9,16 @@
 
 class flatness {
 public:
-    // For the process that is looked at: what it frees goes back to the system at once. Else the
-    // figures show how the allocator's arenas fill up for some minutes, as threads come and go, and
-    // no leak could be told from that.
+    // For the measured process: makes freed memory go back to the system at once. Otherwise
+    // allocator arenas fill up for some minutes as threads come and go, which hides leaks.
     static std::vector<std::string> environment();
 
-    // Looks at a process that is at rest, several times with some pictures in between: what they
-    // take while they are on their way comes and goes.
+    // Measures an idle process several times, with some pictures in between: memory of pictures in
+    // flight varies.
     void look_at(pid_t process, const std::function<void()>& let_pictures_pass);
 
-    // Compares the medians of the first and the last quarter: a test failure where more is held at
-    // the end than the tolerances allow; that of memory may be given.
+    // Compares the medians of the first and last quarter: a test failure if the growth exceeds the
+    // tolerances; the memory's can be given.
     void expect_flat(std::optional<long> spare_memory_kb = std::nullopt) const;
 
 private:

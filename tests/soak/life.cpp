@@ -1,4 +1,4 @@
-// One life of the daemon under random use, from its start to its stop.
+// One life of the daemon under random use, from start to stop.
 #include "life.h"
 
 #include "ends.h"
@@ -19,7 +19,7 @@ constexpr const char* LOG_FILE = "/var/log/vtrdc.log";
 constexpr int DEEDS_A_PERIOD = 12;
 constexpr std::size_t DEEDS_TOLD = 40;
 constexpr std::size_t LOG_BYTES_TOLD = 6000;
-// A stop takes five seconds where a pipe must be ended by force.
+// A stop takes five seconds if a pipe is ended by force.
 constexpr std::chrono::seconds STOP_LIMIT{15};
 constexpr area MIDDLE{100, 100, 800, 500};
 
@@ -36,7 +36,7 @@ life::life(std::uint64_t seed)
       log_{around_.where().at(LOG_FILE)}, clients_{daemon_} {
     EXPECT_TRUE(around_.where().wait_for_panel(
         [](const picture& panel) { return panel.deviation(MIDDLE) > 5.0; }));
-    // So that there is a settings file of its own making.
+    // Creates a settings file.
     EXPECT_EQ(ask("set_mic_volume", 50), "r:set_mic_volume:n:");
 }
 
@@ -57,7 +57,7 @@ std::string life::ask(const std::string& command, int number) {
     return daemon_.ask("c:" + command + ":i:" + std::to_string(number));
 }
 
-// --- Deeds -----------------------------------------------------------------------------------
+// --- Actions ---------------------------------------------------------------------------------
 
 void life::do_something() {
     const int all = std::accumulate(std::begin(deeds), std::end(deeds), 0,
@@ -73,11 +73,11 @@ void life::do_something() {
     }
 }
 
-// Buttons are pressed while clients ask.
+// Presses buttons while clients send requests.
 void life::ask_at_once() {
     constexpr const char* buttons[] = {"zoom", "nuc", "pol"};
     state_.core_refuses = around_.core_refuses();
-    // A button that the core refuses ends the daemon by design.
+    // A button refused by the core ends the daemon by design.
     const bool may_press = !state_.core_refuses && !state_.handed_over;
     const int presses = may_press ? dice_.number(0, 2) : 0;
     log_.mark();
@@ -86,7 +86,7 @@ void life::ask_at_once() {
     }
     clients_.ask(dice_, state_);
     static_cast<void>(wait_for_log(log_, "[INFO]: kbd event: ", presses));
-    // That is said before the button acts; the next request is served when it has acted.
+    // Logged before the button acts; the next request is served afterwards.
     clients_.settle();
 }
 
@@ -107,7 +107,7 @@ void life::watch_stream() {
     }
 }
 
-// Pictures may stand still, too.
+// Pictures may be paused.
 void life::let_time_pass() {
     static_cast<void>(
         around_.where().wait_for_frames(dice_.number(1, 20), std::chrono::seconds{1}));
@@ -165,7 +165,7 @@ void life::spend_period(bool calm) {
 void life::come_to_rest() {
     note("rest");
     around_.restore();
-    // A pipe that is asked to end, ends. The end of the display brings the splash, which follows.
+    // A pipe that is asked to end, ends. The end of the display starts the splash.
     end_pipes(daemon_, log_, {0, 1});
     end_pipes(daemon_, log_, {2, 3, 4, 5, 6, 7, 8, 9});
     around_.end_viewers();

@@ -1,4 +1,4 @@
-// One life of the daemon under random use, from its start to its stop.
+// One life of the daemon under random use, from start to stop.
 #pragma once
 
 #include "clients.h"
@@ -8,25 +8,25 @@
 
 class life {
 public:
-    // All that is done follows from the seed.
+    // Everything depends only on the seed.
     explicit life(std::uint64_t seed);
     life(const life&) = delete;
     life& operator=(const life&) = delete;
-    // After a failure: how to repeat it, what was done last, and the end of the log.
+    // After a failure: how to repeat it, the last actions, and the end of the log.
     ~life();
 
-    // A period of random use. In a calm one nobody handles single pipes and a recording runs, which
-    // must play afterwards.
+    // A period of random use. In a calm one, single pipes are left alone and a recording runs,
+    // which must play afterwards.
     void spend_period(bool calm);
 
-    // Ends whatever runs, brings everything back to where it was at first, and judges what is left:
-    // replies, settings, media files, what the daemon holds.
+    // Ends everything, restores the initial state, and checks replies, settings, media files and
+    // resources.
     void come_to_rest();
 
-    // Gives the sight to an outside controller: buttons are dead from now on.
+    // Hands the sight over to an outside controller: buttons do nothing from now on.
     void hand_over();
 
-    // Stops it in the middle of things.
+    // Stops it while it is busy.
     void stop();
 
     void expect_flat() const { flatness_.expect_flat(); }
@@ -62,6 +62,6 @@ private:
     clients clients_;
     sight_state state_;
     flatness flatness_;
-    bool records_ = false; // what must play
+    bool records_ = false; // must play
     std::vector<std::string> done_;
 };

@@ -1,4 +1,4 @@
-// The growing log of a long run, read piece by piece.
+// Reads the growing log of a long run.
 #pragma once
 
 #include <filesystem>
@@ -14,12 +14,12 @@ public:
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
-    // Forgets what stands in the log so far.
+    // Skips the log so far.
     void mark() {
         since_mark();
         text_.clear();
     }
-    // All that was logged since the mark.
+    // Everything logged since the mark.
     const std::string& since_mark() {
         std::ifstream file{path_, std::ios::binary};
         file.seekg(static_cast<std::streamoff>(read_));

@@ -1,5 +1,5 @@
-// Random use of the daemon for as long as one likes: lives with everything at once, and the ends
-// that are by design. The seed is printed; the same seed does the same again.
+// Random use of the daemon for a given time, and its intended ends. Prints the seed, which repeats
+// a run.
 #include "exits.h"
 #include "life.h"
 #include "stops.h"
@@ -31,7 +31,7 @@ void live(std::uint64_t life_seed, const std::function<double(int period)>& live
             daemon_life.hand_over();
         }
         daemon_life.spend_period(period % 2 == 0);
-        // Where something went wrong, what follows would only hide it.
+        // Stop after a failure: later output would hide it.
         if (!testing::Test::HasFailure()) {
             daemon_life.come_to_rest();
         }
@@ -68,7 +68,7 @@ TEST(Soak, RandomUse) {
 }
 
 TEST(Soak, EndsByDesign) {
-    // All of them take longer than a short run has.
+    // All of them take longer than a short run.
     const bool all = duration.count() > 0;
     expect_ends_by_design(seed, all);
 }

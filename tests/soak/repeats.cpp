@@ -1,4 +1,4 @@
-// The same again and again, for minutes: nothing is left behind, and nothing gets lost.
+// Repeats actions for minutes: nothing may leak or get lost.
 #include "flatness.h"
 #include "support/daemon.h"
 #include "support/media.h"
@@ -17,7 +17,7 @@ void ask_for(vtrdc_daemon& daemon, const std::string& command, int number) {
     ASSERT_EQ(daemon.ask("c:" + command + ":i:" + std::to_string(number)), "r:" + command + ":n:");
 }
 
-// The only recording there is has picture and sound, and plays. It goes.
+// The only recording must have picture and sound, and play. Removes it.
 void judge_recording(const board& board) {
     const std::vector<fs::path> files = files_in(board.at("/media/video"));
     ASSERT_EQ(files.size(), 1U);
@@ -30,7 +30,7 @@ void judge_recording(const board& board) {
 
 TEST(Repeats, StartsAndStopsOfAllOutputs) {
     constexpr int cycles = 60;
-    constexpr int pipes = 7; // three outputs and what they hear
+    constexpr int pipes = 7; // three outputs and their branches
     constexpr std::size_t bytes = 50'000;
     const int push_port = free_port();
     const int tcp_port = free_port();
@@ -90,8 +90,8 @@ TEST(Repeats, SplitsOfARecordingForAMinute) {
 TEST(Repeats, RebuildsOfTheLiveView) {
     constexpr int rebuilds = 300;
     constexpr int until_settled = 20;
-    // Over all that are looked at it may be 2 MB. The middles of the first and last quarters, which
-    // are compared, are three quarters of them apart.
+    // Growth over all measurements may be 2 MB. The compared medians of the first and last quarter
+    // are three quarters of them apart.
     constexpr long spare_memory_kb = 2048 * 3 / 4;
     const board board;
     vtrdc_daemon daemon{board, {}, {"MALLOC_ARENA_MAX=1"}};

@@ -1,4 +1,4 @@
-// Requests drawn at random, good and bad, and what the daemon must answer.
+// Random valid and invalid requests, and the expected answers.
 #include "requests.h"
 
 #include <limits>
@@ -15,7 +15,7 @@ constexpr double ANY_NUMBER[] = {0.0, 512.0, 384.0, -1.5, 1023.9, 0.25, 1e9, -1e
 
 request make(dice& dice, const std::string& command, const std::string& data, char type,
              const std::string& reply = "") {
-    // The letter is checked and means nothing.
+    // The letter is checked but has no meaning.
     const std::string letter{dice.pick(std::string_view{"siln"})};
     return {"c:" + command + ":" + letter + ":" + data, command, type, reply};
 }
@@ -101,7 +101,7 @@ request encoding_type(dice& dice, const sight_state& /*state*/) {
 
 request output(dice& dice, const sight_state& state) {
     constexpr const char* commands[] = {"enable_tcp_stream", "enable_http_stream", "enable_record"};
-    // In calm times the recording has its own time.
+    // In calm periods the recording has its own schedule.
     const auto count = static_cast<std::size_t>(state.calm ? 2 : 3);
     const bool on = dice.chance(60);
     return with_number(dice, dice.pick(std::span{commands}.first(count)), on ? 1 : 0,

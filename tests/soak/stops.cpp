@@ -1,4 +1,4 @@
-// Stops of the daemon while it records and its storage stalls.
+// Stops the daemon while it records and its storage stalls.
 #include "stops.h"
 
 #include "dice.h"
@@ -19,16 +19,16 @@ using std::chrono::milliseconds;
 
 constexpr int RECORDED_MAX_MS = 3000;
 constexpr int STALL_MAX_MS = 3000;
-// Recordings are completed when storage goes on; what else hangs is ended by force.
+// Recordings are completed when storage recovers; other hanging pipes are ended by force.
 constexpr std::chrono::seconds STOP_LIMIT{15};
 constexpr int STOPS[] = {SIGTERM, SIGHUP, SIGINT};
 
-// What happens after the reply to the command that starts the recording.
+// Events after the reply to the command that starts the recording.
 struct plan {
     int signal;
     bool goes_to_group;
     milliseconds stop;
-    milliseconds stall{}; // the stop may come before it, in it, or behind it
+    milliseconds stall{}; // the stop may come before, during or after it
     milliseconds go_on{};
 };
 
@@ -48,7 +48,7 @@ std::string describe(const plan& what) {
            std::to_string(what.stall.count()) + " to " + std::to_string(what.go_on.count()) + " ms";
 }
 
-// The group is this program's own, too.
+// The group includes this program.
 void send(const plan& what, const vtrdc_daemon& daemon) {
     if (!what.goes_to_group) {
         return daemon.signal(what.signal);
@@ -74,14 +74,14 @@ void carry_out(const plan& what, const vtrdc_daemon& daemon, storage_card& card)
     }
 }
 
-// A recording that was stopped before its first picture came.
+// A recording stopped before its first picture.
 bool holds_nothing(const fs::path& recording) {
     constexpr std::size_t DATA_LENGTH_PLACE = 40;
     constexpr std::string_view OF_NOTHING{"\0\0\0\x8", 4};
     return read_text(recording).find(OF_NOTHING, DATA_LENGTH_PLACE) == DATA_LENGTH_PLACE;
 }
 
-// True when it holds anything.
+// True if it contains anything.
 bool judge_recording(const fs::path& folder) {
     const std::vector<fs::path> files = files_in(folder);
     EXPECT_EQ(files.size(), 1U);

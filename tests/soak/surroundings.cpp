@@ -1,5 +1,5 @@
-// What surrounds the daemon in a long run, and changes under it: buttons, cables, thermal core,
-// storage, broker, viewers of the stream and the server that is pushed to.
+// The daemon's surroundings in a long run, which change: buttons, cables, thermal core, storage,
+// broker, stream viewers and push server.
 #include "surroundings.h"
 
 #include <csignal>
@@ -9,9 +9,9 @@
 namespace {
 
 constexpr const char* ENOUGH_SPACE = "400m";
-// Less than the 112.5 MiB that a recording asks for, with room for what it has written.
+// Less than the 112.5 MiB required for a recording, with space for what it has written.
 constexpr const char* LOW_SPACE = "100m";
-// Recordings are split after so many seconds.
+// Recordings are split after that many seconds.
 constexpr const char* RECORD_MAX_LEN = "3";
 constexpr int READ_BYTES_MAX = 300'000;
 

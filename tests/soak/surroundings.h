@@ -1,5 +1,5 @@
-// What surrounds the daemon in a long run, and changes under it: buttons, cables, thermal core,
-// storage, broker, viewers of the stream and the server that is pushed to.
+// The daemon's surroundings in a long run, which change: buttons, cables, thermal core, storage,
+// broker, stream viewers and push server.
 #pragma once
 
 #include "dice.h"
@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-// A Redis server on the board's socket; destroying it is its death.
+// A Redis server on the board's socket; destroying it kills it.
 class broker {
 public:
     explicit broker(const board& board);
@@ -20,7 +20,7 @@ public:
     broker& operator=(const broker&) = delete;
     ~broker();
 
-    // A silent one takes connections and requests, and answers none.
+    // A silent one accepts connections and requests but doesn't answer.
     void be_silent(bool silent);
     [[nodiscard]] bool is_silent() const { return silent_; }
 
@@ -38,7 +38,7 @@ public:
 
     [[nodiscard]] const board& where() const { return board_; }
 
-    // Each changes one thing, back or forth.
+    // Each toggles one thing.
     void toggle_camera();
     void toggle_monitor();
     void toggle_core();
@@ -49,13 +49,13 @@ public:
     void press(const std::string& button) const;
     [[nodiscard]] bool core_refuses() const { return core_refuses_; }
 
-    // Some come to watch the TCP stream, which must run: each reads some and leaves abruptly, or
+    // Viewers connect to the running TCP stream; each reads some data and disconnects abruptly, or
     // never reads.
     void add_viewers(dice& dice);
-    // To be called when the stream has ended.
+    // Call when the stream has ended.
     void end_viewers();
 
-    // Everything is there and works, as at first.
+    // Restores the initial state: everything exists and works.
     void restore();
 
 private:

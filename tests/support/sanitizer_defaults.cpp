@@ -1,10 +1,10 @@
-// What the sanitizers assume in tests unless their variables say otherwise.
+// The sanitizers' defaults in tests; their environment variables override them.
 #ifdef __SANITIZE_ADDRESS__
 
 extern "C" {
 
-// An allocation that is too large shall fail as it does without the sanitizer. Leaks are looked
-// for where nothing but the daemon's own code runs.
+// A too large allocation must fail as without the sanitizer. Leaks are only checked where nothing
+// but the daemon's code runs.
 const char* __asan_default_options() {
 #ifdef VTRDC_LOOK_FOR_LEAKS
     return "allocator_may_return_null=1";
@@ -13,7 +13,7 @@ const char* __asan_default_options() {
 #endif
 }
 
-// GLib keeps tables of its own until the process ends; its stacks are not told apart further.
+// GLib keeps tables until the process ends; its stacks can't be told apart.
 const char* __lsan_default_suppressions() {
     return "leak:g_malloc\n";
 }
@@ -25,9 +25,9 @@ const char* __lsan_default_suppressions() {
 
 extern "C" {
 
-// Only what is built with the sanitizer is looked at. The locks of GLib are made of futexes that it
-// does not see, so what GStreamer hands from one thread to another under them seems unguarded: the
-// stamps and flags of a buffer that arrives at an inter-pipe sink, and what tests push and pull.
+// Only instrumented code is checked. GLib's locks are futexes that the sanitizer doesn't see, so
+// data passed between threads under them looks like a race: stamps and flags of a buffer that
+// arrives at an inter-pipe sink, and what tests push and pull.
 const char* __tsan_default_options() {
     return "ignore_noninstrumented_modules=1:history_size=4";
 }

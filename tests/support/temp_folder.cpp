@@ -1,4 +1,4 @@
-// A folder for one test, removed with all it holds at the end.
+// A temporary folder, removed with its contents at the end.
 #include "support/temp_folder.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// A folder for one test, removed with all it holds at the end.
+// A temporary folder, removed with its contents at the end.
 #pragma once
 
 #include <filesystem>
@@ -14,12 +14,12 @@ public:
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
-    // Writes a file of that name, making its folders, and returns its path.
+    // Writes a file of that name, creating its folders, and returns its path.
     std::string write(std::string_view name, std::string_view contents) const;
 
 private:
     std::filesystem::path path_;
 };
 
-// The whole file as text; empty when it can't be read.
+// Returns the whole file as text; empty if it can't be read.
 std::string read_text(const std::filesystem::path& path);

@@ -1,4 +1,4 @@
-// Makes the registry of plug-ins that boards start from, and checks that the stand-ins are in it.
+// Creates the plug-in registry that boards start from, and checks that it contains the stand-ins.
 #include "support/stand_ins.h"
 #include "util/gst_owned.h"
 
