@@ -17,7 +17,7 @@ def figure(runs, baseline_runs=(), target=LIMIT):
 
 
 class FiguresTest(unittest.TestCase):
-    def test_part_of_is_a_value_that_was_measured(self):
+    def test_percentiles_are_measured_values(self):
         values = list(range(100, 0, -1))
         self.assertEqual([part_of(values, part) for part in (0, 0.5, 0.99, 1)], [1, 50, 99, 100])
         self.assertEqual(part_of([7], 0.99), 7)
@@ -48,7 +48,7 @@ class FiguresTest(unittest.TestCase):
             with self.subTest(case=case):
                 self.assertIs(case.met(), expected)
 
-    def test_table_and_json_say_the_same(self):
+    def test_table_and_json_agree(self):
         missed_target = figure([2600, 2600], [1300, 1000])
         self.assertEqual(row_of(missed_target), ("name", "2600 ms", "echo 1150", "2.30x",
                                                  "2..2.60x", "<= 1.3x", "MISSED"))
@@ -61,7 +61,7 @@ class FiguresTest(unittest.TestCase):
         self.assertEqual([number(value) for value in (0, 3, 0.04567, 1.234, 56.78, 987.6, 12345.6)],
                          ["0", "3", "0.0457", "1.23", "56.8", "988", "12346"])
 
-    def test_missed_pictures_are_gaps_in_the_camera_s_time(self):
+    def test_missed_pictures_are_gaps_in_camera_times(self):
         dues = [round(picture * FRAME_NS) for picture in (0, 1, 2, 5, 6, 8)]
         frames = [(due, due + 3_000_000) for due in dues]
         self.assertEqual(missed(frames, 0, dues[-1] + 4_000_000), 3)
@@ -74,7 +74,7 @@ class FiguresTest(unittest.TestCase):
             runs.add(("live", "cpu"), value)
         self.assertEqual(runs["live", "cpu"], [1, 2])
 
-    def test_others_elements_are_compared_with_both(self):
+    def test_other_elements_are_compared_with_both(self):
         runs = collections.defaultdict(lambda: [3])
         self.assertFalse(any(OTHERS in figure.group for figure in pipe_figures(runs)))
         runs[LIVE_VIEW, OTHERS, "cpu"] = [6]
@@ -83,7 +83,7 @@ class FiguresTest(unittest.TestCase):
                           if OTHERS in figure.group and "processor" in figure.name],
                          [(LAUNCH, 2, False), (STAND_INS, 2, False)])
 
-    def test_texts_for_gst_launch_survive_its_grammar(self):
+    def test_texts_are_quoted_for_gst_launch(self):
         self.assertEqual(quoted('a "b" c\\'), '"a \\"b\\" c\\\\"')
 
 

@@ -1,4 +1,4 @@
-"""Scenario files: what a bad one is told, and what one that fails says."""
+"""Scenario files: error messages for invalid files and for failing steps."""
 
 import os
 import pathlib
@@ -37,7 +37,7 @@ class ScenarioTest(unittest.TestCase):
             self.assertLess(time.monotonic(), deadline)
             time.sleep(0.05)
 
-    def test_bad_file_is_told_by_line_and_column(self) -> None:
+    def test_errors_have_line_and_column(self) -> None:
         for text, where, what in (
             ("start\n  dance\n", "2:3", "dance is none of"),
             ("press fire\n", "1:1", "this takes: press zoom|nuc|pol"),

@@ -1,4 +1,4 @@
-// The aim holds: whatever the zoom, the red dot stays on the target. This is what the sight is for.
+// The aim: at every zoom the red dot stays on the target. This is the sight's purpose.
 #include "support/daemon.h"
 
 #include <QImage>
@@ -9,12 +9,12 @@
 namespace {
 
 struct aim_case {
-    int image; // index of the reticle
-    int x;     // the target, in thermal pixels
+    int image; // reticle index
+    int x;     // target, in thermal pixels
     int y;
 };
 
-// The aim points of the drawings, in display pixels from their corner.
+// Aim points of the drawings, in display pixels from their corner.
 constexpr double aim_points[][2] = {
     {185.0, 185.0}, {130.55, 84.55}, {185.55, 140.55}, {130.5, 104.5}, {130.5, 104.5}};
 
@@ -22,7 +22,7 @@ constexpr double display_per_thermal = 1.6;
 
 class AimTest : public testing::TestWithParam<aim_case> {
 protected:
-    // A cool scene with one hot pixel and its neighbours.
+    // A cold scene with one hot pixel and its neighbours.
     void place_target() const {
         QImage scene{640, 480, QImage::Format_Grayscale8};
         scene.fill(30);
@@ -35,7 +35,7 @@ protected:
         ASSERT_TRUE(scene.save(QString::fromStdString(board_.at("/dev/video0").string()), "PNG"));
     }
 
-    // Settings with which the aim point falls on the target's middle.
+    // Settings that put the aim point on the target's centre.
     void aim() const {
         const auto& center = aim_points[GetParam().image];
         std::ofstream{board_.at("/etc/vtrdc.conf")}
@@ -60,7 +60,7 @@ TEST_P(AimTest, DotStaysOnTheTarget) {
         if (zoom > 1) {
             ASSERT_EQ(daemon.ask("c:kbd_zoom:n:"), "r:kbd_zoom:n:");
         }
-        // The dot alone, then the target alone: one hides the other.
+        // First only the dot, then only the target: one hides the other.
         spot dot;
         ASSERT_TRUE(board_.wait_for_frames(5));
         ASSERT_TRUE(board_.wait_for_panel([&dot](const picture& panel) {

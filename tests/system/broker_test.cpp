@@ -1,4 +1,4 @@
-// The link to the broker: a real Redis server on the board's socket, in each of its states.
+// The connection to the broker: a real Redis server on the board's socket, in various states.
 #include "support/daemon.h"
 #include "support/file_watch.h"
 #include "support/media.h"
@@ -16,11 +16,11 @@
 
 namespace {
 
-// In the server's output: "The server is now ready to accept connections", since Redis 7.2 "Ready
+// In the server's output: "The server is now ready to accept connections"; since Redis 7.2 "Ready
 // to accept connections".
 constexpr const char* SERVER_IS_UP = "eady to accept connections";
 
-// A program that runs as long as its scope.
+// A program that runs until the end of its scope.
 class background_program {
 public:
     background_program(const std::vector<std::string>& command, const std::filesystem::path& output)
@@ -126,7 +126,7 @@ TEST_F(BrokerTest, ServerMayStartLaterAndStop) {
     EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:0");
 }
 
-// A server of the test's own, which says what no server should.
+// A fake server that misbehaves.
 class false_server {
 public:
     false_server(const std::string& path, int backlog)
@@ -152,7 +152,7 @@ public:
         ASSERT_GE(accepted_, 0);
         EXPECT_EQ(send(accepted_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     }
-    // Goes on with a byte ten times a second.
+    // Sends one byte ten times a second.
     void trickle() {
         trickler_ = std::jthread{[client = accepted_](const std::stop_token& stop) {
             while (!stop.stop_requested() && send(client, "x", 1, MSG_NOSIGNAL) == 1) {
@@ -164,7 +164,7 @@ public:
         shutdown(accepted_, SHUT_RDWR);
         close(std::exchange(accepted_, -1));
     }
-    // Takes the one place in the queue of a server with a backlog of 0.
+    // Occupies the only place in the queue of a server with backlog 0.
     void fill_queue() {
         waiting_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         EXPECT_EQ(connect(waiting_, generic_address(), sizeof address_), 0);
@@ -215,11 +215,11 @@ TEST_P(FalseServerTest, LosesTheNoticeAndBlocksOnlyBriefly) {
     EXPECT_TRUE(daemon_.wait_for("Connected to redis"));
     GetParam().misbehave(server);
     lose_camera();
-    // Answered although the notice was not; the wait for that has an end.
+    // Answered even though the notice was not: waiting for the server is limited.
     const auto asked = std::chrono::steady_clock::now();
     EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:0");
     EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds{3});
-    // The broken connection stays.
+    // The broken connection is kept.
     EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
     EXPECT_EQ(daemon_.count("Connected to redis"), 1);
 }

@@ -1,4 +1,4 @@
-// Clients that behave badly: the others are served all the same, and nothing is left behind.
+// Misbehaving clients: others are served, and nothing leaks.
 #include "support/daemon.h"
 
 #include <array>
@@ -26,8 +26,8 @@ protected:
                              std::filesystem::directory_iterator{});
     }
 
-    // Connections that are gone are closed in passes of their own: each request waits for one.
-    // There may be less open than before, when the overlay was still reading its scene then.
+    // Closed connections are released in passes of their own, so send requests until then. There
+    // may be fewer descriptors than before, when the overlay was reading its scene.
     [[nodiscard]] bool comes_down_to(long descriptors) {
         for (int pass = 0; pass < 200 && open_descriptors() > descriptors; ++pass) {
             is_served();
@@ -45,7 +45,7 @@ TEST_F(ClientsTest, EachGetsItsOwnReplies) {
         clients.push_back(daemon_.connect());
         ASSERT_GE(clients.back(), 0);
     }
-    // All have asked before the first listens.
+    // All send before the first one reads.
     for (std::size_t i = 0; i < clients.size(); ++i) {
         const std::string request = "c:cmd" + std::to_string(i) + ":n:";
         EXPECT_EQ(send(clients[i], request.data(), request.size(), 0),
@@ -68,7 +68,7 @@ TEST_F(ClientsTest, ThousandConnectionsLeaveNothingOpen) {
         if (i % 3 == 0) {
             EXPECT_EQ(ask_over(client, "c:get_pip:n:"), "r:get_pip:s:0");
         } else if (i % 3 == 1) {
-            // Gone between its request and the reply.
+            // Closed between request and reply.
             send(client, "c:print_config:n:", 17, 0);
         }
         close(client);
@@ -90,7 +90,7 @@ TEST_F(ClientsTest, RequestsOfAnyContentAreAnswered) {
         {std::string(2048, 'a'), undecodable},
         {"c:" + std::string(2046, 'b'), undecodable},
         {whole + std::string(2048 - whole.size(), 'd'), "r:get_lum:s:0"},
-        // The last of 2048 characters doesn't count.
+        // Only 2048 bytes are read at a time.
         {"c:" + std::string(2042, 'e') + ":n:x",
          "e:" + std::string(2042, 'e') + ":s:Unknown command"},
         {std::string(2048, ':'), undecodable},
@@ -114,7 +114,7 @@ TEST_F(ClientsTest, RequestsOfAnyContentAreAnswered) {
 TEST_F(ClientsTest, BytesBeyondARequestAreTheNext) {
     const int client = daemon_.connect();
     ASSERT_GE(client, 0);
-    // Both lie in the socket before the daemon reads, as a stopped process it can't.
+    // Both are in the socket before the stopped daemon reads.
     daemon_.signal(SIGSTOP);
     const std::string both = std::string(2048, 'a') + "c:get_pip:n:";
     EXPECT_EQ(send(client, both.data(), both.size(), 0), static_cast<ssize_t>(both.size()));
@@ -137,7 +137,7 @@ TEST_F(ClientsTest, OneThatSaidItAllStillGetsItsReply) {
               static_cast<ssize_t>(request.size()));
     shutdown(client, SHUT_WR);
     std::string all(64, '\0');
-    const ssize_t length = recv(client, all.data(), all.size(), MSG_WAITALL); // up to the end
+    const ssize_t length = recv(client, all.data(), all.size(), MSG_WAITALL); // until end of file
     EXPECT_EQ(all.substr(0, length > 0 ? static_cast<std::size_t>(length) : 0), "r:get_pip:s:0");
     close(client);
     EXPECT_TRUE(comes_down_to(before));
@@ -152,7 +152,8 @@ protected:
         before_ = open_descriptors();
         client_ = daemon_.connect();
         ASSERT_GE(client_, 0);
-        // Each is one request by its size, and waits for room. At some time no reply fits any more.
+        // Each is one request by size, sent only when there is space. Eventually no reply fits any
+        // more.
         for (int i = 0; i < 100'000 && daemon_.count(given_up) == 0; ++i) {
             ASSERT_EQ(send(client_, request_.data(), request_.size(), 0),
                       static_cast<ssize_t>(request_.size()));
@@ -175,7 +176,7 @@ TEST_F(ClientsThatDoNotReadTest, DoNotStopTheOthers) {
         send_on();
         is_served();
     }
-    // Once it reads, it gets replies again.
+    // When it reads again, it gets replies again.
     std::string replies(1 << 20, '\0');
     while (recv(client_, replies.data(), replies.size(), MSG_DONTWAIT) > 0) {
     }
@@ -188,11 +189,11 @@ TEST_F(ClientsThatDoNotReadTest, DoNotStopTheOthers) {
 
 TEST_F(ClientsThatDoNotReadTest, DoNotDelayTheStop) {
     send_on();
-    // The daemon is stopped while this client is still connected.
+    // The daemon is stopped while this client is connected.
 }
 
-// The table of what the daemon waits for has its limit; to go on without having registered a
-// client would leave it waiting forever.
+// The event table is limited. Continuing without registering a client would leave that client
+// waiting forever.
 TEST(Clients, ClientsBeyondTheLimitAreAnError) {
     const board board;
     vtrdc_daemon daemon{board};

@@ -1,4 +1,4 @@
-// The command line: help to the letter, exit statuses, and where the log goes.
+// The command line: exact help, exit statuses, and where the log goes.
 #include "support/daemon.h"
 
 #include <gmock/gmock.h>
@@ -56,7 +56,7 @@ TEST(CommandLine, LogGoesToTheGivenFile) {
     EXPECT_THAT(log, HasSubstr("[INFO]: Reading file '/etc/other.conf' as configuration..\n"));
     EXPECT_THAT(log, HasSubstr("[WARN]: Failed to read the configuration file /etc/other.conf\n"));
     EXPECT_THAT(log, HasSubstr("[INFO]: stopping daemon ...\n"));
-    // The log is closed by then.
+    // The log is closed by now.
     EXPECT_THAT(log, Not(HasSubstr("Goodbye")));
     EXPECT_THAT(daemon.output(), HasSubstr("[INFO]: Goodbye\n"));
     EXPECT_THAT(daemon.output(), Not(HasSubstr("stopping daemon")));

@@ -1,4 +1,4 @@
-// The client commands over the socket: exact replies, side effects, and what is stored.
+// Client commands over the socket: exact replies, effects, and stored settings.
 #include "support/daemon.h"
 #include "support/file_watch.h"
 
@@ -28,7 +28,7 @@ protected:
     void TearDown() override { EXPECT_EQ(daemon_->stop(), 0); }
 
     std::string ask(const std::string& request) { return daemon_->ask(request); }
-    // For a command that answers without a text: the type of its reply.
+    // For a command that answers without text: returns the type of its reply.
     char outcome(const std::string& command, const std::string& data) {
         const std::string reply = ask("c:" + command + ":s:" + data);
         EXPECT_THAT(reply, EndsWith(":" + command + ":n:"));
@@ -36,7 +36,7 @@ protected:
     }
     std::string config() { return ask("c:print_config:n:"); }
 
-    // Files are written after the pass of a request; a further one comes in a later pass.
+    // Files are written after the request's pass; another request comes in a later pass.
     int writes() {
         EXPECT_EQ(ask("c:get_pip:n:").substr(0, 2), "r:");
         return daemon_->count("[INFO]: Config write takes : ");
@@ -55,7 +55,7 @@ struct exchange_case {
 TEST_F(CommandTest, RepliesToTheLetter) {
     const std::string noise(2000, 'x');
     const exchange_case cases[] = {
-        // the message form
+        // message format
         {"x:get_lum:n:", "e:no_cmd:s:Failed to decode the command"},
         {"c:get_lum", "e:no_cmd:s:Failed to decode the command"},
         {"r:get_lum:n:", "e:no_cmd:s:Failed to decode the command"},
@@ -69,7 +69,7 @@ TEST_F(CommandTest, RepliesToTheLetter) {
         {"c:Get_lum:n:", "e:Get_lum:s:Unknown command"},
         {"c:%n%s:n:", "e:%n%s:s:Unknown command"},
         {"c:" + noise + ":n:", "e:" + noise + ":s:Unknown command"},
-        // commands that don't look at their data
+        // commands that ignore their data
         {"c:get_lum:s:" + noise, "r:get_lum:s:0"},
         {"c:get_pip:i:9", "r:get_pip:s:0"},
         {"c:get_zoom:n:", "r:get_zoom:s:0"},
@@ -90,7 +90,7 @@ TEST_F(CommandTest, RepliesToTheLetter) {
         {"c:set_origin:l:1,2,3", "e:set_origin:s:Invalid argument count"},
         {"c:set_origin:l:", "e:set_origin:s:Invalid argument count"},
         {"c:set_origin:l:" + noise, "e:set_origin:s:Invalid argument count"},
-        {"c:set_origin:l:inf,2", "r:set_origin:n:"}, // and is not stored
+        {"c:set_origin:l:inf,2", "r:set_origin:n:"}, // not stored
         {"c:set_reticle_opacity:s:1.01", "e:set_reticle_opacity:n:"},
         {"c:set_reticle_opacity:s:-1e999", "e:set_reticle_opacity:n:"},
         {"c:set_reticle_opacity:s:nan", "e:set_reticle_opacity:n:"},
@@ -105,7 +105,7 @@ TEST_F(CommandTest, RepliesToTheLetter) {
     EXPECT_THAT(config(), EndsWith("\nrecord_max_len=300\n"));
 }
 
-// Data where an integer is read, and the integer that it is.
+// Data read as an integer, and its value.
 struct integer_case {
     std::string data;
     int value;
@@ -129,7 +129,7 @@ std::vector<integer_case> integer_cases() {
     };
 }
 
-// What a command makes of its integer: the value it stores; none where it refuses.
+// Effect of an integer: the stored value; none if refused.
 template <int Highest> std::optional<int> up_to(int value) {
     return value >= 0 && value <= Highest ? std::optional{value} : std::nullopt;
 }
@@ -182,7 +182,7 @@ TEST_F(CommandTest, PipesAreNumbersToo) {
         if (!exists(each.value)) {
             const bool is_pipe = each.value >= 0 && each.value < 10;
             EXPECT_EQ(outcome("pause_pipe", each.data), 'e');
-            // A pipe that is not there has ended.
+            // A missing pipe counts as ended.
             EXPECT_EQ(outcome("kill_pipe", each.data), is_pipe ? 'r' : 'e');
         }
     }
@@ -215,10 +215,10 @@ TEST_F(CommandTest, EachChangedSettingIsWrittenOnce) {
     }
     EXPECT_EQ(ask("c:set_lum:i:4"), "e:set_lum:n:");
     EXPECT_EQ(writes(), expected);
-    // An origin counts as changed in any case.
+    // An origin always counts as changed.
     EXPECT_EQ(ask("c:set_origin:l:512,384"), "r:set_origin:n:");
     EXPECT_EQ(writes(), expected + 1);
-    // The sight's own file has it all; the one that was read is left as it was.
+    // Everything is in the sight's own file; the file that was read is unchanged.
     EXPECT_EQ("r:print_config:s:" + written(), config());
     EXPECT_THAT(written(), HasSubstr(std::string{"\n"} + OTHER_SETTINGS));
     EXPECT_EQ(read_text(board_.at(OTHER_CONF)), OTHER_SETTINGS);
@@ -231,7 +231,7 @@ TEST_F(CommandTest, OverlayIsSwitchedAndUpdated) {
     EXPECT_EQ(ask("c:enable_qml:i:-7"), "r:enable_qml:n:");
     EXPECT_TRUE(
         board_.wait_for_panel([](const picture& panel) { return panel.red_pixels(WHOLE) > 0; }));
-    EXPECT_EQ(ask("c:enable_qml:i:nonsense"), "r:enable_qml:n:"); // reads as 0
+    EXPECT_EQ(ask("c:enable_qml:i:nonsense"), "r:enable_qml:n:"); // read as 0
     EXPECT_TRUE(
         board_.wait_for_panel([](const picture& panel) { return panel.red_pixels(WHOLE) == 0; }));
     EXPECT_EQ(ask("c:set_qml_prop:s:lbl,text,a\\,b:c"), "r:set_qml_prop:n:");
@@ -299,7 +299,7 @@ TEST_F(CommandTest, LiveViewIsBroughtBackAndLostAgain) {
     EXPECT_EQ(ask("c:kill_pipe:i:6"), "r:kill_pipe:n:");
     ASSERT_TRUE(daemon_->wait_for("Got EoS event on pipe 6"));
     EXPECT_EQ(ask("c:create_pipe:i:0"), "r:create_pipe:n:");
-    EXPECT_EQ(ask("c:create_pipe:i:0"), "e:create_pipe:n:"); // there already
+    EXPECT_EQ(ask("c:create_pipe:i:0"), "e:create_pipe:n:"); // exists already
     EXPECT_EQ(ask("c:create_pipe:i:1"), "r:create_pipe:n:");
     EXPECT_TRUE(daemon_->wait_until_live());
     ASSERT_EQ(board_.sim({"camera", "off"}), 0);

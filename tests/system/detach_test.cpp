@@ -24,7 +24,7 @@ unsigned mode_of(const std::filesystem::path& file) {
 // A detached daemon, ended with the test.
 class DetachedTest : public testing::Test {
 protected:
-    // Processes that detach become children of the test, so that their end can be waited for.
+    // Detached processes become children of the test, so that it can wait for them.
     DetachedTest() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
     ~DetachedTest() override {
         if (pid_ > 0) {
@@ -32,14 +32,14 @@ protected:
         }
     }
 
-    // The process id in the PID file, once it and the live view stand.
+    // Returns the process id in the PID file, once that and the live view exist.
     pid_t wait_for_daemon() {
         EXPECT_TRUE(wait_for_log("Display Pipeline set to playing"));
         pid_ = static_cast<pid_t>(std::stol(read_text(board_.at(pid_file))));
         return pid_;
     }
 
-    // Waits for a process that ends with another status than 0, and returns that.
+    // Waits for a process that ends with a status other than 0, and returns it.
     static int wait_for_failure() {
         int status = 0;
         while (waitpid(-1, &status, 0) > 0) {
@@ -71,7 +71,7 @@ TEST_F(DetachedTest, SecondInstanceEndsAndSignalRemovesTheFile) {
     EXPECT_EQ(std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/cwd"),
               board_.at("/").parent_path());
 
-    // Straight, since scripts/sim refuses a second one by itself.
+    // Directly, since scripts/sim refuses a second daemon itself.
     std::vector<std::string> second{board::daemon_binary()};
     second.insert(second.end(), detached.begin(), detached.end());
     const std::string root = board_.at("/").parent_path();

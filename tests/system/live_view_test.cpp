@@ -1,4 +1,4 @@
-// The picture's way from camera to panel, and what comes when the camera is lost.
+// From camera to panel, and what happens when the camera is lost.
 #include "support/daemon.h"
 
 #include <array>
@@ -42,7 +42,7 @@ TEST(LiveView, LostCameraShowsTheSplash) {
           "[INFO]: Splash Pipeline set to playing, rc = "}) {
         EXPECT_TRUE(daemon.wait_for(line));
     }
-    // The no-input picture is dark, and the overlay still stands on it.
+    // The no-input picture is dark, with the overlay on it.
     EXPECT_TRUE(board.wait_for_panel([](const picture& panel) {
         return panel.mean(MIDDLE) < 60.0 && panel.red_pixels(MIDDLE) > 0;
     }));
@@ -95,7 +95,7 @@ TEST(LiveView, BrokenSceneIsReportedAndTheVideoPasses) {
     EXPECT_EQ(daemon.stop(), 0);
 }
 
-// Each pipe says so itself when one of its elements is missing.
+// The pipe with the missing element reports it.
 TEST(LiveView, MissingStandInsAreTheFirstPipesError) {
     const board board;
     vtrdc_daemon daemon{board, {}, {"GST_PLUGIN_PATH="}};
@@ -105,7 +105,7 @@ TEST(LiveView, MissingStandInsAreTheFirstPipesError) {
                                        "created in the src pipe.\n$"));
 }
 
-// Once a second for the timer, and never because a descriptor is left readable.
+// Once a second for the timer; descriptors must not stay readable.
 TEST(LiveView, IdleMainThreadWakesOnceASecond) {
     const board board;
     vtrdc_daemon daemon{board};
@@ -117,7 +117,7 @@ TEST(LiveView, IdleMainThreadWakesOnceASecond) {
     };
     ASSERT_TRUE(board.wait_for_frames(30));
     const long before = voluntary_switches();
-    // Four seconds of video; a spinning loop would wake thousands of times.
+    // Four seconds of video; a busy loop would wake thousands of times.
     ASSERT_TRUE(board.wait_for_frames(120));
     EXPECT_LE(voluntary_switches() - before, 8);
     EXPECT_EQ(daemon.stop(), 0);

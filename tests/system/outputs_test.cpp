@@ -1,5 +1,5 @@
-// Recording, TCP stream and HTTP stream together: which pipes exist when, in every order of
-// starting and stopping.
+// Recording, TCP stream and HTTP push together: which pipes exist, for every order of starting and
+// stopping.
 #include "support/daemon.h"
 #include "support/media.h"
 #include "support/network.h"
@@ -31,18 +31,19 @@ struct output {
 const output RECORD{"enable_record", 5, "record-pipe", "record-videnc-pipe", true};
 const output TCP{"enable_tcp_stream", 4, "stream-pipe", "stream-videnc-pipe", true};
 const output HTTP{"enable_http_stream", 7, "http-stream-pipe", "stream-videnc-pipe", false};
-const std::vector<output> ALL{TCP, RECORD, HTTP}; // in order, for the permutations
+const std::vector<output> ALL{TCP, RECORD, HTTP}; // sorted, for permutations
 
 bool operator<(const output& one, const output& other) {
     return one.pipe < other.pipe;
 }
 
-// What must exist: branches come with the first output that needs them and go with the last output.
+// Expected pipes: branches are created with the first output that needs them and end with the last
+// output.
 class expected_pipes {
 public:
     explicit expected_pipes(int enc_type) : enc_type_{enc_type} {}
 
-    // False when there is no such output of the encoding type.
+    // False if the output doesn't exist for the encoding type.
     bool start(const output& which) {
         if (enc_type_ == 2 && !which.has_sound) {
             return false;
@@ -56,7 +57,7 @@ public:
         }
         return true;
     }
-    // How many pipes end.
+    // Number of pipes that end.
     int stop(const output& which) {
         int ended = static_cast<int>(outputs_.erase(which.name));
         if (ended > 0 && outputs_.empty()) {
@@ -89,7 +90,7 @@ protected:
                "\nhttp_url=http://127.0.0.1:" + std::to_string(push_port) + "/channel\n";
     }
 
-    // The pipelines that a dump shows.
+    // Pipelines in a dump.
     pipe_names pipes() {
         const std::size_t before = daemon_.output().size();
         EXPECT_EQ(daemon_.ask("c:pipeline_state:n:"), "r:pipeline_state:n:");
@@ -138,7 +139,7 @@ TEST_P(OutputsTest, RightPipesInEveryOrder) {
         for (const output& which : order) {
             start(which);
         }
-        // Stopped in the order of another permutation, a different one each time.
+        // Stops in the order of a different permutation each time.
         std::vector<output> stops = order;
         std::rotate(stops.begin(), stops.begin() + 1, stops.end());
         for (const output& which : stops) {
@@ -152,7 +153,7 @@ TEST_P(OutputsTest, StoppedTwiceOrKilledCountsOnce) {
     for (const bool kill_it : {false, true}) {
         start(TCP);
         start(RECORD);
-        // Both requests arrive before the pipe has ended, or the later one finds nothing to stop.
+        // Both requests arrive before the pipe has ended, or the second finds nothing to stop.
         for (int repeat = 0; repeat < 3; ++repeat) {
             const std::string request = kill_it ? "c:kill_pipe:i:5" : "c:enable_record:i:0";
             EXPECT_THAT(daemon_.ask(request), HasSubstr("r:"));
@@ -194,15 +195,15 @@ TEST_P(OutputsTest, StartsAndStopsLeaveNothingBehind) {
     }
     const resources after = resources_of(daemon_.pid());
     EXPECT_EQ(pipes(), expected_.all());
-    // Threads of GStreamer's pools come and go, with descriptors of their own; one left behind by
-    // each cycle would be many.
+    // Threads of GStreamer's pools come and go, with descriptors; one leaked in each cycle would
+    // add up.
     EXPECT_LT(after.descriptors, before.descriptors + cycles / 2);
     EXPECT_LT(after.threads, before.threads + cycles / 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(EncodingTypes, OutputsTest, testing::Values(0, 1, 2));
 
-// Its sound comes from a branch that ran before, its pictures from one that was built for it.
+// Its sound comes from an existing branch, its pictures from a new one.
 TEST(Outputs, RecordingThatJoinsAStreamIsSynchronous) {
     const board board{"tcp_stream_port=" + std::to_string(free_port()) + "\n"};
     vtrdc_daemon daemon{board};
@@ -219,7 +220,7 @@ TEST(Outputs, RecordingThatJoinsAStreamIsSynchronous) {
     EXPECT_NEAR(static_cast<double>(recorded.video->packets.size()), 60.0, 20.0);
 }
 
-// Its encoder runs on with the stream when the first recording ends.
+// Its encoder keeps running for the stream when the first recording ends.
 TEST(Outputs, RecordingThatJoinsARunningEncoderBeginsWithAKeyFrame) {
     const board board{"record_enc_gop=300\ntcp_stream_port=" + std::to_string(free_port()) + "\n"};
     vtrdc_daemon daemon{board};
@@ -238,7 +239,7 @@ TEST(Outputs, RecordingThatJoinsARunningEncoderBeginsWithAKeyFrame) {
     EXPECT_EQ(daemon.stop(), 0);
 }
 
-// What comes for a paused pipe is dropped, not gathered: a raw picture has 3 MB.
+// Data for a paused pipe is dropped, not queued: a raw picture has 3 MB.
 TEST(Outputs, PausedPipesKeepNoPictures) {
     const board board{"tcp_stream_port=" + std::to_string(free_port()) + "\n"};
     vtrdc_daemon daemon{board, {"-v"}};
@@ -258,7 +259,7 @@ TEST(Outputs, PausedPipesKeepNoPictures) {
     EXPECT_EQ(daemon.stop(), 0);
 }
 
-// The HTTP stream alone lets the type change: all branches end all the same.
+// Only the HTTP push allows changing the type: all branches must still end.
 TEST(Outputs, TypeThatChangedSinceTheStartEndsAllBranches) {
     const int port = free_port();
     push_server server{port};
@@ -280,7 +281,7 @@ TEST(Outputs, StartWhileEndingIsRefusedAndWorksLater) {
     vtrdc_daemon daemon{board};
     ASSERT_TRUE(daemon.wait_until_live());
     EXPECT_EQ(daemon.ask("c:enable_record:i:1"), "r:enable_record:n:");
-    // In one burst, so that no end can be handled in between.
+    // Sent at once, so that no end is handled in between.
     const int first = daemon.connect();
     const int second = daemon.connect();
     EXPECT_EQ(ask_over(first, "c:get_lum:n:"), "r:get_lum:s:0");

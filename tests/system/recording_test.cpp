@@ -1,4 +1,4 @@
-// Recordings, judged by ffprobe and ffmpeg.
+// Recordings, checked by ffprobe and ffmpeg.
 #include "support/daemon.h"
 #include "support/file_watch.h"
 #include "support/media.h"
@@ -23,7 +23,7 @@ using files = std::vector<std::filesystem::path>;
 
 class RecordingTest : public testing::Test {
 protected:
-    // Starts a daemon with those settings before a camera whose pictures are numbered.
+    // Starts a daemon with those settings and a camera with numbered pictures.
     void start_daemon(const std::string& settings = "record_max_len=3\n") {
         std::ofstream{board_.at("/etc/vtrdc.conf")} << settings;
         std::filesystem::remove(board_.at("/dev/video0"));
@@ -41,7 +41,7 @@ protected:
 
     [[nodiscard]] files recorded() const { return files_in(board_.at("/media/video")); }
 
-    // Waits until the recording has begun its file of that number, with something in it.
+    // Waits until the recording's file of that number exists and is not empty.
     [[nodiscard]] bool wait_for_file_number(std::size_t number) const {
         const std::filesystem::path folder = board_.at("/media/video");
         return wait_for_file(
@@ -68,7 +68,7 @@ void expect_video(const media& found) {
 void expect_audio(const media& found) {
     ASSERT_TRUE(found.audio);
     EXPECT_EQ(found.audio->codec, "mp3");
-    // Sound without a hole, of the length that its packets add up to; they arrive unevenly.
+    // Sound must have no gaps and the total length of its packets; packets arrive irregularly.
     double length = 0;
     for (const media_packet& packet : found.audio->packets) {
         length += packet.duration;
@@ -76,7 +76,7 @@ void expect_audio(const media& found) {
     EXPECT_NEAR(found.audio->end() - found.audio->start(), length, 0.2);
 }
 
-// All of them play, and are named as one recording.
+// All must play and have the same recording's name.
 void expect_playable(const files& recorded, const std::string& prefix) {
     for (std::size_t number = 0; number < recorded.size(); ++number) {
         const std::string name = recorded[number].filename();
@@ -127,7 +127,7 @@ TEST_F(RecordingTest, IsSplitWithoutLosingAnything) {
         EXPECT_LE(length_of(*found.video), 3.6) << file;
     }
     EXPECT_NEAR(video_length, audio_length, 0.3);
-    // 300 pictures were shown meanwhile, and some more while the recording began and ended.
+    // 300 pictures were shown meanwhile, and some more at the beginning and end.
     EXPECT_GE(pictures, 280);
     EXPECT_NEAR(pictures, video_length * 30, 0.05 * pictures);
     const left_out_pictures left_out = follow_pictures(made);
@@ -181,7 +181,7 @@ TEST_F(RecordingTest, SecondStartChangesNothing) {
 TEST_F(RecordingTest, NeverOverwritesAnother) {
     start_daemon("enc_type=1\n");
     std::filesystem::create_directory(board_.at("/media/video"));
-    // As if the clock had been at this time before.
+    // Simulates a clock that was at this time before.
     constexpr int taken = 120;
     const std::time_t now = std::time(nullptr);
     for (int second = 0; second < taken; ++second) {
@@ -244,7 +244,7 @@ TEST_F(RecordingTest, KilledRecordingLeavesTheEarlierFiles) {
     follow_pictures(made);
 }
 
-// Such a recording can't be ended but by force.
+// Such a recording can only be ended by force.
 TEST_F(RecordingTest, EndsEvenWithoutAFolder) {
     start_daemon();
     std::ofstream{board_.at("/media/video")} << "no folder";
@@ -254,10 +254,10 @@ TEST_F(RecordingTest, EndsEvenWithoutAFolder) {
     daemon_->ask("c:resume_video:n:");
     EXPECT_EQ(daemon_->stop(), 0);
     EXPECT_THAT(daemon_->output(),
-                Not(HasSubstr("CRITICAL"))); // it was at NULL when it was released
+                Not(HasSubstr("CRITICAL"))); // it was at NULL when released
 }
 
-// Loudness of a second of the sound, in dB of full scale.
+// Loudness of one second of the sound, in dB of full scale.
 double loudness(const std::filesystem::path& file, double from) {
     const outcome result = run({"/usr/bin/ffmpeg", "-nostdin", "-ss", std::to_string(from), "-t",
                                 "1", "-i", file, "-af", "volumedetect", "-f", "null", "-"});
@@ -278,7 +278,7 @@ TEST_F(RecordingTest, MicrophoneVolumeChangesWhileRecordingAndStays) {
     stop();
     const std::filesystem::path file = recorded().front();
     const double last_second = probe(file).audio->end() - 1;
-    // A tenth of the factor is 20 dB less.
+    // A tenth of the amplification is 20 dB less.
     const double last = loudness(file, last_second);
     EXPECT_NEAR(loudness(file, 0.3) - last, 20.0, 1.0);
     start();

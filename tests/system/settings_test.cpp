@@ -1,4 +1,4 @@
-// The configuration file as the running daemon takes it.
+// The configuration file of the running daemon.
 #include "support/daemon.h"
 
 #include <fstream>

@@ -23,7 +23,7 @@ constexpr const char* overlay_log_path = "/var/log/overlay.log";
 
 class SightTest : public testing::Test {
 protected:
-    // Starts the daemon with these lines as its configuration file.
+    // Starts the daemon with this configuration file.
     void start(const std::string& configuration = "") {
         if (!configuration.empty()) {
             std::ofstream{board_.at("/etc/vtrdc.conf")} << configuration;
@@ -39,7 +39,7 @@ protected:
     [[nodiscard]] std::string text(const char* sight_path) const {
         return read_text(board_.at(sight_path));
     }
-    // What was added to a log since the last look.
+    // Returns what was added to a log since the last call.
     std::string fresh(const char* log, std::size_t& seen) const {
         const std::string all = text(log);
         const std::string added = all.substr(seen);
@@ -117,7 +117,7 @@ TEST_F(SightTest, ZoomButtonCyclesAndKeepsOnlySuccessfulSteps) {
                                     "1}\nReticleMenu.retProfParam:{\"X\": 323.4"));
     fail_core(3);
     EXPECT_EQ(ask("c:kbd_zoom:n:"), "e:kbd_zoom:n:");
-    EXPECT_EQ(core(), "origin 435 355\n"); // nothing after the step that failed
+    EXPECT_EQ(core(), "origin 435 355\n"); // nothing after the failed step
     EXPECT_EQ(overlay(), "");
     EXPECT_EQ(ask("c:get_zoom:n:"), "r:get_zoom:s:1");
     mend_core();
@@ -144,7 +144,7 @@ TEST_F(SightTest, PictureInPictureResetsTheZoomAndStepsOnItsOwn) {
                              "OffMenu.offMenuParams:{\"KEY\": \"PIP_ZOOM\" , \"VAL\": 1}\n");
     EXPECT_EQ(ask("c:kbd_zoom:n:"), "r:kbd_zoom:n:");
     EXPECT_EQ(ask("c:get_zoom:n:"), "r:get_zoom:s:1");
-    // A factor while it is on changes neither the index nor the zoom.
+    // Selecting a factor while it is on changes neither the index nor the zoom.
     core();
     EXPECT_EQ(ask("c:enable_pip:i:1"), "r:enable_pip:n:");
     EXPECT_EQ(core(), "origin 435 355\npip 2\n");
@@ -152,13 +152,13 @@ TEST_F(SightTest, PictureInPictureResetsTheZoomAndStepsOnItsOwn) {
     EXPECT_EQ(ask("c:enable_pip:i:0"), "r:enable_pip:n:");
     EXPECT_EQ(core(), "origin 435 355\nzoom 1\norigin 435 355\npip 0\n");
     overlay();
-    EXPECT_EQ(ask("c:enable_pip:i:0"), "r:enable_pip:n:"); // off already
+    EXPECT_EQ(ask("c:enable_pip:i:0"), "r:enable_pip:n:"); // already off
     EXPECT_EQ(core(), "origin 435 355\nzoom 1\norigin 435 355\npip 0\n");
     EXPECT_THAT(overlay(), Not(HasSubstr("PIP_ZOOM"))); // factor 0 has no icon
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-// Wherever the tool fails, nothing after that step happens.
+// Whichever step fails, nothing after it happens.
 TEST_F(SightTest, FailureAtTheLastStepLeavesWhatWasShown) {
     start();
     overlay();
@@ -167,7 +167,7 @@ TEST_F(SightTest, FailureAtTheLastStepLeavesWhatWasShown) {
     EXPECT_EQ(ask("c:get_zoom:n:"), "r:get_zoom:s:0");
     EXPECT_EQ(overlay(), "");
     EXPECT_EQ(ask("c:enable_pip:i:1"), "e:enable_pip:n:");
-    // The reset of the zoom failed as well; the state and the factor were shown before the tool.
+    // Resetting the zoom failed too; state and factor were shown before the tool ran.
     EXPECT_EQ(overlay(), "FtrMenu.pipSt:1\n"
                          "ReticleMenu.retProfParam:{\"Z_OFFSET_X\": 0,\"Z_OFFSET_Y\": 0}\n"
                          "OffMenu.offMenuParams:{\"KEY\": \"PIP_ZOOM\" , \"VAL\": 1}\n");
@@ -205,7 +205,7 @@ TEST_F(SightTest, PanelKeepsItsLuminanceWithAMonitor) {
 }
 
 TEST_F(SightTest, MissingPanelIsAnError) {
-    // A folder in the attribute's place: it can't be written, and the layout leaves it alone.
+    // A folder in place of the attribute: it can't be written, and the layout keeps it.
     std::filesystem::remove(board_.at(luminance_attribute));
     std::filesystem::create_directory(board_.at(luminance_attribute));
     vtrdc_daemon daemon{board_};
@@ -230,14 +230,14 @@ TEST_F(SightTest, AfterTheHandOverOnlySettingsChange) {
     EXPECT_EQ(text(luminance_attribute), "75");
     EXPECT_EQ(ask("c:get_lum:n:"), "r:get_lum:s:3");
     EXPECT_THAT(text("/etc/vtrdc.conf"), HasSubstr("\nreticle_color=2\n"));
-    // Nobody reads the buttons any more.
+    // The buttons are closed.
     EXPECT_EQ(board_.sim({"press", "zoom"}), 0);
     EXPECT_EQ(ask("c:get_lum:n:"), "r:get_lum:s:3");
     EXPECT_EQ(daemon_->count("kbd event"), 0);
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-// Records of an input device, as the kernel would deliver them.
+// Input event records, as delivered by the kernel.
 class ButtonTest : public SightTest {
 protected:
     void write_record(std::uint16_t type, std::uint16_t code, int value) {
@@ -265,7 +265,7 @@ TEST_F(ButtonTest, OnlyTheReleaseOfAKnownKeyActs) {
     torn.type = EV_KEY;
     torn.code = KEY_HOMEPAGE;
     write_bytes(&torn, sizeof torn / 2);
-    // The first that acts shows that the ones before did not.
+    // The first effect shows that the earlier records had none.
     ASSERT_EQ(board_.sim({"press", "nuc"}), 0);
     ASSERT_TRUE(wait_for_line(core_log_path, "fast-nuc\n"));
     EXPECT_EQ(core(), "fast-nuc\n");
@@ -287,7 +287,7 @@ TEST_F(ButtonTest, FailingActionEndsTheDaemon) {
 
 TEST_F(ButtonTest, DeviceThatIsGoneIsDropped) {
     std::filesystem::remove(board_.at("/dev/input/event1"));
-    // Reads as ended at once, as a device that was unplugged does.
+    // At end of file at once, like an unplugged device.
     std::ofstream{board_.at("/tmp/empty")} << "";
     std::ofstream{board_.at("/etc/vtrdc.conf")} << "kbd_device=/tmp/empty\n";
     ASSERT_EQ(board_.sim({"layout"}), 0);

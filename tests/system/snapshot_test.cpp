@@ -1,4 +1,4 @@
-// Snapshots: a client has what the panel shows written into the media folder.
+// Snapshots: a client has the panel's picture written to the media folder.
 #include "support/daemon.h"
 #include "support/storage.h"
 
@@ -24,13 +24,13 @@ protected:
         ASSERT_TRUE(daemon_.wait_for("Splash Pipeline set to playing"));
     }
 
-    // The files that were written, temporary ones included.
+    // Written files, including temporary ones.
     [[nodiscard]] std::vector<std::filesystem::path> snapshots() const {
         const std::filesystem::directory_iterator folder{board_.at("/media/image")};
         return {begin(folder), end(folder)};
     }
 
-    // Takes one that succeeds.
+    // Takes a snapshot that must succeed.
     [[nodiscard]] picture snapshot() {
         EXPECT_EQ(daemon_.ask(REQUEST), DONE);
         const std::vector<std::filesystem::path> files = snapshots();
@@ -55,7 +55,7 @@ TEST_F(SnapshotTest, ShowsWhatThePanelShows) {
     const picture taken = snapshot();
     ASSERT_EQ(taken.width(), 1024);
     ASSERT_EQ(taken.height(), 768);
-    // As far as the loss of the compression goes; another frame differs by more.
+    // Up to the compression's loss; another frame differs by more.
     EXPECT_LT(taken.difference(board_.panel()), 2.0);
     EXPECT_GT(taken.red_pixels(WHOLE), 20);
     EXPECT_EQ(daemon_.stop(), 0);

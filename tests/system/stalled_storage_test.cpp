@@ -1,4 +1,4 @@
-// Storage that stalls while a recording is stopped: the recording is completed when it goes on.
+// Storage stalls while a recording is stopped: the recording is completed when it recovers.
 #include "support/card.h"
 #include "support/daemon.h"
 #include "support/media.h"
@@ -13,9 +13,9 @@ using testing::HasSubstr;
 
 namespace {
 
-// Longer than a forced end of any other pipe takes.
+// Longer than the forced end of any other pipe takes.
 constexpr int STALLED_SECONDS = 8;
-// What a stop may take while storage is dead.
+// Time limit for a stop with dead storage.
 constexpr std::chrono::seconds DEAD_STORAGE_LIMIT{36};
 
 class StalledStorageTest : public testing::Test {
@@ -28,7 +28,7 @@ protected:
         wait_for_ticks(3);
     }
 
-    // There is one a second, as long as there is a recording.
+    // Once a second while a recording exists.
     void wait_for_ticks(int count) {
         for (int tick = 0; tick < count; ++tick) {
             ASSERT_TRUE(daemon_->wait_for("Enough space to continue recoding.\n"));
@@ -88,7 +88,7 @@ TEST_F(StalledStorageTest, DeadStorageIsEventuallyGivenUp) {
                                              "/media//video/video_"));
 }
 
-// A card takes what is written, and stalls when it is to be on it.
+// A card that accepts data but stalls on fsync.
 TEST_F(StalledStorageTest, FlushBlocksNothing) {
     const std::filesystem::path marker = board_.at("/storage-is-dead");
     std::ofstream{marker};

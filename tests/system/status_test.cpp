@@ -1,4 +1,4 @@
-// The status file: what the daemon says of itself, and a scene that is loaded again.
+// The status file, and reloading a scene.
 #include "config/settings.h"
 #include "support/daemon.h"
 #include "support/file_watch.h"
@@ -28,7 +28,7 @@ protected:
 
     [[nodiscard]] json status() const { return json::parse(read_text(file_)); }
 
-    // Waits until the field of that pointer, such as "/live_view/state", has the value.
+    // Waits until a field, given by a pointer such as "/live_view/state", has the value.
     [[nodiscard]] bool wait_for(const char* field, const json& value) const {
         const auto is_reached = [&] {
             const json now = json::parse(read_text(file_), nullptr, false);
@@ -101,7 +101,7 @@ TEST_F(StatusTest, FollowsARecordingFromFileToFile) {
     const std::vector<std::filesystem::path> files = files_in(board_.at("/media/video"));
     EXPECT_EQ(recording["splits"], files.size() - 1);
     EXPECT_THAT(files.back().string(), EndsWith(recording["file"].get<std::string>()));
-    // Another recording counts its own.
+    // The next recording counts its own splits.
     EXPECT_EQ(daemon_.ask("c:enable_record:i:1"), "r:enable_record:n:");
     EXPECT_TRUE(wait_for("/outputs/recording/state", "on"));
     EXPECT_EQ(status()["outputs"]["recording"]["splits"], 0);
@@ -158,11 +158,11 @@ TEST_F(StatusTest, FailureToWriteIsLoggedOnce) {
     EXPECT_EQ(daemon_.count("Failed to write the status"), 1);
 }
 
-// --- A scene that is loaded again --------------------------------------------------------------
+// --- Reloaded scenes -----------------------------------------------------------------------------
 
 class NewSceneTest : public StatusTest {
 protected:
-    // What reaches the overlay from when it is emptied on.
+    // Returns what the overlay gets after its log is emptied.
     void rebuild_live_view() {
         EXPECT_EQ(daemon_.ask("c:kill_pipe:i:0"), "r:kill_pipe:n:");
         EXPECT_TRUE(wait_for("/live_view/state", "no_input"));
@@ -186,7 +186,7 @@ TEST_F(NewSceneTest, GetsThePresentState) {
     const std::string before = overlay_log();
     const std::size_t place = before.rfind("{\"X\"");
     const std::string last_place = before.substr(place, before.find('\n', place) - place);
-    // Neither this origin nor the icon of a correction is to be seen before the next zoom.
+    // Neither this origin nor a correction's icon may be shown before the next zoom.
     EXPECT_EQ(daemon_.ask("c:set_origin:l:300,300"), "r:set_origin:n:");
     EXPECT_EQ(daemon_.ask("c:kbd_nuc:n:"), "r:kbd_nuc:n:");
     rebuild_live_view();

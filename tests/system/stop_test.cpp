@@ -1,4 +1,4 @@
-// A signal in every state that needs no client: all pipes end, and so does the daemon.
+// A signal in every state that needs no client: all pipes end, then the daemon.
 #include "support/daemon.h"
 
 #include <csignal>
@@ -14,7 +14,7 @@ struct stop_case {
     const char* name;
     // Brings the daemon into the state in which it is stopped.
     bool (*reach)(const board& board, vtrdc_daemon& daemon);
-    // A camera that is not there from the start.
+    // A camera that is missing from the start.
     bool without_camera = false;
 };
 
@@ -25,7 +25,7 @@ void PrintTo(const stop_case& state, std::ostream* out) {
 const stop_case stop_cases[] = {
     {"JustStarted",
      [](const board&, vtrdc_daemon& daemon) {
-         // The signals are blocked by then, and the pipes are being made.
+         // Signals are blocked by then, and the pipes are being made.
          return daemon.wait_for("Gstreamer initialized");
      }},
     {"Live", [](const board&, vtrdc_daemon& daemon) { return daemon.wait_until_live(); }},
@@ -89,7 +89,7 @@ TEST(Stop, AskedTwiceEndsOnce) {
     EXPECT_EQ(daemon.wait_exit(std::chrono::seconds{6}), 0);
 }
 
-// A folder with links to all of the system's plug-ins but one.
+// A folder with links to all system plug-ins except one.
 std::filesystem::path plugins_without(const board& board, const char* missing) {
     const std::filesystem::path folder = board.at("/plugins");
     std::filesystem::create_directory(folder);
@@ -101,7 +101,7 @@ std::filesystem::path plugins_without(const board& board, const char* missing) {
     return folder;
 }
 
-// An ERROR line ends the process at once, whatever other threads are in the middle of.
+// An ERROR line ends the process at once, whatever other threads are doing.
 TEST(Stop, ErrorEndsWithStatusOneWhileThreadsRun) {
     const board board;
     const std::filesystem::path plugins = plugins_without(board, "libgstpng.so");

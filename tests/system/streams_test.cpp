@@ -1,4 +1,4 @@
-// The network streams with clients and servers of every kind.
+// The network streams with clients and servers of all kinds.
 #include "support/daemon.h"
 #include "support/media.h"
 #include "support/network.h"
@@ -28,7 +28,7 @@ protected:
         EXPECT_EQ(daemon_->ask("c:" + command + ":i:" + (on ? "1" : "0")), "r:" + command + ":n:");
     }
 
-    // Judges what was received as a file.
+    // Checks what was received, as a file.
     [[nodiscard]] std::filesystem::path kept(const std::string& name,
                                              const std::string& bytes) const {
         const std::filesystem::path file = board_.at("/tmp/" + name);
@@ -106,7 +106,7 @@ TEST_F(StreamTest, PushResumesWhenTheServerReturns) {
         EXPECT_EQ(found.video->width, 1024);
         EXPECT_TRUE(found.video->packets.front().key);
     }
-    // With the server dead: the loop is there for everybody.
+    // While the server is dead the daemon must respond.
     for (int request = 0; request < 50; ++request) {
         const auto asked = std::chrono::steady_clock::now();
         EXPECT_EQ(daemon_->ask("c:get_lum:n:"), "r:get_lum:s:0");
@@ -141,7 +141,7 @@ TEST_F(StreamTest, PushToAServerThatNeverReadsEnds) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-// Of 200, the first 32 are served; the place of one that leaves is free.
+// Of 200, the first 32 are served; when one leaves, its place is free.
 TEST_F(StreamTest, ViewersBeyondTheLimitAreRefused) {
     start_daemon();
     ask_for("enable_tcp_stream", true);
@@ -160,7 +160,7 @@ TEST_F(StreamTest, ViewersBeyondTheLimitAreRefused) {
     for (const auto& viewer : viewers) {
         EXPECT_FALSE(viewer->read(1).empty());
     }
-    // Refused until the server has seen that the place is free.
+    // Refused until the server has noticed the free place.
     bool is_served = false;
     for (int attempt = 0; attempt < 1000 && !is_served; ++attempt) {
         is_served = !stream_client{tcp_port_}.read(1).empty();

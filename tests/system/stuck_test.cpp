@@ -1,4 +1,4 @@
-// A camera that delivers nothing, or whose driver doesn't return, holds nobody up.
+// A camera that delivers nothing, or whose driver doesn't return, blocks nothing.
 #include "support/daemon.h"
 #include "support/media.h"
 
@@ -12,8 +12,7 @@ using testing::StartsWith;
 
 namespace {
 
-// Nobody waits longer, but for a machine that is busy. A camera stays stuck for as long as it
-// likes.
+// Time limit for everybody, with reserves for a busy machine. A camera may stay stuck forever.
 constexpr std::chrono::seconds AT_ONCE{3};
 
 class StuckCameraTest : public testing::TestWithParam<const char*> {
@@ -59,7 +58,7 @@ TEST_P(StuckCameraTest, ItsPipeEndsAndTheSplashIsShown) {
     EXPECT_EQ(ask("c:enable_record:i:0"), "r:enable_record:n:");
     EXPECT_TRUE(daemon_.wait_for("[INFO]: Got EoS event on pipe 5\n"));
     expect_recording_plays();
-    // When the driver goes on, what was left behind is released, and another live view works.
+    // When the driver continues, the abandoned pipe is released, and a new live view works.
     std::ofstream{board_.at("/dev/video0.state")} << "run";
     EXPECT_EQ(ask("c:kill_pipe:i:6"), "r:kill_pipe:n:");
     EXPECT_TRUE(daemon_.wait_for("[INFO]: Got EoS event on pipe 6\n"));

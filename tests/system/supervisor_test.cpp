@@ -1,4 +1,4 @@
-// What the daemon tells the supervisor that started it.
+// Notifications to the daemon's supervisor.
 #include "support/daemon.h"
 #include "util/fd_owned.h"
 
@@ -22,7 +22,7 @@ namespace {
 // The supervisor's end of the socket.
 class supervisor {
 public:
-    // By the name that the daemon is given: a path, or one that begins with '@'.
+    // Bound to the name given to the daemon: a path, or an abstract one that begins with '@'.
     explicit supervisor(const std::string& name) : socket_(socket(AF_UNIX, SOCK_DGRAM, 0)) {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
@@ -36,7 +36,7 @@ public:
         EXPECT_EQ(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
     }
 
-    // The next thing that it is told; empty when nothing comes.
+    // The next notification; empty on timeout.
     [[nodiscard]] std::string next() const {
         std::array<char, 4096> text{};
         const ssize_t size = recv(socket_.get(), text.data(), text.size(), 0);
@@ -62,13 +62,13 @@ TEST_P(SupervisorTest, GetsReadyWatchdogAndStopping) {
     const supervisor told{name()};
     vtrdc_daemon daemon{board_, {}, {"NOTIFY_SOCKET=" + name()}};
     EXPECT_THAT(told.next(), StartsWith("READY=1\nSTATUS="));
-    const fd_owned client{daemon.connect()}; // commands are taken by then
+    const fd_owned client{daemon.connect()}; // commands are accepted by then
     EXPECT_TRUE(client);
     EXPECT_EQ(told.next(), "WATCHDOG=1");
     EXPECT_EQ(told.next(), "WATCHDOG=1");
     daemon.signal(SIGTERM);
     std::string last = told.next();
-    while (last == "WATCHDOG=1") { // of a tick before the signal
+    while (last == "WATCHDOG=1") { // from a tick before the signal
         last = told.next();
     }
     EXPECT_THAT(last, StartsWith("STOPPING=1\nSTATUS="));

@@ -1,4 +1,4 @@
-// A thermal core whose tool hangs or is slow: the daemon goes on, and stops in time.
+// The thermal core's tool hangs or is slow: the daemon continues, and stops in time.
 #include "support/daemon.h"
 #include "support/file_watch.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 using steady = std::chrono::steady_clock;
 
-// Ten seconds for the tool, and what a stop takes.
+// Ten seconds for the tool, plus the time of a stop.
 constexpr std::chrono::seconds STOP_LIMIT{17};
 
 class ToolTest : public testing::Test {
@@ -83,7 +83,7 @@ TEST_F(ToolTest, NoToolStartsAfterTheSignal) {
     ASSERT_EQ(board_.sim({"press", "zoom"}), 0);
     ASSERT_TRUE(wait_for_file(
         started, [&] { return read_text(started) == "origin 435 355\n"; }, WAIT_LIMIT));
-    // The button's action fails by that, which is no reason to end with an error.
+    // The button's action fails then, which is no reason to end with an error.
     stop_in_time();
     EXPECT_THAT(daemon_.output(),
                 HasSubstr("[WARN]: Tool not started, the daemon is to stop: vtrcore zoom 2\n"));

@@ -1,4 +1,4 @@
-// Runs vtrdcctl as its users do, in a folder of the test's own.
+// Runs vtrdcctl in a temporary folder.
 #pragma once
 
 #include "support/process.h"
@@ -18,7 +18,7 @@ struct result {
 
 class VtrdcctlTest : public testing::Test {
 protected:
-    // Runs vtrdcctl with these words, and this on standard input.
+    // Runs vtrdcctl with these arguments and this standard input.
     [[nodiscard]] result ctl(const words& arguments, const std::string& input = {}) const {
         const std::string errors = folder_.write("errors", "");
         const outcome ended = run(shell_command(arguments, R"(<"$INPUT" 2>"$ERRORS")"),
@@ -27,7 +27,7 @@ protected:
         return {ended.status, ended.output, read_text(errors)};
     }
 
-    // Starts it, with everything that it writes in the file.
+    // Starts it, with all output in the file.
     [[nodiscard]] pid_t start_ctl(const words& arguments,
                                   const std::filesystem::path& output) const {
         return spawn(shell_command(arguments, ""), environment_with({"VTRDC_SOCKET=" + socket_}),

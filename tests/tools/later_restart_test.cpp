@@ -1,4 +1,4 @@
-// What delays the next start of the service after one that failed.
+// The program that delays the service's next start after a failed one.
 #include "support/process.h"
 #include "support/temp_folder.h"
 
@@ -15,7 +15,7 @@ namespace {
 class LaterRestart : public testing::Test {
 protected:
     LaterRestart() {
-        // In the place of the real one.
+        // Replaces the real one.
         fs::permissions(folder_.write("bin/sleep", "#!/bin/sh\necho slept $1\n"), fs::perms{0755});
     }
     [[nodiscard]] std::string after(const std::string& result) const {

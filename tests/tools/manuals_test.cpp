@@ -17,7 +17,7 @@ namespace {
 
 using lines = std::vector<std::string>;
 
-// The lines of a text that satisfy the test.
+// Returns the lines of a text that satisfy the test.
 template <class Test> lines lines_where(const std::string& text, Test test) {
     lines found;
     std::istringstream stream{text};
@@ -29,7 +29,7 @@ template <class Test> lines lines_where(const std::string& text, Test test) {
     return found;
 }
 
-// As the text stands in a manual.
+// The text in the manuals' markup.
 std::string escaped(const std::string& text) {
     return std::regex_replace(text, std::regex{"-"}, "\\-");
 }
@@ -38,7 +38,7 @@ bool is_heading(const std::string& line) {
     return std::regex_match(line, std::regex{R"re(\.BR \w+ " \(.*\)")re"});
 }
 
-// An empty line is no comment: the daemon would warn of it.
+// An empty line is not a comment: the daemon warns about it.
 bool is_no_comment(const std::string& line) {
     return line.empty() || line[0] != '#';
 }
@@ -55,7 +55,7 @@ const char* type_name(const char* /*value*/) {
     return "text";
 }
 
-// All settings at their defaults, a line key=value each, in the table's order.
+// All settings at their defaults: lines key=value, in the table's order.
 lines default_lines() {
     global_config = {};
     return lines_where(cfg_serialize_global_config().get(), [](const auto&) { return true; });
@@ -85,7 +85,7 @@ TEST(ManualsTest, ExampleHasEverySettingAtItsDefault) {
               "");
 }
 
-// Heading and first words of each option's entry, from its line of the help.
+// Heading and first words of each option's entry, built from its line of the help.
 lines option_entries(const std::string& help) {
     const std::regex row{R"(   (-\w) (--\w+) +(filename)? *(.*))"};
     lines entries;

@@ -1,4 +1,4 @@
-// The Python module and its example, with the daemon itself.
+// The Python module and its example with the real daemon.
 #include "client_fixture.h"
 #include "support/daemon.h"
 #include "support/file_watch.h"
@@ -79,7 +79,7 @@ TEST_F(PythonTest, CommandsAreMethods) {
     EXPECT_THAT(read_text(board_.at("/var/log/overlay.log")), HasSubstr("label.text:a,b: ä\n"));
 }
 
-// As on a sight, where the status is behind a link.
+// As on a sight, where the status file is a link.
 constexpr const char* WATCH = R"(
 import os
 import vtrdc
@@ -99,7 +99,7 @@ TEST_F(PythonTest, WatchReportsChangesAndTheEnd) {
     EXPECT_TRUE(wait_for_output("2 off\n"));
     EXPECT_EQ(daemon_.ask("c:enable_record:i:1"), "r:enable_record:n:");
     EXPECT_TRUE(wait_for_output("2 on\n"));
-    daemon_.signal(SIGKILL); // which leaves its status behind
+    daemon_.signal(SIGKILL); // leaves its status file
     EXPECT_EQ(daemon_.wait_exit(WAIT_LIMIT), 128 + SIGKILL);
     EXPECT_EQ(wait_for_exit(watch, WAIT_LIMIT), 1);
     EXPECT_THAT(output(),

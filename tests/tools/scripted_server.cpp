@@ -1,4 +1,4 @@
-// A server in the daemon's place whose replies are known beforehand.
+// A fake daemon with given replies.
 #include "scripted_server.h"
 
 #include <array>
@@ -22,7 +22,7 @@ scripted_server::scripted_server(const std::filesystem::path& socket_file,
 }
 
 scripted_server::~scripted_server() {
-    shutdown(listener_, SHUT_RDWR); // wakes a thread that nobody has connected to
+    shutdown(listener_, SHUT_RDWR); // wakes a thread waiting in accept
     if (thread_.joinable()) {
         thread_.join();
     }

@@ -1,4 +1,4 @@
-// A server in the daemon's place whose replies are known beforehand.
+// A fake daemon with given replies.
 #pragma once
 
 #include <filesystem>
@@ -8,14 +8,15 @@
 
 class scripted_server {
 public:
-    // Listens at that path. Without replies it stays mute: connections are not even accepted. Else
-    // it serves one connection, a reply for each request, and closes it when they are used up.
+    // Listens at that path. Without replies it is mute and doesn't even accept connections.
+    // Otherwise it serves one connection, one reply per request, and closes it after the last
+    // reply.
     explicit scripted_server(const std::filesystem::path& socket, std::vector<std::string> replies);
     scripted_server(const scripted_server&) = delete;
     scripted_server& operator=(const scripted_server&) = delete;
     ~scripted_server();
 
-    // Waits for the end of the connection; all that was asked.
+    // Waits for the end of the connection; returns all requests.
     [[nodiscard]] std::vector<std::string> requests();
 
 private:

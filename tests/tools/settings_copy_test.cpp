@@ -1,4 +1,4 @@
-// The copy of the settings that the service keeps, for when the power goes during a rewrite.
+// The service's copy of the settings, used after a power cut during a rewrite.
 #include "config/cfg.h"
 #include "support/process.h"
 #include "support/temp_folder.h"
@@ -19,13 +19,13 @@ class SettingsCopy : public testing::Test {
 protected:
     ~SettingsCopy() override { global_config = {}; }
 
-    // What the daemon writes when these are its settings.
+    // The file that the daemon writes for these settings.
     [[nodiscard]] static std::string written() { return cfg_serialize_global_config().get(); }
 
     [[nodiscard]] outcome call(const char* verb) const {
         return run({VTRDC_SETTINGS_COPY, verb, file_, copy_});
     }
-    // What the file holds once it was restored, when this was in it.
+    // The file's contents after a restore from these contents.
     [[nodiscard]] std::string restored(const std::string& contents) const {
         fs::remove(cut_);
         folder_.write("vtrdc.conf", contents);
@@ -43,7 +43,7 @@ protected:
     std::string cut_ = file_ + ".cut";
 };
 
-// Beginnings of each kind: none, within each key and value, and around each line's end.
+// Truncated versions: empty, within each key and value, and around each newline.
 std::set<std::size_t> cuts_of(const std::string& text) {
     std::set<std::size_t> cuts{0, 1};
     for (std::size_t at = 1; at < text.size(); ++at) {
@@ -62,7 +62,7 @@ TEST_F(SettingsCopy, IsRestoredWhereverTheRewriteWasCut) {
     global_config.http_url = "";
     const std::string whole = written();
     keep(whole);
-    global_config.luminance = 3; // what the rewrite was for
+    global_config.luminance = 3; // the change that caused the rewrite
     global_config.origin_x = -512.25;
     global_config.origin_y = 1e20;
     const std::string rewritten = written();
@@ -87,9 +87,10 @@ TEST_F(SettingsCopy, LeavesManualChangesAlone) {
              "# all defaults\n" + whole.substr(0, 80),
              std::string{"\n"},
              std::string{"luminance=2\n"},
-             std::string{"socket_file=/run/other.socket\n"}, // begins as the daemon's, says else
+             std::string{
+                 "socket_file=/run/other.socket\n"}, // begins like the daemon's, then differs
              std::string{"socket_file=/run/vtrdc.socket.2"},
-             std::string{"socket_file=/run/vtrdc.socket\nqml_file=/a.qml\n"}, // one left out
+             std::string{"socket_file=/run/vtrdc.socket\nqml_file=/a.qml\n"}, // a line is missing
              whole.substr(0, whole.find("pip_mode")) + "pip_mode=on\n",
              whole.substr(0, whole.find("origin_x")) + "origin_x=512\n",
              std::string(3, '\0') + whole,
@@ -134,7 +135,7 @@ TEST_F(SettingsCopy, ReportsFailures) {
     EXPECT_TRUE(fs::exists(file_));
     EXPECT_EQ(call("destroy").status, 2);
     fs::remove(file_);
-    EXPECT_EQ(call("restore").status, 0); // a person's wish: defaults
+    EXPECT_EQ(call("restore").status, 0); // an intended change: defaults
     EXPECT_FALSE(fs::exists(file_));
 }
 

@@ -1,5 +1,5 @@
-// What vtrdcctl makes of words: requests that the daemon reads as they were meant, or none; and its
-// manual against the commands.
+// Requests that vtrdcctl builds: the daemon must read what was meant, or nothing is sent. Also
+// compares the manual with the commands.
 #include "api/arguments.h"
 #include "api/ipcmsg.h"
 #include "support/rows.h"
@@ -25,7 +25,7 @@ std::string request(const char* command, const words& arguments) {
     return request_for(find_command(command), arguments);
 }
 
-// The arguments that the daemon finds in a request.
+// The arguments that the daemon parses from a request.
 words read_by_daemon(std::string text) {
     ipc_msg message;
     EXPECT_EQ(ipc_deserialize(text.data(), message), 0) << text;

@@ -1,4 +1,4 @@
-// vtrdcctl as its users run it: answers, exit statuses, scripts, completion.
+// vtrdcctl as users run it: answers, exit statuses, scripts, completion.
 #include "client_fixture.h"
 #include "scripted_server.h"
 #include "support/daemon.h"
@@ -55,7 +55,7 @@ TEST_F(VtrdcctlTest, MissingDaemonIsNoAnswer) {
     EXPECT_EQ(ended.errors, "vtrdcctl: get_lum: no reply: time-out\n");
 }
 
-// The first word of a connection that is closed without one, or that brings something else.
+// Replies to a first connection that is closed without a reply, or that sends something else.
 TEST_F(VtrdcctlTest, ClosedConnectionOrStrangerIsNoAnswer) {
     for (const char* reply : {"", "HTTP/1.0 400", "r:get_lum", "x:get_lum:s:2", "r:get_lum:i:2"}) {
         const scripted_server server{socket_, {reply}};
@@ -170,7 +170,7 @@ TEST_F(VtrdcctlTest, ScriptStopsAtTheFirstFailure) {
 TEST_F(VtrdcctlTest, ScriptContinuesOnRequest) {
     scripted_server server{
         socket_, {"r:get_lum:s:2", "e:set_lum:s:No.", "r:set_qml_prop:n:", "r:get_lum:s:3"}};
-    const result ended = ctl({"-k", "-"}, std::string{SCRIPT} + "get_lum"); // without a line's end
+    const result ended = ctl({"-k", "-"}, std::string{SCRIPT} + "get_lum"); // no newline at the end
     EXPECT_EQ(ended.status, 64);
     EXPECT_EQ(ended.output, "2\n3\n");
     EXPECT_THAT(ended.errors, HasSubstr("\nvtrdcctl: line 6: set_lum: No.\n"));
@@ -216,7 +216,7 @@ TEST_F(VtrdcctlTest, BashCompletesCommandsAndOptions) {
     EXPECT_THAT(completions("vtrdcctl --socket /usr/bi"), ElementsAre("/usr/bin"));
 }
 
-// With the daemon itself.
+// With the real daemon.
 class VtrdcctlLiveTest : public VtrdcctlTest {
 protected:
     void SetUp() override {

@@ -1,4 +1,4 @@
-// The client's own commands: the daemon's status in words, and its changes.
+// The client's own commands: showing and watching the daemon's status.
 #include "client_fixture.h"
 #include "support/daemon.h"
 #include "support/file_watch.h"
@@ -46,12 +46,12 @@ class StatusTest : public VtrdcctlTest {
 protected:
     ~StatusTest() override { end_daemon(); }
 
-    // Replaces the status as the daemon does.
+    // Replaces the status file like the daemon.
     void write_status(const std::string& text) const {
         fs::rename(folder_.write("new", text), folder_.path() / "vtrdc.status");
     }
 
-    // Ends the process that stands in for the daemon.
+    // Ends the process that poses as the daemon.
     void end_daemon() {
         if (daemon_ > 0) {
             kill(daemon_, SIGKILL);
@@ -98,7 +98,7 @@ TEST_F(StatusTest, WithoutADaemonIsNoAnswer) {
 
 TEST_F(StatusTest, IsFoundBesideALinkedSocket) {
     fs::create_directory(folder_.path() / "own");
-    fs::create_symlink("own/socket", socket_); // which is not there yet
+    fs::create_symlink("own/socket", socket_); // does not exist yet
     fs::rename(folder_.write("new", status_text(daemon_, 1)), folder_.path() / "own/vtrdc.status");
     EXPECT_EQ(ctl({"watch", "--for", "0"}).status, 0);
 }
@@ -106,7 +106,7 @@ TEST_F(StatusTest, IsFoundBesideALinkedSocket) {
 TEST_F(StatusTest, WatchEndsWhenTheConditionIsMet) {
     write_status(status_text(daemon_, 1));
     const pid_t watch = start_ctl({"watch", "--until", "zoom=4"}, output_);
-    for (const int zoom : {2, 2, 4}) { // nothing is written for the second
+    for (const int zoom : {2, 2, 4}) { // nothing is printed for the second
         EXPECT_TRUE(wait_for_lines(zoom == 4 ? 2 : 1));
         folder_.write("other", "");
         write_status(status_text(daemon_, zoom));

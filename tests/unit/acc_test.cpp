@@ -1,4 +1,4 @@
-// The accelerometer with ordinary files in place of its device and attributes.
+// The accelerometer, with ordinary files as device and attributes.
 #include "core/log.h"
 #include "devices/acc.h"
 #include "support/temp_folder.h"
@@ -37,7 +37,7 @@ protected:
     std::string log_path_ = folder_.path() / "log";
 };
 
-// Three words, little-endian.
+// Three little-endian words.
 std::string sample(int x, int y, int z) {
     std::string bytes;
     for (const int word : {x, y, z}) {

@@ -1,4 +1,4 @@
-// Requests and replies as texts: the message form, argument lists, numbers, help, notices.
+// Requests and replies: message format, argument lists, numbers, help, notices.
 #include "api/api.h"
 #include "api/arguments.h"
 #include "api/ipcmsg.h"
@@ -164,7 +164,7 @@ TEST(NoticeTest, TextsAreInsertedUnchanged) {
     EXPECT_STREQ(construct_json_message("a \"b\"").get(), R"({ "VTRDC": {"message": "a "b"" }})");
     EXPECT_STREQ(construct_json_code_and_message("Out of space!", 2).get(),
                  R"({ "VTRDC": {"message": "Out of space!", "code": 2 }})");
-    // Neither the length of the message nor that of the code cuts the end off.
+    // Neither a long message nor a long code may be truncated.
     const std::string message(5000, 'm');
     EXPECT_THAT(
         construct_json_code_and_message(message.c_str(), std::numeric_limits<int>::min()).get(),

@@ -1,4 +1,4 @@
-// The settings record and its file: every key, the number rules, and each way to fail.
+// The settings record and its file: every key, number parsing, and every error.
 #include "config/cfg.h"
 #include "core/log.h"
 #include "support/temp_folder.h"
@@ -36,12 +36,12 @@ protected:
     std::string log_path_ = folder_.path() / "log";
 };
 
-// A value for the row's field that no other row and no default has.
+// A value for the row's field that differs from other rows and all defaults.
 struct own_value {
     std::size_t row;
 
     void operator()(std::int32_t settings::*field) const {
-        // Another index would be replaced; their tables differ in size.
+        // Another index would be replaced; tables have different sizes.
         const value_range& range = parse_table[row].range;
         global_config.*field = range.is_index ? static_cast<std::int32_t>(range.most)
                                               : static_cast<std::int32_t>(7000 + row);
@@ -70,7 +70,7 @@ TEST_F(ConfigTest, EveryKeyIsWrittenAndReadBack) {
     EXPECT_EQ(std::ranges::count(written, '\n'), parse_table_size);
 }
 
-// The example that is shipped is compared with all of them.
+// The shipped example is compared with all of them.
 TEST_F(ConfigTest, DefaultsAsWritten) {
     std::size_t length = 0;
     const malloc_text text = cfg_serialize_global_config(&length);
@@ -80,7 +80,7 @@ TEST_F(ConfigTest, DefaultsAsWritten) {
                                      "video_ready_file=/var/run/video_playing\n"));
     EXPECT_THAT(defaults, HasSubstr("\nreticle=1\norigin_x=512.00\norigin_y=384.00\n"));
     EXPECT_THAT(defaults, EndsWith("\nrecord_max_len=300\n"));
-    // Reading what was written restores them.
+    // Reading the written file restores them.
     ASSERT_EQ(read(defaults), 0);
     EXPECT_EQ(serialized(), defaults);
     EXPECT_THAT(log(), Not(HasSubstr("WARN")));

@@ -1,4 +1,4 @@
-// The event aggregator's table: capacity, order, and what a handler may do to it in a pass.
+// The event aggregator's table: capacity, order, and changes by handlers during a pass.
 #include "core/eventagg.h"
 
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Two connected sockets; the second end makes the first readable.
+// Two connected sockets; writing to the second makes the first readable.
 class wire {
 public:
     wire() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends_.data()), 0); }
@@ -52,7 +52,7 @@ protected:
 };
 
 TEST_F(EventAggregatorTest, HoldsThirtyTwo) {
-    // Negative descriptors are stored like any other.
+    // Negative descriptors are stored like others.
     for (int i = 1; i <= static_cast<int>(EA_MAX_EVENTS); ++i) {
         EXPECT_EQ(ea_register_event(-i, EVENT_TYPE_BUS, 0), 0);
     }
@@ -84,7 +84,7 @@ TEST_F(EventAggregatorTest, ReportsInTableOrderAndHangUpsToo) {
     third.signal();
     first.hang_up();
     EXPECT_THAT(ready(), testing::ElementsAre(first.fd(), third.fd()));
-    // The last record takes the freed place.
+    // The last record moves to the free place.
     EXPECT_EQ(ea_unregister_event(first.fd()), 0);
     second.signal();
     EXPECT_THAT(ready(), testing::ElementsAre(third.fd(), second.fd()));
@@ -100,7 +100,7 @@ TEST_F(EventAggregatorTest, RemovalInAPassIsSeenByIdentity) {
     }
     const auto events = ea_poll_events();
     ASSERT_EQ(events.size(), 3U);
-    // As a handler of the first might: the second goes, and its number comes back as another.
+    // As a handler of the first might: removes the second, whose number is then reused.
     EXPECT_EQ(ea_unregister_event(second.fd()), 0);
     EXPECT_EQ(ea_register_event(second.fd(), EVENT_TYPE_BUS, 5), 0);
     EXPECT_TRUE(ea_is_registered(events[0]));

@@ -1,4 +1,4 @@
-// The log's levels and line forms, and the checked allocation that ends the process.
+// The log's levels and line format, and checked allocation, which ends the process.
 #include "core/imem.h"
 #include "core/log.h"
 #include "support/temp_folder.h"
@@ -80,7 +80,7 @@ TEST_F(LogTest, ErrorEndsTheProcessWithErrno) {
 }
 
 TEST_F(LogTest, FailedAllocationIsAnError) {
-    // One more than any object may have; volatile, so that the compiler doesn't see it.
+    // Larger than any object can be; volatile hides it from the compiler.
     volatile std::size_t impossible = std::numeric_limits<std::size_t>::max() / 2 + 1;
     const std::string text = "malloc of " + std::to_string(impossible) + " bytes failed:\n";
     EXPECT_EXIT(static_cast<void>(emalloc(impossible)), testing::ExitedWithCode(1), "");

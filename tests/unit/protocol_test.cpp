@@ -1,4 +1,4 @@
-// The protocol's document against what the daemon does: commands, settings and value tables.
+// Compares the protocol document with the daemon: commands, settings and value tables.
 #include "api/api.h"
 #include "config/cfg.h"
 #include "osd/notices.h"
@@ -34,7 +34,7 @@ std::string document() {
     return read_text(VTRDC_PROTOCOL_DOCUMENT);
 }
 
-// What stands under a heading of the second level; empty when there is no such heading.
+// Returns the section under a second-level heading; empty if there is none.
 std::string section(const std::string& heading) {
     const std::string text = document();
     const std::string start_line = "\n## " + heading + "\n";
@@ -46,7 +46,7 @@ std::string section(const std::string& heading) {
     return text.substr(body, text.find("\n## ", body) - body);
 }
 
-// Everything in the text that stands in backticks.
+// Returns all texts in backticks.
 std::vector<std::string> quoted(const std::string& text) {
     std::vector<std::string> all;
     std::istringstream stream{text};
@@ -57,7 +57,7 @@ std::vector<std::string> quoted(const std::string& text) {
     return all;
 }
 
-// The command tables' rows: each begins with a name in backticks.
+// Rows of the command tables: they begin with a name in backticks.
 std::vector<std::string> command_rows() {
     std::vector<std::string> rows;
     for (const std::string& line : lines_of(section("Commands"))) {
@@ -80,7 +80,7 @@ TEST(ProtocolDocumentTest, DescribesEachCommandOnce) {
     EXPECT_EQ(rows_apart(commands, described), "");
 }
 
-// The parts as one text, numbers with a fraction as the document shows them.
+// Joins values as in the document.
 template <class... Parts> std::string joined(const Parts&... parts) {
     std::ostringstream text;
     text << std::fixed << std::setprecision(2);
@@ -88,14 +88,14 @@ template <class... Parts> std::string joined(const Parts&... parts) {
     return text.str();
 }
 
-// What the column "data" says of a command, without links into the document.
+// Returns a command's entry in the column "data", without links.
 std::string data_cell(const std::string& row) {
     const std::size_t start = row.find("` | ") + 4;
     return std::regex_replace(row.substr(start, row.find(" | ", start) - start),
                               std::regex{R"(\[([^\]]*)\]\(#values\))"}, "$1");
 }
 
-// A regular expression for that.
+// Returns a regular expression for that entry.
 std::string described(const command_arguments& taken) {
     if (taken.count == 0) {
         return "none";
@@ -171,7 +171,7 @@ TEST(ProtocolDocumentTest, ShowsTheNotices) {
     }
 }
 
-// Replies of examples that need no camera and leave nothing behind.
+// Replies of examples that need no camera and have no lasting effect.
 TEST(ProtocolDocumentTest, ExamplesAreAnsweredAsShown) {
     int tried = 0;
     for (const std::string& line : lines_of(section("Exchanges"))) {

@@ -1,4 +1,4 @@
-// The registry's rules with plain elements in place of the sight's.
+// The registry's rules, with plain elements instead of the sight's.
 #include "core/log.h"
 #include "support/temp_folder.h"
 #include "video/builder.h"
@@ -44,7 +44,7 @@ protected:
         return gstvideo_set_state(pipeline, GST_STATE_PLAYING) == 0 ? fd : -1;
     }
 
-    // Handles messages as the loop does; false when none comes for ten seconds.
+    // Handles messages like the loop; false if none comes for ten seconds.
     static bool run_until_ended(int pipe) {
         for (;;) {
             pollfd bus{create_pipeline(pipe), POLLIN, 0};
@@ -96,7 +96,7 @@ TEST_F(RegistryTest, EndingPipeIsNotPaused) {
     EXPECT_THAT(log(), testing::Not(HasSubstr("by force")));
 }
 
-// Of a start that failed half-way no bus is registered.
+// A start that failed half-way registers no bus.
 TEST_F(RegistryTest, EndOfAPipeWithoutARegisteredBusIsSeenAtTheTick) {
     static int ended = -1;
     ASSERT_GT(start(), 0);
@@ -120,7 +120,7 @@ GstFlowReturn refuse_first(GstElement* source) {
     return result;
 }
 
-// An appsrc that refuses its end that many times, as those of GStreamer 1.24 do after a pause.
+// An appsrc that refuses to end that many times, as in GStreamer 1.24 after a pause.
 GstElement* make_refusing_source(int times) {
     const gst_owned<GstElement> plain = own_floating(gst_element_factory_make("appsrc", nullptr));
     GTypeQuery sizes{};
@@ -157,7 +157,7 @@ TEST_F(RegistryTest, PipeThatNeverPlayedIsEndedByForce) {
     EXPECT_THAT(log(), HasSubstr("[WARN]: Pipe 7 is ended by force\n"));
 }
 
-// Without any input it has no error, and no file either.
+// Without any input it reports no error and has no file.
 TEST_F(RegistryTest, RecordingThatStallsForFiveMinutesIsGivenUp) {
     using namespace std::chrono_literals;
     record_file_set("/media/video/video_1_%02d.mp4");
@@ -169,7 +169,7 @@ TEST_F(RegistryTest, RecordingThatStallsForFiveMinutesIsGivenUp) {
     EXPECT_EQ(record_file_name(), nullptr);
 }
 
-// Tells when a message of that type is posted, before anybody handles it.
+// Signals when a message of that type is posted, before it is handled.
 class post_watch {
 public:
     explicit post_watch(GstBus* bus) : bus_{bus} {
@@ -201,7 +201,7 @@ private:
     bool ended_ = false;
 };
 
-// The restart throws away what is on the bus, the forced end with it.
+// The restart discards the messages on the bus, including the forced end.
 TEST_F(RegistryTest, RestartedEndingPipeStillEnds) {
     ASSERT_GT(start("http-sink"), 0);
     GstElement* const pipeline = pipe_pipeline(PIPE_HTTP_STREAM);

@@ -1,4 +1,4 @@
-// The reticle's geometry: worked values to the printed digits, and what holds for any input.
+// The reticle's geometry: worked examples to the printed digits, and invariants for any input.
 #include "config/cfg.h"
 #include "control/reticle_geometry.h"
 #include "util/numbers.h"
@@ -70,7 +70,7 @@ TEST(ReticleGeometry, InvariantsHoldForAnyOriginAndImage) {
             const reticle_geometry scaled = ac_calc_origin(scale, origin, center);
             EXPECT_EQ(scaled.tcore.x, one.tcore.x);
             EXPECT_EQ(scaled.tcore.y, one.tcore.y);
-            // The dot stays at the aim point of the scaled image.
+            // The dot stays on the aim point of the scaled image.
             EXPECT_NEAR(scaled.red_dot.x - scaled.reticle.x, center.x * scale, 1e-6);
             EXPECT_NEAR(scaled.red_dot.y - scaled.reticle.y, center.y * scale, 1e-6);
         }

@@ -1,4 +1,4 @@
-// Which signals stop the daemon, and what it does without standard streams.
+// Stop signals, and running without standard streams.
 #include "core/daemon.h"
 #include "core/log.h"
 #include "core/signals.h"
@@ -26,7 +26,7 @@ class SignalsTest : public testing::Test {
 protected:
     SignalsTest() { sigprocmask(SIG_SETMASK, nullptr, &mask_); }
     ~SignalsTest() override {
-        close(signals_init()); // nothing was asked for
+        close(signals_init()); // no stop is pending
         for (const int number : {SIGUSR1, SIGPIPE, SIGXFSZ}) {
             std::signal(number, SIG_DFL);
         }
@@ -71,7 +71,7 @@ TEST_F(SignalsTest, ToolsConsumeNoSignalAndNoneStartsAfterOne) {
     log_open(log.c_str());
     const int fd = signals_init();
     ASSERT_GE(fd, 0);
-    // The tool itself is ended by a signal as usual.
+    // The tool itself can be ended by a signal.
     for (const char* number : {"HUP", "PIPE", "XFSZ"}) {
         EXPECT_TRUE(WIFSIGNALED(exec_system_cmd("kill -%s $$", number))) << number;
     }
@@ -80,7 +80,7 @@ TEST_F(SignalsTest, ToolsConsumeNoSignalAndNoneStartsAfterOne) {
     std::thread sender{[&fifo, us = pthread_self()] {
         std::ifstream tool{fifo};
         std::string line;
-        std::getline(tool, line); // it runs
+        std::getline(tool, line); // it is running
         pthread_kill(us, SIGINT);
         pthread_kill(us, SIGHUP);
     }};
@@ -92,7 +92,7 @@ TEST_F(SignalsTest, ToolsConsumeNoSignalAndNoneStartsAfterOne) {
                                                   marker + "\n"));
     EXPECT_EQ(decode_signal(fd), SIGHUP);
     EXPECT_EQ(decode_signal(fd), SIGINT);
-    // Also while the daemon stops.
+    // Also while the daemon is stopping.
     EXPECT_EQ(exec_system_cmd("touch %s", marker.c_str()), TOOL_NOT_STARTED);
     EXPECT_FALSE(std::filesystem::exists(marker));
     close(fd);

@@ -24,7 +24,7 @@ TEST(CommandSocket, LongPathIsCutAndServesAgain) {
     EXPECT_EQ(read_text(path), "of somebody else");
 }
 
-// A client that reads nothing, with no room for another reply.
+// A client that reads nothing and has no space for another reply.
 class silent_reader {
 public:
     silent_reader() {
@@ -65,7 +65,7 @@ steady::duration pass_over(std::span<silent_reader> readers) {
 TEST(CommandSocket, SilentReadersTogetherDelayAPassByOneSecond) {
     std::array<silent_reader, 8> readers;
     EXPECT_LT(pass_over(readers), std::chrono::milliseconds{1500});
-    // They are known now. Beside them, one that was not asked for anything yet.
+    // They are known to be stuck now. Another one has not been tried yet.
     EXPECT_LT(pass_over(readers), std::chrono::milliseconds{500});
     readers.front().read();
     EXPECT_TRUE(readers.front().takes_reply());

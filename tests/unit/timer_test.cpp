@@ -1,4 +1,4 @@
-// The one-second timer and what its ticks do, ticked by hand.
+// The one-second timer and the effects of its ticks, called directly.
 #include "config/cfg.h"
 #include "core/timer.h"
 #include "support/temp_folder.h"
@@ -10,8 +10,8 @@
 
 namespace {
 
-// Ticks as they come without a timer: nothing is read. Each test has a process of its own, since
-// the count of the ticks can't be set back.
+// Ticks without a timer: nothing is read. Each test has its own process, since the tick count can't
+// be reset.
 class TickTest : public testing::Test {
 protected:
     TickTest() {
@@ -21,7 +21,7 @@ protected:
         setenv("PATH", (folder_.path().string() + ":/usr/bin:/bin").c_str(), 1);
     }
 
-    // The numbers, from 1, of the ticks on which the shutter was corrected.
+    // Numbers (from 1) of the ticks on which the shutter was corrected.
     std::vector<int> ticks_with_correction(int last) {
         std::vector<int> ticks;
         std::size_t seen = 0;
@@ -61,7 +61,7 @@ TEST_F(TickTest, ShutterIsLeftToTheCoreWithAnyOtherType) {
 TEST(TimerTest, MissedTicksCountAsOne) {
     const int timer = timer_init();
     ASSERT_GT(timer, 0);
-    // A stall of more than two ticks: nothing is ever readable here.
+    // A stall of more than two ticks: no descriptor becomes readable here.
     poll(nullptr, 0, 2'100);
     EXPECT_EQ(timer_read(), 8);
     pollfd next{timer, POLLIN, 0};

@@ -1,4 +1,4 @@
-// Running tools: their status, their output, and those that hang.
+// Running tools: status, output, and hanging tools.
 #include "core/log.h"
 #include "support/temp_folder.h"
 #include "util/files.h"
@@ -57,7 +57,7 @@ TEST_F(ToolsTest, TooLongCommandIsRefused) {
 TEST_F(ToolsTest, OutputOfAFailedToolIsLogged) {
     EXPECT_EQ(WEXITSTATUS(exec_system_cmd("printf 'no\\tcore\\n[ERROR]\\n' >&2; exit 1")), 1);
     EXPECT_THAT(log(), EndsWith("exit 1: no core [ERROR] \n"));
-    // More than a pipe holds, and more than anybody wants to read.
+    // More than a pipe holds.
     rusage before{};
     getrusage(RUSAGE_SELF, &before);
     EXPECT_EQ(WEXITSTATUS(exec_system_cmd("head -c 50000000 /dev/zero | tr '\\0' x; exit 2")), 2);
@@ -67,7 +67,7 @@ TEST_F(ToolsTest, OutputOfAFailedToolIsLogged) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 8 * 1024);
 }
 
-// True when the process ends, or is a zombie, within a second.
+// True if the process ends or becomes a zombie within a second.
 bool ends(pid_t process) {
     const auto handle = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
     pollfd ended{handle, POLLIN, 0};

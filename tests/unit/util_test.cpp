@@ -1,4 +1,4 @@
-// The helpers that reach the operating system, on real files.
+// Helpers for the operating system, on real files.
 #include "core/log.h"
 #include "support/temp_folder.h"
 #include "util/files.h"
@@ -64,7 +64,7 @@ TEST_F(HelpersTest, TextsAndTimeStamps) {
 }
 
 TEST_F(HelpersTest, TimeStampIsTheFirstUnusedOne) {
-    // A clock that began at the same second in each of many starts, and an hour that comes twice.
+    // A clock that starts at the same second on every boot, and an hour that comes twice.
     setenv("TZ", "CET-1CEST-2,M3.5.0/2,M10.5.0/3", 1);
     tzset();
     constexpr std::time_t before_three = 1'729'990'790; // 02:59:50 in summer, ten seconds before
@@ -91,7 +91,7 @@ TEST_F(HelpersTest, FreeSpaceSufficesUpToItsLastByte) {
     const char* const path = folder_.path().c_str();
     std::uint64_t free_bytes = 0;
     ASSERT_EQ(get_free_space(path, free_bytes), 0);
-    // Other programs write meanwhile, so not the exact count is asked for here.
+    // Other programs write meanwhile, so the exact number can't be checked.
     EXPECT_EQ(has_enough_space(path, free_bytes / 2), 1);
     EXPECT_EQ(has_enough_space(path, UINT64_MAX), 0);
     EXPECT_THAT(log(), testing::ContainsRegex(

@@ -1,4 +1,4 @@
-// A simulated board for a test: a folder of its own, the daemon on it, and its page's server.
+// A simulated board for a test: folder, daemon, and the page's server.
 import { spawn, execFileSync } from 'node:child_process';
 import { existsSync, mkdtempSync, readFileSync, readdirSync, rmSync } from 'node:fs';
 import { connect } from 'node:net';
@@ -8,7 +8,7 @@ import { createInterface } from 'node:readline';
 
 const FRONT_DOOR = new URL('../../scripts/sim', import.meta.url).pathname;
 
-// How long anything may take that takes a moment, on a loaded machine.
+// Time limit for anything on a loaded machine.
 export const PATIENCE_MS = 60_000;
 
 /** Waits until `probe` gives something true, and gives that; fails with `what` when it never does. */
@@ -124,7 +124,7 @@ export class SimulatedBoard {
         if (this.#daemon !== null) {
             await this.stop();
         }
-        if (existsSync(this.at('run/vtrdc.status'))) { // of a daemon that the page has started
+        if (existsSync(this.at('run/vtrdc.status'))) { // of a daemon started by the page
             this.verb('stop');
         }
         if (this.server !== undefined) {

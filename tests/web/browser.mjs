@@ -1,17 +1,17 @@
-// A browser that looks at a board's page.
+// A browser with a board's page.
 import { chromium } from 'playwright-core';
 import { mkdirSync, readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { PATIENCE_MS, until } from './board.mjs';
 
-// Where pictures for the documentation go; none are taken without it.
+// Folder for the documents' pictures; if unset, none are taken.
 const PICTURES = process.env.VTRDC_PICTURES;
 
 const AXE = readFileSync(createRequire(import.meta.url).resolve('axe-core'), 'utf8');
 
-// The browser of the distribution, which asks nobody on the network for anything. Without a sandbox,
-// since root has none.
+// The distribution's browser, which makes no network requests. Without its sandbox, which doesn't
+// work as root.
 const OPTIONS = {
     executablePath: process.env.VTRDC_CHROMIUM ?? '/usr/bin/chromium',
     args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-sync',

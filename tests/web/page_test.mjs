@@ -1,4 +1,4 @@
-// The page as a person has it: looks, presses, types and drops, in a browser, with the real daemon.
+// The page as a user sees it: looks, presses, types and drops, in a browser, with the real daemon.
 import assert from 'node:assert/strict';
 import { after, afterEach, before, test } from 'node:test';
 import { appendFileSync, existsSync, mkdirSync, readlinkSync, renameSync, rmdirSync, writeFileSync } from 'node:fs';
@@ -8,7 +8,7 @@ import {
 } from './browser.mjs';
 import { differencesFromDocument } from './protocol.mjs';
 
-// Two pictures of the same thing differ by noise and movement, of different things by far more.
+// Two pictures of the same scene differ by noise and movement, of different scenes by far more.
 const OTHER_PICTURE = 8;
 
 const board = new SimulatedBoard();
@@ -37,7 +37,7 @@ async function command(line) {
     await page.keyboard.press('Enter');
 }
 
-// Gives a command, and waits for what is said to it.
+// Sends a command and waits for its reply.
 async function answered(line, said) {
     const asked = page.locator('.asked').getByText(`> ${line}`, { exact: true });
     const entries = page.locator('#transcript > div', { has: asked });
@@ -46,11 +46,11 @@ async function answered(line, said) {
     await entries.nth(before).getByText(said).waitFor();
 }
 
-// What the on-screen display was told under a key.
+// Returns what the overlay was told under a key.
 const updates = (key) => board.text('var/log/overlay.log').split('\n').filter((line) => line.includes(key));
 const lastUpdate = (key) => updates(key).at(-1) ?? '';
 
-// A scene that hides the camera's picture, through the choice of files.
+// A scene that covers the camera's picture, chosen as a file.
 async function showScene(text) {
     await page.setInputFiles('#scene-file', {
         name: 'test.qml', mimeType: 'text/plain',
@@ -58,7 +58,7 @@ async function showScene(text) {
     });
 }
 
-// As from a file manager.
+// Like dragging from a file manager.
 async function dropFile(name, text) {
     const dropped = await page.evaluateHandle(([fileName, content]) => {
         const transfer = new DataTransfer();
@@ -70,7 +70,7 @@ async function dropFile(name, text) {
     }
 }
 
-test('a press of zoom changes the picture', async () => {
+test('pressing zoom changes the picture', async () => {
     await takePicture(page, 'page');
     const footage = page.getByRole('combobox', { name: 'Footage' });
     await footage.selectOption('drawn-scene');
@@ -141,7 +141,7 @@ test('the origin is dragged on the panel, and moved with keys', async () => {
     await handle.waitFor({ state: 'hidden' });
 });
 
-test('the camera is pulled: the no-input picture is seen, and the live view comes back as it was', async () => {
+test('unplugging the camera shows the no-input picture, and the live view can be restored', async () => {
     await page.getByRole('radio', { name: 'Red' }).check({ force: true });
     await until('the display is told', () => lastUpdate('COLOR_HEX').includes('#cc2c24'));
     const live = await pictureWhen(page, () => true);
@@ -161,7 +161,7 @@ test('the camera is pulled: the no-input picture is seen, and the live view come
     assert.match(lastUpdate('COLOR_HEX'), /#cc2c24/);
 });
 
-test('the console completes, hints, and shows a bad command\'s error', async () => {
+test('the console completes, hints, and shows errors', async () => {
     const line = page.getByRole('combobox', { name: 'Command' });
     await line.fill('set_r');
     await page.getByRole('option', { name: /set_reticle_src/ }).waitFor();
@@ -189,7 +189,7 @@ test('the console completes, hints, and shows a bad command\'s error', async () 
     await line.fill('');
 });
 
-test('the core fails, buttons and cables act, as the sight has it', async () => {
+test('a failing core, buttons and cables act as on the sight', async () => {
     const fault = page.getByRole('switch', { name: 'Thermal core fails' });
     await fault.click();
     await until('the fault is set', () => existsSync(board.at('var/lib/vtrcore/fail')));
@@ -205,14 +205,14 @@ test('the core fails, buttons and cables act, as the sight has it', async () => 
     await lamp('monitor', 'none');
 });
 
-test('a switch does what was wanted last, though the responses are late', async () => {
+test('a switch does what was requested last, even if responses are late', async () => {
     const other = await newPage(browser, complaints);
     const letGo = await holdMessages(other, ({ type }) => type === 'response');
     await openPage(other, board);
     const fault = other.getByRole('switch', { name: 'Thermal core fails' });
     await fault.evaluate((node) => {
         node.click();
-        node.click(); // out of impatience
+        node.click(); // an impatient user
     });
     await fault.and(other.getByRole('switch', { checked: true })).waitFor();
     await fault.click();
@@ -224,7 +224,7 @@ test('a switch does what was wanted last, though the responses are late', async 
     await other.context().close();
 });
 
-test('a slider keeps what was set last, and what the sight says otherwise', async () => {
+test('a slider keeps the last value, and follows the sight otherwise', async () => {
     const volume = page.getByRole('slider', { name: 'Mic volume' });
     const stored = () => /mic_volume=(.*)/.exec(board.text('etc/vtrdc.conf'))?.[1];
     board.signal('SIGSTOP'); // no response comes before the last step
@@ -251,7 +251,7 @@ test('a slider keeps what was set last, and what the sight says otherwise', asyn
     await until('it follows the command', async () => await volume.inputValue() === '100');
 });
 
-test('the footage that was chosen last is shown', async () => {
+test('the footage chosen last is played', async () => {
     const names = ['f1.avi', 'f2.avi', 'f3.avi', 'f4.avi', 'f5.avi'];
     for (const name of names) {
         writeFileSync(board.at(`footage/${name}`), '');
@@ -268,7 +268,7 @@ test('the footage that was chosen last is shown', async () => {
     await choice.selectOption('pedestrians.avi');
 });
 
-test('footage that was chosen stays the choice, though the list that says so is late', async () => {
+test('chosen footage stays selected even if the new list is late', async () => {
     const other = await newPage(browser, complaints);
     await holdMessages(other, ({ chosen }) => chosen === 'drawn-scene');
     await openPage(other, board);
@@ -276,7 +276,7 @@ test('footage that was chosen stays the choice, though the list that says so is 
     await choice.selectOption('drawn-scene');
     await choice.and(other.locator('[aria-busy]')).waitFor({ state: 'detached' });
     const cable = other.getByRole('switch', { name: 'Monitor cable' });
-    for (const state of ['plugged', 'none']) { // of which each state that comes tells
+    for (const state of ['plugged', 'none']) { // each shows a newly received state
         await cable.click();
         await other.locator('#lamp-monitor', { hasText: state }).waitFor();
         assert.equal(await choice.inputValue(), 'drawn-scene');
@@ -285,7 +285,7 @@ test('footage that was chosen stays the choice, though the list that says so is 
     await other.context().close();
 });
 
-test('a luminance that is only stored is told of', async () => {
+test('a luminance that is only stored is indicated', async () => {
     await page.getByRole('switch', { name: 'Monitor cable' }).click();
     await lamp('monitor', 'plugged');
     await page.getByRole('radio', { name: '220' }).check({ force: true });
@@ -296,7 +296,7 @@ test('a luminance that is only stored is told of', async () => {
     await lamp('luminance', /^130$/);
 });
 
-test('a push without a server is no push that runs', async () => {
+test('a push without a server is not shown as running', async () => {
     const push = page.getByRole('switch', { name: 'HTTP push' });
     await push.click();
     await lamp('http', 'no server');
@@ -304,7 +304,7 @@ test('a push without a server is no push that runs', async () => {
     await lamp('http', 'off');
 });
 
-test('a scene and footage from outside are shown, and what is broken is told of', async () => {
+test('an uploaded scene and footage are shown, and errors in them reported', async () => {
     const before = await pictureWhen(page, () => true);
     const uploads = page.locator('#uploads');
     await showScene('color: "white"');
@@ -347,7 +347,7 @@ test('a long log is followed to its end', async () => {
     await page.locator('#log-lines').getByText('y', { exact: true }).waitFor();
 });
 
-test('messages are as the protocol document has them', async () => {
+test('messages match the protocol document', async () => {
     const messages = await page.evaluate(() => new Promise((resolve) => {
         const socket = new WebSocket(new URL('events', location.href).href.replace('http', 'ws'));
         const last = {};
@@ -366,7 +366,7 @@ test('messages are as the protocol document has them', async () => {
     assert.deepEqual(messages.flatMap(differencesFromDocument), []);
 });
 
-test('nonsense from a page does the server no harm', async () => {
+test('the server survives invalid messages', async () => {
     const responses = await page.evaluate(() => new Promise((resolve) => {
         const socket = new WebSocket(new URL('events', location.href).href.replace('http', 'ws'));
         const given = [];
@@ -390,7 +390,7 @@ test('nonsense from a page does the server no harm', async () => {
     assert.deepEqual(responses, [[null, false], [1, false], [2, false]]);
 });
 
-test('a folder in place of the scene is nothing to fall over', async () => {
+test('the server survives a folder in place of the scene', async () => {
     const scene = board.at('opt/okr/osd_okr/qml/main.qml');
     renameSync(scene, `${scene}.kept`);
     mkdirSync(scene);
@@ -400,7 +400,7 @@ test('a folder in place of the scene is nothing to fall over', async () => {
     await page.getByText('The stock scene.').waitFor();
 });
 
-test('a status that a crash has left says nothing', async () => {
+test('a status file left by a crash is ignored', async () => {
     const file = board.at('run/vtrdc.status');
     renameSync(file, `${file}.kept`);
     writeFileSync(file, JSON.stringify({ ...JSON.parse(board.text('run/vtrdc.status.kept')), pid: 4194305 }));
@@ -409,7 +409,7 @@ test('a status that a crash has left says nothing', async () => {
     await lamp('recording', 'off');
 });
 
-test('a daemon that is silent, gone and back is shown as it is', async () => {
+test('a daemon that hangs, ends and restarts is shown correctly', async () => {
     board.signal('SIGSTOP');
     await command('get_zoom');
     await page.getByRole('status').filter({ hasText: /does not respond/ }).waitFor();
@@ -423,7 +423,7 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     await page.locator('#snapshots li img').first().waitFor(); // the page outlives the daemon
     assert.ok(await page.getByRole('switch', { name: 'Record' }).isDisabled());
     await takePicture(page, 'page-gone');
-    await page.keyboard.type('?'); // no key of the page's
+    await page.keyboard.type('?'); // not a shortcut of the page
     assert.ok(await line.evaluate((node) => node === document.activeElement));
     assert.equal(await line.inputValue(), 'get_');
     assert.equal(await page.getByRole('dialog').count(), 0);
@@ -445,18 +445,18 @@ test('a daemon that is silent, gone and back is shown as it is', async () => {
     await page.locator('body[data-link=up]').waitFor();
 });
 
-test('a page whose token is an old one says so', async () => {
-    assert.equal(new URL(page.url()).search, ''); // the token is not left to be seen
+test('a page with an old token reports it', async () => {
+    assert.equal(new URL(page.url()).search, ''); // the token is not visible any more
     await page.context().clearCookies();
     await board.stop();
     await board.start();
     await page.getByRole('status').filter({ hasText: 'open the address' }).waitFor();
     await openPage(page, board);
-    await page.reload(); // by the cookie
+    await page.reload(); // authorised by the cookie
     await page.locator('body[data-link=up]').waitFor();
 });
 
-test('everything fits from a telephone to a large screen, and leaves nobody out', async () => {
+test('everything fits from a phone to a large screen, and is accessible', async () => {
     for (const [width, height, colorScheme] of [
         [360, 740, 'dark'], [820, 1180, 'light'], [2560, 1440, 'dark'], [1440, 900, 'light'],
     ]) {

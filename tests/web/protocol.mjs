@@ -1,4 +1,4 @@
-// What the control page's protocol document says of the server's messages.
+// Parses the control page's protocol document for the server's messages.
 import { readFileSync } from 'node:fs';
 
 const DOCUMENT = readFileSync(new URL('../../web/PROTOCOL.md', import.meta.url), 'utf8');

@@ -1,4 +1,4 @@
-// The control page's protocol document against the server's tables of routes and requests.
+// Compares the control page's protocol document with the server's routes and requests.
 #include "page_requests.h"
 #include "routes.h"
 #include "support/rows.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-// What the expression's group matches in the document, from the given line on.
+// Returns what the expression's group matches in the document, from that line on.
 std::vector<std::string> all_in_document(const std::string& start, const char* expression) {
     const std::string document = read_text(VTRDC_PAGE_PROTOCOL);
     const std::string part = document.substr(document.find(start));

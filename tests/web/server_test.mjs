@@ -1,4 +1,4 @@
-// The server of the page as an intruder sees it.
+// The page's server from an attacker's point of view.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 import { appendFileSync, chmodSync, closeSync, existsSync, mkdirSync, openSync, mkdtempSync, readFileSync, readdirSync, readlinkSync, rmSync, statSync, symlinkSync, truncateSync, writeFileSync } from 'node:fs';
@@ -11,7 +11,7 @@ import { WebSocketClient } from './websocket.mjs';
 
 const board = new SimulatedBoard();
 
-// With the path as it stands, which fetch would tidy up.
+// Sends the path unchanged; fetch would normalise it.
 function ask(path, { method = 'GET', headers = {}, body = null, cookie = board.cookie } = {}) {
     const { hostname, port } = new URL(board.address);
     return new Promise((resolve, reject) => {
@@ -34,7 +34,7 @@ function ask(path, { method = 'GET', headers = {}, body = null, cookie = board.c
     });
 }
 
-// Bytes as they stand, and the end of what is said; what comes back.
+// Sends bytes unchanged, then end of file; returns the response.
 function send(text) {
     const { hostname, port } = new URL(board.address);
     return new Promise((resolve, reject) => {
@@ -76,7 +76,7 @@ test('only the page itself is served', async () => {
         const scene = await ask('/scene', { method: 'POST', headers, body: 'Item {}' });
         assert.equal(scene.status, 403, `a scene with ${JSON.stringify(headers)}`);
     }
-    // A link from elsewhere may be followed, a form from elsewhere not sent.
+    // A link from elsewhere may be followed, but a form from elsewhere must not be accepted.
     const navigation = { 'Sec-Fetch-Site': 'cross-site', 'Sec-Fetch-Mode': 'navigate' };
     assert.equal((await ask('/', { headers: navigation })).status, 200);
     assert.equal((await ask('/scene', { method: 'POST', headers: navigation, body: 'Item {}' })).status, 403);
@@ -86,7 +86,7 @@ test('only the page itself is served', async () => {
     }
 });
 
-test('nobody gets in without the token', async () => {
+test('access needs the token', async () => {
     const { cookie, token } = board;
     const wrong = token.replace(/.$/, (last) => (last === '0' ? '1' : '0'));
     for (const path of ['/', '/main.js', '/media/video/x.mp4', '/events', '/picture', '/nothing']) {
@@ -112,7 +112,7 @@ test('nobody gets in without the token', async () => {
     assert.equal(statSync(board.at('run/page.token')).mode & 0o777, 0o600);
 });
 
-test('no path leads out of the board or the page', async () => {
+test('no path leaves the folders of board and page', async () => {
     mkdirSync(board.at('media/video'), { recursive: true });
     writeFileSync(board.at('media/video/here.mp4'), 'here');
     symlinkSync('here.mp4', board.at('media/video/link.mp4'));
@@ -138,7 +138,7 @@ test('no path leads out of the board or the page', async () => {
     }
 });
 
-test('a part of a recording is sent as a part', async () => {
+test('part of a recording can be requested', async () => {
     writeFileSync(board.at('media/video/parts.mp4'), '0123456789');
     for (const [range, status, body, content] of [
         ['bytes=3-5', 206, '345', 'bytes 3-5/10'],
@@ -161,10 +161,10 @@ test('a part of a recording is sent as a part', async () => {
     assert.equal((await ask('/media/video/parts.mp4', { method: 'POST', body: 'x' })).status, 405);
 });
 
-test('a recording that is cut short while it is sent ends the connection, and nothing else', async () => {
+test('truncating a recording while it is sent only ends the connection', async () => {
     const file = board.at('media/video/cut.mp4');
     writeFileSync(file, '');
-    truncateSync(file, 256 * 1024 * 1024); // more than sockets hold
+    truncateSync(file, 256 * 1024 * 1024); // more than socket buffers hold
     await assert.rejects(new Promise((resolve, reject) => {
         get(`${board.origin}/media/video/cut.mp4?token=${board.token}`, (answer) => {
             answer.once('data', () => truncateSync(file, 1));
@@ -175,7 +175,7 @@ test('a recording that is cut short while it is sent ends the connection, and no
     assert.equal((await ask('/')).status, 200);
 });
 
-test('a recording can not be played while it is written to', async () => {
+test('a recording can\'t be played while it is written', async () => {
     const file = openSync(board.at('media/video/new.mp4'), 'w');
     const client = await WebSocketClient.open(board, '/events');
     const isGrowing = () => client.messages.filter(({ type }) => type === 'media').at(-1)
@@ -187,7 +187,7 @@ test('a recording can not be played while it is written to', async () => {
     client.close();
 });
 
-test('a media folder that is the board itself is served as well', async () => {
+test('the media folder may be the board itself', async () => {
     mkdirSync(board.at('video'));
     writeFileSync(board.at('video/here.mp4'), 'here');
     for (const folder of ['/', '']) {
@@ -197,7 +197,7 @@ test('a media folder that is the board itself is served as well', async () => {
     rmSync(board.at('etc/vtrdc.conf'));
 });
 
-test('a visitor that goes leaves nothing behind', async () => {
+test('a client that disconnects leaks nothing', async () => {
     const { server } = board;
     const descriptors = () => readdirSync(`/proc/${server}/fd`).length;
     await ask('/');
@@ -212,7 +212,7 @@ test('a visitor that goes leaves nothing behind', async () => {
     await until('all is closed', () => descriptors() <= before);
 });
 
-test('a page that does not read is dropped, others are told on', async () => {
+test('a page that does not read is dropped, others still get news', async () => {
     const { server } = board;
     const kilobytes = () => Number(/VmRSS:\s*(\d+)/.exec(readFileSync(`/proc/${server}/status`, 'utf8'))[1]);
     const [deaf, reader] = [await WebSocketClient.open(board, '/events'), await WebSocketClient.open(board, '/events')];
@@ -222,11 +222,11 @@ test('a page that does not read is dropped, others are told on', async () => {
     const before = kilobytes();
     deaf.stopReading();
     const lines = `${'x'.repeat(200)}\n`.repeat(1900);
-    for (let part = 0; part < 40; ++part) { // far more than sockets hold
+    for (let part = 0; part < 40; ++part) { // much more than socket buffers hold
         appendFileSync(board.at('var/log/vtrdc.log'), `${lines}part ${part}\n`);
         await until('the reader is told', () => told(`part ${part}`));
     }
-    if (process.env.VTRDC_SANITIZED !== 'ON') { // a sanitizer keeps what was released
+    if (process.env.VTRDC_SANITIZED !== 'ON') { // a sanitizer delays the release of memory
         assert.ok(kilobytes() - before < 8 * 1024, `the server has grown by ${kilobytes() - before} KiB`);
     }
     deaf.readOn();
@@ -235,7 +235,7 @@ test('a page that does not read is dropped, others are told on', async () => {
     reader.close();
 });
 
-test('a client has four requests at once, and messages of 64 KiB', async () => {
+test('a client can have four pending requests, and messages of 64 KiB', async () => {
     const client = await WebSocketClient.open(board, '/events');
     const responses = () => client.messages.filter(({ type }) => type === 'response')
         .map(({ id, ok }) => [id, ok]);
@@ -259,7 +259,7 @@ test('a client has four requests at once, and messages of 64 KiB', async () => {
     await until('the connection ends', () => client.isClosed);
 });
 
-test('four uploads come at once', async () => {
+test('four uploads can run at once', async () => {
     const { hostname, port } = new URL(board.origin);
     const begin = () => new Promise((resolve) => {
         const asked = request({ hostname, port, path: '/scene', method: 'POST', agent: false,
@@ -280,7 +280,7 @@ test('four uploads come at once', async () => {
     });
 });
 
-test('uploads are kept beside each other, and bad ones refused', async () => {
+test('uploads don\'t overwrite each other, and invalid ones are refused', async () => {
     const footage = (name, body) => ask(`/footage/${name}`, { method: 'POST', body });
     const before = readlinkSync(board.at('dev/video0'));
     const broken = await footage('own.avi', 'no video');
@@ -289,7 +289,7 @@ test('uploads are kept beside each other, and bad ones refused', async () => {
     assert.equal(readlinkSync(board.at('dev/video0')), before);
     assert.equal(existsSync(board.at('footage/own.avi')), false);
     for (const name of ['own.avi', 'own-2.avi']) {
-        const { status, body } = await footage('own.avi', ''); // as the drawn scene is
+        const { status, body } = await footage('own.avi', ''); // like the drawn scene
         assert.equal(status, 200);
         assert.equal(body.toString().includes(`kept as ${name}`), name !== 'own.avi');
         assert.equal(readlinkSync(board.at('dev/video0')), `../footage/${name}`);
@@ -315,7 +315,7 @@ test('uploads are kept beside each other, and bad ones refused', async () => {
     assert.equal(existsSync(board.at('footage/odd.avi')), false);
 });
 
-test('a scene from outside takes the place of the one before, which is kept', async () => {
+test('an uploaded scene replaces the previous one, which is kept', async () => {
     const before = board.text('opt/okr/osd_okr/qml/main.qml');
     const own = 'import QtQuick\nItem {}\n';
     assert.equal((await ask('/scene', { method: 'POST', body: own })).status, 200);
@@ -338,7 +338,7 @@ test('only what is listed can be deleted, and not while it is in use', async () 
     symlinkSync('../../keep', board.at('media/video/to-keep.mp4'));
     assert.equal(await remove('video', 'old.mp4'), true);
     assert.equal(existsSync(board.at('media/video/old.mp4')), false);
-    assert.equal(await remove('video', 'to-keep.mp4'), true); // the link alone
+    assert.equal(await remove('video', 'to-keep.mp4'), true); // only the link
     assert.equal(await remove('footage', 'own.avi'), true);
     const file = openSync(board.at('media/video/new.mp4'), 'w');
     for (const [kind, name] of [['video', 'new.mp4'], ['footage', 'own-2.avi'], ['video', 'missing'],
@@ -360,7 +360,7 @@ test('only what is listed can be deleted, and not while it is in use', async () 
     client.close();
 });
 
-test('the server outlives the daemon, whose log and status are its own', async () => {
+test('the server outlives the daemon and is replaced at the next start', async () => {
     await board.logged('Display Pipeline set to playing');
     const shown = [...board.log].filter((line) => line.includes('[INFO]'));
     const status = await board.stop();
@@ -373,12 +373,12 @@ test('the server outlives the daemon, whose log and status are its own', async (
     const { server } = board;
     assert.equal((await ask('/')).status, 200);
     await board.start();
-    assert.notEqual(board.server, server); // the next start's takes its place
+    assert.notEqual(board.server, server); // the next start replaces it
     assert.equal((await ask('/')).status, 200);
     await board.stop();
 });
 
-test('a page stays let in at the next start, unless others could read the token', async () => {
+test('a page stays authorised after a restart, unless others could read the token', async () => {
     const { token } = board;
     await board.start('page');
     assert.equal(board.token, token);

@@ -1,4 +1,4 @@
-// A WebSocket of a client that may misbehave: it stops reading, and sends what no page sends.
+// A WebSocket client that may misbehave: stops reading, or sends what no page sends.
 import { once } from 'node:events';
 import { connect } from 'node:net';
 

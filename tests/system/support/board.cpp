@@ -1,4 +1,4 @@
-// A simulated board of one test's own.
+// A simulated board for a test.
 #include "support/board.h"
 
 #include "support/file_watch.h"
@@ -10,13 +10,13 @@ namespace fs = std::filesystem;
 
 board::board(const std::string& settings) {
     EXPECT_EQ(sim({"layout"}), 0);
-    // It is there sooner than footage: to load the libraries of a decoder takes a fifth of a start.
+    // Faster than footage: loading a decoder's libraries takes a fifth of a start.
     fs::remove(at("/dev/video0"));
     fs::create_symlink("../footage/drawn-scene", at("/dev/video0"));
     if (!settings.empty()) {
         std::ofstream{at("/etc/vtrdc.conf")} << settings;
     }
-    // Each board has its own registry of plug-ins, from a copy where one was made before.
+    // Each board has its own plug-in registry, copied from an earlier one if there is one.
     std::error_code none_made;
     fs::copy_file(VTRDC_BINARY_DIR "/gstreamer-registry.bin", folder_.path() / "registry.bin",
                   none_made);
@@ -86,6 +86,6 @@ bool board::wait_for_frames(int count, std::chrono::milliseconds timeout) const 
 }
 
 bool board::stands_still() const {
-    // Of half a second's fifteen.
+    // Of fifteen in half a second.
     return !wait_for_frames(6, std::chrono::milliseconds{500});
 }

@@ -1,4 +1,4 @@
-// A simulated board of one test's own.
+// A simulated board for a test.
 #pragma once
 
 #include "support/picture.h"
@@ -12,38 +12,38 @@
 
 class board {
 public:
-    // Lays the folder out as scripts/sim does, with these lines as the settings file.
+    // Lays out the folder like scripts/sim, with this settings file.
     explicit board(const std::string& settings = {});
 
-    // Where a path of the sight, such as "/dev/fb0", stands on this machine.
+    // The path on this machine of a path on the sight, such as "/dev/fb0".
     [[nodiscard]] std::filesystem::path at(std::string_view sight_path) const;
 
-    // Runs scripts/sim on this board with these words: its exit status.
+    // Runs scripts/sim on this board with these arguments; returns its exit status.
     [[nodiscard]] int sim(const std::vector<std::string>& words) const;
 
-    // Starts scripts/sim as the daemon with these options; its process id.
+    // Starts the daemon with these options through scripts/sim; returns its process id.
     [[nodiscard]] pid_t start(const std::vector<std::string>& options,
                               const std::vector<std::string>& environment,
                               const std::filesystem::path& output) const;
 
-    // The daemon's own program, for running it without a board's environment.
+    // The daemon's executable, for running it without a board's environment.
     [[nodiscard]] static std::string daemon_binary();
 
-    // Writes what the panel shows, or showed last, as a PNG file: exit status of the tool.
+    // Saves the panel's current or last picture as PNG; returns the tool's exit status.
     [[nodiscard]] int take_shot(const std::filesystem::path& file) const;
 
-    // What the panel shows, or showed last.
+    // The panel's current or last picture.
     [[nodiscard]] picture panel() const;
 
-    // Waits until the panel shows a picture of which the test says that it is the right one.
+    // Waits until a picture on the panel satisfies the test.
     [[nodiscard]] bool wait_for_panel(const std::function<bool(const picture&)>& right) const;
 
-    // Waits until that many more pictures were shown; there are 30 a second.
+    // Waits for that many more pictures; there are 30 a second.
     [[nodiscard]] bool wait_for_frames(int count,
                                        std::chrono::milliseconds timeout = WAIT_LIMIT) const;
 
-    // True when the panel keeps its picture. The one or two that were on their way when the video
-    // was paused are waited for.
+    // True if the panel's picture doesn't change. Waits for the one or two that were in flight when
+    // the video was paused.
     [[nodiscard]] bool stands_still() const;
 
 private:

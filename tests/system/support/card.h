@@ -1,5 +1,5 @@
-// A storage card in the place of a folder: an image with a file system of its own, which can be
-// made to stall.
+// A simulated storage card mounted on a folder: an image with a file system, which can be made to
+// stall.
 #pragma once
 
 #include "support/process.h"
@@ -15,12 +15,12 @@
 
 class storage_card {
 public:
-    // Mounts an empty card on the folder, with further options as mount takes them; its image lies
-    // beside it.
+    // Mounts an empty card on the folder, with additional mount options. Its image is beside the
+    // folder.
     explicit storage_card(const std::filesystem::path& folder, const std::string& options = {})
         : storage_card{empty_image(folder.string() + ".img"), folder, options} {}
 
-    // Mounts the card of which that is the image.
+    // Mounts the card with that image.
     storage_card(const std::filesystem::path& image, const std::filesystem::path& folder,
                  const std::string& options)
         : folder_{folder}, image_{image} {
@@ -38,14 +38,14 @@ public:
         }
     }
 
-    // False without the right to mount.
+    // False without permission to mount.
     [[nodiscard]] bool is_mounted() const { return is_mounted_; }
 
-    // Lets writes wait until go_on.
+    // Blocks writes until go_on.
     void stall() const { EXPECT_EQ(ioctl(file_, FIFREEZE, 0), 0); }
     void go_on() const { static_cast<void>(ioctl(file_, FITHAW, 0)); }
 
-    // Copies the image: what is on the card if the power goes now.
+    // Copies the image: the card's contents if the power were cut now.
     void copy_to(const std::filesystem::path& image) const {
         EXPECT_EQ(run({"/bin/cp", "--sparse=always", image_, image}).status, 0);
     }

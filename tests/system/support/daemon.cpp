@@ -1,4 +1,4 @@
-// The real daemon on a board, as a test starts it, watches its log and stops it.
+// Starts the real daemon on a board, watches its log and stops it.
 #include "support/daemon.h"
 
 #include "support/file_watch.h"
@@ -14,9 +14,9 @@
 
 namespace {
 
-// Longest time from the signal to the end, whatever state the pipes are in.
+// Maximum time from the signal to the end, whatever state the pipes are in.
 constexpr std::chrono::seconds STOP_LIMIT{6};
-// Where the picture has no icons.
+// A place without icons.
 constexpr area MIDDLE{100, 100, 800, 500};
 
 } // namespace

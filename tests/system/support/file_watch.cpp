@@ -1,4 +1,4 @@
-// Waiting for a file to change, without polling.
+// Waits for changes of a file without polling.
 #include "support/file_watch.h"
 
 #include <array>
@@ -22,7 +22,7 @@ public:
     inotify_watch& operator=(const inotify_watch&) = delete;
     ~inotify_watch() { close(fd_); }
 
-    // False when nothing changed before the deadline.
+    // Returns false if nothing changed before the deadline.
     [[nodiscard]] bool wait_until(clock_type::time_point deadline) const {
         const auto left =
             std::chrono::ceil<std::chrono::milliseconds>(deadline - clock_type::now());

@@ -1,4 +1,4 @@
-// Judging recordings and streams by what ffprobe and ffmpeg make of them.
+// Checks recordings and streams with ffprobe and ffmpeg.
 #include "support/media.h"
 
 #include "support/process.h"
@@ -13,12 +13,12 @@
 namespace {
 
 constexpr const char* FFMPEG = "/usr/bin/ffmpeg";
-// A number is written with one stripe for each of its bits.
+// Numbers are drawn as stripes, one for each bit.
 constexpr int STRIPES = 10;
 static_assert(NUMBERED_PICTURES == 1 << STRIPES);
 
-// A line of ffprobe's compact form, "kind|key=value|key=value"; the streams of a program have its
-// kind in front.
+// Parses a line of ffprobe's compact format, "kind|key=value|key=value"; streams of a program are
+// prefixed with its kind.
 using fields = std::map<std::string, std::string>;
 
 fields fields_of(const std::string& line) {
@@ -35,7 +35,7 @@ fields fields_of(const std::string& line) {
     return result;
 }
 
-// 0 for what is not said, or "N/A".
+// 0 if missing or "N/A".
 double number_of(const std::string& text) {
     return std::strtod(text.c_str(), nullptr);
 }
@@ -60,8 +60,8 @@ std::vector<std::string> ffmpeg(std::vector<std::string> words) {
     return words;
 }
 
-// Pictures and sound have the times at which they arrived, so neighbours may share one. ffmpeg's
-// own output doesn't like that; that times don't go back is judged by those of the file.
+// Packets have their times of arrival, so consecutive ones may have the same. ffmpeg's own output
+// rejects that; whether times decrease is checked from the file's packets.
 bool speaks_of_shared_times(const std::string& line) {
     return line.find("non monotonically increasing dts to muxer") != std::string::npos ||
            line.find("Last message repeated") != std::string::npos;
@@ -155,7 +155,7 @@ void write_numbered_footage(const std::filesystem::path& file) {
 std::vector<int> picture_numbers(const std::filesystem::path& file) {
     const temp_folder folder;
     const std::filesystem::path stripes = folder.path() / "stripes";
-    // A band without overlay, shrunk to a pixel for each stripe.
+    // An area without overlay, scaled to one pixel per stripe.
     run_ffmpeg({"-i", file, "-vf",
                 "crop=1024:64:0:160,scale=" + std::to_string(STRIPES) + ":1:flags=area", "-vsync",
                 "passthrough", "-f", "rawvideo", "-pix_fmt", "gray", stripes});
@@ -170,13 +170,13 @@ std::vector<int> picture_numbers(const std::filesystem::path& file) {
 
 namespace {
 
-// How far the number goes on from one picture to the next.
+// The increase of the number from one picture to the next.
 int step(int from, int to) {
     return (to - from + NUMBERED_PICTURES) % NUMBERED_PICTURES;
 }
 
-// The pictures of a recording's file. The very first may come up to three times: from a pipe that
-// is set playing, sinks hand it on when the pipe pauses, and again when it plays.
+// The pictures of a recording's file. The very first may come up to three times: sinks pass it on
+// when the pipe pauses before playing, and again when it plays.
 std::vector<int> distinct_pictures(const std::filesystem::path& file, bool is_first) {
     std::vector<int> numbers = picture_numbers(file);
     EXPECT_FALSE(numbers.empty()) << file;

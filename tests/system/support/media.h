@@ -1,4 +1,4 @@
-// Judging recordings and streams by what ffprobe and ffmpeg make of them.
+// Checks recordings and streams with ffprobe and ffmpeg.
 #pragma once
 
 #include <cstdint>
@@ -31,32 +31,32 @@ struct media {
     std::optional<media_track> audio;
 };
 
-// The files of a folder by name.
+// Returns the files of a folder, sorted by name.
 std::vector<std::filesystem::path> files_in(const std::filesystem::path& folder);
 
-// What stands in a file, packet by packet. Anything that ffprobe complains of is a failure, and so
-// are times that go back.
+// Returns a file's packets. Errors reported by ffprobe are test failures, and so are decreasing
+// times.
 media probe(const std::filesystem::path& file);
 
-// What ffmpeg complains of when it decodes the whole file; empty when it plays.
+// Returns ffmpeg's errors when decoding the whole file; empty if it plays.
 std::string complaints(const std::filesystem::path& file);
 
-// --- Footage whose pictures are numbered -----------------------------------------------------
+// --- Footage with numbered pictures ----------------------------------------------------------
 
 inline constexpr int NUMBERED_PICTURES = 1024;
 
-// Writes footage for the camera: 34 seconds whose pictures carry their number in stripes.
+// Writes footage for the camera: 34 seconds of pictures with their number in stripes.
 void write_numbered_footage(const std::filesystem::path& file);
 
-// The numbers of the pictures of a recording.
+// Returns the numbers of a recording's pictures.
 std::vector<int> picture_numbers(const std::filesystem::path& file);
 
-// Pictures that a recording lacks.
+// Returns how many pictures a recording lacks.
 struct left_out_pictures {
     int within_files = 0;
     int between_files = 0;
 };
 
-// Follows the numbers through the files of a recording. But for the very first, no picture may come
-// twice or before its time. The camera leaves some out when the machine is busy.
+// Follows the numbers through a recording's files. Except for the very first, no picture may be
+// repeated or early. The camera drops some if the machine is busy.
 left_out_pictures follow_pictures(const std::vector<std::filesystem::path>& recorded);

@@ -1,4 +1,4 @@
-// The other ends of the network streams: clients of the TCP stream, and a server for the HTTP push.
+// Peers of the network streams: clients of the TCP stream, and a server for the HTTP push.
 #include "support/network.h"
 
 #include "support/process.h"
@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::size_t TS_PACKET = 188;
 constexpr char TS_SYNC = 0x47;
-// The tables come below the elementary streams. One that equals the tables which the server sent a
-// new client first is left out by it.
+// Tables follow the elementary streams. Skips a table equal to the one that the server sends a new
+// client first.
 constexpr int LAST_TABLE_PID = 0x20;
 constexpr const char* HEAD_END = "\r\n\r\n";
 constexpr const char* LAST_CHUNK = "\r\n0\r\n\r\n";
@@ -57,7 +57,7 @@ bool is_readable(int fd) {
     return poll(&waiting, 1, static_cast<int>(limit)) == 1;
 }
 
-// The fields of a transport stream packet that matter here.
+// The relevant fields of a transport stream packet.
 class ts_packet {
 public:
     explicit ts_packet(std::string_view bytes) : bytes_{bytes} {}
@@ -81,7 +81,7 @@ private:
     std::string_view bytes_;
 };
 
-// A body in chunks, each after a line with its size in hexadecimal digits.
+// A chunked body: each chunk follows a line with its size in hexadecimal.
 std::string without_chunks(const std::string& text) {
     std::string body;
     for (std::size_t place = 0; place < text.size();) {
@@ -168,7 +168,7 @@ std::string whole_pictures(const std::string& stream) {
 
 push_server::push_server(int port, bool mute)
     : listener_{listen_on(port)}, stop_pipe_{-1, -1}, mute_{mute} {
-    // A program that is started meanwhile must not keep it open.
+    // Child processes must not inherit it.
     EXPECT_EQ(pipe2(stop_pipe_, O_CLOEXEC), 0);
     thread_ = std::thread{[this] { serve(); }};
 }
@@ -185,7 +185,7 @@ push_server::~push_server() {
 
 void push_server::serve() {
     for (;;) {
-        // A client that is not there, or not to be read, is a negative number: poll passes it over.
+        // Clients that are absent or not to be read are negative numbers, which poll skips.
         std::array<pollfd, 3> waiting{{{stop_pipe_[0], POLLIN, 0},
                                        {listener_, POLLIN, 0},
                                        {mute_ ? -1 : client_, POLLIN, 0}}};

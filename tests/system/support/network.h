@@ -1,4 +1,4 @@
-// The other ends of the network streams: clients of the TCP stream, and a server for the HTTP push.
+// Peers of the network streams: clients of the TCP stream, and a server for the HTTP push.
 #pragma once
 
 #include <chrono>
@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-// A port of loopback that nobody listens on.
+// Returns an unused port on loopback.
 int free_port();
 
 // A client of the TCP stream.
@@ -19,44 +19,43 @@ public:
     explicit stream_client(int port);
     stream_client(const stream_client&) = delete;
     stream_client& operator=(const stream_client&) = delete;
-    // Leaves abruptly: the connection is reset.
+    // Disconnects abruptly: resets the connection.
     ~stream_client();
 
-    // Reads that many bytes more, or up to the end of the stream.
+    // Reads that many more bytes, or until the end of the stream.
     std::string read(std::size_t bytes);
 
-    // True when the server closes the connection; what was sent before is read and dropped.
+    // True when the server closes the connection; discards what was sent before.
     bool is_closed_in_time();
 
 private:
     int fd_;
 };
 
-// Packets of a transport stream that are none, or break the continuity of their elementary stream.
+// Packets that are invalid or break the continuity of their elementary stream.
 int continuity_breaks(const std::string& stream);
 
-// The stream from the first packet that begins a picture to the one before the last that does: a
-// client joins, and leaves, in the middle of one.
+// The stream from the first packet with the start of a picture to the one before the last such
+// packet: a client joins and leaves in the middle of pictures.
 std::string whole_pictures(const std::string& stream);
 
-// A server that takes what is pushed to it, on a thread of its own. Destroying it is its death: its
-// connections are reset.
+// A push server on its own thread. Destroying it kills it: its connections are reset.
 class push_server {
 public:
-    // One that is mute accepts but never reads.
+    // A mute server accepts but never reads.
     explicit push_server(int port, bool mute = false);
     push_server(const push_server&) = delete;
     push_server& operator=(const push_server&) = delete;
     ~push_server();
 
-    // Waits until a client has connected, and until it has sent that much.
+    // Waits until a client has connected and sent that much.
     [[nodiscard]] bool wait_for_client();
     [[nodiscard]] bool wait_for_bytes(std::size_t bytes);
 
-    // How many connections there have been.
+    // Number of connections so far.
     [[nodiscard]] int connections();
 
-    // The request line and headers of the latest push, and its body so far.
+    // Request line and headers of the latest push, and its body so far.
     [[nodiscard]] std::string head();
     [[nodiscard]] std::string body();
 
@@ -70,7 +69,7 @@ private:
     int stop_pipe_[2];
     bool mute_;
     int client_ = -1;
-    std::mutex mutex_; // what follows
+    std::mutex mutex_; // protects the rest
     std::condition_variable changed_;
     int connections_ = 0;
     std::string received_; // of the latest connection

@@ -1,11 +1,11 @@
-// A picture of the panel, for looking at single pixels and areas.
+// A picture of the panel, to examine pixels and areas.
 #include "support/picture.h"
 
 #include <cmath>
 
 namespace {
 
-// Calls `look` with each pixel of the area.
+// Calls `look` for each pixel of the area.
 template <class Look> void for_each_pixel(const QImage& image, const area& where, Look look) {
     for (int y = where.y; y < where.y + where.height; ++y) {
         for (int x = where.x; x < where.x + where.width; ++x) {
@@ -14,7 +14,7 @@ template <class Look> void for_each_pixel(const QImage& image, const area& where
     }
 }
 
-// The middle of the pixels that are of a kind.
+// The centre of the pixels of a kind.
 template <class Kind> spot find_spot(const QImage& image, const area& where, Kind is_of_kind) {
     spot found;
     for (int y = where.y; y < where.y + where.height; ++y) {

@@ -1,4 +1,4 @@
-// A picture of the panel, for looking at single pixels and areas.
+// A picture of the panel, to examine pixels and areas.
 #pragma once
 
 #include <QImage>
@@ -11,7 +11,7 @@ struct area {
     int height;
 };
 
-// Where the pixels of one kind have their middle, in continuous coordinates, and how many they are.
+// Centre of the pixels of a kind, in continuous coordinates, and their number.
 struct spot {
     double x = 0.0;
     double y = 0.0;
@@ -25,18 +25,18 @@ public:
     [[nodiscard]] int width() const { return image_.width(); }
     [[nodiscard]] int height() const { return image_.height(); }
 
-    // Mean grey value 0..255 of an area, and how much its pixels vary around it.
+    // Mean grey value 0..255 of an area, and its variation.
     [[nodiscard]] double mean(const area& where) const;
     [[nodiscard]] double deviation(const area& where) const;
 
-    // Pixels of an area that are clearly red, as the red dot is.
+    // Number of clearly red pixels in an area, as in the red dot.
     [[nodiscard]] int red_pixels(const area& where) const;
 
-    // Middle of the clearly red pixels, and of those brighter than half.
+    // Centre of the clearly red pixels, and of those brighter than half.
     [[nodiscard]] spot red_spot(const area& where) const;
     [[nodiscard]] spot bright_spot(const area& where) const;
 
-    // Mean absolute difference of grey values to a picture of the same size.
+    // Mean absolute difference of grey values from a picture of the same size.
     [[nodiscard]] double difference(const picture& other) const;
 
 private:

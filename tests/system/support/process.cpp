@@ -1,4 +1,4 @@
-// Starting programs and waiting for their end.
+// Starts programs and waits for their end.
 #include "support/process.h"
 
 #include "support/temp_folder.h"

@@ -1,4 +1,4 @@
-// Starting programs and waiting for their end.
+// Starts programs and waits for their end.
 #pragma once
 
 #include <chrono>
@@ -7,29 +7,29 @@
 #include <sys/types.h>
 #include <vector>
 
-// Time that anything a test waits for may take on a loaded machine.
+// Time limit for anything that a test waits for on a loaded machine.
 inline constexpr std::chrono::seconds WAIT_LIMIT{30};
 
-// The environment of this process with some variables set, as "NAME=value" texts.
+// This process's environment with additional "NAME=value" texts.
 std::vector<std::string> environment_with(const std::vector<std::string>& assignments);
 
-// Starts a program; its process id. Standard output and error are appended to the file.
+// Starts a program and returns its process id. Standard output and error are appended to the file.
 pid_t spawn(const std::vector<std::string>& command, const std::vector<std::string>& environment,
             const std::filesystem::path& output);
 
-// True when the process, a child or not, has ended before the time is up.
+// True if the process, a child or not, has ended within the timeout.
 bool has_ended(pid_t process, std::chrono::milliseconds timeout);
 
-// Waits for a child to end: its exit status, 128 + signal when one ended it; -1 and the child
-// killed when it did not end in time.
+// Waits for a child to end. Returns its exit status, or 128 + signal; on timeout kills the child
+// and returns -1.
 int wait_for_exit(pid_t child, std::chrono::milliseconds timeout);
 
 struct outcome {
-    int status;         // as wait_for_exit tells it
+    int status;         // as wait_for_exit returns it
     std::string output; // standard output and error
     pid_t pid;
 };
 
-// Runs a program with these words to its end, with these "NAME=value" texts set in its environment.
+// Runs a program to its end, with these "NAME=value" texts in its environment.
 outcome run(const std::vector<std::string>& command,
             const std::vector<std::string>& assignments = {});

@@ -1,4 +1,4 @@
-// What a process holds, as the kernel tells it.
+// A process's resources, from the kernel.
 #pragma once
 
 #include <filesystem>
@@ -10,10 +10,10 @@
 struct resources {
     long descriptors = 0;
     long threads = 0;
-    long memory_kb = 0; // resident and the process's own
+    long memory_kb = 0; // private resident memory
 };
 
-// The figure that a line of a file under /proc holds behind its label; 0 when there is none.
+// Returns the number after a label in a file under /proc; 0 if missing.
 inline long proc_figure(const std::filesystem::path& file, const std::string& label) {
     std::ifstream lines{file};
     for (std::string line; std::getline(lines, line);) {

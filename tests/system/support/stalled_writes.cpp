@@ -1,6 +1,5 @@
-// Preloaded into the daemon: writes into a media folder wait for as long as a file of the test is
-// there, as on storage that has died; or only what waits for storage, the calls of fsync. Unlike
-// those of a kernel, they end with the process.
+// Preloaded into the daemon: writes into a media folder, or only fsync calls, block while a file of
+// the test exists, as on dead storage. Unlike blocked kernel calls, they end with the process.
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>

@@ -1,4 +1,4 @@
-// A small file system in the place of a folder.
+// A small file system mounted on a folder.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +8,7 @@
 
 class small_storage {
 public:
-    // The size as mount takes it, such as "8m".
+    // Size for mount, such as "8m".
     small_storage(const std::filesystem::path& folder, const std::string& size) : folder_{folder} {
         is_mounted_ = mount_with(0, size) == 0;
     }
@@ -20,7 +20,7 @@ public:
         }
     }
 
-    // False without the right to mount.
+    // False without permission to mount.
     [[nodiscard]] bool is_mounted() const { return is_mounted_; }
     void resize(const std::string& size) const { EXPECT_EQ(mount_with(MS_REMOUNT, size), 0); }
 
