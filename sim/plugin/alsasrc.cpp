@@ -182,11 +182,11 @@ static void sim_alsasrc_class_init(SimMicrophoneClass* klass) {
     object->finalize = finalize;
     g_object_class_install_property(object, prop_device,
                                     g_param_spec_string("device", "Device",
-                                                        "Accepted; every device hears the same",
+                                                        "Accepted; all devices sound the same",
                                                         "default", sim::property_flags));
 
     auto* element = GST_ELEMENT_CLASS(klass);
-    sim::describe(element, "Microphone", "Source/Audio", "Hears a steady tone");
+    sim::describe(element, "Microphone", "Source/Audio", "Delivers a steady tone");
     sim::add_pad(element, GST_PAD_SRC, CAPS_TEXT);
 
     sim::flush_through_wait<SimMicrophone>(klass);

@@ -16,7 +16,7 @@ static void sim_imxg2dvideotransform_init(SimG2dTransform*) {}
 
 static void sim_imxg2dvideotransform_class_init(SimG2dTransformClass* klass) {
     sim::describe(GST_ELEMENT_CLASS(klass), "G2D video transform", "Filter/Converter/Video/Scaler",
-                  "Scales and converts pictures in place of the board's 2D unit");
+                  "Scales and converts pictures like the board's 2D unit");
     // It doesn't support 24-bit formats.
     sim::set_transform_formats(
         klass, "{ RGBx, BGRx, RGBA, BGRA, RGB16, NV12, NV21, I420, YV12, YUY2, UYVY }",

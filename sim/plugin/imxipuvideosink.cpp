@@ -96,7 +96,7 @@ GstFlowReturn show_frame(GstVideoSink* sink, GstBuffer* buffer) noexcept {
                           GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)});
     gst_video_frame_unmap(&frame);
     if (!shown) {
-        GST_INFO_OBJECT(sink, "a picture was left out");
+        GST_INFO_OBJECT(sink, "dropped a picture");
     }
     state.drawn_until = next_refresh();
     return GST_FLOW_OK;
@@ -153,12 +153,12 @@ static void sim_imxipuvideosink_class_init(SimIpuVideoSinkClass* klass) {
     object->finalize = finalize;
     g_object_class_install_property(object, prop_framebuffer,
                                     g_param_spec_string("framebuffer", "Framebuffer",
-                                                        "Device that the panel shows", "/dev/fb0",
-                                                        sim::property_flags));
+                                                        "Framebuffer device of the panel",
+                                                        "/dev/fb0", sim::property_flags));
     g_object_class_install_property(object, prop_use_vsync,
                                     g_param_spec_boolean("use-vsync", "Use vsync",
-                                                         "One picture a refresh of the panel",
-                                                         FALSE, sim::property_flags));
+                                                         "Show one picture per refresh", FALSE,
+                                                         sim::property_flags));
 
     auto* element = GST_ELEMENT_CLASS(klass);
     sim::describe(element, "IPU video sink", "Sink/Video", "Shows pictures on the panel");

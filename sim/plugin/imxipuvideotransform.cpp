@@ -17,7 +17,7 @@ static void sim_imxipuvideotransform_init(SimIpuTransform*) {}
 
 static void sim_imxipuvideotransform_class_init(SimIpuTransformClass* klass) {
     sim::describe(GST_ELEMENT_CLASS(klass), "IPU video transform", "Filter/Converter/Video/Scaler",
-                  "Scales and converts pictures in place of the board's image processing unit");
+                  "Scales and converts pictures like the board's image processing unit");
     constexpr const char* FORMATS = "{ RGB16, BGR, RGB, BGRx, BGRA, RGBx, RGBA, ABGR, UYVY, v308, "
                                     "NV12, YV12, I420, Y42B, Y444 }";
     sim::set_transform_formats(klass, FORMATS, FORMATS);

@@ -45,6 +45,6 @@ static void sim_imxmp3audioenc_init(SimMp3Encoder*) {}
 
 static void sim_imxmp3audioenc_class_init(SimMp3EncoderClass* klass) {
     sim::describe(GST_ELEMENT_CLASS(klass), "MP3 encoder", "Codec/Encoder/Audio",
-                  "Encodes sound in place of the board's encoder");
+                  "Encodes sound like the board's encoder");
     sim::set_encoder_kind(klass, kind);
 }

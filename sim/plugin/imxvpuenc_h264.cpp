@@ -43,11 +43,11 @@ void apply_search_range(GstElement* encoder, const sim::encoder_values& values) 
 
 constexpr sim::encoder_setting settings[] = {
     {"bitrate", "Bit rate in kbit/s (0: constant quality)", 0, 2048000, 1024, apply_bitrate},
-    {"gop-size", "Frames from one key frame to the next (0: no limit)", 0, 32767, 16,
+    {"gop-size", "Distance of key frames in frames (0: no limit)", 0, 32767, 16,
      apply_key_distance},
-    {"idr-interval", "Frames from one IDR to the next at most (0: as the GOP size says)", 0,
-     G_MAXINT, 0, apply_key_distance},
-    {"me-search-range", "Range of the motion search: 0 to 3 for 128, 64, 32 and 16 pixels", 0, 3, 0,
+    {"idr-interval", "Maximum distance of IDR frames (0: the GOP size)", 0, G_MAXINT, 0,
+     apply_key_distance},
+    {"me-search-range", "Motion search range: 0 to 3 for 128, 64, 32 and 16 pixels", 0, 3, 0,
      apply_search_range},
 };
 
@@ -69,6 +69,6 @@ static void sim_imxvpuenc_h264_init(SimVpuEncoder*) {}
 
 static void sim_imxvpuenc_h264_class_init(SimVpuEncoderClass* klass) {
     sim::describe(GST_ELEMENT_CLASS(klass), "VPU H.264 encoder", "Codec/Encoder/Video",
-                  "Encodes video in place of the board's video unit");
+                  "Encodes video like the board's video unit");
     sim::set_encoder_kind(klass, kind);
 }

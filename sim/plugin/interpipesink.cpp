@@ -69,7 +69,7 @@ void publish_as(SimInterpipeSink* self, std::string name) {
     if (out->attach(GST_ELEMENT(self))) {
         self->state.out = std::move(out);
     } else {
-        GST_WARNING_OBJECT(self, "another sink has this name: nobody hears this one");
+        GST_WARNING_OBJECT(self, "another sink has this name: this one has no listeners");
     }
 }
 

@@ -58,8 +58,9 @@ GstBaseSrcClass* parent_source() {
 GType stream_sync_type() {
     static const GEnumValue values[] = {
         {sim::sync_restart, "Stamps are arrival times", "restart-ts"},
-        {sim::sync_pass_through, "Stamps pass as they are", "passthrough-ts"},
-        {sim::sync_compensate, "Difference of the base times compensated", "compensate-ts"},
+        {sim::sync_pass_through, "Stamps are unchanged", "passthrough-ts"},
+        {sim::sync_compensate, "Stamps are corrected by the difference of base times",
+         "compensate-ts"},
         {0, nullptr, nullptr},
     };
     static const GType type = g_enum_register_static("SimInterpipeStreamSync", values);
@@ -125,7 +126,7 @@ gboolean start(GstBaseSrc* base) noexcept {
     const std::scoped_lock lock(state.mutex);
     state.name = sim::listener_name::take(name.get());
     if (!state.name) {
-        GST_WARNING_OBJECT(base, "another source has this name: this one hears nothing");
+        GST_WARNING_OBJECT(base, "another source has this name: this one gets nothing");
     }
     return !state.name || join(state, state.listen_to);
 }
@@ -205,7 +206,7 @@ void finalize(GObject* object) noexcept {
 void install_properties(GObjectClass* object) {
     g_object_class_install_property(object, prop_listen_to,
                                     g_param_spec_string("listen-to", "Listen to",
-                                                        "Name of the interpipesink to hear",
+                                                        "Name of the interpipesink to listen to",
                                                         nullptr, sim::property_flags));
     g_object_class_install_property(
         object, prop_allow_renegotiation,
@@ -217,7 +218,7 @@ void install_properties(GObjectClass* object) {
                                                          sim::property_flags));
     g_object_class_install_property(
         object, prop_stream_sync,
-        g_param_spec_enum("stream-sync", "Stream synchronisation", "How time stamps are carried",
+        g_param_spec_enum("stream-sync", "Stream synchronisation", "How time stamps are passed on",
                           stream_sync_type(), sim::sync_pass_through, sim::property_flags));
 }
 
@@ -238,7 +239,7 @@ static void sim_interpipesrc_class_init(SimInterpipeSrcClass* klass) {
     install_properties(object);
 
     sim::describe(GST_ELEMENT_CLASS(klass), "Inter-pipe source", "Generic/Source",
-                  "Hears an inter-pipe sink");
+                  "Delivers the stream of an inter-pipe sink");
 
     auto* source = GST_BASE_SRC_CLASS(klass);
     source->start = start;

@@ -110,11 +110,11 @@ static void sim_perf_class_init(SimPerfClass* klass) {
     object->get_property = get_property;
     g_object_class_install_property(object, prop_print_cpu_load,
                                     g_param_spec_boolean("print-cpu-load", "Print CPU load",
-                                                         "Tell the processor's load, too", FALSE,
+                                                         "Also report the CPU load", FALSE,
                                                          sim::property_flags));
 
     auto* element = GST_ELEMENT_CLASS(klass);
-    sim::describe(element, "Profiler", "Generic", "Counts what passes through");
+    sim::describe(element, "Profiler", "Generic", "Measures the frame rate");
     sim::add_pad(element, GST_PAD_SINK, "ANY");
     sim::add_pad(element, GST_PAD_SRC, "ANY");
 

@@ -46,7 +46,8 @@ int fail_press(const char* fifo) {
     if (errno == ENXIO) {
         std::fprintf(stderr, "press: no daemon is running on this board\n");
     } else if (errno == EAGAIN) {
-        std::fprintf(stderr, "press: the daemon doesn't read its buttons, they hold no more\n");
+        std::fprintf(stderr,
+                     "press: the daemon doesn't read its buttons, and their buffer is full\n");
     } else {
         std::fprintf(stderr, "press: %s: %s\n", fifo, std::strerror(errno));
     }
@@ -70,7 +71,7 @@ int press(std::string_view name, const char* fifo) {
             return write_press(fifo, row.key);
         }
     }
-    std::fprintf(stderr, "press: there is no such button\n");
+    std::fprintf(stderr, "press: no such button\n");
     return 2;
 }
 

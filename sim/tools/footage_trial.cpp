@@ -18,7 +18,7 @@ std::string why_not(GstElement* player) {
         bus.get(), PATIENCE,
         static_cast<GstMessageType>(GST_MESSAGE_ASYNC_DONE | GST_MESSAGE_ERROR)));
     if (!told) {
-        return "no picture comes";
+        return "it has no picture";
     }
     if (GST_MESSAGE_TYPE(told.get()) != GST_MESSAGE_ERROR) {
         return {};

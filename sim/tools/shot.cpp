@@ -13,7 +13,7 @@ int main(int argc, char* argv[]) {
     }
     std::vector<std::uint8_t> pixels(sim::PANEL_BYTES);
     if (!read_panel(argv[1], pixels)) {
-        std::fprintf(stderr, "shot: %s holds no picture of the panel\n", argv[1]);
+        std::fprintf(stderr, "shot: %s has no picture of the panel\n", argv[1]);
         return 1;
     }
     const QImage image{pixels.data(), sim::PANEL_WIDTH, sim::PANEL_HEIGHT, QImage::Format_RGB32};

@@ -132,7 +132,7 @@ TEST_F(SmallStorageTest, WithoutSpaceForACopyItIsRepairedInPlace) {
     leave_room(256 * 1024);
     const outcome result = recover({folder_.path()});
     EXPECT_EQ(result.status, 0);
-    EXPECT_THAT(result.output, HasSubstr("(in place, for want of room)"));
+    EXPECT_THAT(result.output, HasSubstr("(in place, no space for a copy)"));
     EXPECT_EQ(complaints(file_), "");
     EXPECT_EQ(picture_numbers(file_), all_recordings().numbers);
     EXPECT_THAT(recover({file_}).output, EndsWith(": complete\n"));

@@ -97,7 +97,7 @@ TEST_F(VtrdcctlTest, JsonIsTyped) {
                   "\n"
                   R"({"command":null,)" +
                   failed +
-                  R"("usage","text":"line 7: quotes that are not closed"}})"
+                  R"("usage","text":"line 7: unclosed quotes"}})"
                   "\n");
 }
 

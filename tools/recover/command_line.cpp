@@ -10,10 +10,10 @@ namespace {
 void describe(CLI::App& parser, command_line& line) {
     parser.name("vtrdc-recover");
     parser.description(
-        "Makes recordings play that were never completed: the sight lost its power, or its "
+        "Recovers recordings that were never completed because the sight lost power or its "
         "daemon was killed.");
-    parser.footer("Exit status: 0 all done, also when there was nothing to do; 1 some recordings "
-                  "could not be\nrecovered; 2 wrong usage. vtrdc-recover(1) says what comes back.");
+    parser.footer("Exit status: 0 success, even if there was nothing to do; 1 some recordings "
+                  "could not be\nrecovered; 2 wrong usage. See vtrdc-recover(1).");
     parser.set_version_flag("--version", build_version);
     parser.add_flag("-n,--dry-run", line.is_dry_run, "Say what could be recovered, change nothing");
     parser.add_flag("-j,--json", line.is_json, "Write a JSON object for each recording");

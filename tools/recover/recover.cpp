@@ -37,7 +37,7 @@ work_folder open_folder(const fs::path& path) {
                      .folder = fd_owned{open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)}};
     require_done(work.folder.get(), "opening the folder");
     if (flock(work.folder.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        throw not_recoverable{"another vtrdc-recover is at work in this folder"};
+        throw not_recoverable{"another vtrdc-recover is working in this folder"};
     }
     return work;
 }
@@ -76,8 +76,9 @@ parameter_sets complete_sets(const original_file& original, byte_window& file, c
     }
     parameter_sets others = sets_of_neighbour(original.folder, original.name, file, found);
     if (!others.are_complete()) {
-        throw not_recoverable{"neither it nor any complete recording beside it has the parameter "
-                              "sets of its pictures"};
+        throw not_recoverable{
+            "neither the file nor a complete recording in its folder has the parameter "
+            "sets of its pictures"};
     }
     return others;
 }
@@ -132,7 +133,7 @@ void recover_incomplete(const original_file& original, byte_window& file, const 
     if (!options.is_dry_run) {
         const repair_way way = replace_recording(original, found.repair);
         report.fate = recording_fate::recovered;
-        report.reason = way == repair_way::in_place ? "in place, for want of room" : "";
+        report.reason = way == repair_way::in_place ? "in place, no space for a copy" : "";
     }
 }
 

@@ -36,7 +36,7 @@ void write_all(int file, byte_view bytes, std::uint64_t& offset) {
 }
 
 void sync_file(int file) {
-    require_done(fsync(file), "writing to storage");
+    require_done(fsync(file), "syncing to storage");
 }
 
 std::uint64_t size_of(const original_file& original) {
@@ -104,7 +104,7 @@ void replace_by_copy(const original_file& original, const repair_plan& repair) {
     }
     // Some file systems can't sync folders.
     if (fsync(original.folder) != 0 && errno == EIO) {
-        throw_errno("writing the folder to storage");
+        throw_errno("syncing the folder");
     }
 }
 

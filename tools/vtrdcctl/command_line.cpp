@@ -66,15 +66,14 @@ void add_options(CLI::App& parser, command_line& line) {
     add_seconds(parser, "-t,--timeout", line.client.timeout, "How long to wait for a reply");
     add_seconds(parser, "-w,--wait", line.client.wait, "How long to wait for a daemon");
     add_seconds(parser, "-r,--retry", line.client.retry,
-                "How long to ask again while the reply is an error");
+                "How long to retry while the reply is an error");
     parser
         .add_flag("-j,--json", line.client.is_json,
-                  "Write each answer as a JSON object, and each error")
+                  "Print each answer and error as a JSON object")
         ->trigger_on_parse(); // even if the rest of the command line is invalid
     parser.add_flag("-k,--keep-going", line.keep_going,
                     "Go on after a failure in commands from standard input");
-    parser
-        .add_option("--completion", line.completion, "Write completion code for that shell: bash")
+    parser.add_option("--completion", line.completion, "Print completion code for a shell: bash")
         ->type_name("SHELL")
         ->check(CLI::IsMember({"bash"}));
     parser.add_option("script", line.script, "-: commands from standard input, one a line")
@@ -95,10 +94,10 @@ void add_command(CLI::App& parser, const client_command& command) {
 }
 
 void add_own_commands(CLI::App& parser, command_line& line) {
-    CLI::App* const status = parser.add_subcommand(
-        "status", "Show what the sight does; with --json as it is in the file");
-    CLI::App* const watch = parser.add_subcommand(
-        "watch", "Write the status as a JSON object, and again at each change");
+    CLI::App* const status =
+        parser.add_subcommand("status", "Show the sight's status; with --json, the status file");
+    CLI::App* const watch =
+        parser.add_subcommand("watch", "Print the status as JSON, now and at each change");
     for (CLI::App* const entry : {status, watch}) {
         entry->group("Watching")->fallthrough();
         entry->footer("The protocol document describes the fields of the status.");

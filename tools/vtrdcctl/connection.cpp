@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr const char* NOT_A_REPLY = "what came is no reply of the daemon";
+constexpr const char* NOT_A_REPLY = "received something else than a reply of the daemon";
 
 // The reason is errno; EAGAIN is reported as a timeout.
 no_answer failed(const std::string& what) {

@@ -174,7 +174,7 @@ std::string request_for(const client_command& command, std::span<const std::stri
                                    std::to_string(REQUEST_MAX));
     }
     if (request.find('\0') != std::string::npos) {
-        throw refusal(command, "an argument holds a zero byte");
+        throw refusal(command, "an argument contains a zero byte");
     }
     return request;
 }

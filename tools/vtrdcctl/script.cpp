@@ -31,7 +31,7 @@ std::vector<std::string> split_words(const std::string& line) {
     while (text >> std::ws && !text.eof()) {
         std::string word;
         if (!(text >> std::quoted(word))) {
-            throw usage_error{"quotes that are not closed"};
+            throw usage_error{"unclosed quotes"};
         }
         words.push_back(word);
     }

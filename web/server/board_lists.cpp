@@ -133,11 +133,11 @@ bool delete_listed(const board_folder& board, std::string_view kind, const std::
     if (!is_footage && kind != "video" && kind != "image") {
         why = "no such kind of file";
     } else if (is_footage && list_footage(board)["chosen"] == name) {
-        why = "the camera is shown it";
+        why = "it is the camera's input";
     } else if (kind == "video" && is_being_written(board.media_folder() + "/video/" + name)) {
         why = "it is being recorded";
     } else if (!(is_footage ? board.delete_footage(name) : board.delete_media(kind, name))) {
-        why = "there is no such file, or it can't be deleted";
+        why = "the file doesn't exist or can't be deleted";
     }
     return why.empty();
 }

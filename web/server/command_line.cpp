@@ -76,8 +76,8 @@ std::optional<command_line> read_command_line(int argc, char* argv[], std::strin
         }
     }
     if (!is_complete(line)) {
-        why = "it takes each of --board, --page, --log, --sim, --stock-scene and --start, perhaps "
-              "--port and --background, and what a start of the daemon takes";
+        why = "required: --board, --page, --log, --sim, --stock-scene, --start; optional: --port, "
+              "--background; then options for starting the daemon";
         return std::nullopt;
     }
     line.options.start_words.assign(argv + optind, argv + argc);

@@ -66,7 +66,7 @@ void daemon_client::send_next() {
     const std::string& text = queue_.front().text;
     // A short request into an empty socket buffer is sent completely or not at all.
     if (send(socket_.get(), text.data(), text.size(), MSG_NOSIGNAL) < 0) {
-        lose("the daemon takes no request");
+        lose("the daemon accepts no request");
         return;
     }
     is_asking_ = true;

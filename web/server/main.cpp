@@ -78,7 +78,7 @@ int serve(const web::command_line& line, const report& tell) {
     raise_descriptor_limit();
     std::string why;
     if (!web::become_sole_server(line.options.board + "/run/page.lock")) {
-        tell(false, "the board's folder run can't be written to");
+        tell(false, "the board's folder run is not writable");
         return EXIT_FAILURE;
     }
     web::controller controller{line.options};
@@ -114,7 +114,7 @@ bool pass_report_on(int input) {
         message += byte;
     }
     const bool is_served = message.starts_with('1');
-    write_report(is_served, message.empty() ? "it ended early" : message.substr(1));
+    write_report(is_served, message.empty() ? "the page server ended early" : message.substr(1));
     return is_served;
 }
 

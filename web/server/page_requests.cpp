@@ -95,7 +95,7 @@ void choose_footage(const request_context& context, const json& message,
 void restore_scene(const request_context& context, const json& message,
                    const response_callback& respond) {
     if (!flag_in(message, "stock")) {
-        throw usage_error{"which scene?"};
+        throw usage_error{"no such scene"};
     }
     context.sim.run({"scene", "stock"}, respond);
 }
@@ -108,7 +108,7 @@ void run_daemon(const request_context& context, const json& message,
     if (verb == "start" || verb == "restart") {
         words.insert(words.end(), context.start_words.begin(), context.start_words.end());
     } else if (verb != "stop") {
-        throw usage_error{"start, stop or restart?"};
+        throw usage_error{"no such verb: start, stop or restart"};
     }
     context.sim.run(words, respond);
 }

@@ -24,7 +24,7 @@ constexpr std::string_view DIGITS = "0123456789abcdef";
 std::string new_token() {
     std::array<unsigned char, TOKEN_BYTES> random{};
     if (getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) {
-        std::cerr << "the system gives no random bytes\n";
+        std::cerr << "the system provides no random bytes\n";
         std::exit(EXIT_FAILURE); // a guessable token would let everybody in
     }
     std::string token;

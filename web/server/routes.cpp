@@ -53,7 +53,7 @@ void get_media(const services& known, SoupServerMessage* request, const std::str
 
 void post_footage(const services& known, SoupServerMessage* request, const std::string& name) {
     if (!is_plain_name(name)) {
-        respond(request, SOUP_STATUS_BAD_REQUEST, false, "that is no name for a file");
+        respond(request, SOUP_STATUS_BAD_REQUEST, false, "invalid file name");
         return;
     }
     std::string why;

@@ -87,7 +87,7 @@ std::string upload::keep_as(const std::string& name, std::string& why) {
             fail();
         }
     }
-    why = why_.empty() ? "there are too many files of this name" : why_;
+    why = why_.empty() ? "too many files of this name" : why_;
     return {};
 }
 
