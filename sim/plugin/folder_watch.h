@@ -52,7 +52,7 @@ private:
     struct watched_folder {
         std::filesystem::path path;            // without links
         std::map<std::string, path_set> names; // names through which watched paths lead
-        path_set ends; // watched paths that end here: everything in it counts
+        path_set ends;                         // watched paths that end here: all in it counts
     };
 
     void watch_anew();

@@ -10,8 +10,7 @@
 
 namespace sim {
 
-inline constexpr const char* REPLACED_VARIABLE =
-    "VTRDC_SIM_WITHOUT"; // names separated by white space
+inline constexpr const char* REPLACED_VARIABLE = "VTRDC_SIM_WITHOUT"; // names between white space
 
 [[nodiscard]] inline bool is_replaced(const std::string& element) {
     const char* const list = secure_getenv(REPLACED_VARIABLE);

@@ -131,7 +131,7 @@ TEST(BoardFolder, FootageIsShownAndTheUsersFootageKept) {
     fs::copy(picture, board.at("/footage/own.avi"));
     EXPECT_EQ(board.sim({"footage", "own.avi"}), 0);
     EXPECT_EQ(fs::read_symlink(camera),
-              "../footage/own.avi"); // works in a copy of the board folder
+              "../footage/own.avi"); // relative: the folder can be copied
     EXPECT_EQ(board.sim({"footage", board.at("/footage/drawn-scene")}), 0);
     EXPECT_EQ(read_text(camera), "");
     EXPECT_EQ(board.sim({"footage", "missing.avi"}), 1);

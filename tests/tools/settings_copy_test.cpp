@@ -87,8 +87,7 @@ TEST_F(SettingsCopy, LeavesManualChangesAlone) {
              "# all defaults\n" + whole.substr(0, 80),
              std::string{"\n"},
              std::string{"luminance=2\n"},
-             std::string{
-                 "socket_file=/run/other.socket\n"}, // begins like the daemon's, then differs
+             std::string{"socket_file=/run/other.socket\n"}, // begins like the daemon's
              std::string{"socket_file=/run/vtrdc.socket.2"},
              std::string{"socket_file=/run/vtrdc.socket\nqml_file=/a.qml\n"}, // a line is missing
              whole.substr(0, whole.find("pip_mode")) + "pip_mode=on\n",

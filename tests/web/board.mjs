@@ -11,7 +11,7 @@ const FRONT_DOOR = new URL('../../scripts/sim', import.meta.url).pathname;
 // Time limit for anything on a loaded machine.
 export const PATIENCE_MS = 60_000;
 
-/** Waits until `probe` gives something true, and gives that; fails with `what` when it never does. */
+/** Waits until `probe` returns something true, and returns it; fails with `what` on timeout. */
 export async function until(what, probe) {
     const end = Date.now() + PATIENCE_MS;
     for (;;) {
@@ -32,7 +32,7 @@ export class SimulatedBoard {
 
     constructor() {
         this.folder = mkdtempSync(join(tmpdir(), 'vtrdc-web-'));
-        /** Of the page, with its token. */
+        /** The page's address with its token. */
         this.address = null;
         this.log = [];
     }
@@ -45,12 +45,12 @@ export class SimulatedBoard {
         return readFileSync(this.at(path), 'utf8');
     }
 
-    /** A verb of the front door; its status. */
+    /** Runs a verb of scripts/sim; returns its status. */
     verb(...words) {
         execFileSync(FRONT_DOOR, [...words, '--board', this.folder], { stdio: 'inherit' });
     }
 
-    /** Starts the daemon with its page, or, with the verb page, the page alone. */
+    /** Starts the daemon with its page or, with the verb page, only the page. */
     async start(...words) {
         const options = words.length > 0 ? words : ['--no-build'];
         if (this.address !== null) {
@@ -69,7 +69,7 @@ export class SimulatedBoard {
         });
     }
 
-    /** The page's address without its token, and without a slash at its end. */
+    /** The page's address without token and trailing slash. */
     get origin() {
         return new URL(this.address).origin;
     }
@@ -78,7 +78,7 @@ export class SimulatedBoard {
         return new URL(this.address).searchParams.get('token');
     }
 
-    /** What a browser that has opened the page's address sends from then on. */
+    /** The cookie that a browser sends after opening the page. */
     get cookie() {
         return `vtrdc-page-${new URL(this.address).port}=${this.token}`;
     }
@@ -88,7 +88,7 @@ export class SimulatedBoard {
         return until(`"${text}" in the log`, () => this.log.find((line) => line.includes(text)));
     }
 
-    /** Another client's request. */
+    /** Sends a request as another client. */
     ask(request) {
         connect(this.at('run/vtrdc.socket')).end(request);
     }
@@ -97,7 +97,7 @@ export class SimulatedBoard {
         this.#daemon.kill(name);
     }
 
-    /** Ends what was started by a signal; its exit status. */
+    /** Ends what was started, by a signal; returns its exit status. */
     async stop(signal = 'SIGTERM') {
         const daemon = this.#daemon;
         this.#daemon = null;
@@ -106,7 +106,7 @@ export class SimulatedBoard {
         return this.#ended;
     }
 
-    /** The process that serves the page; undefined without. */
+    /** Process id of the page's server, or undefined. */
     get server() {
         return readdirSync('/proc').find((pid) => /^\d+$/.test(pid) && this.#isServer(pid));
     }

@@ -44,7 +44,7 @@ export async function holdMessages(page, isHeld) {
     };
 }
 
-/** An empty page; what its scripts complain of goes into `complaints`. */
+/** An empty page; errors of its scripts go to `complaints`. */
 export async function newPage(browser, complaints) {
     const context = await browser.newContext({ viewport: { width: 1440, height: 900 }, colorScheme: 'dark' });
     const page = await context.newPage();
@@ -60,7 +60,7 @@ export async function openPage(page, board) {
     await pictureWhen(page, (light) => light.some((each) => each > 0));
 }
 
-/** Light of the panel's picture on a grid of 32 x 24 points, line by line, 0 to 255. */
+/** Luminance (0 to 255) of the panel's picture on a grid of 32 x 24 points, line by line. */
 function readPanel(page) {
     return page.evaluate(() => {
         const small = new OffscreenCanvas(32, 24).getContext('2d', { willReadFrequently: true });
@@ -69,7 +69,7 @@ function readPanel(page) {
     });
 }
 
-/** Waits for a picture of which `test` is true; its light. */
+/** Waits for a picture that satisfies `test`; returns its luminance. */
 export async function pictureWhen(page, test) {
     let light = [];
     await until('the picture', async () => {
@@ -84,7 +84,7 @@ export function difference(one, other) {
     return one.reduce((sum, light, index) => sum + Math.abs(light - other[index]), 0) / one.length;
 }
 
-/** What a checker of accessibility finds wrong with the page, whose policy takes no script in by a tag. */
+/** Accessibility violations of the page. Not by a script tag, which the page's policy forbids. */
 export async function hindrances(page) {
     await page.evaluate(AXE);
     const { violations } = await page.evaluate(() => globalThis.axe.run());

@@ -3,7 +3,7 @@ import { readFileSync } from 'node:fs';
 
 const DOCUMENT = readFileSync(new URL('../../web/PROTOCOL.md', import.meta.url), 'utf8');
 
-/** The fields of a message, in the order of its table: their types by their paths. */
+/** A message's fields in table order: types by path. */
 export function documentedFields(type) {
     const [, section = ''] = DOCUMENT.split(`\n### \`${type}\`\n`);
     const [table] = section.split(/\n##/);
@@ -23,7 +23,7 @@ const isOf = {
     object: (value) => value?.constructor === Object,
 };
 
-/** A message's values with their paths; what is documented as a whole stays whole. */
+/** A message's values with their paths; values documented as a whole are not split. */
 function leaves(value, path, documented) {
     if (documented.has(path) || value === null || typeof value !== 'object') {
         return [[path, value]];
@@ -35,7 +35,7 @@ function leaves(value, path, documented) {
         leaves(each, path === '' ? key : `${path}.${key}`, documented));
 }
 
-/** Where a message and its table differ: fields that only one of them has, values of another type. */
+/** Differences between a message and its table: missing or additional fields, other types. */
 export function differencesFromDocument({ type, ...message }) {
     const documented = documentedFields(type);
     const found = leaves(message, '', documented);

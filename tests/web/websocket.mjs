@@ -2,7 +2,7 @@
 import { once } from 'node:events';
 import { connect } from 'node:net';
 
-/** The first bytes of a message's frame: a text, masked with zeros, as a client's has to be. */
+/** The header of a text frame, masked with zeros: clients must mask. */
 function head(size) {
     const masked = 0x80;
     if (size < 126) {
@@ -19,7 +19,7 @@ export class WebSocketClient {
     #socket;
     #received = Buffer.alloc(0);
 
-    /** The texts of the server's messages so far, parsed. */
+    /** The server's messages so far, parsed. */
     messages = [];
     isClosed = false;
 
@@ -52,7 +52,7 @@ export class WebSocketClient {
         this.#socket.write(Buffer.concat([head(Buffer.byteLength(text)), Buffer.from(text)]));
     }
 
-    /** Reads nothing from now on. */
+    /** Stops reading. */
     stopReading() {
         this.#socket.pause();
     }

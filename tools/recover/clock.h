@@ -8,9 +8,9 @@
 #include "recover/interleaving.h"
 
 struct run_times {
-    double start_s; // time of the run's first sample; 0 is the first sound, or without sound the
-                    // first picture
-    double step_s;  // time between samples
+    // Time of the run's first sample; 0 is the first sound, or without sound the first picture.
+    double start_s;
+    double step_s; // time between samples
 };
 
 // Returns the times of each run. `known_offset_s` is how much later than the first sound the first

@@ -14,7 +14,7 @@ struct track_table {
     };
 
     std::uint32_t timescale = 0; // ticks a second
-    double start_s = 0; // time of the first sample; 0 is the beginning of the earlier track
+    double start_s = 0;          // of the first sample; the earlier track begins at 0
     std::vector<std::uint32_t> sizes;
     std::vector<chunk> chunks;
     std::vector<duration> durations;

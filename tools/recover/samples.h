@@ -22,8 +22,7 @@ struct sample {
 
 // Constraints for samples besides their syntax.
 struct sample_marks {
-    const parameter_sets* sets =
-        nullptr; // borrowed; if complete, pictures must refer to these sets
+    const parameter_sets* sets = nullptr;     // borrowed; if complete, pictures must refer to them
     std::optional<std::uint32_t> signature{}; // of MP3 frames, once one was seen
 };
 

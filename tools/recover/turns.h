@@ -13,7 +13,7 @@ inline constexpr double NEVER = std::numeric_limits<double>::infinity();
 // A chunk of pictures picked by the muxer.
 struct turn {
     std::size_t run;
-    double slots; // picture durations since the first picture, without undetected drops
+    double slots;               // picture durations since the first, undetected drops excluded
     double earliest_s = -NEVER; // limits of its first picture's time; 0 is the first sound
     double latest_s = NEVER;
 };

@@ -120,8 +120,7 @@ bool pass_report_on(int input) {
 
 // The parent waits until the page is served. The server is not its child.
 int serve_in_background(const web::command_line& line) {
-    close_range(STDERR_FILENO + 1, ~0U,
-                0); // somebody may wait for end of file on an inherited pipe
+    close_range(STDERR_FILENO + 1, ~0U, 0); // an inherited pipe's reader may wait for its end
     std::array<int, 2> pipe{};
     if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
         return EXIT_FAILURE;

@@ -75,8 +75,7 @@ bool is_token(std::string_view text, std::string_view token) {
     if (text.size() != token.size()) {
         return false; // the length is no secret
     }
-    volatile unsigned char difference =
-        0; // volatile: keeps the compiler from ending the loop early
+    volatile unsigned char difference = 0; // volatile: no early end of the loop
     for (std::size_t at = 0; at < token.size(); ++at) {
         difference = static_cast<unsigned char>(difference | (text[at] ^ token[at]));
     }
