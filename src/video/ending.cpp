@@ -124,8 +124,8 @@ template <class Work> bool finishes_in_time(Work work) {
     return waiting.wait_for(SHUT_DOWN_TIMEOUT) == std::future_status::ready;
 }
 
-// Sets the children to NULL one by one: a child that fails would keep the bin from changing the
-// others. Their state is then locked, or the bin would raise them again on its own way to NULL.
+// If a child fails, the bin doesn't change the others, so they are set to NULL one by one. Then
+// they are locked: the bin would raise them again on its own way to NULL.
 void stop_pipeline(gst_owned<GstElement> pipeline) {
     if (gst_element_set_state(pipeline.get(), GST_STATE_NULL) == GST_STATE_CHANGE_FAILURE) {
         const element_vector children = children_of(pipeline.get());

@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    // Nothing was to be done; not reported.
+    // Nothing was to be done: only reported for explicit paths.
     [[nodiscard]] static bool is_usual(recording_fate fate) {
         return fate == recording_fate::complete || fate == recording_fate::foreign;
     }
