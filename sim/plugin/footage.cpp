@@ -17,8 +17,9 @@ namespace {
 // What the sensor shows before the first picture, as with its shutter closed.
 constexpr std::uint8_t CLOSED_GREY = 96;
 
+// The converter takes the format that loses the fewest bits.
 constexpr const char* CONVERSION =
-    " ! videoconvert ! videoscale ! video/x-raw, format=GRAY8, width=640, height=480, "
+    " ! videoconvert ! videoscale ! video/x-raw, format={GRAY8,GRAY16_LE}, width=640, height=480, "
     "pixel-aspect-ratio=1/1 ! appsink name=sink sync=false max-buffers=3";
 
 enum class footage_kind { camera, video, nothing, unusable };
@@ -54,6 +55,7 @@ footage::footage(GstElement* camera) : camera_(camera), picture_(SENSOR_PIXELS, 
 
 void footage::open(const std::string& path, GstClockTime time) {
     close();
+    gain_ = {};
     const footage_kind kind = kind_of(path);
     if (kind == footage_kind::unusable) {
         give_up(path.c_str());
@@ -159,7 +161,14 @@ bool footage::has_failed() {
 
 void footage::take(GstSample* sample) {
     GstBuffer* const buffer = gst_sample_get_buffer(sample);
-    gst_buffer_extract(buffer, 0, picture_.data(), picture_.size());
+    const GstStructure* const format = gst_caps_get_structure(gst_sample_get_caps(sample), 0);
+    if (g_strcmp0(gst_structure_get_string(format, "format"), "GRAY8") == 0) {
+        gst_buffer_extract(buffer, 0, picture_.data(), picture_.size());
+        return;
+    }
+    counts_.resize(picture_.size());
+    gst_buffer_extract(buffer, 0, counts_.data(), counts_.size() * sizeof counts_.front());
+    gain_.apply(counts_, picture_);
 }
 
 void footage::draw_own_scene(GstClockTime time) {

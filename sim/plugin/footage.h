@@ -2,6 +2,7 @@
 // from a scene of its own where a file can't be played.
 #pragma once
 
+#include "automatic_gain.h"
 #include "pixels.h"
 #include "util/gst_owned.h"
 
@@ -56,6 +57,8 @@ private:
     GstClockTime first_stamp_ = GST_CLOCK_TIME_NONE; // of the loop's first picture
     bool live_ = false; // a real camera: its latest picture is the one to show
     std::vector<std::uint8_t> picture_;
+    std::vector<std::uint16_t> counts_; // the picture before the gain
+    automatic_gain gain_;
 };
 
 } // namespace sim

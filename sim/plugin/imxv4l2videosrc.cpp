@@ -142,6 +142,7 @@ bool draw(source_state& state, GstClockTime time, GstBuffer* buffer) {
     }
     const sim::grey_picture picture = state.footage->at(time);
     state.core->deliver({picture.data(), sim::SENSOR_WIDTH, sim::SENSOR_WIDTH, sim::SENSOR_HEIGHT},
+                        state.frame,
                         {map.data, sim::SENSOR_WIDTH, sim::SENSOR_WIDTH, sim::SENSOR_HEIGHT});
     std::memset(map.data + picture.size(), NO_CHROMA, FRAME_BYTES - picture.size());
     gst_buffer_unmap(buffer, &map);

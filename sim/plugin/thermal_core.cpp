@@ -1,4 +1,4 @@
-// The simulated thermal core: zoom window, inset and shutter.
+// The simulated thermal core: its sensor, zoom window, inset and shutter.
 #include "thermal_core.h"
 
 #include <algorithm>
@@ -103,7 +103,12 @@ void draw_core_picture(const core_settings& settings, const grey_view& sensor,
 }
 
 thermal_core::thermal_core(std::string folder)
-    : folder_(std::move(folder)), watch_(folder_), settings_(read_core_settings(folder_)) {}
+    : folder_(std::move(folder)), watch_(folder_), settings_(read_core_settings(folder_)),
+      sensor_(read_sensor_settings(folder_ + "/sensor")) {
+    if (!settings_.nuc.empty()) {
+        sensor_.correct(0); // the core stayed powered while its camera was closed
+    }
+}
 
 void thermal_core::refresh() {
     core_settings now = read_core_settings(folder_);
@@ -111,18 +116,41 @@ void thermal_core::refresh() {
         shutter_frames_ = SHUTTER_CLOSED_FRAMES;
     }
     settings_ = std::move(now);
+    const sensor_settings sensor = read_sensor_settings(folder_ + "/sensor");
+    if (sensor != sensor_.settings()) {
+        sensor_ = sensor_model{sensor};
+    }
 }
 
-void thermal_core::deliver(const grey_view& sensor, const grey_target& target) {
+// The sensor sees the shutter as it sees everything else; that is how it is corrected.
+void thermal_core::show_shutter(std::uint64_t frame, const grey_target& target) {
+    fill(target, SHUTTER_LEVEL);
+    if (!sensor_.settings().is_ideal()) {
+        sensor_.deliver({target.pixels, target.stride, target.width, target.height}, frame, target);
+    }
+    if (--shutter_frames_ == 0) {
+        sensor_.correct(frame);
+    }
+}
+
+grey_view thermal_core::seen(const grey_view& scene, std::uint64_t frame) {
+    if (sensor_.settings().is_ideal()) {
+        return scene;
+    }
+    seen_.resize(std::size_t{SENSOR_WIDTH} * SENSOR_HEIGHT);
+    sensor_.deliver(scene, frame, {seen_.data(), SENSOR_WIDTH, SENSOR_WIDTH, SENSOR_HEIGHT});
+    return {seen_.data(), SENSOR_WIDTH, SENSOR_WIDTH, SENSOR_HEIGHT};
+}
+
+void thermal_core::deliver(const grey_view& scene, std::uint64_t frame, const grey_target& target) {
     if (watch_.changed()) {
         refresh();
     }
     if (shutter_frames_ > 0) {
-        --shutter_frames_;
-        fill(target, SHUTTER_LEVEL);
+        show_shutter(frame, target);
         return;
     }
-    draw_core_picture(settings_, sensor, target);
+    draw_core_picture(settings_, seen(scene, frame), target);
 }
 
 } // namespace sim

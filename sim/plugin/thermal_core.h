@@ -3,8 +3,11 @@
 
 #include "folder_watch.h"
 #include "pixels.h"
+#include "sensor_model.h"
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace sim {
 
@@ -37,17 +40,21 @@ class thermal_core {
 public:
     explicit thermal_core(std::string folder);
 
-    // Makes one delivered picture out of the sensor's. Settings that were written since the last
-    // call hold from this picture on.
-    void deliver(const grey_view& sensor, const grey_target& target);
+    // Makes the delivered picture of that number out of the scene. Both pictures have the sensor's
+    // size. Settings that were written since the last call hold from this picture on.
+    void deliver(const grey_view& scene, std::uint64_t frame, const grey_target& target);
 
 private:
     void refresh();
+    void show_shutter(std::uint64_t frame, const grey_target& target);
+    [[nodiscard]] grey_view seen(const grey_view& scene, std::uint64_t frame);
 
     std::string folder_;
     folder_watch watch_;
     core_settings settings_;
-    int shutter_frames_ = 0; // pictures for which the shutter stays closed
+    sensor_model sensor_;
+    std::vector<std::uint8_t> seen_; // the last picture of a sensor that is not ideal
+    int shutter_frames_ = 0;         // pictures for which the shutter stays closed
 };
 
 } // namespace sim

@@ -118,6 +118,38 @@ TEST_F(CameraTest, DrawsASceneIfTheDeviceIsNoFile) {
     }
 }
 
+// A scene that spans a few hundred of the 65536 counts, as a thermal sensor delivers it.
+TEST_F(CameraTest, ShowsFootageOfSixteenBitsWithFullContrast) {
+    constexpr std::size_t size = std::size_t{64} * 48;
+    std::vector<std::uint16_t> counts(size);
+    for (std::size_t i = 0; i < size; ++i) {
+        counts[i] = static_cast<std::uint16_t>(20'000 + i % 64 * 5);
+    }
+    test_pipeline writer{"appsrc name=in format=time caps=video/x-raw,format=GRAY16_LE,width=64,"
+                         "height=48,framerate=10/1 ! avenc_ffv1 ! matroskamux ! "
+                         "filesink location=" +
+                         device};
+    writer.play();
+    GstBuffer* const buffer =
+        gst_buffer_new_memdup(counts.data(), counts.size() * sizeof counts[0]);
+    GST_BUFFER_PTS(buffer) = 0;
+    gst_app_src_push_buffer(GST_APP_SRC(writer["in"]), buffer);
+    gst_app_src_end_of_stream(GST_APP_SRC(writer["in"]));
+    ASSERT_TRUE(writer.wait_for(GST_MESSAGE_EOS));
+    test_pipeline camera{play(device)};
+    camera.play();
+    std::vector<std::uint8_t> row(sim::SENSOR_WIDTH);
+    do {
+        const gst_owned<GstSample> sample = camera.pull();
+        ASSERT_TRUE(sample);
+        gst_buffer_extract(gst_sample_get_buffer(sample.get()), 0, row.data(), row.size());
+    } while (row.front() == row.back()); // before the first picture was decoded
+    EXPECT_LT(row.front(), 5);
+    EXPECT_GT(row.back(), 250) << "white-hot";
+    EXPECT_NEAR(row[sim::SENSOR_WIDTH / 2], 128, 6) << "in proportion";
+    EXPECT_TRUE(std::ranges::is_sorted(row));
+}
+
 TEST_F(CameraTest, ContinuesWithReplacedFootage) {
     ASSERT_TRUE(write_footage(folder.path() / "dark", {40, 40}));
     ASSERT_TRUE(write_footage(folder.path() / "bright", {200, 200}));

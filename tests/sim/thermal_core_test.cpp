@@ -6,9 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <numeric>
 #include <string>
+#include <utility>
 #include <vector>
 
 using sim::core_settings;
@@ -136,7 +139,7 @@ struct ThermalCoreFolder : testing::Test {
     ThermalCoreFolder() { sensor.at(0, 0) = 255; }
     picture deliver() {
         picture shown(0);
-        core.deliver(sensor.view(), shown.target());
+        core.deliver(sensor.view(), frame++, shown.target());
         return shown;
     }
     bool is_uniform() {
@@ -146,6 +149,7 @@ struct ThermalCoreFolder : testing::Test {
     temp_folder folder;
     picture sensor{50};
     sim::thermal_core core{folder.path() / "core"};
+    std::uint64_t frame = 0;
 };
 
 TEST_F(ThermalCoreFolder, ChangesHoldFromTheNextPictureAlsoInALateFolder) {
@@ -167,6 +171,80 @@ TEST_F(ThermalCoreFolder, EachCorrectionClosesTheShutterForFivePictures) {
     EXPECT_FALSE(is_uniform()) << "the same count again asks for nothing";
     folder.write("core/nuc", "2");
     EXPECT_TRUE(is_uniform());
+}
+
+// How much the pixels of a picture differ: their standard deviation.
+double deviation(const picture& shown) {
+    double sum = 0;
+    double squares = 0;
+    for (const double level : shown.pixels) {
+        sum += level;
+        squares += level * level;
+    }
+    const auto count = static_cast<double>(shown.pixels.size());
+    return std::sqrt(squares / count - sum * sum / (count * count));
+}
+
+// A core whose sensor is not ideal, before an even scene.
+struct ThermalSensor : ThermalCoreFolder {
+    ThermalSensor() { sensor = picture(100); }
+    void set_sensor(const char* text) const { folder.write("core/sensor", text); }
+};
+
+TEST_F(ThermalSensor, SameSeedGivesTheSamePicturesAndAnotherDoesNot) {
+    set_sensor("seed 7\nnoise 2\npattern 5\n");
+    std::vector<picture> first;
+    for (int i = 0; i < 3; ++i) {
+        first.push_back(deliver());
+    }
+    EXPECT_NE(first[0].pixels, first[1].pixels) << "noise changes from picture to picture";
+    sim::thermal_core again{folder.path() / "core"};
+    for (std::uint64_t number : {2, 0, 1}) { // the number counts, not what came before
+        picture shown(0);
+        again.deliver(sensor.view(), number, shown.target());
+        EXPECT_EQ(shown.pixels, first[number].pixels) << number;
+    }
+    set_sensor("seed 8\nnoise 2\npattern 5\n");
+    frame = 0;
+    EXPECT_NE(deliver().pixels, first[0].pixels);
+}
+
+TEST_F(ThermalSensor, NoiseAndPatternAreAsStrongAsTheyAreSetAndKeepTheMean) {
+    for (const auto& [text, expected] : {std::pair{"noise 3\n", 3.0}, {"pattern 6\n", 6.0}}) {
+        set_sensor(text);
+        const picture shown = deliver();
+        EXPECT_NEAR(deviation(shown), expected, expected / 10) << text;
+        EXPECT_NEAR(std::accumulate(shown.pixels.begin(), shown.pixels.end(), 0.0) /
+                        static_cast<double>(shown.pixels.size()),
+                    100, 0.7)
+            << text;
+    }
+    EXPECT_EQ(deliver().pixels, deliver().pixels) << "a pattern alone stays";
+    set_sensor("noise 1e9\npattern -1\nseed x\nshutter 3\nnoise");
+    EXPECT_LT(deviation(deliver()), 128);
+    std::filesystem::remove(folder.path() / "core/sensor");
+    EXPECT_TRUE(is_uniform());
+}
+
+TEST_F(ThermalSensor, CorrectionRemovesThePatternAndDriftBringsItBack) {
+    set_sensor("noise 0.5\npattern 6\ndrift 2\n");
+    EXPECT_GT(deviation(deliver()), 5);
+    folder.write("core/nuc", "1");
+    for (int i = 0; i < 5; ++i) {
+        const picture shutter = deliver();
+        EXPECT_NEAR(shutter.pixels[0], 128, 40) << "the shutter, not the scene";
+        EXPECT_GT(deviation(shutter), 5) << "as the uncorrected sensor sees it";
+    }
+    EXPECT_LT(deviation(deliver()), 1);
+    frame += sim::SENSOR_RATE; // a second later
+    EXPECT_NEAR(deviation(deliver()), 2.1, 0.3);
+    frame += 60 * sim::SENSOR_RATE;
+    EXPECT_NEAR(deviation(deliver()), 6, 0.6) << "no more than before";
+    // The camera is opened again; the core went on.
+    sim::thermal_core again{folder.path() / "core"};
+    picture shown(0);
+    again.deliver(sensor.view(), 0, shown.target());
+    EXPECT_LT(deviation(shown), 1);
 }
 
 } // namespace
