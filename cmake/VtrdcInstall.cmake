@@ -89,6 +89,8 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/sim/board"
   DESTINATION "${vtrdc_sim_share}/sim" USE_SOURCE_PERMISSIONS COMPONENT simulated-board)
 install(TARGETS gstvtrdcsim gstalsa
   DESTINATION "${vtrdc_sim_lib}/sim/plugins" COMPONENT simulated-board)
+install(TARGETS vtrdc_sim_clock
+  DESTINATION "${vtrdc_sim_lib}/sim/clock" COMPONENT simulated-board)
 install(TARGETS vtrdc-sim-buttons vtrdc-sim-footage-trial vtrdc-sim-shot
   DESTINATION "${vtrdc_sim_lib}/sim/tools" COMPONENT simulated-board)
 # The daemon's place in a build.

@@ -10,11 +10,19 @@ readonly STOCK_FOOTAGE=pedestrians.avi
 readonly DRAWN_SCENE=drawn-scene
 readonly STOCK_SCENE=/opt/okr/osd_okr/qml/main.qml
 readonly STOCK_SCENE_FILE=$VTRDC_SOURCE_DIR/sim/board$STOCK_SCENE
+# In grey levels; the pattern is back some three minutes after a correction.
+readonly THERMAL_SENSOR='seed 1
+noise 1.5
+pattern 4
+drift 0.02'
 readonly PANEL_BYTES=$((1024 * 768 * 4))
 
 : "${board:?}" "${build_folder:?}"
 camera=$board/dev/video0
 fifo=$board/dev/input/event1
+sensor=$board/var/lib/vtrcore/sensor
+clock=$board/var/lib/clock
+clock_library=$build_folder/sim/clock/libvtrdc-sim-clock.so
 cable_state=$board/sys/devices/soc0/soc/20e0000.hdmi_video/cable_state
 
 # Prints where a path of the daemon's settings is on this machine: KEY DEFAULT
@@ -199,6 +207,39 @@ verb_camera() {
     esac
 }
 
+# Writes TEXT to FILE atomically: FILE TEXT
+put_text() {
+    printf '%s\n' "$2" >"$1.$$"
+    mv -fT -- "$1.$$" "$1"
+}
+
+# Turns the thermal look on unless a choice was made before.
+choose_sensor() {
+    is_there "$sensor" || put_text "$sensor" "$THERMAL_SENSOR"
+}
+
+verb_sensor() {
+    case $1 in
+    thermal) put_text "$sensor" "$THERMAL_SENSOR" ;;
+    plain) put_text "$sensor" '' ;;
+    *) bad_usage "sensor takes thermal or plain" ;;
+    esac
+}
+
+# A daemon that was started with the PC's clock keeps it.
+verb_clock() {
+    local pid now
+    if [[ $1 == right ]]; then
+        rm -f -- "$clock"
+        return
+    fi
+    now=$(date -d "$1" +%s 2>/dev/null) || bad_usage "clock takes right, or a time as date -d does"
+    if pid=$(daemon_on_board) && ! grep -q "/${clock_library##*/}" "/proc/$pid/maps"; then
+        die 1 "the daemon has the PC's clock: set the board's before the start"
+    fi
+    put_text "$clock" $((now - $(date +%s)))
+}
+
 # True when FILE is OTHER or a chain of links to it.
 leads_to() {
     local file=$1 target
@@ -247,10 +288,7 @@ verb_footage() {
 verb_core() {
     local marker=$board/var/lib/vtrcore/fail
     case $1 in
-    fail)
-        echo 1 >"$marker.$$"
-        mv -fT -- "$marker.$$" "$marker"
-        ;;
+    fail) put_text "$marker" 1 ;;
     work) rm -f -- "$marker" ;;
     *) bad_usage "core takes fail or work" ;;
     esac

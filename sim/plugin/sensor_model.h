@@ -27,7 +27,7 @@ struct sensor_settings {
 
 class sensor_model {
 public:
-    // Draws the pattern: some milliseconds, unless the sensor is ideal.
+    // Draws the pattern: takes about as long as a picture shows, unless the sensor is ideal.
     explicit sensor_model(const sensor_settings& settings);
 
     [[nodiscard]] const sensor_settings& settings() const { return settings_; }

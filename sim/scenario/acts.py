@@ -9,7 +9,7 @@ import time
 
 from grammar import Row
 from stage import POLL_S, Failed, Stage, run, wait_until
-from surroundings import PushServer, Viewer
+from surroundings import DeafClient, DeafViewer, PushServer, Viewer
 
 MB = 1 << 20
 STOP_S = 60.0  # a hanging tool's ten seconds and a stalled card's thirty
@@ -103,6 +103,19 @@ def viewers(stage: Stage, count: float) -> None:
         stage.viewers.append(Viewer(int(stage.field("settings.tcp_stream_port"))))
 
 
+def deaf_viewers(stage: Stage, count: float) -> None:
+    port = int(stage.field("settings.tcp_stream_port"))
+    stage.keep_deaf("viewers", count, lambda: DeafViewer(port))
+
+
+def deaf_clients(stage: Stage, count: float) -> None:
+    stage.keep_deaf("clients", count, lambda: DeafClient(str(stage.board / "run/vtrdc.socket")))
+
+
+def own_sensor(stage: Stage, noise: float, pattern: float, drift: float) -> None:
+    stage.set_file("var/lib/vtrcore/sensor", f"noise {noise}\npattern {pattern}\ndrift {drift}\n")
+
+
 def recover(stage: Stage) -> None:
     done = run([str(stage.build / "vtrdc-recover"), str(stage.media() / "video")], stage.environment())
     if done.returncode != 0:
@@ -135,7 +148,16 @@ ACTS = [
     Row("command <text...>", "a client's command, which must be done", command),
     Row("refused <text...>", "a client's command, which must be answered by an error", refused),
     Row("camera on|off|silent|blocked|runs", "the camera's cable, and what its driver does", camera),
-    Row("footage <text>", "what the camera sees", lambda stage, file: stage.must("footage", file)),
+    Row("footage <text>", "what the camera sees: a file beside the scenario, of the board's footage, or a path",
+        lambda stage, file: stage.must("footage", stage.near_scenario(file))),
+    Row("sensor thermal|plain", "the camera's pictures have noise and a fixed pattern, or neither",
+        lambda stage, kind: stage.must("sensor", kind)),
+    Row("sensor noise <number> pattern <number> drift <number>",
+        "how much of them, in grey levels; the pattern drifts back by so many a second", own_sensor),
+    Row("clock <text>", "sets the board's wall clock, for the first time before start; right: as the PC's",
+        lambda stage, time_text: stage.must("clock", time_text)),
+    Row("shot <text>", "a picture of the panel, into the board folder",
+        lambda stage, name: stage.must("shot", str(stage.board / name))),
     Row("monitor on|off", "a monitor's cable", lambda stage, state: stage.must("hdmi", state)),
     Row("core works|fails|hangs", "the thermal core's tool", core),
     Row("storage small <number>", "media on a file system of so many MB (root)", Stage.use_small_storage),
@@ -149,6 +171,8 @@ ACTS = [
     Row("recover", "vtrdc-recover on the recordings", recover),
     Row("broker start|stop", "the message broker", broker),
     Row("server start|stop", "the server that is pushed to", server),
+    Row("viewers deaf <number>", "so many others, who connect and never read", deaf_viewers),
+    Row("clients deaf <number>", "so many clients who send commands and never read an answer", deaf_clients),
     Row("viewers <number>", "so many viewers of the stream, who read", viewers),
     Row("mark", "remembers memory and descriptors", mark),
     Row("wait <number>", "so many seconds pass", lambda _, seconds: time.sleep(seconds)),

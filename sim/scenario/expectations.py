@@ -6,7 +6,7 @@ import pathlib
 from typing import Optional
 
 from grammar import Row
-from panel import area_of
+from panel import Area, area_of
 from stage import Failed, Stage, run
 
 Seen = Optional[str]
@@ -73,21 +73,42 @@ def recorded_length(stage: Stage, low: float, high: float) -> Seen:
     return None if low <= total <= high else f"it is {total:.1f} seconds"
 
 
+def file_is_there(stage: Stage, pattern: str) -> Seen:
+    return None if any(stage.board.glob(pattern.lstrip("/"))) else "there is none"
+
+
+def text_in_file(stage: Stage, file: str, text: str) -> Seen:
+    path = stage.board / file.lstrip("/")
+    has = path.read_text(errors="replace") if path.exists() else "nothing"
+    return None if text in has else f"it has: {last_lines(has)}"
+
+
 def snapshot_count(stage: Stage, count: float) -> Seen:
     found = len(list((stage.media() / "image").glob("*.jpeg")))
     return None if found == count else f"there are {found}"
 
 
-def picture_mean(stage: Stage, area: str, low: float, high: float) -> Seen:
+def on_panel(text: str) -> Area:
     try:
-        mean = stage.panel.mean(area_of(area))
+        return area_of(text)
     except (ValueError, TypeError):
         raise Failed("an area is x,y,width,height on the panel") from None
+
+
+def picture_mean(stage: Stage, area: str, low: float, high: float) -> Seen:
+    mean = stage.panel.mean(on_panel(area))
     return None if low <= mean <= high else f"its mean is {mean:.0f}"
 
 
+def picture_deviation(stage: Stage, area: str, low: float, high: float) -> Seen:
+    deviation = stage.panel.deviation(on_panel(area))
+    return None if low <= deviation <= high else f"its standard deviation is {deviation:.2f}"
+
+
 def picture_like(stage: Stage, file: str, tolerance: float) -> Seen:
-    difference = stage.panel.difference(pathlib.Path(file))
+    # A path is of this machine, beside the scenario, or of the board.
+    near = pathlib.Path(stage.near_scenario(file))
+    difference = stage.panel.difference(near if near.exists() else stage.board / file)
     return None if difference <= tolerance else f"it differs by {difference:.1f}"
 
 
@@ -149,10 +170,14 @@ EXPECTATIONS = [
     Row("recordings play", "all of them, to the end", recordings_play),
     Row("recordings last <number> <number>", "all together, between so many seconds", recorded_length),
     Row("recordings <number>", "how many there are", recording_count),
+    Row("file <text>", "a file of the board by its path, where * is any text", file_is_there),
+    Row("text <text> <text>", "a file of the board by its path has that text", text_in_file),
     Row("snapshots <number>", "how many there are", snapshot_count),
     Row("picture moves", "a new picture is shown", picture_moves),
     Row("picture mean <text> <number> <number>", "of an area x,y,width,height, between 0 and 255", picture_mean),
-    Row("picture like <text> <number>", "a PNG file, within a mean difference", picture_like),
+    Row("picture deviation <text> <number> <number>", "the standard deviation over such an area", picture_deviation),
+    Row("picture like <text> <number>", "a PNG file beside the scenario or on the board, within a mean difference",
+        picture_like),
     Row("answer", "a command is answered", answer),
     Row("pushed <number>", "the server has got so many kB", pushed),
     Row("connections <number>", "the server has had so many", connections),

@@ -1,7 +1,9 @@
 """Reads the picture of a board's panel."""
 
 import fcntl
+import math
 import pathlib
+import statistics
 import subprocess
 from typing import NamedTuple
 
@@ -38,14 +40,23 @@ class Panel:
         """Time of the last picture."""
         return self.file.stat().st_mtime_ns
 
-    def mean(self, area: Area) -> float:
-        """Mean of all colours in the area, 0 to 255."""
-        picture, total = self.picture(), 0
+    def colours(self, area: Area) -> bytes:
+        """All colours in the area, 0 to 255."""
+        picture, parts = self.picture(), []
         for line in range(area.y, area.y + area.height):
             begin = (line * WIDTH + area.x) * PIXEL_BYTES
             pixels = picture[begin:begin + area.width * PIXEL_BYTES]
-            total += sum(sum(pixels[colour::PIXEL_BYTES]) for colour in range(COLOURS))
-        return total / (area.width * area.height * COLOURS)
+            parts += [pixels[colour::PIXEL_BYTES] for colour in range(COLOURS)]
+        return b"".join(parts)
+
+    def mean(self, area: Area) -> float:
+        return statistics.fmean(self.colours(area))
+
+    def deviation(self, area: Area) -> float:
+        """How much the colours differ over the area: their standard deviation."""
+        colours = self.colours(area)
+        mean = statistics.fmean(colours)
+        return math.sqrt(statistics.fmean((colour - mean) ** 2 for colour in colours))
 
     def difference(self, png: pathlib.Path) -> float:
         """Mean difference of the colours from a picture in a file."""

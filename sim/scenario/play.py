@@ -59,7 +59,8 @@ def report_failure(stage: Stage, message: str) -> str:
 def run_file(file: pathlib.Path, steps: list[Step], options: argparse.Namespace, tell) -> Optional[str]:
     """Returns None on success, else the failure."""
     board = options.board or pathlib.Path(tempfile.mkdtemp(prefix="vtrdc-run-"))
-    stage = Stage(options.source, options.build, board / "b" if options.board is None else board)
+    stage = Stage(options.source, options.build, board / "b" if options.board is None else board,
+                  file)
     failure = None
     try:
         play(stage, steps, tell)

@@ -62,8 +62,10 @@ class Follower:
 
 
 class Stage:
-    def __init__(self, source: pathlib.Path, build: pathlib.Path, board: pathlib.Path) -> None:
+    def __init__(self, source: pathlib.Path, build: pathlib.Path, board: pathlib.Path,
+                 scenario: pathlib.Path) -> None:
         self.sim = source / "scripts/sim"
+        self.scenario = scenario
         self.build = build
         self.board = board
         self.log = Follower(board / "var/log/scenario.log")
@@ -73,6 +75,7 @@ class Stage:
         self.others = contextlib.ExitStack()  # closed at the end of the scenario
         self.server: Optional[surroundings.PushServer] = None
         self.viewers: list[surroundings.Viewer] = []
+        self.deaf: dict[str, list[surroundings.Deaf]] = {"viewers": [], "clients": []}
         self.broker: Optional[subprocess.Popen] = None
         self.mark: tuple[int, int] = (0, 0)
         self.picture_seen = 0  # time of the picture last seen
@@ -153,7 +156,19 @@ class Stage:
                    if line.startswith("VmRSS:"))
         return int(rss), len(list((folder / "fd").iterdir()))
 
+    def keep_deaf(self, kind: str, count: float, make: Callable[[], surroundings.Deaf]) -> None:
+        deaf = self.deaf[kind]
+        while len(deaf) > count:
+            deaf.pop().close()
+        while len(deaf) < count:
+            deaf.append(make())
+
     # --- The board ------------------------------------------------------------------------------
+
+    def near_scenario(self, file: str) -> str:
+        """A file beside the scenario where there is one of that name, else as it is."""
+        near = self.scenario.parent / file
+        return str(near) if near.exists() else file
 
     def set_file(self, sight_path: str, text: Optional[str]) -> None:
         path = self.board / sight_path
@@ -215,8 +230,8 @@ class Stage:
         if self.daemon is not None and self.daemon.poll() is None:
             self.daemon.kill()
             self.daemon.wait()
-        for viewer in self.viewers:
-            viewer.close()
+        for other_end in [*self.viewers, *self.deaf["viewers"], *self.deaf["clients"]]:
+            other_end.close()
         if self.server is not None:
             self.server.close()
         if self.broker is not None:

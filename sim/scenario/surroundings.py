@@ -68,3 +68,37 @@ class Viewer:
         with contextlib.suppress(OSError):
             self._connection.shutdown(socket.SHUT_RDWR)
         self._connection.close()
+
+
+class Deaf:
+    """One that is connected and never reads."""
+
+    def __init__(self, connection: socket.socket) -> None:
+        self._connection = connection
+
+    def close(self) -> None:
+        with contextlib.suppress(OSError):
+            self._connection.shutdown(socket.SHUT_RDWR)
+        self._connection.close()
+
+
+class DeafViewer(Deaf):
+    def __init__(self, port: int) -> None:
+        super().__init__(socket.create_connection(("127.0.0.1", port), timeout=10))
+
+
+class DeafClient(Deaf):
+    """Sends requests for as long as they are taken."""
+
+    REQUEST = b"c:print_config:n:".ljust(2048)  # one by its size, so that each is answered
+
+    def __init__(self, path: str) -> None:
+        connection = socket.socket(socket.AF_UNIX)
+        connection.connect(path)
+        super().__init__(connection)
+        threading.Thread(target=self._send, daemon=True).start()
+
+    def _send(self) -> None:
+        with contextlib.suppress(OSError):
+            while True:
+                self._connection.sendall(self.REQUEST)

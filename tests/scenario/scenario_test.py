@@ -58,14 +58,15 @@ class ScenarioTest(unittest.TestCase):
         for cause in ("line 3: expect status zoom 4 within 1\n    zoom is 2",
                       "line 2: expect log \"The moon is up\" within 1\n    the log has no such line",
                       "line 2: start\n    the daemon did not start",
+                      "line 3: clock \"1970-01-01\"\n    sim: the daemon has the PC's clock",
                       "[ERROR]"):
             self.assertIn(cause, done.stdout)
         boards = [pathlib.Path(board) for board in re.findall(r"the board is kept: (.*)", done.stdout)]
-        self.assertEqual(len(boards), 3)
+        self.assertEqual(len(boards), 4)
         for board in boards:
             self.assertTrue((board / "dev/fb0").exists())
             subprocess.run(["rm", "-rf", str(board.parent)], check=True)
-        self.assertEqual(xml.parse(results).getroot().get("failures"), "3")
+        self.assertEqual(xml.parse(results).getroot().get("failures"), "4")
 
     def test_recorded_acts_can_be_played(self) -> None:
         board, out = str(self.folder / "b"), self.folder / "recorded.txt"

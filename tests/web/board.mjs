@@ -1,6 +1,6 @@
 // A simulated board for a test: folder, daemon, and the page's server.
 import { spawn, execFileSync } from 'node:child_process';
-import { existsSync, mkdtempSync, readFileSync, readdirSync, rmSync } from 'node:fs';
+import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { connect } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -32,6 +32,9 @@ export class SimulatedBoard {
 
     constructor() {
         this.folder = mkdtempSync(join(tmpdir(), 'vtrdc-web-'));
+        // Pictures are compared: no noise.
+        mkdirSync(this.at('var/lib/vtrcore'), { recursive: true });
+        writeFileSync(this.at('var/lib/vtrcore/sensor'), '');
         /** The page's address with its token. */
         this.address = null;
         this.log = [];
