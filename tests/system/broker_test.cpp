@@ -27,13 +27,9 @@ public:
         : pid_{spawn(command, environment_with({}), output)} {}
     background_program(const background_program&) = delete;
     background_program& operator=(const background_program&) = delete;
-    ~background_program() { end(); }
-    void end() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            wait_for_exit(pid_, WAIT_LIMIT);
-            pid_ = -1;
-        }
+    ~background_program() {
+        kill(pid_, SIGKILL);
+        wait_for_exit(pid_, WAIT_LIMIT);
     }
 
 private:
@@ -112,18 +108,6 @@ TEST_F(BrokerTest, RunningOutOfSpaceStopsTheRecordingAndSendsANotice) {
     EXPECT_TRUE(daemon_.wait_for("[WARN]: not enough bytes, asking for 117964800, but have "));
     EXPECT_TRUE(daemon_.wait_for("[WARN]: Record: not enough space\n"));
     EXPECT_EQ(files_in(board_.at("/media/video")), files);
-}
-
-TEST_F(BrokerTest, ServerMayStartLaterAndStop) {
-    EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
-    EXPECT_TRUE(daemon_.wait_for("[WARN]: Redis connect error: No such file or directory\n"));
-    background_program server{server_command(), server_output_};
-    ASSERT_TRUE(wait_for_text(server_output_, SERVER_IS_UP));
-    EXPECT_EQ(daemon_.ask("c:disable_kbd:n:"), "r:disable_kbd:n:");
-    EXPECT_TRUE(daemon_.wait_for("Connected to redis"));
-    server.end();
-    lose_camera();
-    EXPECT_EQ(daemon_.ask("c:get_lum:n:"), "r:get_lum:s:0");
 }
 
 // A fake server that misbehaves.

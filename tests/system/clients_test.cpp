@@ -187,11 +187,6 @@ TEST_F(ClientsThatDoNotReadTest, DoNotStopTheOthers) {
     EXPECT_TRUE(comes_down_to(before_));
 }
 
-TEST_F(ClientsThatDoNotReadTest, DoNotDelayTheStop) {
-    send_on();
-    // The daemon is stopped while this client is connected.
-}
-
 // The event table is limited. Continuing without registering a client would leave that client
 // waiting forever.
 TEST(Clients, ClientsBeyondTheLimitAreAnError) {

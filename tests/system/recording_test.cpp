@@ -5,13 +5,10 @@
 
 #include <cmath>
 #include <csignal>
-#include <ctime>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <iomanip>
 #include <optional>
-#include <sstream>
 
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -176,29 +173,6 @@ TEST_F(RecordingTest, SecondStartChangesNothing) {
     expect_playable(recorded(), "video");
     EXPECT_EQ(daemon_->ask("c:enable_record:i:0"), "r:enable_record:n:");
     EXPECT_EQ(daemon_->count("Sending eos on pipe: 5"), 1);
-}
-
-TEST_F(RecordingTest, NeverOverwritesAnother) {
-    start_daemon("enc_type=1\n");
-    std::filesystem::create_directory(board_.at("/media/video"));
-    // Simulates a clock that was at this time before.
-    constexpr int taken = 120;
-    const std::time_t now = std::time(nullptr);
-    for (int second = 0; second < taken; ++second) {
-        const std::time_t moment = now + second;
-        std::ostringstream name;
-        name << "/media/video/video_" << std::put_time(std::localtime(&moment), "%Y%m%d%H%M%S");
-        std::ofstream{board_.at(name.str() + "_00.mp4")} << "of before";
-    }
-    start();
-    ASSERT_TRUE(board_.wait_for_frames(30));
-    stop();
-    const files all = recorded();
-    ASSERT_EQ(all.size(), taken + 1);
-    for (int i = 0; i < taken; ++i) {
-        EXPECT_EQ(read_text(all[static_cast<std::size_t>(i)]), "of before");
-    }
-    EXPECT_EQ(complaints(all.back()), "");
 }
 
 TEST_F(RecordingTest, TerminatedRecordingPlaysToItsEnd) {

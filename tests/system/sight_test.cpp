@@ -91,21 +91,6 @@ TEST_F(SightTest, StartUpAppliesWhatIsStored) {
     EXPECT_EQ(daemon_->stop(), 0);
 }
 
-TEST_F(SightTest, SettingsSurviveARestart) {
-    start();
-    EXPECT_EQ(ask("c:set_lum:i:2"), "r:set_lum:n:");
-    EXPECT_EQ(ask("c:set_reticle_color:i:3"), "r:set_reticle_color:n:");
-    EXPECT_EQ(ask("c:set_origin:l:100.5,200"), "r:set_origin:n:");
-    EXPECT_EQ(ask("c:get_lum:n:"), "r:get_lum:s:2");
-    EXPECT_EQ(daemon_->stop(), 0);
-    overlay();
-    start();
-    EXPECT_EQ(text(luminance_attribute), "185");
-    EXPECT_THAT(overlay(), testing::AllOf(HasSubstr("{\"COLOR_HEX\": \"#cc2c24\"}"),
-                                          HasSubstr("{\"X\": 100.500000,\"Y\": 200.000000")));
-    EXPECT_EQ(daemon_->stop(), 0);
-}
-
 TEST_F(SightTest, ZoomButtonCyclesAndKeepsOnlySuccessfulSteps) {
     start();
     core();
@@ -275,14 +260,6 @@ TEST_F(ButtonTest, OnlyTheReleaseOfAKnownKeyActs) {
     ASSERT_TRUE(wait_for_line(overlay_log_path, "\"LUM\", \"VAL\": 1}"));
     EXPECT_EQ(text(luminance_attribute), "130");
     EXPECT_EQ(daemon_->stop(), 0);
-}
-
-TEST_F(ButtonTest, FailingActionEndsTheDaemon) {
-    start();
-    fail_core(2);
-    ASSERT_EQ(board_.sim({"press", "zoom"}), 0);
-    EXPECT_EQ(daemon_->wait_exit(WAIT_LIMIT), 1);
-    EXPECT_THAT(daemon_->output(), HasSubstr(": failed to process kbd input\n"));
 }
 
 TEST_F(ButtonTest, DeviceThatIsGoneIsDropped) {

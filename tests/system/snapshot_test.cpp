@@ -61,14 +61,6 @@ TEST_F(SnapshotTest, ShowsWhatThePanelShows) {
     EXPECT_EQ(daemon_.stop(), 0);
 }
 
-TEST_F(SnapshotTest, NoneOverwritesAnother) {
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(daemon_.ask(REQUEST), DONE);
-    }
-    EXPECT_EQ(snapshots().size(), 4U);
-    EXPECT_EQ(daemon_.stop(), 0);
-}
-
 TEST_F(SnapshotTest, LacksADisabledOverlay) {
     EXPECT_EQ(daemon_.ask("c:enable_qml:i:0"), "r:enable_qml:n:");
     ASSERT_TRUE(

@@ -47,22 +47,6 @@ protected:
     std::optional<vtrdc_daemon> daemon_;
 };
 
-TEST_F(StalledStorageTest, StopByCommandWaitsForIt) {
-    storage_card card{board_.at("/media")};
-    if (!card.is_mounted()) {
-        GTEST_SKIP() << "mounting an image takes root's rights and a loop device";
-    }
-    record();
-    card.stall();
-    EXPECT_EQ(daemon_->ask("c:enable_record:i:0"), "r:enable_record:n:");
-    wait_for_ticks(STALLED_SECONDS);
-    EXPECT_EQ(daemon_->ask("c:get_lum:n:"), "r:get_lum:s:0");
-    card.go_on();
-    EXPECT_TRUE(daemon_->wait_for("[INFO]: Got EoS event on pipe 5\n"));
-    expect_whole_file();
-    EXPECT_EQ(daemon_->stop(), 0);
-}
-
 TEST_F(StalledStorageTest, StopOfTheDaemonWaitsForIt) {
     storage_card card{board_.at("/media")};
     if (!card.is_mounted()) {

@@ -3,9 +3,7 @@
 #include "support/daemon.h"
 #include "support/file_watch.h"
 #include "support/media.h"
-#include "support/network.h"
 
-#include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,9 +42,7 @@ protected:
         return now.st_ino;
     }
 
-    const int http_port_ = free_port();
-    board board_{"record_max_len=1\nhttp_url=http://127.0.0.1:" + std::to_string(http_port_) +
-                 "/\ntcp_stream_port=" + std::to_string(free_port()) + "\nreticle_opacity=0.5\n"};
+    board board_{"record_max_len=1\nreticle_opacity=0.5\n"};
     const std::filesystem::path file_ = board_.at("/run/vtrdc.status");
     vtrdc_daemon daemon_{board_};
 };
@@ -105,33 +101,6 @@ TEST_F(StatusTest, FollowsARecordingFromFileToFile) {
     EXPECT_EQ(daemon_.ask("c:enable_record:i:1"), "r:enable_record:n:");
     EXPECT_TRUE(wait_for("/outputs/recording/state", "on"));
     EXPECT_EQ(status()["outputs"]["recording"]["splits"], 0);
-}
-
-TEST_F(StatusTest, StreamIsOnWhenItsDataGoesOut) {
-    EXPECT_EQ(daemon_.ask("c:enable_tcp_stream:i:1"), "r:enable_tcp_stream:n:");
-    EXPECT_TRUE(wait_for("/outputs/tcp/state", "on"));
-    EXPECT_EQ(daemon_.ask("c:enable_http_stream:i:1"), "r:enable_http_stream:n:");
-    EXPECT_TRUE(wait_for("/outputs/http/state", "starting"));
-    {
-        push_server server{http_port_};
-        EXPECT_TRUE(wait_for("/outputs/http/state", "on"));
-    }
-    EXPECT_TRUE(wait_for("/outputs/http/state", "starting"));
-    EXPECT_THAT(status()["failures"]["http"]["text"].get<std::string>(), HasSubstr("http-sink"));
-    EXPECT_EQ(daemon_.ask("c:enable_http_stream:i:0"), "r:enable_http_stream:n:");
-    EXPECT_TRUE(wait_for("/outputs/http/state", "off"));
-}
-
-TEST_F(StatusTest, ReportsAFrozenOrMissingPicture) {
-    std::ofstream{board_.at("/dev/video0.state")} << "silent";
-    EXPECT_TRUE(wait_for("/live_view/state", "frozen"));
-    EXPECT_TRUE(daemon_.wait_for("[WARN]: The picture is frozen: no new one for two seconds\n"));
-    EXPECT_THAT(status()["failures"]["camera"]["time"].get<std::string>(), MatchesRegex(UTC_TIME));
-    std::ofstream{board_.at("/dev/video0.state")} << "run";
-    EXPECT_TRUE(wait_for("/live_view/state", "live"));
-    ASSERT_EQ(board_.sim({"camera", "off"}), 0);
-    EXPECT_TRUE(wait_for("/live_view/state", "no_input"));
-    EXPECT_EQ(status()["failures"]["camera"]["text"], "Input failed - showing no video indication");
 }
 
 TEST_F(StatusTest, KeepsTheLastFailureOfEachKind) {
