@@ -14,9 +14,10 @@
 
 namespace {
 
-// A 32-bit processor has a call of its own for times of 64 bits; the definition below takes its name.
-constexpr const char* READ_CLOCK =
-    sizeof(time_t) > sizeof(long) ? "__clock_gettime64" : "clock_gettime";
+// A 32-bit processor has a call of its own for times of 64 bits; the definition below takes its
+// name.
+constexpr const char* READ_CLOCK = sizeof(time_t) > sizeof(long) ? "__clock_gettime64"
+                                                                 : "clock_gettime";
 
 int read_real_clock(clockid_t clock, timespec* now) {
     using function = int(clockid_t, timespec*);

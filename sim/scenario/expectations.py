@@ -134,8 +134,9 @@ def connections(stage: Stage, count: float) -> Seen:
 
 def viewed(stage: Stage, kilobytes: float) -> Seen:
     served = [viewer.bytes for viewer in stage.viewers if viewer.is_connected]
-    least = min(served, default=0)
-    return None if least >= kilobytes * 1000 else f"one has {least} bytes"
+    if not served:
+        return "none is served"
+    return None if min(served) >= kilobytes * 1000 else f"one has {min(served)} bytes"
 
 
 def viewer_count(stage: Stage, count: float) -> Seen:
