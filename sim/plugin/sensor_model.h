@@ -22,7 +22,8 @@ struct sensor_settings {
 };
 
 // Reads lines of a key and a number: "seed 7", "noise 1.5", "pattern 5", "drift 0.02". A missing
-// file, an unknown key or a number out of range leaves the default: an ideal sensor.
+// file, an unknown key or a negative number leaves the default, an ideal sensor; a number that is
+// too large becomes the largest.
 [[nodiscard]] sensor_settings read_sensor_settings(const std::string& path);
 
 class sensor_model {
