@@ -1,8 +1,5 @@
 """Acts: what a scenario does to a board, one row each."""
 
-import contextlib
-import os
-import shutil
 import signal
 import subprocess
 import time
@@ -11,7 +8,6 @@ from grammar import Row
 from stage import POLL_S, Failed, Stage, run, wait_until
 from surroundings import DeafClient, DeafViewer, PushServer, Viewer
 
-MB = 1 << 20
 STOP_S = 60.0  # a hanging tool's ten seconds and a stalled card's thirty
 
 
@@ -61,13 +57,6 @@ def core(stage: Stage, state: str) -> None:
     if kept.exists():
         kept.replace(tool)
     stage.must("core", {"works": "work", "fails": "fail"}[state])
-
-
-def fill_storage(stage: Stage, megabytes_left: float) -> None:
-    """SIGKILL: the daemon can't react."""
-    free = shutil.disk_usage(stage.media()).free - int(megabytes_left * MB)
-    with open(stage.media() / "filler", "wb") as filler, contextlib.suppress(OSError):
-        os.posix_fallocate(filler.fileno(), 0, max(free, 1))
 
 
 def broker(stage: Stage, order: str) -> None:
@@ -160,11 +149,10 @@ ACTS = [
         lambda stage, name: stage.must("shot", str(stage.board / name))),
     Row("monitor on|off", "a monitor's cable", lambda stage, state: stage.must("hdmi", state)),
     Row("core works|fails|hangs", "the thermal core's tool", core),
-    Row("storage small <number>", "media on a file system of so many MB (root)", Stage.use_small_storage),
+    Row("storage small <number>", "media on a file system of so many MB, which can be filled (root)", Stage.use_small_storage),
     Row("storage card", "media on a card with ext4 (root)", Stage.use_card),
-    Row("storage left <number>", "fills it until so many MB are left", fill_storage),
-    Row("storage empty", "removes what filled it",
-        lambda stage: (stage.media() / "filler").unlink(missing_ok=True)),
+    Row("storage left <number>", "it is full but for so many MB, from one moment to the next", Stage.fill_storage),
+    Row("storage empty", "there is room as before", Stage.empty_storage),
     Row("storage stalls", "the card takes nothing", lambda stage: stage.freeze_card(True)),
     Row("storage goes on", "the card works again", lambda stage: stage.freeze_card(False)),
     Row("power cut", "the daemon is gone, and what had not reached the card", Stage.cut_power),

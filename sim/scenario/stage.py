@@ -14,6 +14,7 @@ import surroundings
 from panel import Panel
 
 MEDIA_MOUNT_MB = 256
+MB = 1 << 20
 POLL_S = 0.02
 
 
@@ -80,6 +81,7 @@ class Stage:
         self.mark: tuple[int, int] = (0, 0)
         self.picture_seen = 0  # time of the picture last seen
         self.is_card = False
+        self.small_storage = 0  # size in bytes; 0: not in use
         self.must("layout")
 
     # --- Programs -------------------------------------------------------------------------------
@@ -193,7 +195,26 @@ class Stage:
         return self.board / "media"
 
     def use_small_storage(self, size_mb: float) -> None:
-        self.mount(["mount", "-t", "tmpfs", "-o", f"size={size_mb:g}m", "scenario", str(self.media())])
+        self.small_storage = int(size_mb * MB)
+        self.mount(["mount", "-t", "tmpfs", "-o", f"size={self.small_storage}", "scenario", str(self.media())])
+
+    def resize_small_storage(self, size: int) -> bool:
+        """At once. False when more is in use."""
+        if self.small_storage == 0:
+            raise Failed("storage small is missing before this")
+        return run(["mount", "-o", f"remount,size={size}", str(self.media())]).returncode == 0
+
+    def fill_storage(self, left_mb: float) -> None:
+        """Takes the room away: to fill it takes time, in which something could be done about it."""
+        def fill() -> bool:
+            used = shutil.disk_usage(self.media()).used
+            return self.resize_small_storage(max(1, used + int(left_mb * MB)))  # 0: any size
+
+        if not wait_until(fill, 10):  # what was written meanwhile needs another try
+            raise Failed("the storage can't be filled")
+
+    def empty_storage(self) -> None:
+        self.resize_small_storage(self.small_storage)
 
     def use_card(self) -> None:
         image = self.board / "card.img"
