@@ -251,8 +251,10 @@ class Stage:
         if self.daemon is not None and self.daemon.poll() is None:
             self.daemon.kill()
             self.daemon.wait()
-        for other_end in [*self.viewers, *self.deaf["viewers"], *self.deaf["clients"]]:
-            other_end.close()
+        for viewer in self.viewers:
+            viewer.close()
+        for deaf in self.deaf["viewers"] + self.deaf["clients"]:
+            deaf.close()
         if self.server is not None:
             self.server.close()
         if self.broker is not None:
