@@ -52,6 +52,8 @@ time_t seconds_ahead() {
 
 } // namespace
 
+// The names of the parameters there are reserved.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 
 int clock_gettime(clockid_t clock, timespec* now) noexcept {
@@ -80,3 +82,4 @@ int gettimeofday(timeval* now, void* /*zone*/) noexcept {
 }
 
 } // extern "C"
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

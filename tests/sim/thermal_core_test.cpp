@@ -193,10 +193,7 @@ struct ThermalSensor : ThermalCoreFolder {
 
 TEST_F(ThermalSensor, SameSeedGivesTheSamePicturesAndAnotherDoesNot) {
     set_sensor("seed 7\nnoise 2\npattern 5\n");
-    std::vector<picture> first;
-    for (int i = 0; i < 3; ++i) {
-        first.push_back(deliver());
-    }
+    const std::vector<picture> first{deliver(), deliver(), deliver()};
     EXPECT_NE(first[0].pixels, first[1].pixels) << "noise changes from picture to picture";
     sim::thermal_core again{folder.path() / "core"};
     for (std::uint64_t number : {2, 0, 1}) { // the number counts, not what came before
@@ -238,7 +235,7 @@ TEST_F(ThermalSensor, CorrectionRemovesThePatternAndDriftBringsItBack) {
     EXPECT_LT(deviation(deliver()), 1);
     frame += sim::SENSOR_RATE; // a second later
     EXPECT_NEAR(deviation(deliver()), 2.1, 0.3);
-    frame += 60 * sim::SENSOR_RATE;
+    frame += std::uint64_t{60} * sim::SENSOR_RATE;
     EXPECT_NEAR(deviation(deliver()), 6, 0.6) << "no more than before";
     // The camera is opened again; the core went on.
     sim::thermal_core again{folder.path() / "core"};
