@@ -26,17 +26,21 @@ struct queue {
     }
 };
 
+std::vector<double> stamps_every(double step_s, double start_s, double end_s) {
+    std::vector<double> stamps;
+    for (int i = 0; start_s + i * step_s < end_s; ++i) {
+        stamps.push_back(start_s + i * step_s);
+    }
+    return stamps;
+}
+
 } // namespace
 
 footage even_footage(double length_s, std::uint32_t rate, double offset_s) {
     footage made{.pictures_s = {}, .sounds_s = {}, .sound = {SOUND_BYTES, rate, 2, 0}};
     const double frame = sound_frame_s(made.sound);
-    for (double time = offset_s; time < length_s; time += PICTURE_S) {
-        made.pictures_s.push_back(time);
-    }
-    for (double time = 0; time < length_s; time += frame) {
-        made.sounds_s.push_back(time);
-    }
+    made.pictures_s = stamps_every(PICTURE_S, offset_s, length_s);
+    made.sounds_s = stamps_every(frame, 0, length_s);
     return made;
 }
 

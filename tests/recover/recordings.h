@@ -18,6 +18,7 @@ struct recordings {
     media packets{};               // packets of `whole`
     std::vector<int> numbers{};    // numbers of the pictures in `whole`
     std::size_t data_end = 0;      // end of the media data in `whole`, where its index begins
+    bool kept_pace = false;        // in `whole`, 2 % of the pictures at most were dropped, and none late
 };
 
 // Names of the files of one recording.
@@ -25,7 +26,7 @@ inline constexpr const char* NAME_BEFORE = "video_20240927093056_00.mp4";
 inline constexpr const char* NAME = "video_20240927093056_01.mp4";
 inline constexpr const char* NAME_BEHIND = "video_20240927093056_02.mp4";
 
-// Made once for all tests, in about a minute.
+// Made once for all tests, in about a minute; longer on a machine too busy to keep pace.
 const recordings& all_recordings();
 
 // `whole` without its index, as left by a muxer killed before it writes one.

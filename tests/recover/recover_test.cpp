@@ -7,6 +7,7 @@
 #include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <map>
 
 using testing::HasSubstr;
@@ -113,7 +114,7 @@ void expect_recovered(const fs::path& file, const damaged_recording& damaged) {
     if (found.video) {
         expect_numbers(file, pictures);
     }
-    if (found.video && found.audio) {
+    if (found.video && found.audio && all_recordings().kept_pace) {
         expect_in_step(found);
     }
 }
@@ -128,6 +129,9 @@ bool has_anything(const damaged_recording& damaged) {
 }
 
 TEST(RecoverTest, UndamagedPartsPlay) {
+    if (!all_recordings().kept_pace) {
+        std::cout << "this machine is too busy to record in time: times are not judged\n";
+    }
     std::mt19937 random{1};
     for (int i = 0; i < test_extent().damages; ++i) {
         const damaged_recording damaged =
