@@ -73,7 +73,7 @@ TEST(ButtonTool, ReportsWhyAPressFailed) {
     }
     const outcome refused = run({buttons, "press", "zoom", fifo});
     EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.output, HasSubstr("hold no more"));
+    EXPECT_THAT(refused.output, HasSubstr("their buffer is full"));
     close(stuck);
 }
 
