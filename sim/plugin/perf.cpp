@@ -1,4 +1,4 @@
-// perf: passes buffers through, counts them, and posts the rate once a second.
+// perf: passes buffers through, counts them, and posts the frame rate on the bus once a second.
 #include "element_class.h"
 #include "elements.h"
 #include "util/gst_owned.h"
@@ -15,7 +15,7 @@ namespace {
 
 enum property : guint { prop_print_cpu_load = 1 };
 
-// Frames and CPU time since the last report.
+// The time of the last report, the process's CPU time then, and the frames since then.
 struct tally {
     gint64 since_us = 0; // 0: no report yet
     std::clock_t processor_since = 0;
@@ -44,7 +44,7 @@ SimPerf* self_of(gpointer object) {
     return static_cast<SimPerf*>(object);
 }
 
-// The element's name, the rate and, if requested, the load.
+// The element's name, the frame rate and, if requested, the process's CPU load in percent.
 g_text report_text(SimPerf* self, gint64 now_us) {
     const tally& count = self->count;
     const double seconds = static_cast<double>(now_us - count.since_us) / G_USEC_PER_SEC;
@@ -57,7 +57,7 @@ g_text report_text(SimPerf* self, gint64 now_us) {
                                   100.0 * ticks / CLOCKS_PER_SEC / seconds)};
 }
 
-// The first picture also ends a second.
+// The first frame also causes a report, since `since_us` is still 0 then.
 GstFlowReturn count_frame(GstBaseTransform* transform, GstBuffer*) noexcept {
     SimPerf* self = self_of(transform);
     const gint64 now_us = g_get_monotonic_time();
