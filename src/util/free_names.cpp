@@ -1,4 +1,4 @@
-// Names for new files that collide with no existing file.
+// Finds time stamps for the names of new files, so that no existing file is overwritten.
 #include "util/free_names.h"
 
 #include "core/log.h"
@@ -18,11 +18,12 @@ namespace {
 using stamp_set = std::set<std::string, std::less<>>;
 
 const dirent* next_entry(DIR* folder) {
-    errno = 0; // readdir doesn't change it at the end
+    errno = 0; // still 0 after the last entry; readdir sets it on failure
     return readdir(folder);
 }
 
-// Returns the stamps after the prefix in the folder's names; none, with errno set, on failure.
+// Returns the time stamps that follow the prefix in the folder's names. If the folder can't be
+// read, returns nullopt and sets errno.
 std::optional<stamp_set> taken_stamps(const char* path, std::string_view prefix) {
     stamp_set taken;
     const folder_owner folder{opendir(sysroot_path(path).c_str())};
@@ -47,7 +48,8 @@ malloc_text get_free_timestamp(const char* folder, const char* prefix, std::time
                     std::strerror(errno));
         return nullptr;
     }
-    // At most as many steps as there are stamps, or twice that when clocks are set back by an hour.
+    // At most one step per taken stamp, or two in the hour that local time repeats when summer time
+    // ends.
     malloc_text stamp = get_timestamp_string(moment);
     while (stamp && taken->contains(std::string_view{stamp.get()})) {
         stamp = get_timestamp_string(++moment);

@@ -1,12 +1,12 @@
-// Names for new files that collide with no existing file.
+// Finds time stamps for the names of new files, so that no existing file is overwritten.
 #pragma once
 
 #include "core/imem.h"
 
 #include <ctime>
 
-// Returns the first time stamp from `moment` on, counting seconds, such that no name in the folder
-// begins with the prefix and that stamp. A missing folder counts as empty. None without a time
-// stamp, or, with a warning, when the folder can't be read.
+// Returns the time stamp of `moment`, or that of the first later second for which no name in the
+// folder begins with prefix and stamp. A missing folder counts as empty. Returns null if the time
+// can't be formatted, or, with a warning, if the folder can't be read.
 [[nodiscard]] malloc_text get_free_timestamp(const char* folder, const char* prefix,
                                              std::time_t moment);
