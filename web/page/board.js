@@ -1,5 +1,5 @@
-// Controls for the board: cables, a failing thermal core, the camera's input, the scene on the
-// display.
+// Controls for the board: cables, a failing thermal core, the camera's input (footage), and the
+// on-screen display's scene.
 import { byId, el, setText } from './dom.js';
 import { action, fileChoice, follow, isBusy, set, toggle } from './fields.js';
 import { deleteButton } from './delete.js';
@@ -42,7 +42,7 @@ function footage(server) {
     server.on('footage', (now) => {
         chosen = now.chosen;
         const names = now.choices.join('/'); // no name contains a slash
-        if (names !== listed) { // rebuilding would close an open list
+        if (names !== listed) { // rebuild only then: it closes a list that the user has opened
             listed = names;
             const { value } = select;
             select.replaceChildren(other, ...now.choices.map((name) => el('option', { value: name }, name)));
@@ -56,8 +56,8 @@ function footage(server) {
             show();
         }
     });
-    // The new list comes later than the response; a state in between must not show the old
-    // selection.
+    // The `footage` message with the new choice comes after the response. A `state` message in between
+    // must not show the old choice.
     server.on('response', ({ message, ok }) => {
         if (ok && message.request === 'footage') {
             chosen = message.name;
