@@ -1,4 +1,5 @@
-// Where the reticle is at a given zoom, and on which point the thermal core centres.
+// Calculates where the reticle is drawn at a given scale, and around which point the thermal core
+// magnifies.
 #include "control/reticle_geometry.h"
 
 #include "config/cfg.h"
@@ -9,23 +10,24 @@
 
 namespace {
 
-// Display pixels to a thermal-core pixel: 1024 to 640.
+// Display pixels per thermal-core pixel: the widths are 1024 and 640.
 constexpr double DISPLAY_PER_TCORE = 1.6;
 
 const reticle_src& selected_image() {
     return reticle_srcs.at(static_cast<std::size_t>(global_config.reticle_source));
 }
 
-// Geometry of one axis. The axes differ only in the sign of the correction's last step.
+// Geometry of one axis. The magnified picture begins at the core's pixel tcore - offset, so it
+// shows the aim point at offset * scale.
 struct axis_geometry {
-    double tcore;
-    double offset;
-    double disp;
-    double reticle; // without correction
-    double fine;
+    double tcore;   // the aim point, in thermal-core pixels
+    double offset;  // in thermal-core pixels
+    double disp;    // the image's corner, with the aim point where the core shows it
+    double reticle; // the image's corner, with the aim point at its place at scale 1
+    double fine;    // correction: from `reticle` to `disp`, plus half a scale; 0 at scale 1
 };
 
-// `half_step` is half the scale, as an integer, with the axis's sign.
+// `half_step` is half the scale, rounded down: negative for x, positive for y.
 axis_geometry calc_axis(int scale, double aim, double center, int half_step) {
     axis_geometry axis{};
     axis.tcore = std::trunc(aim / DISPLAY_PER_TCORE);

@@ -1,4 +1,5 @@
-// Where the reticle is at a given zoom, and on which point the thermal core centres.
+// Calculates where the reticle is drawn at a given scale, and around which point the thermal core
+// magnifies.
 #pragma once
 
 struct point {
@@ -6,20 +7,21 @@ struct point {
     double y;
 };
 
-// Display pixels, except for the thermal-core point.
+// Positions in display pixels, except for `tcore`.
 struct reticle_geometry {
     point reticle; // top-left corner of the scaled image
-    point fine;    // correction contained in both positions
-    point red_dot;
-    point tcore; // thermal-core pixels, whole numbers; independent of the scale
+    point fine;    // correction, already added to `reticle` and `red_dot`
+    point red_dot; // the aim point
+    point tcore;   // the aim point in thermal-core pixels, whole numbers; the same at any scale
 };
 
-// Calculates the geometry for a scale, the origin (the image's corner at scale 1) and the image's
-// aim point. At scale 0 (picture-in-picture off) only the thermal-core point is valid.
+// Calculates the geometry. `scale` is the factor of zoom or inset; `origin` is the image's top-left
+// corner at scale 1; `center` is the aim point, relative to that corner. With scale 0, which means
+// no inset, only `tcore` is valid.
 [[nodiscard]] reticle_geometry ac_calc_origin(int scale, point origin, point center);
 
-// Returns width and height, in display pixels, of the selected image.
+// Returns width and height, in display pixels, of the selected reticle image at that scale.
 [[nodiscard]] point ac_calc_image_coords(int scale);
 
-// As ac_calc_origin, with origin and aim point from the settings.
+// Like ac_calc_origin, with the origin and the reticle image that the settings select.
 [[nodiscard]] reticle_geometry ac_calc_stored_origin(int scale);
