@@ -22,7 +22,7 @@
 
 namespace {
 
-// Set when a stop signal was handled.
+// True once a stop signal was handled.
 bool is_stopping = false;
 const char* pid_file = nullptr;
 
@@ -38,11 +38,11 @@ void on_client(const user_event& event) {
     if (ea_unregister_event(event.fd) != 0) {
         log_fatal("failed to unregister client socket");
     }
-    // No other reference is left.
+    // Nothing else refers to the client now: free it.
     const client_owner released{client};
 }
 
-// Once the daemon is stopping, nothing is restarted.
+// Replaces a picture that has ended, unless the daemon is stopping.
 void on_pipe_end(int pipe) {
     if (!is_stopping) {
         recover_live_view(pipe);
@@ -60,8 +60,8 @@ void on_bus(const user_event& event) {
     on_pipe_end(pipe);
 }
 
-// A hung tool may work at the next press; a tool that was not started because the daemon is
-// stopping has not failed.
+// Not fatal: a tool that hung, since it may work at the next press, and one that was not started
+// because the daemon is stopping.
 bool is_fatal(int button_result) {
     return button_result != 0 && button_result != TOOL_TIMED_OUT &&
            button_result != TOOL_NOT_STARTED;
@@ -97,8 +97,7 @@ void on_signal(const user_event& event) {
 }
 
 void on_end_at_tick(bus_handle handle) {
-    // May be unregistered: a start that failed half-way registers nothing, and a full aggregator
-    // refuses.
+    // The bus is not registered if the start failed half-way, or if the event table was full.
     static_cast<void>(ea_unregister_event(handle.fd));
     on_pipe_end(handle.pipe);
 }
