@@ -1,4 +1,4 @@
-// Base of the board's two video transform units: scaling and colour conversion.
+// Base class for the stand-ins of the board's two video transform units.
 #include "video_transform.h"
 
 #include "element_class.h"
