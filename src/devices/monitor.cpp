@@ -1,4 +1,4 @@
-// Whether an external monitor is plugged in.
+// Tells whether an external monitor is plugged in.
 #include "devices/monitor.h"
 
 #include "util/files.h"

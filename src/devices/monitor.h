@@ -1,4 +1,4 @@
-// Whether an external monitor is plugged in.
+// Tells whether an external monitor is plugged in.
 #pragma once
 
 // The HDMI driver's sysfs attribute; the file exists while a monitor is plugged in.
