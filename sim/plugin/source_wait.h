@@ -1,5 +1,5 @@
-// Where a live source's streaming thread waits: until a time, until a descriptor is readable, or
-// until the pipe is flushed.
+// Makes a live source's streaming thread wait: for a time, or until a descriptor is readable or the
+// pipe is flushed.
 #pragma once
 
 #include <gst/base/gstpushsrc.h>
@@ -10,14 +10,14 @@
 namespace sim {
 
 enum class waited {
-    elapsed,  // the time is over
+    elapsed,  // the time has passed
     woken,    // the descriptor is readable
-    flushing, // return GST_FLOW_FLUSHING
+    flushing, // the pipe is flushed: return GST_FLOW_FLUSHING
 };
 
 class source_wait {
 public:
-    // Also waits for this descriptor; negative: for none.
+    // From now on, wait() also ends when this descriptor is readable; a negative one is ignored.
     void watch(int descriptor) {
         gst_poll_fd_init(&watched_);
         watched_.fd = descriptor;
@@ -51,7 +51,8 @@ private:
     GstPollFD watched_ = GST_POLL_FD_INIT;
 };
 
-// Call in class_init of a GstPushSrc whose instances have a `state.wait`.
+// Makes a flush end the wait. Call in class_init of a GstPushSrc whose instances have a
+// `state.wait`.
 template <typename Source> void flush_through_wait(gpointer klass) {
     auto* base = GST_BASE_SRC_CLASS(klass);
     base->unlock = [](GstBaseSrc* source) noexcept -> gboolean {
@@ -64,7 +65,7 @@ template <typename Source> void flush_through_wait(gpointer klass) {
     };
 }
 
-// Call in instance_init: makes the source live, with stamps in running time.
+// Makes the source live; the time stamps of its buffers are running times. Call in instance_init.
 inline void make_live(gpointer source) {
     gst_base_src_set_live(GST_BASE_SRC(source), TRUE);
     gst_base_src_set_format(GST_BASE_SRC(source), GST_FORMAT_TIME);
