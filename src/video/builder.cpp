@@ -1,4 +1,4 @@
-// Builds a pipe from its row: elements, properties, links.
+// Builds a pipe from its row in the pipe tables: elements, properties, links.
 #include "video/builder.h"
 
 #include "core/log.h"
@@ -20,7 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long a muxing output may settle after it is set playing. The loop waits meanwhile.
+// Pause after a pipe with a muxer was set playing, so that it settles. The loop waits meanwhile.
 constexpr auto SETTLING_TIME = 200ms;
 
 // --- Elements --------------------------------------------------------------------------------
@@ -37,7 +37,7 @@ std::size_t index_of(const element_chain& chain, std::string_view name) {
     return index;
 }
 
-// Returns false when a required element could not be made.
+// Returns false if a required element can't be made.
 bool make_element(const element_row& row, gst_owned<GstElement>& element) {
     if (row.wanted_by != nullptr && configs.*row.wanted_by == 0) {
         return true;
@@ -79,7 +79,7 @@ void set_caps(GstElement* element, const char* property, caps_text caps) {
     set_property(element, property, GST_TYPE_CAPS, gst_value_set_caps, value.get());
 }
 
-// Doubles each "%" but the last, for printf-style patterns.
+// Doubles each "%" but the last, so that only the last is a conversion in a printf-style pattern.
 std::string with_one_conversion(std::string_view pattern) {
     const std::size_t last = pattern.rfind('%');
     std::string text;
@@ -89,14 +89,14 @@ std::string with_one_conversion(std::string_view pattern) {
     return text;
 }
 
-// Sets one property from a chain's value.
+// Sets the property of a row: run() calls the operator for the type of the row's value.
 class property_setter {
 public:
     property_setter(const property_row& row, const element_chain& chain,
                     const element_list& elements, const start_arguments& arguments)
         : row_{row}, chain_{chain}, elements_{elements}, arguments_{arguments} {}
 
-    // Does nothing if the pipe doesn't use the element, or the element lacks the property.
+    // Does nothing if the pipe doesn't use the element, or the element lacks an optional property.
     void run() const {
         GstElement* const element = element_of(row_.element);
         if (element != nullptr && !(row_.is_optional && !has_property(element, row_.property))) {
@@ -142,6 +142,7 @@ private:
     const start_arguments& arguments_;
 };
 
+// Sets the caps that the rows name in elements of other pipes, as far as these exist.
 void set_remote_properties(std::span<const remote_property> rows) {
     for (const remote_property& row : rows) {
         if (const gst_owned<GstElement> element = handle_get(row.handle)) {
@@ -152,7 +153,8 @@ void set_remote_properties(std::span<const remote_property> rows) {
 
 // --- Chains ----------------------------------------------------------------------------------
 
-// From here on the list contains only elements that were added.
+// Adds the elements to the pipeline. Removes from the list those that another element contains, so
+// that they are not linked.
 void add_elements(GstElement* pipeline, const element_chain& chain, element_list& elements) {
     for (std::size_t i = 0; i < chain.elements.size(); ++i) {
         if (chain.elements[i].inside_another) {
@@ -177,8 +179,8 @@ bool link_elements(const element_list& elements) {
     return true;
 }
 
-// Creates the chain's elements in the pipeline, sets their properties and those of other pipes, and
-// links them.
+// Creates the chain's elements in the pipeline, sets their properties and the remote ones, and
+// links the elements.
 void build_chain(GstElement* pipeline, const element_chain& chain, const start_arguments& arguments,
                  std::span<const remote_property> remote_properties = {}) {
     element_list elements;
@@ -212,7 +214,8 @@ bool link_to_muxer(GstPad* from, GstElement* muxer, const muxer_input& input) {
     return to && gst_pad_link(from, to.get()) == GST_PAD_LINK_OK;
 }
 
-// A listener that joins late can't decode anything before the first key frame.
+// Drops what precedes the first key frame: an output that joins a running encoder could not decode
+// it.
 GstPadProbeReturn drop_until_key_frame(GstPad* /*pad*/, GstPadProbeInfo* info,
                                        gpointer /*unused*/) {
     return GST_BUFFER_FLAG_IS_SET(GST_PAD_PROBE_INFO_BUFFER(info), GST_BUFFER_FLAG_DELTA_UNIT)
@@ -246,6 +249,7 @@ void build_input(GstElement* pipeline, const char* muxer_name, const muxer_input
 
 // --- Pipes -----------------------------------------------------------------------------------
 
+// Runs the row's command, if any, before the pipe is built for the first time.
 void run_first_command(const pipe_row& row) {
     static std::array<bool, PIPE_COUNT> has_run{};
     if (row.first_command != nullptr &&
@@ -289,8 +293,8 @@ void build_pipe(GstElement* pipeline, const pipe_row& row, const start_arguments
     }
 }
 
-// Returns the class's template, since the factory's lacks the pad type: requesting a pad by the
-// factory's template creates one of the wrong type.
+// Returns the template of the element's class. The factory's template has no pad type, so a pad
+// requested by it has the wrong type.
 gst_owned<GstPadTemplate> template_of_class(GstElement* element, const char* name) {
     GstPadTemplate* const found =
         gst_element_class_get_pad_template(GST_ELEMENT_GET_CLASS(element), name);
