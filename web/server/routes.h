@@ -1,4 +1,4 @@
-// The table of routes: a row for each method and path, described in PROTOCOL.md.
+// The table of routes: a row for each method and path. PROTOCOL.md describes them.
 #pragma once
 
 #include "board_folder.h"
@@ -15,7 +15,7 @@
 
 namespace web {
 
-// What handlers use; borrowed.
+// The objects and functions that handlers use. The objects are borrowed.
 struct services {
     const board_folder& board;
     const sim_command& sim;
@@ -24,18 +24,18 @@ struct services {
     std::function<void(std::unique_ptr<page_socket>)> on_picture_client;
 };
 
-// `parameter` is the rest of the path after the route's.
+// `parameter` is what follows the route's path in that of the request.
 using request_handler = void (*)(const services&, SoupServerMessage* request,
                                  const std::string& parameter);
 
 struct route {
-    const char* method; // GET of a file includes HEAD
-    const char* path;   // ends with a slash if a parameter follows
-    const char* parameter = "";
+    const char* method;         // GET with a `handler` includes HEAD
+    const char* path;           // ends with a slash if a parameter follows
+    const char* parameter = ""; // its name in PROTOCOL.md, such as "{file}"
     request_handler handler = nullptr;
     // For a WebSocket, instead of a handler: the function that serves the connection.
     std::function<void(std::unique_ptr<page_socket>)> services::*client_handler = nullptr;
-    // For a POST: maximum bytes of its body, and the folder that it is written to.
+    // For a POST: the maximum size of its body in bytes, and the folder to which it is written.
     goffset body_max = 0;
     std::string (*upload_folder)(const board_folder&) = nullptr;
 };
