@@ -1,4 +1,4 @@
-// The event aggregator: the daemon's only wait point.
+// The event aggregator: the table of descriptors that the main loop polls.
 #include "core/eventagg.h"
 
 #include "core/log.h"
@@ -12,7 +12,7 @@ namespace {
 std::array<pollfd, EA_MAX_EVENTS> poll_events{};
 std::array<user_event, EA_MAX_EVENTS> user_events{};
 std::size_t registered_events = 0;
-std::array<user_event, EA_MAX_EVENTS> out_list{};
+std::array<user_event, EA_MAX_EVENTS> out_list{}; // ready records of the last wait
 std::uint64_t next_serial = 1;
 
 // Returns the index of the record with that descriptor, or -1.
@@ -58,7 +58,7 @@ std::span<const user_event> ea_poll_events() {
     if (registered_events == 0) {
         return {};
     }
-    // After a failed poll() the returned events are undefined.
+    // After a failed poll(), `revents` is undefined.
     if (poll(poll_events.data(), registered_events, -1) < 0) {
         return {};
     }

@@ -1,4 +1,4 @@
-// The event aggregator: the daemon's only wait point.
+// The event aggregator: the table of descriptors that the main loop polls.
 //
 // Every descriptor that can wake the daemon is registered here with a type and one word of user
 // data. The module that registers a descriptor owns it, and may close it before or after
@@ -30,7 +30,7 @@ struct user_event {
 };
 
 // Registers `fd`. A negative one is allowed and never becomes ready. Returns 0 if it is registered
-// with that type, now or before; 1 if it has another type or 32 are in use.
+// with that type, now or before; 1 if it has another type, or if the table is full.
 [[nodiscard]] int ea_register_event(int fd, int type, std::uintptr_t user_data);
 
 // Unregisters `fd`. Returns 0, or -1 when it is not registered.
