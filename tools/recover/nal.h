@@ -15,11 +15,12 @@ enum nal_type : std::uint8_t {
     NAL_FILLER = 12,
 };
 
-// Maximum length of a NAL unit. The largest picture of 1024 x 768 allowed by the standard has half
-// of it.
+// Maximum length of a plausible NAL unit: twice the largest picture of 1024 x 768 that the standard
+// allows.
 inline constexpr std::uint32_t NAL_LENGTH_MAX = 2 * 1024 * 1024;
-// Maximum length of a parameter set. Only those with tables have more than a few bytes.
+// Maximum length of a plausible parameter set. Most have only a few bytes.
 inline constexpr std::uint32_t PARAMETER_SET_MAX = 512;
+// Number of possible ids of picture parameter sets.
 inline constexpr std::uint32_t PICTURE_SET_IDS = 256;
 
 [[nodiscard]] constexpr nal_type type_of_nal(std::uint8_t first_byte) {
@@ -33,7 +34,8 @@ inline constexpr std::uint32_t PICTURE_SET_IDS = 256;
 // True if a NAL unit of that length may begin with that byte.
 [[nodiscard]] bool is_plausible_nal(std::uint8_t first_byte, std::uint32_t length);
 
-// False if the NAL unit contains what an encoder never writes, such as three zero bytes.
+// False if the NAL unit contains what an encoder never writes, such as a start code or three zero
+// bytes in a row.
 [[nodiscard]] bool is_undamaged_nal(byte_view nal);
 
 struct slice_start {
@@ -45,5 +47,6 @@ struct slice_start {
 // Bytes of a slice that are needed to parse its beginning.
 inline constexpr std::size_t SLICE_START_MAX = 16;
 
-// None for slices that the sight's encoder doesn't write, such as B slices.
+// Reads the first fields of a slice. Returns none if the NAL unit is no slice, is too short, or is
+// a slice that the sight's encoder doesn't write, such as a B slice.
 [[nodiscard]] std::optional<slice_start> read_slice_start(byte_view nal);
