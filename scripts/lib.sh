@@ -3,12 +3,12 @@
 
 VTRDC_SOURCE_DIR=$(cd "${BASH_SOURCE[0]%/*}/.." && pwd)
 
-# Prints a line to standard error: standard output belongs to the program that is run.
+# Prints a line to standard error, since standard output is for the program that the script runs.
 say() {
     printf '%s\n' "$*" >&2
 }
 
-# Prints the message and exits: STATUS MESSAGE...
+# Prints the message and exits with the status: STATUS MESSAGE...
 die() {
     local status=$1
     shift
@@ -16,7 +16,7 @@ die() {
     exit "$status"
 }
 
-# Prints the message and exits with status 2.
+# Prints the message with a hint at --help and exits with status 2: MESSAGE...
 bad_usage() {
     die 2 "$* (see --help)"
 }
@@ -30,19 +30,19 @@ as_root() {
     fi
 }
 
-# The build folder of a preset such as release or asan; VTRDC_BUILD_DIR overrides it.
+# Prints the build folder of a preset such as release or asan: PRESET. VTRDC_BUILD_DIR overrides it.
 build_dir() {
     local folder=$VTRDC_SOURCE_DIR/build
     [[ $1 == release ]] || folder=$folder-$1
     printf '%s\n' "${VTRDC_BUILD_DIR:-$folder}"
 }
 
-# Runs a command or function with its output in a file: LOG COMPLAINT COMMAND... On failure, shows
-# the end of the file and exits with the complaint.
+# Runs a command or function and writes its output to a file: LOG COMPLAINT COMMAND... On failure,
+# shows the end of the file and exits with the complaint.
 logged() {
     local log=$1 complaint=$2 status
     shift 2
-    # Not as a condition: that would disable errexit in everything that a function calls.
+    # Not "if (...)": as a condition it would run without errexit, also inside functions.
     set +e
     (
         set -e
@@ -56,7 +56,7 @@ logged() {
     fi
 }
 
-# Waits until a command succeeds: SECONDS COMMAND...
+# Repeats a command until it succeeds, for at most so many seconds; fails then: SECONDS COMMAND...
 await() {
     local deadline=$((SECONDS + $1))
     shift
@@ -69,7 +69,7 @@ await() {
     done
 }
 
-# Prints the names of the elements in a folder of GStreamer plug-ins, one a line.
+# Prints the names of the elements in a folder of GStreamer plug-ins, one a line: FOLDER
 elements_in() {
     local registry
     registry=$(mktemp -d)
@@ -78,8 +78,8 @@ elements_in() {
     rm -r -- "$registry"
 }
 
-# Replaces stand-ins by the plug-ins in a folder, for daemons started from here. Hides the stand-ins
-# of the same names, so that the search order doesn't matter.
+# Makes daemons started from here use the plug-ins in a folder instead of the stand-ins of the same
+# names: FOLDER. These stand-ins are hidden, so that the search order doesn't matter.
 replace_stand_ins() {
     VTRDC_SIM_ELEMENTS=$(realpath -e -- "$1" 2>/dev/null) || die 2 "no folder $1"
     VTRDC_SIM_WITHOUT=$(elements_in "$VTRDC_SIM_ELEMENTS")
@@ -87,8 +87,8 @@ replace_stand_ins() {
     export VTRDC_SIM_ELEMENTS VTRDC_SIM_WITHOUT
 }
 
-# Prints the name under which an LLVM tool is installed in the version of Debian 12: others format differently
-# and find other faults. Fails without one: TOOL
+# Prints the name of an LLVM tool's program, if its version is that of Debian 12; fails otherwise: TOOL. Other
+# versions format differently and find other faults.
 llvm_tool() {
     local version=14 name
     for name in "$1-$version" "$1"; do
