@@ -1,5 +1,5 @@
-// Nothing may be lost: originals, if the tool is killed, storage is full or a call fails, and files in
-// use.
+// Nothing may be lost: originals, if the tool is killed, storage is full or a call fails, and files
+// in use.
 #include "fault/planned.h"
 #include "recordings.h"
 #include "support/storage.h"

@@ -28,7 +28,7 @@ enum : unsigned { P_SLICE = 5, B_SLICE = 6, I_SLICE = 7 };
 
 void put_code(std::string& bits, unsigned value) {
     ++value;
-    const int width = std::bit_width(value);
+    const auto width = static_cast<int>(std::bit_width(value));
     bits.append(static_cast<std::size_t>(width - 1), '0');
     for (int bit = width; bit-- > 0;) {
         bits += (value >> bit & 1) != 0 ? '1' : '0';

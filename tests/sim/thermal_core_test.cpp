@@ -40,7 +40,7 @@ picture drawn(const core_settings& settings, const picture& sensor) {
 
 // A lit pixel seen through bilinear scaling, by how far the sample is off its centre.
 std::uint8_t lit(double off_x, double off_y) {
-    return static_cast<std::uint8_t>(255 * (1 - off_x) * (1 - off_y) + 0.5);
+    return static_cast<std::uint8_t>(std::lround(255 * (1 - off_x) * (1 - off_y)));
 }
 
 struct zoom_case {

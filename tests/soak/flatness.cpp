@@ -64,7 +64,8 @@ void flatness::expect_flat(std::optional<long> spare_memory_kb) const {
         for (std::size_t i = begin; i < begin + quarter; ++i) {
             values.push_back(samples_[i].*field);
         }
-        std::ranges::nth_element(values, values.begin() + values.size() / 2);
+        std::ranges::nth_element(values,
+                                 values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
         return values[values.size() / 2];
     };
     ASSERT_GE(samples_.size(), 2U);

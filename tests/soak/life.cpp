@@ -192,7 +192,7 @@ std::chrono::duration<double, std::micro> life::usual_answer_time() {
         EXPECT_TRUE(daemon_.ask("c:get_pip:n:").starts_with("r:get_pip:"));
         time = std::chrono::steady_clock::now() - start;
     }
-    std::ranges::nth_element(times, times.begin() + times.size() / 2);
+    std::ranges::nth_element(times, times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2));
     return times[times.size() / 2];
 }
 

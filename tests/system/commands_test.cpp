@@ -312,8 +312,7 @@ TEST_F(CommandTest, PipesAreDumpedAndDrawn) {
     EXPECT_EQ(ask("c:pipeline_state:n:"), "r:pipeline_state:n:");
     for (const char* line :
          {"[INFO]: -- Bin -- [src-pipe]\n",
-          "[INFO]: Element: (SimCamera) camera-source, state: "
-          "PLAYING\n",
+          "[INFO]: Element: (SimCamera) camera-source, state: PLAYING\n",
           "[INFO]:    pad: src, dir: SRC <-> peer: sink, parent:g2d-transform, dir:SINK\n",
           "[INFO]: -- Bin end --[src-pipe]\n", "[INFO]: -- Bin -- [display-pipe]\n",
           "[INFO]: -- Bin end --[display-pipe]\n"}) {

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 

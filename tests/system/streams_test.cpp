@@ -10,7 +10,6 @@
 #include <memory>
 #include <optional>
 
-using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {

@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-using testing::StartsWith;
-
 namespace {
 
 // Time limit for everybody, with reserves for a busy machine. A camera may stay stuck forever.

@@ -23,7 +23,7 @@ public:
 
     // Starts the daemon with these options through scripts/sim; returns its process id.
     [[nodiscard]] pid_t start(const std::vector<std::string>& options,
-                              const std::vector<std::string>& environment,
+                              const std::vector<std::string>& assignments,
                               const std::filesystem::path& output) const;
 
     // The daemon's executable, for running it without a board's environment.

@@ -59,10 +59,10 @@ bool vtrdc_daemon::wait_for(std::string_view text) {
     return found;
 }
 
-bool vtrdc_daemon::wait_for_count(std::string_view text, int wanted) const {
+bool vtrdc_daemon::wait_for_count(std::string_view text, int count) const {
     const bool found = wait_for_file(
-        output_, [&] { return count(text) >= wanted; }, WAIT_LIMIT);
-    EXPECT_TRUE(found) << "waited in vain for " << wanted << " times: " << text;
+        output_, [&] { return this->count(text) >= count; }, WAIT_LIMIT);
+    EXPECT_TRUE(found) << "waited in vain for " << count << " times: " << text;
     return found;
 }
 

@@ -1,10 +1,10 @@
 // Preloaded into the daemon: writes into a media folder, or only fsync calls, block while a file of
 // the test exists, as on dead storage. Unlike blocked kernel calls, they end with the process.
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
-#include <limits.h>
 #include <string_view>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -43,6 +43,7 @@ template <class Function> Function* next(const char* name) {
 
 extern "C" {
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's are reserved
 ssize_t write(int fd, const void* data, size_t size) {
     static auto* const real = next<ssize_t(int, const void*, size_t)>("write");
     wait_to_write(fd);
@@ -54,6 +55,7 @@ ssize_t writev(int fd, const iovec* parts, int count) {
     wait_to_write(fd);
     return real(fd, parts, count);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 int fsync(int fd) {
     static auto* const real = next<int(int)>("fsync");
