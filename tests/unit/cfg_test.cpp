@@ -79,7 +79,8 @@ TEST_F(ConfigTest, DefaultsAsWritten) {
     EXPECT_THAT(defaults, StartsWith("socket_file=/run/vtrdc.socket\n"
                                      "video_ready_file=/var/run/video_playing\n"));
     EXPECT_THAT(defaults, HasSubstr("\nreticle=1\norigin_x=512.00\norigin_y=384.00\n"));
-    EXPECT_THAT(defaults, EndsWith("\nrecord_max_len=300\n"));
+    EXPECT_THAT(defaults, EndsWith("\nrecord_max_len=300\n"))
+        << "settings_list.inc says where a new row goes";
     // Reading the written file restores them.
     ASSERT_EQ(read(defaults), 0);
     EXPECT_EQ(serialized(), defaults);
