@@ -1,35 +1,10 @@
 // Live pictures of the panel for the pages.
 #include "panel_stream.h"
 
-#include "panel_reader.h"
-
 #include <algorithm>
-#include <turbojpeg.h>
 #include <utility>
 
 namespace web {
-namespace {
-
-// Keeps fine reticle lines clean, at about 150 kB a picture.
-constexpr int JPEG_QUALITY = 85;
-
-struct jpeg_release {
-    void operator()(void* compressor) const noexcept { tjDestroy(compressor); }
-    void operator()(unsigned char* picture) const noexcept { tjFree(picture); }
-};
-
-g_owned<GBytes> encode(const std::vector<std::uint8_t>& pixels) {
-    static void* const compressor = tjInitCompress(); // never destroyed
-    unsigned char* picture = nullptr;
-    unsigned long size = 0;
-    const int status =
-        tjCompress2(compressor, pixels.data(), sim::PANEL_WIDTH, 0, sim::PANEL_HEIGHT, TJPF_BGRX,
-                    &picture, &size, TJSAMP_444, JPEG_QUALITY, TJFLAG_FASTDCT);
-    const std::unique_ptr<unsigned char, jpeg_release> owner(picture);
-    return g_owned<GBytes>(status == 0 ? g_bytes_new(picture, size) : nullptr);
-}
-
-} // namespace
 
 struct panel_stream::viewer {
     std::unique_ptr<page_socket> socket;
@@ -38,7 +13,8 @@ struct panel_stream::viewer {
 };
 
 panel_stream::panel_stream(std::string devices)
-    : devices_(std::move(devices)), panel_(devices_ + "/fb0"), pixels_(sim::PANEL_BYTES) {}
+    : devices_(std::move(devices)),
+      encoder_(devices_ + "/fb0", [this](g_owned<GBytes> picture) { take(std::move(picture)); }) {}
 
 panel_stream::~panel_stream() {
     for (const viewer& each : viewers_) {
@@ -86,22 +62,28 @@ void panel_stream::on_closed(SoupWebsocketConnection* page, gpointer self) noexc
 }
 
 void panel_stream::show_those_who_wait() {
+    bool is_newer_wanted = false;
     for (viewer& each : viewers_) {
-        if (each.is_waiting && each.seen != serial_ && picture() != nullptr) {
+        if (each.is_waiting && each.seen < encoded_serial_) {
             each.is_waiting = false;
-            each.seen = serial_;
-            each.socket->send(picture());
+            each.seen = encoded_serial_;
+            each.socket->send(encoded_.get());
         }
+        is_newer_wanted = is_newer_wanted || (each.is_waiting && encoded_serial_ < serial_);
+    }
+    if (is_newer_wanted && !encoder_.is_busy()) {
+        encoding_serial_ = serial_;
+        encoder_.start();
     }
 }
 
-// Borrowed; encoded once for all viewers. None if the panel has no complete picture.
-GBytes* panel_stream::picture() {
-    if (encoded_serial_ != serial_ && read_panel(panel_.c_str(), pixels_)) {
-        encoded_ = encode(pixels_);
-        encoded_serial_ = serial_;
+// Encoded once for all viewers. A panel without a complete picture will be written again.
+void panel_stream::take(g_owned<GBytes> picture) {
+    if (picture) {
+        encoded_ = std::move(picture);
+        encoded_serial_ = encoding_serial_;
+        show_those_who_wait();
     }
-    return encoded_serial_ == serial_ ? encoded_.get() : nullptr;
 }
 
 } // namespace web

@@ -4,6 +4,7 @@
 
 #include "loop.h"
 #include "page_socket.h"
+#include "panel_encoder.h"
 
 #include <memory>
 #include <optional>
@@ -31,15 +32,15 @@ private:
                            gpointer self) noexcept;
     static void on_closed(SoupWebsocketConnection* page, gpointer self) noexcept;
     void show_those_who_wait();
-    [[nodiscard]] GBytes* picture();
+    void take(g_owned<GBytes> picture);
 
     const std::string devices_;
-    const std::string panel_;
-    std::uint64_t serial_ = 1;         // of the current picture
-    std::uint64_t encoded_serial_ = 0; // of `encoded_`
+    std::uint64_t serial_ = 1;          // of the current picture
+    std::uint64_t encoded_serial_ = 0;  // of `encoded_`
+    std::uint64_t encoding_serial_ = 0; // of the picture that the encoder works on
     g_owned<GBytes> encoded_;
-    std::vector<std::uint8_t> pixels_;
     std::vector<viewer> viewers_;
+    panel_encoder encoder_;
     std::optional<file_watch> watch_; // while there are viewers
 };
 
