@@ -1,0 +1,112 @@
+"""The copy of the source that is mutated, and its builds."""
+
+import functools
+import hashlib
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+from collections.abc import Iterable
+
+from operators import Mutant
+from source import Source
+from suite import Test, targets_of
+
+# What all tests depend on. Documents and packaging are read by few.
+CODE = ("CMakeLists.txt", "cmake/", "scripts/", "sim/", "src/", "tests/", "tools/recover/", "tools/vtrdcctl/", "web/")
+# The tests themselves.
+TESTS = re.compile(r"tests/.*_test\.cpp|scenarios/.*\.txt")
+SUFFIXES = (".cpp", ".h", ".inc")
+BUILD_LIMIT_S = 300
+
+
+class Copy:
+    def __init__(self, source: pathlib.Path, work: pathlib.Path) -> None:
+        self.tree = work / "source"
+        self.plain = work / "plain"
+        self.coverage = work / "coverage"
+        self._bring_up_to_date(source)
+
+    def _bring_up_to_date(self, source: pathlib.Path) -> None:
+        """Files that are the same keep their time, so that little is compiled."""
+        listed = subprocess.run(
+            ["git", "-C", str(source), "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
+            check=True,
+            capture_output=True,
+            text=True,
+        )
+        names = {name for name in listed.stdout.split("\0") if name and (source / name).is_file()}
+        for name in names:
+            target = self.tree / name
+            if not target.is_file() or target.read_bytes() != (source / name).read_bytes():
+                target.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copyfile(source / name, target)
+            shutil.copymode(source / name, target)
+        for file in self.tree.rglob("*"):
+            if file.is_file() and str(file.relative_to(self.tree)) not in names:
+                file.unlink()
+        self.names = sorted(names)
+
+    def key(self, *prefixes: str) -> str:
+        """Of what the files contain whose names begin so, but for the tests."""
+        return self._hashed(name for name in self.names if name.startswith(prefixes) and not TESTS.fullmatch(name))
+
+    def _hashed(self, names: Iterable[str]) -> str:
+        digest = hashlib.sha256()
+        for name in names:
+            digest.update(f"{name}\0".encode() + hashlib.sha256((self.tree / name).read_bytes()).digest())
+        return digest.hexdigest()[:12]
+
+    def home(self, test: str) -> str:
+        """The key of the file that the test is in."""
+        kind, _, name = test.partition(".")
+        suite = re.escape(kind.rsplit("/", 1)[-1])
+        begins = re.compile(rf"\bTEST(?:_F|_P)?\({suite},")
+        files = (file for file in self.names if TESTS.fullmatch(file))
+        return self._hashed(
+            file for file in files if file == f"scenarios/{name}.txt" or begins.search(self._text(file))
+        )
+
+    @functools.cache
+    def _text(self, name: str) -> str:
+        return (self.tree / name).read_text(encoding="utf-8")
+
+    def sources(self) -> dict[str, Source]:
+        return {
+            name: Source(name, (self.tree / name).read_text(encoding="utf-8"))
+            for name in self.names
+            if name.startswith("src/") and name.endswith(SUFFIXES)
+        }
+
+    def configure(self, build: pathlib.Path, preset: str) -> None:
+        options = ["-DVTRDC_BUILD_BENCH=OFF"]
+        if shutil.which("ccache"):
+            options.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
+        subprocess.run(
+            ["cmake", "--preset", preset, "-B", str(build), *options],
+            cwd=self.tree,
+            check=True,
+            stdout=subprocess.DEVNULL,
+        )
+
+    def build(self, build: pathlib.Path, targets: list[str]) -> bool:
+        environment = {**os.environ, "CCACHE_BASEDIR": str(self.tree.parent), "CCACHE_NOHASHDIR": "1"}
+        try:
+            done = subprocess.run(
+                ["ninja", "-C", str(build), *targets],
+                env=environment,
+                check=False,
+                capture_output=True,
+                timeout=BUILD_LIMIT_S if targets else None,
+            )
+        except subprocess.TimeoutExpired:
+            return False
+        return done.returncode == 0
+
+    def build_with(self, mutant: Mutant, text: str, tests: list[Test]) -> bool:
+        (self.tree / mutant.path).write_text(mutant.applied(text), encoding="utf-8")
+        return self.build(self.plain, targets_of(tests, self.plain))
+
+    def restore(self, mutant: Mutant, text: str) -> None:
+        (self.tree / mutant.path).write_text(text, encoding="utf-8")

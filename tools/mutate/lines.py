@@ -1,0 +1,122 @@
+"""Which tests run which lines of src/, and how long each takes."""
+
+import collections
+import json
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import threading
+from collections.abc import Iterator
+
+from source import Source
+from suite import Outcome, Test, run_test
+
+# For a whole test, counting lines.
+LIMIT_S = 300.0
+
+Lines = dict[str, list[int]]
+
+
+def counted(folder: pathlib.Path, build: pathlib.Path, tree: pathlib.Path) -> tuple[Lines, Lines]:
+    """Of the counts that a test left in the folder, the lines of src/ that ran, and all that have code."""
+    counts = [file for file in folder.rglob("*.gcda") if "/src/CMakeFiles/" in str(file)]
+    if not counts:
+        return {}, {}
+    for file in counts:
+        notes = pathlib.Path("/") / file.relative_to(folder).with_suffix(".gcno")
+        file.with_suffix(".gcno").symlink_to(notes)
+    answer = subprocess.run(
+        ["gcov", "--json-format", "--stdout", *map(str, counts)],
+        cwd=build,
+        check=True,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.DEVNULL,
+        text=True,
+    )
+    ran: dict[str, set[int]] = collections.defaultdict(set)
+    code: dict[str, set[int]] = collections.defaultdict(set)
+    for report in answer.stdout.splitlines():
+        for file in json.loads(report)["files"]:
+            path = os.path.relpath(os.path.join(build, file["file"]), tree)
+            if path.startswith("src/"):
+                code[path] |= {line["line_number"] for line in file["lines"]}
+                ran[path] |= {line["line_number"] for line in file["lines"] if line["count"]}
+    return {path: sorted(lines) for path, lines in ran.items()}, {path: sorted(lines) for path, lines in code.items()}
+
+
+def measured(test: Test, build: pathlib.Path, tree: pathlib.Path) -> tuple[Outcome, Lines, Lines]:
+    with tempfile.TemporaryDirectory(prefix="vm-lines-") as folder:
+        outcome = run_test(test, LIMIT_S, threading.Event(), {"GCOV_PREFIX": folder})
+        return outcome, *counted(pathlib.Path(folder), build, tree)
+
+
+class Map:
+    """What was measured, an entry a test."""
+
+    def __init__(self, entries: list[dict], sources: dict[str, Source]) -> None:
+        self.sources = sources
+        self.seconds = {entry["test"]: entry["seconds"] for entry in entries}
+        self.tests: dict[tuple[str, int], set[str]] = collections.defaultdict(set)
+        self.code: dict[str, set[int]] = collections.defaultdict(set)
+        for entry in entries:
+            for path, lines in entry["code"].items():
+                self.code[path] |= set(lines)
+            for path, lines in entry["ran"].items():
+                for line in lines:
+                    self.tests[path, line].add(entry["test"])
+
+    def tests_of(self, path: str, line: int, place: int) -> set[str]:
+        """Those that run the statement there; of data, those that run a statement that uses it."""
+        source = self.sources[path]
+        if not self._is_data(source, place):
+            while line > 0 and line not in self.code[path]:
+                line -= 1
+            return self.tests[path, line]
+        seen: set[str] = set()
+        found: set[str] = set()
+        names = self._names(source, place)
+        while names - seen:
+            name = (names - seen).pop()
+            seen.add(name)
+            for user, user_place in self._uses(name):
+                if self._is_data(user, user_place):
+                    names |= self._names(user, user_place)
+                else:
+                    found |= self.tests[user.path, user.line_of(user_place)]
+        return found
+
+    def _is_data(self, source: Source, place: int) -> bool:
+        """True outside of what has code."""
+        return source.path.endswith(".inc") or not source.is_in_function(place, self.code[source.path])
+
+    @staticmethod
+    def _names(source: Source, place: int) -> set[str]:
+        if not source.path.endswith(".inc"):
+            return source.declared_names(place)
+        index = source.index_at(place)
+        while index > 0 and source.depths[index] > 0:
+            index -= 1
+        index += source.tokens[index].kind == "name"
+        first, _ = source.parts(index)[0]
+        row = source.slice(index, source.partners[index])
+        return {source.tokens[first].text, *re.findall(r"\buser_cmd_\w+", row)}
+
+    def _uses(self, name: str) -> Iterator[tuple[Source, int]]:
+        for source in self.sources.values():
+            for token in source.tokens:
+                if token.text == name:
+                    yield source, token.begin
+
+
+def in_order(tests: set[str], seconds: dict[str, float], words: set[str]) -> list[str]:
+    """Quickest first, one of each suite at a time; before all, those whose name has one of the words."""
+    ranks: dict[str, int] = collections.Counter()
+    order = []
+    for test in sorted(tests, key=lambda name: seconds[name]):
+        suite = test.split(".")[0]
+        is_near = any(word in test.lower() for word in words)
+        order.append((not is_near, ranks[suite], seconds[test], test))
+        ranks[suite] += 1
+    return [test for *_, test in sorted(order)]

@@ -1,0 +1,287 @@
+"""Plants small faults in src/ and says which of them the tests notice."""
+
+import argparse
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import sys
+import time
+from collections.abc import Callable, Iterator
+
+import known
+import lines
+import operators
+import suite
+from copy_of import CODE, Copy
+from operators import Mutant
+from source import Source
+
+# Tests may take so long for one mutant; each of them three times its own time, and a wait.
+TESTS_S = 60.0
+WAIT_S = 40.0
+AT_ONCE = (os.cpu_count() or 1) + 1
+
+
+class OutOfTime(Exception):
+    """The time that this run was given is over."""
+
+
+def say(text: str) -> None:
+    print(text, flush=True)
+
+
+class Records:
+    """Lines of JSON that are added to; the last one about a thing counts."""
+
+    def __init__(self, file: pathlib.Path, name: str) -> None:
+        self.file = file
+        self.name = name
+        self.entries: dict[str | int, dict] = {}
+        if file.exists():
+            for line in file.read_text(encoding="utf-8").splitlines():
+                entry = json.loads(line)
+                self.entries[entry[name]] = entry
+
+    def add(self, entry: dict) -> None:
+        self.entries[entry[self.name]] = entry
+        self.file.parent.mkdir(parents=True, exist_ok=True)
+        with open(self.file, "a", encoding="utf-8") as out:
+            out.write(json.dumps(entry) + "\n")
+
+
+class Run:
+    """The copy with its builds and what is known of its tests."""
+
+    def __init__(self, source: pathlib.Path, work: pathlib.Path, minutes: float | None) -> None:
+        self.work = work
+        self.due = float("inf") if minutes is None else time.monotonic() + minutes * 60
+        self.copy = Copy(source, work)
+        self.sources = self.copy.sources()
+        self.tests: dict[str, suite.Test] = {}
+        self.map = lines.Map([], self.sources)
+        self.seconds: dict[str, float] = {}
+
+    def look_at_time(self) -> None:
+        if time.monotonic() > self.due:
+            raise OutOfTime
+
+    # --- Preparing ---------------------------------------------------------------------------
+
+    def prepare(self) -> None:
+        """Builds, and finds out which tests run which lines; quick when nothing has changed."""
+        counted = self._measured("coverage", self._counted)
+        timed = self._measured("release", self._timed)
+        self.map = lines.Map([entry for entry in counted.values() if entry["passed"]], self.sources)
+        self.tests = {test.name: test for test in suite.tests_of(self.copy.plain)}
+        self.seconds = {name: entry["seconds"] for name, entry in timed.items() if entry["passed"]}
+
+    def _counted(self, test: suite.Test) -> dict:
+        outcome, ran, code = lines.measured(test, self.copy.coverage, self.copy.tree)
+        return {"seconds": outcome.seconds, "passed": outcome.result == "passed", "ran": ran, "code": code}
+
+    def _timed(self, test: suite.Test) -> dict:
+        stop = suite.threading.Event()
+        outcome = suite.run_test(test, lines.LIMIT_S, stop)
+        return {"seconds": outcome.seconds, "passed": outcome.result == "passed"}
+
+    def _measured(self, preset: str, measure: Callable[[suite.Test], dict]) -> dict:
+        """Every test's measure in the build of the preset, kept for this tree."""
+        build = self.copy.coverage if preset == "coverage" else self.copy.plain
+        records = Records(self.work / f"tests-{preset}-{self.copy.key(*CODE)}.jsonl", "test")
+        self.copy.configure(build, preset)
+        say(f"building: {build}")
+        if not self.copy.build(build, []):
+            sys.exit(f"mutate: building failed: ninja -C {build} says why")
+        homes = {test.name: self.copy.home(test.name) for test in suite.tests_of(build)}
+        records.entries = {name: entry for name, entry in records.entries.items() if entry["home"] == homes.get(name)}
+        tests = [test for test in suite.tests_of(build) if test.name not in records.entries]
+        if tests:
+            say(f"running {len(tests)} tests of it, each by itself")
+            suite.run_test(self._registry(build), lines.LIMIT_S, suite.threading.Event())
+        for group, at_once in (([t for t in tests if not t.is_alone], AT_ONCE), ([t for t in tests if t.is_alone], 1)):
+            self._measure(group, at_once, measure, records, homes)
+        for entry in records.entries.values():
+            if not entry["passed"]:
+                say(f"left out, since it fails without any fault: {entry['test']}")
+        return records.entries
+
+    @staticmethod
+    def _registry(build: pathlib.Path) -> suite.Test:
+        return suite.Test("registry", [str(build / "tests/warm_registry")], str(build), {}, "", True)
+
+    def _measure(
+        self,
+        tests: list[suite.Test],
+        at_once: int,
+        measure: Callable[[suite.Test], dict],
+        records: Records,
+        homes: dict[str, str],
+    ) -> None:
+        def work(test: suite.Test) -> tuple[str, dict | None]:
+            return test.name, measure(test) if time.monotonic() < self.due else None
+
+        with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
+            for name, entry in pool.map(work, tests):
+                if entry is not None:
+                    records.add({"test": name, "home": homes[name], **entry})
+        self.look_at_time()
+
+    # --- Mutants -----------------------------------------------------------------------------
+
+    def chosen(self, mutant: Mutant) -> list[suite.Test]:
+        text = self.sources[mutant.path].text
+        names: set[str] = set()
+        for begin, _, _ in mutant.edits:
+            place = begin + len(text[begin:]) - len(text[begin:].lstrip())
+            names |= self.map.tests_of(mutant.path, self.sources[mutant.path].line_of(place), place)
+        words = set(re.findall(r"[a-z]{5,}", mutant.path.rsplit("/", 1)[-1]))
+        kept = {name for name in names if name in self.seconds}
+        return [self.tests[name] for name in lines.in_order(kept, self.seconds, words)]
+
+    def limit_of(self, test: suite.Test) -> float:
+        return 3 * self.seconds[test.name] + WAIT_S
+
+    def tried(self, mutant: Mutant) -> dict:
+        """Built with the fault, and the tests that run its lines."""
+        begin = time.monotonic()
+        tests = self.chosen(mutant)
+        text = self.sources[mutant.path].text
+        try:
+            is_built = self.copy.build_with(mutant, text, tests)
+            built_s = time.monotonic() - begin
+            outcomes, failure = self._run(tests) if is_built else ({}, None)
+        finally:
+            self.copy.restore(mutant, text)
+        result = {"built_s": round(built_s), "tests": len(tests), "ran": len(outcomes)}
+        if not is_built:
+            return {"result": "not built", **result}
+        result["seconds"] = round(time.monotonic() - begin)
+        if failure is None:
+            return {"result": "survived", **result}
+        return {"result": "noticed", "by": failure[0].name, "how": failure[1].result, **result}
+
+    def _run(self, tests: list[suite.Test]) -> tuple[dict, tuple[suite.Test, suite.Outcome] | None]:
+        together = [test for test in tests if not test.is_alone]
+        outcomes, failure = suite.run_tests(together, self.limit_of, TESTS_S, AT_ONCE)
+        alone = [test for test in tests if test.is_alone]
+        if failure is not None or not alone:
+            return outcomes, failure
+        more, failure = suite.run_tests(alone, self.limit_of, TESTS_S, 1)
+        return outcomes | more, failure
+
+
+# --- Telling -----------------------------------------------------------------------------------
+
+
+def place_of(number: int, mutant: Mutant) -> str:
+    return f"{number:3} {mutant.path}:{mutant.line} {mutant.operator}"
+
+
+def told(entry: dict) -> str:
+    if entry["result"] == "noticed":
+        how = " (time-out)" if entry["how"] == "timed out" else ""
+        return f"noticed by {entry['by']}{how}, {entry['seconds']} s"
+    if entry["result"] == "survived":
+        return f"SURVIVED {entry['ran']} of {entry['tests']} tests that run it, {entry['seconds']} s"
+    return "does not compile"
+
+
+def report(mutants: dict[int, Mutant], results: dict, sources: dict[str, Source], wanted: float) -> int:
+    """The table, and 0 when the wanted share was noticed."""
+    counted = [number for number in mutants if results[number]["result"] != "not built"]
+    survivors = [number for number in counted if results[number]["result"] == "survived"]
+    say("")
+    for number in counted:
+        say(f"{place_of(number, mutants[number])}: {told(results[number])}")
+    for number in survivors:
+        say(f"\n{place_of(number, mutants[number])} survived:")
+        say(mutants[number].diff(sources[mutants[number].path].text))
+    noticed = len(counted) - len(survivors)
+    share = 100 * noticed / len(counted) if counted else 0.0
+    say(f"\n{noticed} of {len(counted)} noticed: {share:.0f} %")
+    return 0 if counted and share >= wanted else 1
+
+
+# --- Choosing ----------------------------------------------------------------------------------
+
+
+def wanted_mutants(options: argparse.Namespace, sources: dict[str, Source]) -> Iterator[tuple[int, Mutant]]:
+    """Numbered from 1, in the order they are tried."""
+    if options.known:
+        mutants: Iterator[Mutant] = iter(known.known_faults(pathlib.Path(__file__).with_name("known.txt"), sources))
+    else:
+        every = [mutant for source in sources.values() for mutant in operators.mutants_of(source)]
+        mutants = operators.drawn(every, options.seed)
+    return enumerate(mutants, 1)
+
+
+def try_all(
+    options: argparse.Namespace,
+    sources: dict[str, Source],
+    records: Records,
+    tried: Callable[[Mutant], dict],
+    look_at_time: Callable[[], None],
+) -> dict[int, Mutant]:
+    """Tries those without a result, until as many were built as are wanted: all those by number."""
+    mutants: dict[int, Mutant] = {}
+    built = 0
+    for number, mutant in wanted_mutants(options, sources):
+        if options.only is not None and number != options.only:
+            continue
+        if not options.known and built == options.count:
+            break
+        result = records.entries.get(number, {}).get("result")
+        if result is None or options.only or (options.again and result == "survived"):
+            look_at_time()
+            records.add({"mutant": number, **tried(mutant)})
+            say(f"{place_of(number, mutant)}: {told(records.entries[number])}")
+        mutants[number] = mutant
+        built += records.entries[number]["result"] != "not built"
+    return mutants
+
+
+def list_them(options: argparse.Namespace, sources: dict[str, Source]) -> int:
+    for number, mutant in wanted_mutants(options, sources):
+        if number > options.count and options.only is None and not options.known:
+            break
+        if options.only in (None, number):
+            say(place_of(number, mutant) + "\n" + mutant.diff(sources[mutant.path].text))
+    return 0
+
+
+def parsed() -> argparse.Namespace:
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--source", type=pathlib.Path, required=True)
+    parser.add_argument("--work", type=pathlib.Path, required=True)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--count", type=int, default=50)
+    parser.add_argument("--only", type=int)
+    parser.add_argument("--minutes", type=float)
+    parser.add_argument("--wanted", type=float, default=90)
+    for flag in ("--known", "--list", "--again"):
+        parser.add_argument(flag, action="store_true")
+    return parser.parse_args()
+
+
+def main() -> int:
+    options = parsed()
+    run = Run(options.source, options.work, options.minutes)
+    try:
+        if options.list:
+            return list_them(options, run.sources)
+        kind = "known" if options.known else f"seed-{options.seed}"
+        records = Records(options.work / f"{kind}-{run.copy.key('src/')}.jsonl", "mutant")
+        run.prepare()
+        mutants = try_all(options, run.sources, records, run.tried, run.look_at_time)
+    except OutOfTime:
+        say("the time is over; started again, this goes on")
+        return 1
+    except known.Stale as stale:
+        sys.exit(f"mutate: {stale}")
+    return report(mutants, records.entries, run.sources, options.wanted)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

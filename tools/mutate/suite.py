@@ -1,0 +1,157 @@
+"""The tests of a build, run one by one."""
+
+import concurrent.futures
+import dataclasses
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import threading
+import time
+from collections.abc import Callable, Iterable
+
+# Not of the daemon, or longer than many other tests that run the same lines.
+LEFT_OUT = re.compile(
+    r"^(?:bench_figures|Documents\..*|exit_while_streaming|fault|gstreamer_registry|MutateTool|page_test|python_types"
+    r"|recover|repeats|ScenarioFiles|server_test|soak)$"
+)
+MARK = "VTRDC_MUTATE_RUN"
+POLL_S = 0.05
+
+
+@dataclasses.dataclass(frozen=True)
+class Test:
+    name: str
+    command: list[str]
+    folder: str
+    environment: dict[str, str]
+    skipped: str
+    is_alone: bool
+
+
+@dataclasses.dataclass(frozen=True)
+class Outcome:
+    result: str  # passed, failed, timed out, stopped
+    seconds: float
+
+
+def tests_of(build: pathlib.Path) -> list[Test]:
+    answer = subprocess.run(
+        ["ctest", "--test-dir", str(build), "--show-only=json-v1"], check=True, capture_output=True, text=True
+    )
+    tests = []
+    for row in json.loads(answer.stdout)["tests"]:
+        properties = {entry["name"]: entry["value"] for entry in row.get("properties", [])}
+        if LEFT_OUT.match(row["name"]) or "command" not in row:
+            continue
+        tests.append(
+            Test(
+                row["name"],
+                row["command"],
+                properties.get("WORKING_DIRECTORY", str(build)),
+                dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", [])),
+                "|".join(f"(?:{pattern})" for pattern in properties.get("SKIP_REGULAR_EXPRESSION", [])),
+                bool(properties.get("RUN_SERIAL")),
+            )
+        )
+    return tests
+
+
+def targets_of(tests: Iterable[Test], build: pathlib.Path) -> list[str]:
+    """What Ninja has to build for the tests: their programs, and the daemon with its board for scripts."""
+    targets = set()
+    for test in tests:
+        program = pathlib.Path(test.command[0])
+        if program.is_relative_to(build):
+            targets.add(str(program.relative_to(build)))
+        else:
+            targets |= {"src/all", "tools/all", "sim/all", "web/all"}
+    return sorted(targets)
+
+
+def end_marked(mark: str) -> None:
+    """Kills what the test left behind, daemons with a session of their own included."""
+    wanted = f"{MARK}={mark}".encode()
+    for entry in pathlib.Path("/proc").iterdir():
+        try:
+            if entry.name.isdigit() and wanted in (entry / "environ").read_bytes().split(b"\0"):
+                os.kill(int(entry.name), signal.SIGKILL)
+        except (OSError, ProcessLookupError):
+            continue
+
+
+def run_test(test: Test, limit_s: float, stop: threading.Event, extra: dict[str, str] | None = None) -> Outcome:
+    """In a temporary folder of its own, which is short: sockets are in it."""
+    folder = tempfile.mkdtemp(prefix="vm-")
+    environment = {**os.environ, **test.environment, **(extra or {}), "TMPDIR": folder, MARK: folder}
+    begin = time.monotonic()
+    result = "stopped"
+    with open(os.path.join(folder, "output"), "w+", encoding="utf-8", errors="replace") as output:
+        process = subprocess.Popen(
+            test.command,
+            cwd=test.folder,
+            env=environment,
+            stdin=subprocess.DEVNULL,
+            stdout=output,
+            stderr=subprocess.STDOUT,
+            start_new_session=True,
+        )
+        while not stop.is_set():
+            try:
+                status = process.wait(POLL_S)
+                output.seek(0)
+                is_skipped = bool(test.skipped) and re.search(test.skipped, output.read()) is not None
+                result = "passed" if status == 0 or is_skipped else "failed"
+                break
+            except subprocess.TimeoutExpired:
+                if time.monotonic() - begin > limit_s:
+                    result = "timed out"
+                    break
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.wait()
+    seconds = time.monotonic() - begin
+    end_marked(folder)
+    shutil.rmtree(folder, ignore_errors=True)
+    return Outcome(result, seconds)
+
+
+def run_tests(
+    tests: list[Test], limit_of: Callable[[Test], float], seconds: float, at_once: int
+) -> tuple[dict[str, Outcome], tuple[Test, Outcome] | None]:
+    """In this order, several at once, until one fails twice or the time is over: what ran, and what failed."""
+    outcomes: dict[str, Outcome] = {}
+    failure: list[tuple[Test, Outcome]] = []
+    stop = threading.Event()
+    waiting = iter(tests)
+    lock = threading.Lock()
+    due = time.monotonic() + seconds
+
+    def work() -> None:
+        while not stop.is_set() and time.monotonic() < due:
+            with lock:
+                test = next(waiting, None)
+            if test is None:
+                return
+            outcome = run_test(test, limit_of(test), stop)
+            if outcome.result == "failed" and outcome.seconds < QUICK_S:
+                outcome = run_test(test, limit_of(test), stop)
+            with lock:
+                if outcome.result in ("failed", "timed out") and not failure:
+                    failure.append((test, outcome))
+                    stop.set()
+                elif outcome.result != "stopped":
+                    outcomes[test.name] = outcome
+
+    with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
+        for worker in [pool.submit(work) for _ in range(at_once)]:
+            worker.result()
+    return outcomes, failure[0] if failure else None
+
+
+# A test that fails sooner than any wait in it ends is tried again: by chance it would not fail twice.
+QUICK_S = 10.0
