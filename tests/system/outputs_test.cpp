@@ -6,6 +6,7 @@
 #include "support/resources.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -259,6 +260,40 @@ TEST(Outputs, PausedPipesKeepNoPictures) {
     EXPECT_EQ(daemon.stop(), 0);
 }
 
+// The graph of a pipe, as the daemon has written it.
+std::string graph(const board& board, const std::string& pipe) {
+    for (const auto& file : files_in(board.at("/home/root"))) {
+        if (file.filename().string().starts_with(pipe + "_2")) {
+            return read_text(file);
+        }
+    }
+    return {};
+}
+
+TEST(Outputs, EncodersHaveTheirOwnSettingsAndFormat) {
+    const board board{"record_enc_bitrate=1001\nrecord_enc_gop=31\nrecord_enc_search_range=2\n"
+                      "stream_enc_bitrate=1002\nstream_enc_gop=32\nstream_enc_idr=33\n"
+                      "stream_enc_search_range=1\naud_enc_bitrate=64\n"
+                      "tcp_stream_port=" +
+                      std::to_string(free_port()) + "\n"};
+    vtrdc_daemon daemon{board};
+    ASSERT_TRUE(daemon.wait_until_live());
+    EXPECT_EQ(daemon.ask("c:enable_record:i:1"), "r:enable_record:n:");
+    EXPECT_EQ(daemon.ask("c:enable_tcp_stream:i:1"), "r:enable_tcp_stream:n:");
+    ASSERT_TRUE(board.wait_for_frames(15));
+    EXPECT_EQ(daemon.ask("c:create_dot:n:"), "r:create_dot:n:");
+    EXPECT_THAT(graph(board, "record_video_enc"),
+                HasSubstr("[>]\\nbitrate=1001\\ngop-size=31\\nme-search-range=2\""));
+    EXPECT_THAT(
+        graph(board, "stream_vid_enc"),
+        HasSubstr("[>]\\nbitrate=1002\\ngop-size=32\\nidr-interval=33\\nme-search-range=1\""));
+    EXPECT_THAT(graph(board, "audio_enc"), HasSubstr("[>]\\nbitrate=64"));
+    // The transformer was told, while it ran, what the encoders take.
+    EXPECT_THAT(graph(board, "transformer"),
+                testing::AllOf(HasSubstr("format: NV12"), testing::Not(HasSubstr("format: I420"))));
+    EXPECT_EQ(daemon.stop(), 0);
+}
+
 // Only the HTTP push allows changing the type: all branches must still end.
 TEST(Outputs, TypeThatChangedSinceTheStartEndsAllBranches) {
     const int port = free_port();
@@ -294,10 +329,15 @@ TEST(Outputs, StartWhileEndingIsRefusedAndWorksLater) {
     daemon.signal(SIGCONT);
     EXPECT_TRUE(daemon.wait_for("[INFO]: Sending eos on pipe: 5\n"));
     EXPECT_TRUE(daemon.wait_for("[WARN]: Pipe 5 is still ending, try again in a moment\n"));
+    std::array<char, 64> reply{};
+    EXPECT_GT(recv(second, reply.data(), reply.size() - 1, 0), 0);
+    EXPECT_STREQ(reply.data(), "e:enable_record:n:");
     EXPECT_TRUE(daemon.wait_for_count("Got EoS event on pipe ", 4));
     EXPECT_EQ(daemon.ask("c:enable_record:i:1"), "r:enable_record:n:");
     EXPECT_EQ(daemon.count("Creating record branch.. "), 2);
     EXPECT_EQ(daemon.stop(), 0);
+    // Once for all recordings.
+    EXPECT_EQ(read_text(board.at("/var/log/amixer.log")), "-c 0 set DMic Rate 128x\n");
     close(first);
     close(second);
 }

@@ -33,6 +33,7 @@ protected:
     void stop() {
         ASSERT_EQ(daemon_->ask("c:enable_record:i:0"), "r:enable_record:n:");
         ASSERT_TRUE(daemon_->wait_for("[INFO]: Got EoS event on pipe 5\n"));
+        EXPECT_EQ(daemon_->count("by force"), 0);
     }
     void lose_camera() { ASSERT_EQ(board_.sim({"camera", "off"}), 0); }
 

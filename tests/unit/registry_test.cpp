@@ -85,6 +85,7 @@ TEST_F(RegistryTest, PausedPipeEndsWhenAsked) {
     ASSERT_EQ(gstvideo_pause_pipe(PIPE_HTTP_STREAM), 0);
     gstvideo_stop_pipe(PIPE_HTTP_STREAM);
     EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
+    EXPECT_THAT(log(), testing::Not(HasSubstr("by force")));
 }
 
 TEST_F(RegistryTest, EndingPipeIsNotPaused) {

@@ -15,8 +15,8 @@ from suite import Test, targets_of
 
 # What all tests depend on. Documents and packaging are read by few.
 CODE = ("CMakeLists.txt", "cmake/", "scripts/", "sim/", "src/", "tests/", "tools/recover/", "tools/vtrdcctl/", "web/")
-# The tests themselves.
-TESTS = re.compile(r"tests/.*_test\.cpp|scenarios/.*\.txt")
+# The tests themselves, and what lists them.
+TESTS = re.compile(r"tests/.*(?:_test\.(?:cpp|py)|CMakeLists\.txt)|scenarios/.*\.txt")
 SUFFIXES = (".cpp", ".h", ".inc")
 BUILD_LIMIT_S = 300
 

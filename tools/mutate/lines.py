@@ -7,8 +7,8 @@ import pathlib
 import re
 import subprocess
 import tempfile
-import threading
 from collections.abc import Iterator
+from typing import Any
 
 from source import Source
 from suite import Outcome, Test, run_test
@@ -24,9 +24,9 @@ def counted(folder: pathlib.Path, build: pathlib.Path, tree: pathlib.Path) -> tu
     counts = [file for file in folder.rglob("*.gcda") if "/src/CMakeFiles/" in str(file)]
     if not counts:
         return {}, {}
-    for file in counts:
-        notes = pathlib.Path("/") / file.relative_to(folder).with_suffix(".gcno")
-        file.with_suffix(".gcno").symlink_to(notes)
+    for count in counts:
+        notes = pathlib.Path("/") / count.relative_to(folder).with_suffix(".gcno")
+        count.with_suffix(".gcno").symlink_to(notes)
     answer = subprocess.run(
         ["gcov", "--json-format", "--stdout", *map(str, counts)],
         cwd=build,
@@ -48,14 +48,14 @@ def counted(folder: pathlib.Path, build: pathlib.Path, tree: pathlib.Path) -> tu
 
 def measured(test: Test, build: pathlib.Path, tree: pathlib.Path) -> tuple[Outcome, Lines, Lines]:
     with tempfile.TemporaryDirectory(prefix="vm-lines-") as folder:
-        outcome = run_test(test, LIMIT_S, threading.Event(), {"GCOV_PREFIX": folder})
+        outcome = run_test(test, LIMIT_S, extra={"GCOV_PREFIX": folder})
         return outcome, *counted(pathlib.Path(folder), build, tree)
 
 
 class Map:
     """What was measured, an entry a test."""
 
-    def __init__(self, entries: list[dict], sources: dict[str, Source]) -> None:
+    def __init__(self, entries: list[dict[str, Any]], sources: dict[str, Source]) -> None:
         self.sources = sources
         self.seconds = {entry["test"]: entry["seconds"] for entry in entries}
         self.tests: dict[tuple[str, int], set[str]] = collections.defaultdict(set)

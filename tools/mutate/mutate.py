@@ -1,14 +1,15 @@
 """Plants small faults in src/ and says which of them the tests notice."""
 
 import argparse
-import concurrent.futures
 import json
 import os
 import pathlib
 import re
 import sys
+import threading
 import time
 from collections.abc import Callable, Iterator
+from typing import Any
 
 import known
 import lines
@@ -22,6 +23,9 @@ from source import Source
 TESTS_S = 60.0
 WAIT_S = 40.0
 AT_ONCE = (os.cpu_count() or 1) + 1
+
+
+Entry = dict[str, Any]
 
 
 class OutOfTime(Exception):
@@ -38,16 +42,16 @@ class Records:
     def __init__(self, file: pathlib.Path, name: str) -> None:
         self.file = file
         self.name = name
-        self.entries: dict[str | int, dict] = {}
+        self.lock = threading.Lock()
+        self.entries: dict[str | int, Entry] = {}
         if file.exists():
             for line in file.read_text(encoding="utf-8").splitlines():
                 entry = json.loads(line)
                 self.entries[entry[name]] = entry
 
-    def add(self, entry: dict) -> None:
-        self.entries[entry[self.name]] = entry
-        self.file.parent.mkdir(parents=True, exist_ok=True)
-        with open(self.file, "a", encoding="utf-8") as out:
+    def add(self, entry: Entry) -> None:
+        with self.lock, open(self.file, "a", encoding="utf-8") as out:
+            self.entries[entry[self.name]] = entry
             out.write(json.dumps(entry) + "\n")
 
 
@@ -71,62 +75,66 @@ class Run:
 
     def prepare(self) -> None:
         """Builds, and finds out which tests run which lines; quick when nothing has changed."""
-        counted = self._measured("coverage", self._counted)
-        timed = self._measured("release", self._timed)
-        self.map = lines.Map([entry for entry in counted.values() if entry["passed"]], self.sources)
+        self._build(self.copy.coverage, "coverage")
+        measures = self._measures()
+        self._build(self.copy.plain, "release")
         self.tests = {test.name: test for test in suite.tests_of(self.copy.plain)}
-        self.seconds = {name: entry["seconds"] for name, entry in timed.items() if entry["passed"]}
+        self.map = lines.Map(list(measures.values()), self.sources)
+        self.seconds = {name: entry["seconds"] for name, entry in measures.items() if name not in self.unsound()}
 
-    def _counted(self, test: suite.Test) -> dict:
-        outcome, ran, code = lines.measured(test, self.copy.coverage, self.copy.tree)
-        return {"seconds": outcome.seconds, "passed": outcome.result == "passed", "ran": ran, "code": code}
-
-    def _timed(self, test: suite.Test) -> dict:
-        stop = suite.threading.Event()
-        outcome = suite.run_test(test, lines.LIMIT_S, stop)
-        return {"seconds": outcome.seconds, "passed": outcome.result == "passed"}
-
-    def _measured(self, preset: str, measure: Callable[[suite.Test], dict]) -> dict:
-        """Every test's measure in the build of the preset, kept for this tree."""
-        build = self.copy.coverage if preset == "coverage" else self.copy.plain
-        records = Records(self.work / f"tests-{preset}-{self.copy.key(*CODE)}.jsonl", "test")
-        self.copy.configure(build, preset)
+    def _build(self, build: pathlib.Path, preset: str) -> None:
         say(f"building: {build}")
+        self.copy.configure(build, preset)
         if not self.copy.build(build, []):
             sys.exit(f"mutate: building failed: ninja -C {build} says why")
-        homes = {test.name: self.copy.home(test.name) for test in suite.tests_of(build)}
-        records.entries = {name: entry for name, entry in records.entries.items() if entry["home"] == homes.get(name)}
-        tests = [test for test in suite.tests_of(build) if test.name not in records.entries]
+        suite.run_test(
+            suite.Test("registry", [str(build / "tests/warm_registry")], str(build), {}, "", True), lines.LIMIT_S
+        )
+
+    def _measures(self) -> dict[str | int, Entry]:
+        """Of each test that passes without a fault: its time and its lines, kept for this tree."""
+        every = suite.tests_of(self.copy.coverage)
+        homes = {test.name: self.copy.home(test.name) for test in every}
+        records = Records(self.work / f"tests-{self.copy.key(*CODE)}.jsonl", "test")
+        for name in [name for name, entry in records.entries.items() if entry["home"] != homes.get(str(name))]:
+            del records.entries[name]
+        tests = [test for test in every if test.name not in records.entries]
         if tests:
-            say(f"running {len(tests)} tests of it, each by itself")
-            suite.run_test(self._registry(build), lines.LIMIT_S, suite.threading.Event())
-        for group, at_once in (([t for t in tests if not t.is_alone], AT_ONCE), ([t for t in tests if t.is_alone], 1)):
-            self._measure(group, at_once, measure, records, homes)
-        for entry in records.entries.values():
-            if not entry["passed"]:
-                say(f"left out, since it fails without any fault: {entry['test']}")
+            say(f"running {len(tests)} tests, each by itself, to learn which lines they run")
+
+        def measure(test: suite.Test) -> None:
+            if time.monotonic() < self.due:
+                outcome, ran, code = lines.measured(test, self.copy.coverage, self.copy.tree)
+                entry = {"test": test.name, "home": homes[test.name], "seconds": outcome.seconds}
+                records.add({**entry, "passed": outcome.result == "passed", "ran": ran, "code": code})
+
+        suite.for_each(measure, tests, AT_ONCE)
+        self.look_at_time()
+        for name in [name for name, entry in records.entries.items() if not entry["passed"]]:
+            say(f"left out, since it fails without any fault: {name}")
+            del records.entries[name]
         return records.entries
 
-    @staticmethod
-    def _registry(build: pathlib.Path) -> suite.Test:
-        return suite.Test("registry", [str(build / "tests/warm_registry")], str(build), {}, "", True)
+    # --- Proving -----------------------------------------------------------------------------
 
-    def _measure(
-        self,
-        tests: list[suite.Test],
-        at_once: int,
-        measure: Callable[[suite.Test], dict],
-        records: Records,
-        homes: dict[str, str],
-    ) -> None:
-        def work(test: suite.Test) -> tuple[str, dict | None]:
-            return test.name, measure(test) if time.monotonic() < self.due else None
+    def _proofs(self) -> Records:
+        return Records(self.work / f"plain-{self.copy.key(*CODE)}.jsonl", "test")
 
-        with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
-            for name, entry in pool.map(work, tests):
-                if entry is not None:
-                    records.add({"test": name, "home": homes[name], **entry})
-        self.look_at_time()
+    def unsound(self) -> set[str | int]:
+        return {name for name, entry in self._proofs().entries.items() if not entry["passed"]}
+
+    def prove(self, noticed_by: set[str]) -> None:
+        """Runs those that noticed something without any fault, too, once."""
+        records = self._proofs()
+        tests = [self.tests[name] for name in sorted(noticed_by) if name not in records.entries]
+        if tests and not self.copy.build(self.copy.plain, suite.targets_of(tests, self.copy.plain)):
+            sys.exit(f"mutate: building failed: ninja -C {self.copy.plain} says why")
+
+        def prove_one(test: suite.Test) -> None:
+            outcome = suite.run_test(test, lines.LIMIT_S)
+            records.add({"test": test.name, "passed": outcome.result == "passed"})
+
+        suite.for_each(prove_one, tests, AT_ONCE)
 
     # --- Mutants -----------------------------------------------------------------------------
 
@@ -143,7 +151,7 @@ class Run:
     def limit_of(self, test: suite.Test) -> float:
         return 3 * self.seconds[test.name] + WAIT_S
 
-    def tried(self, mutant: Mutant) -> dict:
+    def tried(self, mutant: Mutant) -> Entry:
         """Built with the fault, and the tests that run its lines."""
         begin = time.monotonic()
         tests = self.chosen(mutant)
@@ -162,7 +170,7 @@ class Run:
             return {"result": "survived", **result}
         return {"result": "noticed", "by": failure[0].name, "how": failure[1].result, **result}
 
-    def _run(self, tests: list[suite.Test]) -> tuple[dict, tuple[suite.Test, suite.Outcome] | None]:
+    def _run(self, tests: list[suite.Test]) -> tuple[Entry, tuple[suite.Test, suite.Outcome] | None]:
         together = [test for test in tests if not test.is_alone]
         outcomes, failure = suite.run_tests(together, self.limit_of, TESTS_S, AT_ONCE)
         alone = [test for test in tests if test.is_alone]
@@ -179,7 +187,7 @@ def place_of(number: int, mutant: Mutant) -> str:
     return f"{number:3} {mutant.path}:{mutant.line} {mutant.operator}"
 
 
-def told(entry: dict) -> str:
+def told(entry: Entry) -> str:
     if entry["result"] == "noticed":
         how = " (time-out)" if entry["how"] == "timed out" else ""
         return f"noticed by {entry['by']}{how}, {entry['seconds']} s"
@@ -188,9 +196,15 @@ def told(entry: dict) -> str:
     return "does not compile"
 
 
-def report(mutants: dict[int, Mutant], results: dict, sources: dict[str, Source], wanted: float) -> int:
+def report(
+    mutants: dict[int, Mutant], results: dict[str | int, Entry], sources: dict[str, Source], unsound: set[str | int], wanted: float
+) -> int:
     """The table, and 0 when the wanted share was noticed."""
     counted = [number for number in mutants if results[number]["result"] != "not built"]
+    for number in counted:
+        if results[number].get("by") in unsound:
+            say(f"{results[number]['by']} fails without any fault: what it noticed has to be tried again")
+            results[number]["result"] = "survived"
     survivors = [number for number in counted if results[number]["result"] == "survived"]
     say("")
     for number in counted:
@@ -221,7 +235,7 @@ def try_all(
     options: argparse.Namespace,
     sources: dict[str, Source],
     records: Records,
-    tried: Callable[[Mutant], dict],
+    tried: Callable[[Mutant], Entry],
     look_at_time: Callable[[], None],
 ) -> dict[int, Mutant]:
     """Tries those without a result, until as many were built as are wanted: all those by number."""
@@ -275,12 +289,13 @@ def main() -> int:
         records = Records(options.work / f"{kind}-{run.copy.key('src/')}.jsonl", "mutant")
         run.prepare()
         mutants = try_all(options, run.sources, records, run.tried, run.look_at_time)
+        run.prove({entry["by"] for entry in records.entries.values() if "by" in entry})
     except OutOfTime:
         say("the time is over; started again, this goes on")
         return 1
     except known.Stale as stale:
         sys.exit(f"mutate: {stale}")
-    return report(mutants, records.entries, run.sources, options.wanted)
+    return report(mutants, records.entries, run.sources, run.unsound(), options.wanted)
 
 
 if __name__ == "__main__":

@@ -1,6 +1,7 @@
 """The tests of a build, run one by one."""
 
 import concurrent.futures
+import contextlib
 import dataclasses
 import json
 import os
@@ -16,9 +17,11 @@ from collections.abc import Callable, Iterable
 
 # Not of the daemon, or longer than many other tests that run the same lines.
 LEFT_OUT = re.compile(
-    r"^(?:bench_figures|Documents\..*|exit_while_streaming|fault|gstreamer_registry|MutateTool|page_test|python_types"
-    r"|recover|repeats|ScenarioFiles|server_test|soak)$"
+    r"bench_figures|Documents\..*|exit_while_streaming|fault|gstreamer_registry|Mutants|page_test|python_types"
+    r"|recover|repeats|ScenarioFiles|server_test|soak"
 )
+# Tests of other things than src/.
+OTHER_PROGRAMS = ("recover_unit_test", "sim_plugin_test", "web_protocol_test")
 MARK = "VTRDC_MUTATE_RUN"
 POLL_S = 0.05
 
@@ -46,7 +49,7 @@ def tests_of(build: pathlib.Path) -> list[Test]:
     tests = []
     for row in json.loads(answer.stdout)["tests"]:
         properties = {entry["name"]: entry["value"] for entry in row.get("properties", [])}
-        if LEFT_OUT.match(row["name"]) or "command" not in row:
+        if "command" not in row or LEFT_OUT.fullmatch(row["name"]) or row["command"][0].endswith(OTHER_PROGRAMS):
             continue
         tests.append(
             Test(
@@ -73,19 +76,31 @@ def targets_of(tests: Iterable[Test], build: pathlib.Path) -> list[str]:
     return sorted(targets)
 
 
-def end_marked(mark: str) -> None:
-    """Kills what the test left behind, daemons with a session of their own included."""
+def marked(mark: str) -> list[int]:
+    """Processes that the test of that mark has started, daemons with a session of their own included."""
     wanted = f"{MARK}={mark}".encode()
+    found = []
     for entry in pathlib.Path("/proc").iterdir():
-        try:
+        with contextlib.suppress(OSError):
             if entry.name.isdigit() and wanted in (entry / "environ").read_bytes().split(b"\0"):
-                os.kill(int(entry.name), signal.SIGKILL)
-        except (OSError, ProcessLookupError):
-            continue
+                found.append(int(entry.name))
+    return found
 
 
-def run_test(test: Test, limit_s: float, stop: threading.Event, extra: dict[str, str] | None = None) -> Outcome:
-    """In a temporary folder of its own, which is short: sockets are in it."""
+def end_marked(mark: str) -> None:
+    """Kills what the test left behind, and waits for that."""
+    while left := marked(mark):
+        for process in left:
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(process, signal.SIGKILL)
+        time.sleep(POLL_S)
+
+
+def run_test(
+    test: Test, limit_s: float, stop: threading.Event | None = None, extra: dict[str, str] | None = None
+) -> Outcome:
+    """In a temporary folder of its own, whose path is short: sockets are in it."""
+    stop = stop or threading.Event()
     folder = tempfile.mkdtemp(prefix="vm-")
     environment = {**os.environ, **test.environment, **(extra or {}), "TMPDIR": folder, MARK: folder}
     begin = time.monotonic()
@@ -118,6 +133,17 @@ def run_test(test: Test, limit_s: float, stop: threading.Event, extra: dict[str,
     end_marked(folder)
     shutil.rmtree(folder, ignore_errors=True)
     return Outcome(result, seconds)
+
+
+def for_each(work: Callable[[Test], None], tests: list[Test], at_once: int) -> None:
+    """Several at once; those that want the machine for themselves at the end."""
+    together = [test for test in tests if not test.is_alone]
+    with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
+        for done in [pool.submit(work, test) for test in together]:
+            done.result()
+    for test in tests:
+        if test.is_alone:
+            work(test)
 
 
 def run_tests(
