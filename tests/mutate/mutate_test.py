@@ -15,6 +15,7 @@ import known
 import lines
 import mutate
 import operators
+import run
 import suite
 from source import Source
 
@@ -132,17 +133,17 @@ class GoingOnTest(unittest.TestCase):
 
     def look_at_time(self, most: int) -> None:
         if self.asked == most:
-            raise mutate.OutOfTime
+            raise run.OutOfTime
 
-    def try_all(self, most: int = 99, **choice) -> tuple[mutate.Records, dict]:
+    def try_all(self, most: int = 99, **choice) -> tuple[run.Records, dict]:
         options = argparse.Namespace(**{"known": False, "seed": 1, "count": 3, "only": None, "again": False, **choice})
-        records = mutate.Records(self.file, "mutant")
+        records = run.Records(self.file, "mutant")
         with contextlib.redirect_stdout(io.StringIO()):
             mutants = mutate.try_all(options, self.sources, records, self.tried, lambda: self.look_at_time(most))
         return records, mutants
 
     def test_goes_on_where_it_was_and_counts_what_compiles(self) -> None:
-        with self.assertRaises(mutate.OutOfTime):
+        with self.assertRaises(run.OutOfTime):
             self.try_all(most=1)
         _, mutants = self.try_all()
         self.assertEqual(list(mutants), [1, 2, 3, 4])

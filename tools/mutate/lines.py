@@ -1,13 +1,13 @@
 """Which tests run which lines of src/, and how long each takes."""
 
 import collections
+import functools
 import json
 import os
 import pathlib
 import re
 import subprocess
 import tempfile
-from collections.abc import Iterator
 from typing import Any
 
 from source import Source
@@ -80,7 +80,7 @@ class Map:
         while names - seen:
             name = (names - seen).pop()
             seen.add(name)
-            for user, user_place in self._uses(name):
+            for user, user_place in self._uses[name]:
                 if self._is_data(user, user_place):
                     names |= self._names(user, user_place)
                 else:
@@ -103,11 +103,14 @@ class Map:
         row = source.slice(index, source.partners[index])
         return {source.tokens[first].text, *re.findall(r"\buser_cmd_\w+", row)}
 
-    def _uses(self, name: str) -> Iterator[tuple[Source, int]]:
+    @functools.cached_property
+    def _uses(self) -> dict[str, list[tuple[Source, int]]]:
+        """Where each name is."""
+        uses: dict[str, list[tuple[Source, int]]] = collections.defaultdict(list)
         for source in self.sources.values():
             for token in source.tokens:
-                if token.text == name:
-                    yield source, token.begin
+                uses[token.text].append((source, token.begin))
+        return uses
 
 
 def in_order(tests: set[str], seconds: dict[str, float], words: set[str]) -> list[str]:
