@@ -13,8 +13,11 @@ from operators import Mutant
 from source import Source
 from suite import Test, targets_of
 
-# What all tests depend on. Documents and packaging are read by few.
-CODE = ("CMakeLists.txt", "cmake/", "scripts/", "sim/", "src/", "tests/", "tools/recover/", "tools/vtrdcctl/", "web/")
+# What the tests of the daemon depend on.
+CODE = (
+    *("CMakeLists.txt", "cmake/", "sim/", "src/", "tests/", "tools/vtrdcctl/"),
+    *("scripts/background.sh", "scripts/board.sh", "scripts/lib.sh", "scripts/sim"),
+)
 # The tests themselves, and what lists them.
 TESTS = re.compile(r"tests/.*(?:_test\.(?:cpp|py)|CMakeLists\.txt)|scenarios/.*\.txt")
 SUFFIXES = (".cpp", ".h", ".inc")

@@ -76,13 +76,13 @@ class Map:
             return self.tests[path, line]
         seen: set[str] = set()
         found: set[str] = set()
-        names = self._names(source, place)
+        names = self.names_at(source, place)
         while names - seen:
             name = (names - seen).pop()
             seen.add(name)
             for user, user_place in self._uses[name]:
                 if self._is_data(user, user_place):
-                    names |= self._names(user, user_place)
+                    names |= self.names_at(user, user_place)
                 else:
                     found |= self.tests[user.path, user.line_of(user_place)]
         return found
@@ -92,7 +92,8 @@ class Map:
         return source.path.endswith(".inc") or not source.is_in_function(place, self.code[source.path])
 
     @staticmethod
-    def _names(source: Source, place: int) -> set[str]:
+    def names_at(source: Source, place: int) -> set[str]:
+        """What the declaration around the place declares; of a row of a list, its key and its handler."""
         if not source.path.endswith(".inc"):
             return source.declared_names(place)
         index = source.index_at(place)

@@ -134,14 +134,16 @@ class Run:
     # --- Mutants -----------------------------------------------------------------------------
 
     def chosen(self, mutant: Mutant) -> list[suite.Test]:
-        text = self.sources[mutant.path].text
+        source = self.sources[mutant.path]
+        text = source.text
         names: set[str] = set()
+        about = mutant.path.rsplit("/", 1)[-1]
         for begin, _, _ in mutant.edits:
             place = begin + len(text[begin:]) - len(text[begin:].lstrip())
-            names |= self.map.tests_of(mutant.path, self.sources[mutant.path].line_of(place), place)
-        words = set(re.findall(r"[a-z]{5,}", mutant.path.rsplit("/", 1)[-1]))
-        kept = {name for name in names if name in self.seconds}
-        return [self.tests[name] for name in lines.in_order(kept, self.seconds, words)]
+            names |= self.map.tests_of(mutant.path, source.line_of(place), place)
+            about = " ".join([about, *self.map.names_at(source, place)])
+        words = set(re.findall("[a-z]{5,}", about))
+        return [self.tests[name] for name in lines.in_order(names & set(self.seconds), self.seconds, words)]
 
     def limit_of(self, test: suite.Test) -> float:
         return 3 * self.seconds[test.name] + WAIT_S
