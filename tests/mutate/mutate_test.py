@@ -2,7 +2,9 @@
 
 import argparse
 import contextlib
+import fcntl
 import io
+import os
 import pathlib
 import sys
 import tempfile
@@ -181,13 +183,16 @@ class RunningTest(unittest.TestCase):
         self.assertNotIn("hangs", outcomes)
 
     def test_time_out_is_told_and_leaves_nothing_behind(self) -> None:
-        with tempfile.NamedTemporaryFile("r") as pid:
-            hanging = self.script("hangs", f"setsid sleep 100 & echo $! >{pid.name}; wait")
+        with tempfile.NamedTemporaryFile() as held:
+            hanging = self.script("hangs", f"setsid flock {held.name} sleep 100 & wait")
             _, failure = suite.run_tests([hanging], lambda _: 0.5, 60.0, 1)
             assert failure is not None
             self.assertEqual(failure[1].result, "timed out")
-            left = pathlib.Path("/proc") / pid.read().strip() / "cmdline"
-            self.assertNotIn(b"sleep", left.read_bytes() if left.exists() else b"")
+            fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
+
+    def test_processes_beyond_the_test_are_out_of_reach(self) -> None:
+        reaching = self.script("reaches", f"! kill -0 {os.getpid()}")
+        self.assertEqual(suite.run_test(reaching, 10.0).result, "passed")
 
 
 if __name__ == "__main__":

@@ -37,6 +37,8 @@ vtrdc_daemon::~vtrdc_daemon() {
         kill(pid_, SIGKILL);
         wait_exit(WAIT_LIMIT);
     }
+    // GLib only warns of it.
+    EXPECT_EQ(count("has no property named"), 0);
     if (testing::Test::HasFailure()) {
         std::cerr << "--- output of the daemon:\n" << output() << "---\n";
     }
