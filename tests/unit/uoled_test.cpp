@@ -48,10 +48,10 @@ TEST(Panel, LevelOutOfRangeIsAnError) {
     EXPECT_EXIT(uoled_resolution(0), testing::ExitedWithCode(1), "");
     log_close();
     const std::string log = read_text(file);
-    const std::string out_of_range = "[ERROR]: lum value out of the range [0 - 240].\n";
+    const std::string out_of_range = "]: lum value out of the range [0 - 240].\n";
     EXPECT_THAT(log, testing::HasSubstr(out_of_range));
     EXPECT_NE(log.find(out_of_range), log.rfind(out_of_range));
-    EXPECT_THAT(log, testing::EndsWith("[ERROR]: Not implemented - uoled_resolution\n"));
+    EXPECT_THAT(log, testing::EndsWith("]: Not implemented - uoled_resolution\n"));
 }
 
 } // namespace

@@ -80,7 +80,7 @@ class Run:
     def _build(self, build: pathlib.Path, preset: str) -> None:
         say(f"building: {build}")
         self.copy.configure(build, preset)
-        if not self.copy.build(build, []):
+        if not self.copy.build(build, suite.TARGETS):
             sys.exit(f"mutate: building failed: ninja -C {build} says why")
         suite.run_test(
             suite.Test("registry", [str(build / "tests/warm_registry")], str(build), {}, "", True), lines.LIMIT_S

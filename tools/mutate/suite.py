@@ -14,13 +14,9 @@ import threading
 import time
 from collections.abc import Callable, Iterable
 
-# Not of the daemon, or longer than many other tests that run the same lines.
-LEFT_OUT = re.compile(
-    r"bench_figures|Documents\..*|exit_while_streaming|fault|gstreamer_registry|Mutants|page_test|python_types"
-    r"|recover|repeats|ScenarioFiles|server_test|soak"
-)
-# Tests of other things than src/.
-OTHER_PROGRAMS = ("recover_unit_test", "sim_plugin_test", "web_protocol_test")
+# The tests of the daemon, by their programs, and what these need. Others run the same lines, or take longer.
+PROGRAMS = ("vtrdc_unit_test", "vtrdc_system_test", "scripts/sim")
+TARGETS = ("src/all", "tools/all", "sim/all", "warm_registry", *PROGRAMS[:2])
 POLL_S = 0.05
 
 # A daemon with a fault may kill whatever it can: so it knows no processes but its test's. What a test leaves
@@ -52,7 +48,7 @@ def tests_of(build: pathlib.Path) -> list[Test]:
     tests = []
     for row in json.loads(answer.stdout)["tests"]:
         properties = {entry["name"]: entry["value"] for entry in row.get("properties", [])}
-        if "command" not in row or LEFT_OUT.fullmatch(row["name"]) or row["command"][0].endswith(OTHER_PROGRAMS):
+        if "command" not in row or not row["command"][0].endswith(PROGRAMS):
             continue
         tests.append(
             Test(
@@ -75,7 +71,7 @@ def targets_of(tests: Iterable[Test], build: pathlib.Path) -> list[str]:
         if program.is_relative_to(build):
             targets.add(str(program.relative_to(build)))
         else:
-            targets |= {"src/all", "tools/all", "sim/all", "web/all"}
+            targets |= {"src/all", "tools/all", "sim/all"}
     return sorted(targets)
 
 
