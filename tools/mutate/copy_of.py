@@ -23,6 +23,26 @@ SUFFIXES = (".cpp", ".h", ".inc")
 BUILD_LIMIT_S = 300
 
 
+def files_of(tree: pathlib.Path) -> list[str]:
+    """Those that belong to the project, committed or not."""
+    listed = subprocess.run(
+        ["git", "-C", str(tree), "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
+        check=True,
+        capture_output=True,
+        text=True,
+    )
+    return sorted({name for name in listed.stdout.split("\0") if name and (tree / name).is_file()})
+
+
+def sources_of(tree: pathlib.Path) -> dict[str, Source]:
+    """What mutants are made of."""
+    return {
+        name: Source(name, (tree / name).read_text(encoding="utf-8"))
+        for name in files_of(tree)
+        if name.startswith("src/") and name.endswith(SUFFIXES)
+    }
+
+
 class Copy:
     def __init__(self, source: pathlib.Path, work: pathlib.Path) -> None:
         self.tree = work / "source"
@@ -32,23 +52,16 @@ class Copy:
 
     def _bring_up_to_date(self, source: pathlib.Path) -> None:
         """Files that are the same keep their time, so that little is compiled."""
-        listed = subprocess.run(
-            ["git", "-C", str(source), "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
-            check=True,
-            capture_output=True,
-            text=True,
-        )
-        names = {name for name in listed.stdout.split("\0") if name and (source / name).is_file()}
-        for name in names:
+        self.names = files_of(source)
+        for name in self.names:
             target = self.tree / name
             if not target.is_file() or target.read_bytes() != (source / name).read_bytes():
                 target.parent.mkdir(parents=True, exist_ok=True)
                 shutil.copyfile(source / name, target)
             shutil.copymode(source / name, target)
         for file in self.tree.rglob("*"):
-            if file.is_file() and str(file.relative_to(self.tree)) not in names:
+            if file.is_file() and str(file.relative_to(self.tree)) not in self.names:
                 file.unlink()
-        self.names = sorted(names)
 
     def key(self, *prefixes: str) -> str:
         """Of what the files contain whose names begin so."""
@@ -73,13 +86,6 @@ class Copy:
     @functools.cache
     def _text(self, name: str) -> str:
         return (self.tree / name).read_text(encoding="utf-8")
-
-    def sources(self) -> dict[str, Source]:
-        return {
-            name: Source(name, (self.tree / name).read_text(encoding="utf-8"))
-            for name in self.names
-            if name.startswith("src/") and name.endswith(SUFFIXES)
-        }
 
     def configure(self, build: pathlib.Path, preset: str) -> None:
         """Optimised, since the simulated board has a lot to do."""

@@ -1,12 +1,15 @@
 """Plants small faults in src/ and says which of them the tests notice."""
 
 import argparse
+import fcntl
 import pathlib
+import signal
 import sys
 from collections.abc import Callable, Iterator
 
 import known
 import operators
+from copy_of import sources_of
 from operators import Mutant
 from run import Entry, OutOfTime, Records, Run, say
 from source import Source
@@ -21,7 +24,7 @@ def place_of(number: int, mutant: Mutant) -> str:
 def told(entry: Entry) -> str:
     if entry["result"] == "noticed":
         how = " (time-out)" if entry["how"] == "timed out" else ""
-        return f"noticed by {entry['by']}{how}, {entry['seconds']} s"
+        return f"noticed by {entry['by'].split('  #')[0]}{how}, {entry['seconds']} s"
     if entry["result"] == "survived":
         return f"SURVIVED {entry['ran']} of {entry['tests']} tests that run it, {entry['seconds']} s"
     return "does not compile"
@@ -115,11 +118,22 @@ def parsed() -> argparse.Namespace:
 
 
 def main() -> int:
+    signal.signal(signal.SIGPIPE, signal.SIG_DFL)  # a pager that is left
     options = parsed()
+    if options.list:
+        return list_them(options, sources_of(options.source))
+    options.work.mkdir(exist_ok=True)
+    with open(options.work / "lock", "w", encoding="utf-8") as lock:
+        try:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except OSError:
+            sys.exit(f"mutate: another run is at work in {options.work}")
+        return try_and_report(options)
+
+
+def try_and_report(options: argparse.Namespace) -> int:
     run = Run(options.source, options.work, options.minutes)
     try:
-        if options.list:
-            return list_them(options, run.sources)
         kind = "known" if options.known else f"seed-{options.seed}"
         records = Records(options.work / f"{kind}-{run.copy.key('src/')}.jsonl", "mutant")
         run.prepare()

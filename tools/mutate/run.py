@@ -11,7 +11,7 @@ from typing import Any
 
 import lines
 import suite
-from copy_of import CODE, Copy
+from copy_of import CODE, Copy, sources_of
 from operators import Mutant
 
 # Tests may take so long for one mutant; each of them three times its own time, and a wait.
@@ -57,7 +57,7 @@ class Run:
         self.work = work
         self.due = float("inf") if minutes is None else time.monotonic() + minutes * 60
         self.copy = Copy(source, work)
-        self.sources = self.copy.sources()
+        self.sources = sources_of(source)
         self.tests: dict[str, suite.Test] = {}
         self.map = lines.Map([], self.sources)
         self.seconds: dict[str, float] = {}
