@@ -1,5 +1,6 @@
 """The copy of the source that is mutated, and its builds."""
 
+import contextlib
 import functools
 import hashlib
 import os
@@ -7,7 +8,7 @@ import pathlib
 import re
 import shutil
 import subprocess
-from collections.abc import Iterable
+from collections.abc import Iterable, Iterator
 
 from operators import Mutant
 from source import Source
@@ -113,9 +114,15 @@ class Copy:
             return False
         return done.returncode == 0
 
-    def build_with(self, mutant: Mutant, text: str, tests: list[Test]) -> bool:
-        (self.tree / mutant.path).write_text(mutant.applied(text), encoding="utf-8")
+    def build_for(self, tests: list[Test]) -> bool:
         return self.build(self.plain, targets_of(tests, self.plain), BUILD_LIMIT_S)
 
-    def restore(self, mutant: Mutant, text: str) -> None:
-        (self.tree / mutant.path).write_text(text, encoding="utf-8")
+    @contextlib.contextmanager
+    def planted(self, mutant: Mutant, text: str) -> Iterator[None]:
+        """The fault is in the copy meanwhile."""
+        file = self.tree / mutant.path
+        file.write_text(mutant.applied(text), encoding="utf-8")
+        try:
+            yield
+        finally:
+            file.write_text(text, encoding="utf-8")

@@ -124,7 +124,7 @@ class Run:
         """Runs those that noticed something without any fault, too, once."""
         records = self._proofs()
         tests = [self.tests[name] for name in sorted(noticed_by) if name not in records.entries]
-        if tests and not self.copy.build(self.copy.plain, suite.targets_of(tests, self.copy.plain)):
+        if tests and not self.copy.build_for(tests):
             sys.exit(f"mutate: building failed: ninja -C {self.copy.plain} says why")
 
         def prove_one(test: suite.Test) -> None:
@@ -151,29 +151,29 @@ class Run:
         return 3 * self.seconds[test.name] + WAIT_S
 
     def tried(self, mutant: Mutant) -> Entry:
-        """Built with the fault, and the tests that run its lines."""
+        """What the tests that run its lines say of it, group by group: each builds no more than it needs."""
         begin = time.monotonic()
         tests = self.chosen(mutant)
-        text = self.sources[mutant.path].text
-        try:
-            is_built = self.copy.build_with(mutant, text, tests)
-            built_s = time.monotonic() - begin
-            outcomes, failure = self._run(tests) if is_built else ({}, None)
-        finally:
-            self.copy.restore(mutant, text)
-        result = {"built_s": round(built_s), "tests": len(tests), "ran": len(outcomes)}
-        if not is_built:
-            return {"result": "not built", **result}
-        result["seconds"] = round(time.monotonic() - begin)
+        ran = 0
+        failure = None
+        with self.copy.planted(mutant, self.sources[mutant.path].text):
+            for group, at_once in groups_of(tests):
+                if not self.copy.build_for(group):
+                    return {"result": "not built"}
+                outcomes, failure = suite.run_tests(group, self.limit_of, TESTS_S, at_once)
+                ran += len(outcomes)
+                if failure is not None:
+                    break
+        result = {"tests": len(tests), "ran": ran, "seconds": round(time.monotonic() - begin)}
         if failure is None:
             return {"result": "survived", **result}
         return {"result": "noticed", "by": failure[0].name, "how": failure[1].result, **result}
 
-    def _run(self, tests: list[suite.Test]) -> tuple[Entry, tuple[suite.Test, suite.Outcome] | None]:
-        together = [test for test in tests if not test.is_alone]
-        outcomes, failure = suite.run_tests(together, self.limit_of, TESTS_S, AT_ONCE)
-        alone = [test for test in tests if test.is_alone]
-        if failure is not None or not alone:
-            return outcomes, failure
-        more, failure = suite.run_tests(alone, self.limit_of, TESTS_S, 1)
-        return outcomes | more, failure
+
+def groups_of(tests: list[suite.Test]) -> list[tuple[list[suite.Test], int]]:
+    """The units, which are quick, then the others, then those that want the machine for themselves."""
+    units = [test for test in tests if test.command[0].endswith(suite.UNITS)]
+    alone = [test for test in tests if test.is_alone]
+    others = [test for test in tests if test not in units and test not in alone]
+    groups = [(group, at_once) for group, at_once in ((units, AT_ONCE), (others, AT_ONCE), (alone, 1)) if group]
+    return groups or [([], 1)]

@@ -15,8 +15,10 @@ import time
 from collections.abc import Callable, Iterable
 
 # The tests of the daemon, by their programs, and what these need. Others run the same lines, or take longer.
-PROGRAMS = ("vtrdc_unit_test", "vtrdc_system_test", "scripts/sim")
-TARGETS = ("src/all", "tools/all", "sim/all", "warm_registry", *PROGRAMS[:2])
+UNITS = "vtrdc_unit_test"
+PROGRAMS = (UNITS, "vtrdc_system_test", "scripts/sim")
+FOR_SCRIPTS = ("src/all", "sim/all", "vtrdcctl", "vtrdc-recover")
+TARGETS = (*FOR_SCRIPTS, "warm_registry", *PROGRAMS[:2])
 POLL_S = 0.05
 
 # A daemon with a fault may kill whatever it can: so it knows no processes but its test's. What a test leaves
@@ -65,14 +67,9 @@ def tests_of(build: pathlib.Path) -> list[Test]:
 
 def targets_of(tests: Iterable[Test], build: pathlib.Path) -> list[str]:
     """What Ninja has to build for the tests: their programs, and the daemon with its board for scripts."""
-    targets = set()
-    for test in tests:
-        program = pathlib.Path(test.command[0])
-        if program.is_relative_to(build):
-            targets.add(str(program.relative_to(build)))
-        else:
-            targets |= {"src/all", "tools/all", "sim/all"}
-    return sorted(targets)
+    programs = {pathlib.Path(test.command[0]) for test in tests}
+    own = {str(program.relative_to(build)) for program in programs if program.is_relative_to(build)}
+    return sorted(own if len(own) == len(programs) > 0 else own | set(FOR_SCRIPTS))
 
 
 def end(process: subprocess.Popen[bytes]) -> None:
