@@ -97,6 +97,8 @@ class FaultsTest(unittest.TestCase):
 class TestsOfALineTest(unittest.TestCase):
     SOURCES = (
         Source("src/a.h", "constexpr int LIMIT = 3;\nconstexpr std::array rows{LIMIT,\n 4};\n"),
+        Source("src/list.inc", "ROW(key, 5)\n"),
+        Source("src/list.h", 'constexpr int rows[] = {\n#include "list.inc"\n};\n'),
         Source("src/a.cpp", "int f(int a) {\n    return g(a,\n        7);\n}\nint h() {\n    return rows[0];\n}\n"),
     )
 
@@ -113,6 +115,7 @@ class TestsOfALineTest(unittest.TestCase):
         self.assertEqual(self.run_by("src/a.cpp", "7"), {"one"})  # its line has no code of its own
         self.assertEqual(self.run_by("src/a.h", "4"), {"two"})
         self.assertEqual(self.run_by("src/a.h", "3"), {"two"})  # by way of the rows
+        self.assertEqual(self.run_by("src/list.inc", "5"), {"two"})  # by way of the table
 
     def test_quickest_of_each_suite_first(self) -> None:
         seconds = {"A.a": 1.0, "A.b": 2.0, "B.a": 3.0, "Near.a": 9.0}

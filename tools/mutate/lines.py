@@ -76,7 +76,7 @@ class Map:
             return self.tests[path, line]
         seen: set[str] = set()
         found: set[str] = set()
-        names = self.names_at(source, place)
+        names = self.names_at(source, place) | self._tables_of(source)
         while names - seen:
             name = (names - seen).pop()
             seen.add(name)
@@ -103,6 +103,12 @@ class Map:
         first, _ = source.parts(index)[0]
         row = source.slice(index, source.partners[index])
         return {source.tokens[first].text, *re.findall(r"\buser_cmd_\w+", row)}
+
+    def _tables_of(self, rows: Source) -> set[str]:
+        """What declarations make of the rows of a list, which they include."""
+        line = f'#include "{rows.path.removeprefix("src/")}"'
+        includers = [source for source in self.sources.values() if rows.path.endswith(".inc") and line in source.text]
+        return {name for source in includers for name in source.declared_names(source.text.index(line))}
 
     @functools.cached_property
     def _uses(self) -> dict[str, list[tuple[Source, int]]]:
