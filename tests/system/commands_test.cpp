@@ -266,6 +266,11 @@ protected:
             ASSERT_TRUE(board_.wait_for_frames(10));
         }
     }
+    // Stopped while it is paused, it is resumed to end by itself.
+    void TearDown() override {
+        CommandTest::TearDown();
+        EXPECT_EQ(daemon_->count("by force"), 0);
+    }
     void send(const std::string& command) {
         const std::string request =
             "c:" + command + (command.find(':') == std::string::npos ? ":n:" : "");
@@ -281,7 +286,6 @@ TEST_P(PauseTest, FreezesResumesAndCanBeStoppedMeanwhile) {
     EXPECT_TRUE(board_.wait_for_frames(10));
     send(GetParam().resume);
     send(GetParam().pause);
-    // The daemon is stopped in this state.
 }
 
 INSTANTIATE_TEST_SUITE_P(Pipes, PauseTest, testing::ValuesIn(pause_cases),
