@@ -207,15 +207,24 @@ HELD = re.compile(r"held: (\d+) descriptors, (\d+) threads, (\d+) KB")
 ANSWERS = re.compile(r"answers: ([\d.]+) us")
 
 
+def by_minutes(curve):
+    """The curve with one point per minute, the median of those in it."""
+    minutes = {}
+    for minute, value in curve.points:
+        minutes.setdefault(int(minute), []).append(value)
+    return Curve(curve.name, [(minute, statistics.median(values))
+                              for minute, values in minutes.items()])
+
+
 def by_time(bench):
-    """Random use: what one daemon holds at rest, in between."""
+    """Random use of one daemon: what it holds at rest, in between."""
     descriptors, threads = Curve("descriptors"), Curve("threads")
     memory, answers = Curve("memory, MiB"), Curve("round trip, us")
     start = time.monotonic()
     with subprocess.Popen([bench.build / "tests/soak/soak", "--one-life", str(bench.soak_minutes)],
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) as soak:
         for line in soak.stdout:
-            minute = round((time.monotonic() - start) / 60, 1)
+            minute = (time.monotonic() - start) / 60
             if found := HELD.search(line):
                 descriptors.add(minute, int(found[1]))
                 threads.add(minute, int(found[2]))
@@ -227,7 +236,7 @@ def by_time(bench):
     if soak.returncode != 0:
         raise RuntimeError("the random use failed")
     return [Chart("time", "Random use, at rest in between", "minutes", "",
-                  [memory, descriptors, threads, answers])]
+                  [by_minutes(curve) for curve in (memory, descriptors, threads, answers)])]
 
 
 GROWTH = {"clients": by_clients, "viewers": by_viewers, "files": by_files, "sights": by_sights,
