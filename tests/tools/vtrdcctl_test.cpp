@@ -68,6 +68,7 @@ TEST_F(VtrdcctlTest, JsonIsTyped) {
     scripted_server server{socket_,
                            {"r:get_lum:s:2", "r:set_lum:n:", "e:set_origin:s:say \"x\"\n\x01:\xff",
                             "e:set_lum:n:",
+                            // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one reply
                             "r:print_config:s:luminance=2\norigin_x=5.5\nnew=1\n"
                             "media_path=/a=b\nreticle=x\n"}};
     const result ended = ctl({"--json", "--keep-going", "-"},

@@ -83,6 +83,7 @@ void draw_inputs(const pipe_row& row, const element_chain& chain) {
 
 } // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a property of the wrong type may end a generator.
 int main() {
     std::fputs(HEAD, stdout);
     for (const pipe_row& row : pipe_rows()) {
