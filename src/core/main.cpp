@@ -67,8 +67,8 @@ void require_signals(int signal_fd, int error_number) {
 }
 
 // The umask with which the daemon was started decides who may connect. It is applied with chmod:
-// lifting the process's umask would affect files that streaming threads create meanwhile. Nobody can
-// connect before the socket listens.
+// lifting the process's umask would affect files that streaming threads create meanwhile. Nobody
+// can connect before the socket listens.
 void admit_clients(const server_socket& server, mode_t given_umask) {
     if (chmod(server.address.sun_path, ACCESSPERMS & ~given_umask) != 0) {
         log_message(LEVEL_WARN, "Failed to set the mode of the command socket: %s",

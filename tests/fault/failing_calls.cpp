@@ -1,6 +1,6 @@
-// Preloaded into a program of ours: makes one of its calls fail. Only calls by the program's own code
-// on its main thread count, not those by libraries. In other programs, and without a plan, all calls
-// work.
+// Preloaded into a program of ours: makes one of its calls fail. Only calls by the program's own
+// code on its main thread count, not those by libraries. In other programs, and without a plan, all
+// calls work.
 #include "fault_plan.h"
 
 #include <cerrno>

@@ -18,7 +18,7 @@ struct recordings {
     media packets{};               // packets of `whole`
     std::vector<int> numbers{};    // numbers of the pictures in `whole`
     std::size_t data_end = 0;      // end of the media data in `whole`, where its index begins
-    bool kept_pace = false;        // in `whole`, 2 % of the pictures at most were dropped, and none late
+    bool kept_pace = false; // in `whole`, 2 % of the pictures at most were dropped, and none late
 };
 
 // Names of the files of one recording.
