@@ -102,7 +102,8 @@ TEST_F(CommandTest, RepliesToTheLetter) {
     EXPECT_THAT(config(), StartsWith("r:print_config:s:socket_file=/run/vtrdc.socket\n"));
     EXPECT_THAT(config(), HasSubstr("\nreticle_opacity=0.50\n"));
     EXPECT_THAT(config(), HasSubstr("\norigin_x=512.00\n"));
-    EXPECT_THAT(config(), EndsWith("\nrecord_max_len=300\n"));
+    EXPECT_THAT(config(), EndsWith("\nrecord_max_len=300\n"))
+        << "settings_list.inc says where a new row goes";
 }
 
 // Data read as an integer, and its value.
