@@ -75,14 +75,16 @@ TEST(ManualsTest, SettingsMatchTheDaemons) {
     EXPECT_EQ(
         rows_apart_in_order(
             headings, lines_where(read_text(VTRDC_PACKAGING "/man/vtrdc.conf.5"), is_heading)),
-        "");
+        "")
+        << "in " VTRDC_PACKAGING "/man/vtrdc.conf.5";
 }
 
 TEST(ManualsTest, ExampleHasEverySettingAtItsDefault) {
     EXPECT_EQ(rows_apart_in_order(
                   default_lines(),
                   lines_where(read_text(VTRDC_PACKAGING "/vtrdc.conf.example"), is_no_comment)),
-              "");
+              "")
+        << "in " VTRDC_PACKAGING "/vtrdc.conf.example";
 }
 
 // Heading and first words of each option's entry, built from its line of the help.

@@ -162,7 +162,8 @@ TEST(VtrdcctlManualTest, DescribesTheCommandsAsTheClientDoes) {
     for (const client_command& command : all_commands()) {
         entries.push_back(manual_entry(command));
     }
-    EXPECT_EQ(rows_apart_in_order(entries, entries_of(".SH COMMANDS\n")), "");
+    EXPECT_EQ(rows_apart_in_order(entries, entries_of(".SH COMMANDS\n")), "")
+        << "in " VTRDCCTL_MANUAL;
 }
 
 } // namespace

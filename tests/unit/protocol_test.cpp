@@ -77,7 +77,7 @@ TEST(ProtocolDocumentTest, DescribesEachCommandOnce) {
     for (const command_row& row : cmd_list) {
         commands.emplace_back(row.name);
     }
-    EXPECT_EQ(rows_apart(commands, described), "");
+    EXPECT_EQ(rows_apart(commands, described), "") << "in the tables of " VTRDC_PROTOCOL_DOCUMENT;
 }
 
 // Joins values as in the document.
