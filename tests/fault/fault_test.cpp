@@ -116,7 +116,7 @@ protected:
         }
         ++tried_;
         EXPECT_TRUE((rule.allowed & bit_of(what)) != 0)
-            << static_cast<int>(what) << ", at " << std::hex << subject_.failed_from()
+            << testing::PrintToString(what) << ", at " << std::hex << subject_.failed_from()
             << "; its log:\n"
             << subject_.said();
         if (what == happening::ended) {

@@ -5,7 +5,9 @@
 #include "soak/log_reader.h"
 #include "support/daemon.h"
 
+#include <array>
 #include <optional>
+#include <ostream>
 
 // Result of a request, a start or a stop.
 enum class happening {
@@ -15,6 +17,11 @@ enum class happening {
     ended,    // by an ERROR line with status 1
     wrong,    // crashed, hung, or sent nonsense: a test failure was added
 };
+
+inline void PrintTo(happening what, std::ostream* out) {
+    constexpr std::array names{"answered", "closed", "dropped", "ended", "wrong"};
+    *out << names.at(static_cast<std::size_t>(what));
+}
 
 struct result {
     happening what;
