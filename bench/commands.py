@@ -53,9 +53,9 @@ def round_trip_figures(results, clients):
             yield Figure(group, name, unit, runs["vtrdc"], baseline, runs[baseline], target)
 
 
-def round_trips(bench):
-    """Measures the three servers alternately, under the load of the daemon's live view."""
-    figures = []
+def load_results(bench, client_counts):
+    """Loads the three servers alternately, under the daemon's live view; pairs of a number of
+    clients and the results by server."""
     with (Board(bench, "asked") as board, Daemon(bench, board) as daemon,
           start_echo(bench) as echo, start_redis(bench) as redis):
         board.wait_for_frame(daemon)
@@ -64,13 +64,18 @@ def round_trips(bench):
         for server, request in servers.values():
             server.wait_for_answer(request.encode())
         where = set_apart((daemon, echo, redis))
-        for clients in CLIENT_COUNTS:
+        for clients in client_counts:
             results = Runs()
             for _ in range(bench.rounds):
                 for name, (server, request) in servers.items():
                     results.add(name, load(bench, where, server, request, clients))
-            figures += round_trip_figures(results, clients)
-    return figures
+            yield clients, results
+
+
+def round_trips(bench):
+    """The figures of the three servers for some numbers of clients."""
+    return [figure for clients, results in load_results(bench, CLIENT_COUNTS)
+            for figure in round_trip_figures(results, clients)]
 
 
 # --- Disturbances ------------------------------------------------------------------------------

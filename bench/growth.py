@@ -8,10 +8,9 @@ import subprocess
 import sys
 import time
 
-from commands import ECHO, REDIS, load, set_apart
+from commands import ECHO, REDIS, load_results
 from curves import Chart, Curve, expected, straight, through_origin
-from subjects import (ASK_DAEMON, ASK_REDIS, FRAMES_PER_SECOND, Board, Daemon, Process, Reader,
-                      free_port, start_echo, start_redis, wait_until)
+from subjects import FRAMES_PER_SECOND, Board, Daemon, Process, Reader, free_port, wait_until
 
 # --- Clients -----------------------------------------------------------------------------------
 
@@ -22,22 +21,10 @@ def by_clients(bench):
     """Requests against the number of clients that ask without pause."""
     rates = {name: Curve(name) for name in ("vtrdc", ECHO, REDIS)}
     times = {name: Curve(name) for name in rates}
-    with (Board(bench, "asked") as board, Daemon(bench, board) as daemon,
-          start_echo(bench) as echo, start_redis(bench) as redis):
-        board.wait_for_frame(daemon)
-        servers = {"vtrdc": (daemon, ASK_DAEMON), ECHO: (echo, ASK_DAEMON),
-                   REDIS: (redis, ASK_REDIS)}
-        for server, request in servers.values():
-            server.wait_for_answer(request.encode())
-        where = set_apart((daemon, echo, redis))
-        for clients in CLIENTS:
-            results = {name: [] for name in servers}
-            for _ in range(bench.rounds):
-                for name, (server, request) in servers.items():
-                    results[name].append(load(bench, where, server, request, clients))
-            for name, result in results.items():
-                rates[name].add(clients, statistics.median(r["rate"] for r in result) / 1e3)
-                times[name].add(clients, statistics.median(r["p50_us"] for r in result))
+    for clients, results in load_results(bench, CLIENTS):
+        for name, result in results.items():
+            rates[name].add(clients, statistics.median(r["rate"] for r in result) / 1e3)
+            times[name].add(clients, statistics.median(r["p50_us"] for r in result))
     # Many clients keep the server's thread busy: each waits for a request of all the others.
     busy = through_origin(times["vtrdc"].points[CLIENTS.index(8):])
     return [
