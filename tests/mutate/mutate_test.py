@@ -117,9 +117,11 @@ class TestsOfALineTest(unittest.TestCase):
         self.assertEqual(self.run_by("src/a.h", "3"), {"two"})  # by way of the rows
         self.assertEqual(self.run_by("src/list.inc", "5"), {"two"})  # by way of the table
 
-    def test_quickest_of_each_suite_first(self) -> None:
-        seconds = {"A.a": 1.0, "A.b": 2.0, "B.a": 3.0, "Near.a": 9.0}
-        self.assertEqual(lines.in_order(set(seconds), seconds, {"near"}), ["Near.a", "A.a", "B.a", "A.b"])
+    def test_those_that_write_of_it_then_the_quickest_of_each_suite(self) -> None:
+        seconds = {"A.a": 1.0, "A.b": 2.0, "B.a": 3.0, "C.a": 8.0, "C.b": 9.0}
+        bodies = {"A.a": "", "A.b": "", "B.a": "", "C.a": "record_gop", "C.b": "record_gop record_idr"}
+        order = lines.in_order(set(seconds), seconds, bodies, {"record_gop", "record_idr"})
+        self.assertEqual(order, ["C.b", "C.a", "A.a", "B.a", "A.b"])
 
 
 class GoingOnTest(unittest.TestCase):

@@ -76,13 +76,22 @@ class Copy:
 
     def home(self, test: str) -> str:
         """The key of the file that the test is in."""
+        return self._hashed(file for file, _ in self._bodies(test))
+
+    def body(self, test: str) -> str:
+        """What is written of the test."""
+        return "".join(text for _, text in self._bodies(test))
+
+    def _bodies(self, test: str) -> Iterator[tuple[str, str]]:
         kind, _, name = test.partition(".")
-        suite = re.escape(kind.rsplit("/", 1)[-1])
-        begins = re.compile(rf"\bTEST(?:_F|_P)?\({suite},")
-        files = (file for file in self.names if TESTS.fullmatch(file))
-        return self._hashed(
-            file for file in files if file == f"scenarios/{name}.txt" or begins.search(self._text(file))
-        )
+        suite, name = kind.rsplit("/", 1)[-1], name.split("/", 1)[0]
+        begin = re.compile(rf"^TEST(?:_F|_P)?\({re.escape(suite)}, {re.escape(name)}\)", re.MULTILINE)
+        for file in self.names:
+            if file == f"scenarios/{name}.txt":
+                yield file, self._text(file)
+            elif TESTS.fullmatch(file) and (found := begin.search(self._text(file))):
+                text = self._text(file)[found.start() :]
+                yield file, text.split("\n}", 1)[0]
 
     @functools.cache
     def _text(self, name: str) -> str:

@@ -3,7 +3,6 @@
 import json
 import os
 import pathlib
-import re
 import sys
 import threading
 import time
@@ -75,7 +74,8 @@ class Run:
         self._build(self.copy.plain, "release")
         self.tests = {test.name: test for test in suite.tests_of(self.copy.plain)}
         self.map = lines.Map(list(measures.values()), self.sources)
-        self.seconds = {name: entry["seconds"] for name, entry in measures.items() if name not in self.unsound()}
+        sound = set(self.tests) - self.unsound()
+        self.seconds = {name: entry["seconds"] for name, entry in measures.items() if name in sound}
 
     def _build(self, build: pathlib.Path, preset: str) -> None:
         say(f"building: {build}")
@@ -139,13 +139,15 @@ class Run:
         source = self.sources[mutant.path]
         text = source.text
         names: set[str] = set()
-        about = mutant.path.rsplit("/", 1)[-1]
-        for begin, _, _ in mutant.edits:
+        words: set[str] = set()
+        for begin, end, replacement in mutant.edits:
             place = begin + len(text[begin:]) - len(text[begin:].lstrip())
             names |= self.map.tests_of(mutant.path, source.line_of(place), place)
-            about = " ".join([about, *self.map.names_at(source, place)])
-        words = set(re.findall("[a-z]{5,}", about))
-        return [self.tests[name] for name in lines.in_order(names & set(self.seconds), self.seconds, words)]
+            line = text[text.rfind("\n", 0, begin) + 1 : text.find("\n", end)]
+            words |= self.map.names_at(source, place) | set(lines.WORD.findall(line + replacement))
+        names &= set(self.seconds)
+        bodies = {name: self.copy.body(name) for name in names}
+        return [self.tests[name] for name in lines.in_order(names, self.seconds, bodies, words)]
 
     def limit_of(self, test: suite.Test) -> float:
         return 3 * self.seconds[test.name] + WAIT_S
