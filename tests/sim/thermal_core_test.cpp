@@ -196,7 +196,8 @@ TEST_F(ThermalSensor, SameSeedGivesTheSamePicturesAndAnotherDoesNot) {
     const std::vector<picture> first{deliver(), deliver(), deliver()};
     EXPECT_NE(first[0].pixels, first[1].pixels) << "noise changes from picture to picture";
     sim::thermal_core again{folder.path() / "core"};
-    for (std::uint64_t number : {2, 0, 1}) { // the number counts, not what came before
+    for (const std::uint64_t number :
+         std::initializer_list<std::uint64_t>{2, 0, 1}) { // the number counts, not what came before
         picture shown(0);
         again.deliver(sensor.view(), number, shown.target());
         EXPECT_EQ(shown.pixels, first[number].pixels) << number;
