@@ -18,7 +18,7 @@ constexpr int PERIODS_LONG = 40;
 
 std::chrono::minutes duration{0};
 bool is_one_life = false;
-std::uint64_t seed = 0;
+std::uint64_t first_seed = 0;
 int stops = 3;
 
 // `lived` says which part of the life is over; at 1 it ends.
@@ -49,7 +49,7 @@ void live_periods(std::uint64_t life_seed, int periods) {
 }
 
 void live_once(std::chrono::steady_clock::time_point start) {
-    live(seed, [start](int /*period*/) {
+    live(first_seed, [start](int /*period*/) {
         const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
         return passed / std::chrono::duration<double>{duration};
     });
@@ -61,7 +61,7 @@ TEST(Soak, RandomUse) {
         live_once(start);
         return;
     }
-    std::uint64_t next_seed = seed;
+    std::uint64_t next_seed = first_seed;
     do {
         live_periods(next_seed++, duration.count() > 0 ? PERIODS_LONG : PERIODS_SHORT);
     } while (std::chrono::steady_clock::now() < start + duration && !testing::Test::HasFailure());
@@ -70,12 +70,12 @@ TEST(Soak, RandomUse) {
 TEST(Soak, EndsByDesign) {
     // All of them take longer than a short run.
     const bool all = duration.count() > 0;
-    expect_ends_by_design(seed, all);
+    expect_ends_by_design(first_seed, all);
 }
 
 TEST(Soak, StopsWhileRecording) {
-    std::cout << stops << " stops with --seed " << seed << std::endl;
-    expect_stops_to_lose_nothing(seed, stops);
+    std::cout << stops << " stops with --seed " << first_seed << std::endl;
+    expect_stops_to_lose_nothing(first_seed, stops);
 }
 
 [[noreturn]] void usage(const char* name) {
@@ -98,10 +98,10 @@ long number_of(const char* name, const char* text) {
 
 int main(int argc, char* argv[]) {
     testing::InitGoogleTest(&argc, argv);
-    seed = std::random_device{}() % 1'000'000;
+    first_seed = std::random_device{}() % 1'000'000;
     for (int i = 1; i < argc; ++i) {
         if (std::string_view{argv[i]} == "--seed" && i + 1 < argc) {
-            seed = static_cast<std::uint64_t>(number_of(argv[0], argv[++i]));
+            first_seed = static_cast<std::uint64_t>(number_of(argv[0], argv[++i]));
         } else if (std::string_view{argv[i]} == "--stops" && i + 1 < argc) {
             stops = static_cast<int>(number_of(argv[0], argv[++i]));
             testing::GTEST_FLAG(filter) = "*.StopsWhileRecording";
