@@ -81,12 +81,14 @@ TEST_F(AccelerometerTest, EachFailureClosesTheDeviceWithAWarning) {
     EXPECT_EQ(acc_init("/nonexistent/acc", folder_.path().c_str(), 1), -1);
     EXPECT_THAT(attribute("log"), HasSubstr("[WARN]: Failed to open acc: /nonexistent/acc\n"));
     std::filesystem::remove_all(folder_.path() / "buffer");
-    EXPECT_EQ(open_with(""), -1);
+    EXPECT_EQ(open_with(sample(1, 2, 3)), -1);
+    EXPECT_FALSE(acc_get());
     EXPECT_THAT(attribute("log"), HasSubstr("[WARN]: Failed to write enable to file "
                                             "/buffer/enable\n"));
     EXPECT_EQ(attribute("scan_elements/in_accel_z_en"), "1");
     std::filesystem::remove(folder_.path() / "in_accel_x_scale");
-    EXPECT_EQ(open_with(""), -1);
+    EXPECT_EQ(open_with(sample(1, 2, 3)), -1);
+    EXPECT_FALSE(acc_get());
     const std::string device = folder_.write("device", "");
     EXPECT_EQ(acc_init(device.c_str(), ("/" + std::string(300, 'd')).c_str(), 1), -1);
     EXPECT_FALSE(acc_get());

@@ -32,9 +32,9 @@ protected:
     static int start(const char* sink_name = "sink") {
         return start(gst_element_factory_make("fakesrc", "source"), sink_name);
     }
-    static int start(GstElement* source, const char* sink_name) {
-        const int fd = create_pipeline(PIPE_HTTP_STREAM);
-        GstElement* const pipeline = pipe_pipeline(PIPE_HTTP_STREAM);
+    static int start(GstElement* source, const char* sink_name, int pipe = PIPE_HTTP_STREAM) {
+        const int fd = create_pipeline(pipe);
+        GstElement* const pipeline = pipe_pipeline(pipe);
         GstElement* const sink = gst_element_factory_make("fakesink", sink_name);
         g_object_set(source, "is-live", TRUE, "do-timestamp", TRUE, "format", GST_FORMAT_TIME,
                      nullptr);
@@ -78,6 +78,17 @@ TEST_F(RegistryTest, PipeLivesFromStartToItsEndOfStream) {
     EXPECT_THAT(log(), HasSubstr("Got EoS event on pipe 7\n"));
     EXPECT_EQ(gstvideo_are_pipes_closed(), 1);
     EXPECT_EQ(gstvideo_pause_pipe(PIPE_HTTP_STREAM), 1);
+}
+
+TEST_F(RegistryTest, OutputThatEndsByItselfTakesTheBranchesAlong) {
+    ASSERT_GT(start(gst_element_factory_make("fakesrc", "source"), "sink", PIPE_TRANSFORMER), 0);
+    GstElement* const ending = gst_element_factory_make("fakesrc", "source");
+    g_object_set(ending, "num-buffers", 1, nullptr);
+    ASSERT_GT(start(ending, "sink"), 0);
+    EXPECT_TRUE(run_until_ended(PIPE_HTTP_STREAM));
+    EXPECT_TRUE(is_ending(PIPE_TRANSFORMER));
+    EXPECT_TRUE(run_until_ended(PIPE_TRANSFORMER));
+    EXPECT_THAT(log(), testing::Not(HasSubstr("by force")));
 }
 
 TEST_F(RegistryTest, PausedPipeEndsWhenAsked) {
