@@ -123,16 +123,16 @@ def main():
     options = arguments()
     with tempfile.TemporaryDirectory(prefix="b", dir=options.build / "bench") as work:
         result, measured = measure(options, pathlib.Path(work))
+    key = "charts" if options.scale else "figures"
+    text = json.dumps(result | {key: [each.as_json() for each in measured]}, indent=1)
     if options.scale:
         place = options.build / "bench/growth"
         write_charts(measured, place)
-        key, table = "charts", "\n\n".join(map(curves.table_of, measured))
+        table = "\n\n".join(map(curves.table_of, measured))
     else:
         place = options.build / "bench/results.json"
-        key, table = "figures", table_of(measured)
-    text = json.dumps(result | {key: [each.as_json() for each in measured]}, indent=1)
-    if not options.scale:
         place.write_text(text + "\n")
+        table = table_of(measured)
     print(f"{heading(result)}\n\n{table}\n\nas JSON: {place}",
           file=sys.stderr if options.json else sys.stdout)
     if options.json:
